@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace TavAM {
+class Platform;
+}
+namespace VexlorCore {
+class DataSet;
+
+/// How a running job reports to the progress display and learns that the user cancelled. Thread: any.
+class IJobProgress
+{
+public:
+    virtual ~IJobProgress() = default;
+    /// \param i_percent 0 to 100; shown at most ten times a second. \param i_stage UTF-8, what is being done; may be empty.
+    virtual void SetProgress(int i_percent, const std::string& i_stage) = 0;
+    virtual std::stop_token GetStopToken() const = 0;
+};
+
+/// A job; its result is the result of the operation that runs it.
+using Job = std::function<bool(IJobProgress&)>;
+
+} // namespace VexlorCore
+
+/// What the library may ask of its host. The host implements it and hands out a getter.
+///
+/// Thread: every operation may be called from any thread; whatever touches scenes or windows is brought to the UI thread
+/// by the implementation, which waits for it there. Nothing else in the library marshals.
+/// The destructor counts as the first operation; the order is part of the interface and new operations go to its end.
+class IVexlorApiProvider
+{
+public:
+    virtual ~IVexlorApiProvider() = default;
+
+    /// 2. Runs the job on a job thread under a progress display with this title, keeps the event loop turning and returns
+    /// the job's result. One job at a time: while another runs, throws std::runtime_error "Another command is still running.".
+    /// Call it on the UI thread. What the job throws is thrown here.
+    virtual bool RunJobWithTitle(const QString& i_progress_title, const VexlorCore::Job& i_job) = 0;
+    /// 3. The same under the host's default progress, which names the command.
+    virtual bool RunJob(const QString& i_command_title, const VexlorCore::Job& i_job) = 0;
+    /// 4. May a job of this name be submitted? The host may ask its user.
+    virtual bool ConfirmSubmission(const QString& i_command_name, const QString& i_job_name) = 0;
+    /// 5. Runs the job on the UI thread and waits; what it throws is thrown here.
+    virtual void InvokeOnUiThread(const std::function<void()>& i_job) = 0;
+    /// 6. Lets the host check its commands again soon (enabled or not). Returns at once, also while the host goes down;
+    /// called from threads of caches.
+    virtual void UpdateCommands() = 0;
+    /// 7. Writes the scene for a machine: a .TavAMX for the formats 1 to 5, an XML scene description for 6 to 8.
+    /// \throws TavAM::FileError; std::runtime_error "The scene was closed.".
+    virtual void SaveProcessorInput(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
+                                    const std::filesystem::path& i_path) = 0;
+    /// 8. The scene's assigned strategies and such are the host's: true when parts may be sent as they are. The host may
+    /// bring pending edits of the scene to an end first.
+    virtual bool PrepareScene(VexlorCore::DataSet* ip_data_set) = 0;
+    /// 9. Takes the files of a machine into the scene.
+    /// \param i_import_kind 1 whole platform: parts are matched by revision id, unknown ones added; 2 placements;
+    ///        3 properties of platform and parts; 4 strategies; 5 additional parts.
+    /// \param i_on_platform_loaded called on the UI thread for each platform after it was taken in; may be empty.
+    /// \param i_options 0; reserved.
+    /// \throws TavAM::FileError; std::runtime_error "The scene was closed.". The scene is then unchanged.
+    virtual void LoadProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files,
+                                    const std::int32_t& i_import_kind,
+                                    std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
+                                    std::int32_t i_options) = 0;
+    /// 10. Opens documents or machine files beside the scene. The files go when the call returns: the host copies them.
+    virtual void OpenProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files) = 0;
+    /// 11. Loads a platform file into a scene that takes over its platform as a whole.
+    /// \param i_on_scene_loaded, i_on_platform_loaded called on the UI thread, in this order; may be empty.
+    /// \param i_show_progress under a progress display with the title. \param i_keep_parts the scene's parts stay.
+    virtual void LoadPlatformFile(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
+                                  const std::vector<std::wstring>& i_files, const QString& i_progress_title,
+                                  std::function<IVexlorApiProvider&()> i_api_provider,
+                                  std::function<void(VexlorCore::DataSet*)> i_on_scene_loaded,
+                                  std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
+                                  bool i_show_progress, bool i_keep_parts) = 0;
+};
