@@ -20,6 +20,17 @@ using ConfigurationTime =
 /// A time of this many ticks counts as absent.
 inline constexpr std::int64_t AbsentConfigurationTicks = std::numeric_limits<std::int64_t>::min();
 
+/// Where a machine can build, in the coordinates of its platforms. Units: mm.
+struct BuildVolume
+{
+    double minX = 0;
+    double minY = 0;
+    double maxX = 0;
+    double maxY = 0;
+    double height = 0;
+    bool isCircular = false; ///< the bed is the circle inscribed in the rectangle
+};
+
 /// What a machine says of itself. Texts are UTF-8.
 struct MachineData
 {
@@ -34,6 +45,7 @@ struct MachineData
     std::string manufacturer;
     std::string driverId;
     std::string comment;
+    std::optional<BuildVolume> buildVolume; ///< empty when the service does not tell
     /// When the configuration (the PLDF file) was last written; empty when the service does not tell.
     std::optional<ConfigurationTime> configurationTime;
 };
