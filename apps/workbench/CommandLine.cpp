@@ -1,0 +1,71 @@
+#include "CommandLine.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+namespace Workbench {
+
+namespace {
+
+QString Tr(const char* ip_text)
+{
+    return QCoreApplication::translate("Workbench::CommandLine", ip_text);
+}
+
+} // namespace
+
+CommandLine ParseCommandLine(const QStringList& i_arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        Tr("Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its "
+           "Build command and loads the result back into the scene."));
+    const QCommandLineOption machine(QStringLiteral("machine"), Tr("Use this machine: its name or its id."),
+                                     QStringLiteral("NAME"));
+    const QCommandLineOption list(QStringLiteral("list"), Tr("List the machines of the catalog and end."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Tr("Show this help and end."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")}, Tr("Show the version and end."));
+    parser.addOptions({machine, list, help, version});
+    parser.addPositionalArgument(
+        QStringLiteral("mesh"),
+        Tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
+        QStringLiteral("[mesh …]"));
+
+    CommandLine result;
+    const auto refuse = [&](const QString& i_reason) {
+        result.action = CommandLine::Action::Refuse;
+        result.text = i_reason + QLatin1Char('\n') + Tr("Try --help.") + QLatin1Char('\n');
+        return result;
+    };
+    if (!parser.parse(i_arguments))
+        return refuse(parser.errorText());
+    if (parser.isSet(help)) {
+        result.action = CommandLine::Action::ShowText;
+        result.text = parser.helpText();
+        return result;
+    }
+    if (parser.isSet(version)) {
+        result.action = CommandLine::Action::ShowText;
+        result.text = QCoreApplication::applicationName() + QLatin1Char(' ') + QCoreApplication::applicationVersion() +
+                      QLatin1Char('\n');
+        return result;
+    }
+    if (parser.isSet(machine)) {
+        result.machine = parser.value(machine);
+        if (result.machine.trimmed().isEmpty())
+            return refuse(Tr("--machine needs a name."));
+    }
+    for (const QString& mesh : parser.positionalArguments()) {
+        if (mesh.isEmpty())
+            return refuse(Tr("An empty file name was given."));
+        result.meshes.emplace_back(mesh.toStdString());
+    }
+    if (parser.isSet(list)) {
+        if (!result.meshes.empty() || parser.isSet(machine))
+            return refuse(Tr("--list takes neither meshes nor --machine."));
+        result.action = CommandLine::Action::List;
+    }
+    return result;
+}
+
+} // namespace Workbench

@@ -1,0 +1,398 @@
+#include "Tour.h"
+
+#include "ConsoleProgress.h"
+#include "InterruptWatcher.h"
+#include "PlatformComparison.h"
+#include "RowPlacement.h"
+#include "Transcript.h"
+#include "WorkbenchHost.h"
+
+#include "commands/CommandNames.h"
+#include "commands/PrinterCommandManager.h"
+#include "tavam/AMXFileReader.h"
+#include "tavam/AMXFileWriter.h"
+#include "tavam/PropertyNames.h"
+#include "vexlorcore/MeshImporter.h"
+#include "vexlorui/MessageDialogs.h"
+
+#include <boost/uuid/uuid_io.hpp>
+
+#include <QCoreApplication>
+#include <QStandardPaths>
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <stdexcept>
+#include <system_error>
+
+namespace Workbench {
+
+namespace {
+
+using MachineService::Machine;
+using MachineService::MachineData;
+
+constexpr std::chrono::seconds ServicesDeadline(10);
+
+QString Tr(const char* ip_text)
+{
+    return QCoreApplication::translate("Workbench::Tour", ip_text);
+}
+
+QString FromPath(const std::filesystem::path& i_path)
+{
+    return QString::fromStdString(i_path.string());
+}
+
+/// Ends the tour with one sentence for the user. what(): UTF-8.
+class TourError : public std::runtime_error
+{
+public:
+    explicit TourError(const QString& i_sentence)
+        : std::runtime_error(i_sentence.toStdString())
+    {}
+};
+
+/// Meshes that come with the slicing engine's package.
+std::vector<std::filesystem::path> FindExampleMeshes()
+{
+    std::vector<std::filesystem::path> meshes;
+    for (const auto* name : {"box.stl", "cone.stl", "torus.stl"}) {
+        const QString path = QStandardPaths::locate(QStandardPaths::GenericDataLocation,
+                                                    QStringLiteral("PrusaSlicer/shapes/") + QLatin1String(name));
+        if (path.isEmpty())
+            throw TourError(Tr("The example mesh '%1' was not found: install the package prusa-slicer, or name a mesh.")
+                                .arg(QLatin1String(name)));
+        meshes.emplace_back(path.toStdString());
+    }
+    return meshes;
+}
+
+QString DescribeVolume(const MachineData& i_data)
+{
+    if (!i_data.buildVolume)
+        return Tr("size unknown");
+    const auto& volume = *i_data.buildVolume;
+    if (volume.isCircular)
+        return Tr("⌀ %1 × %2 mm").arg(volume.maxX - volume.minX).arg(volume.height);
+    return Tr("%1 × %2 × %3 mm").arg(volume.maxX - volume.minX).arg(volume.maxY - volume.minY).arg(volume.height);
+}
+
+bool Fits(const std::vector<TavAM::Part>& i_parts, const MachineService::BuildVolume& i_volume)
+{
+    auto placed = i_parts;
+    PlaceInRows(placed, i_volume);
+    TavAM::BoundingBox all;
+    for (const auto& part : placed)
+        all.Add(part.GetBoundingBox());
+    return all.IsEmpty() || (all.min.x >= i_volume.minX && all.max.x <= i_volume.maxX && all.min.y >= i_volume.minY &&
+                             all.max.y <= i_volume.maxY && all.max.z <= i_volume.height);
+}
+
+/// Copies under a temporary name and renames, so that a file of a former run is replaced as a whole or not at all.
+void CopyFile(const std::filesystem::path& i_from, const std::filesystem::path& i_to)
+{
+    const std::filesystem::path temporary = i_to.string() + ".part";
+    std::error_code error;
+    std::filesystem::copy_file(i_from, temporary, std::filesystem::copy_options::overwrite_existing, error);
+    if (!error)
+        std::filesystem::rename(temporary, i_to, error);
+    if (error) {
+        std::error_code ignored;
+        std::filesystem::remove(temporary, ignored);
+        throw TourError(Tr("'%1' cannot be written: %2.").arg(FromPath(i_to), QString::fromStdString(error.message())));
+    }
+}
+
+/// Removes the folder and those in it as far as no file lies in them.
+void RemoveEmptyFolders(const std::filesystem::path& i_folder)
+{
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(i_folder, error)) {
+        if (entry.is_directory(error) && !entry.is_symlink(error))
+            RemoveEmptyFolders(entry.path());
+    }
+    std::filesystem::remove(i_folder, error);
+}
+
+class Tour
+{
+public:
+    Tour(const CommandLine& i_command_line, const std::filesystem::path& i_out_dir);
+    ~Tour();
+
+    ExitStatus Run();
+
+private:
+    void _Run();
+    void _ListMachines();
+    void _MakeScene();
+    Machine _ChooseMachine() const;
+    void _Attach(const Machine& i_machine);
+    void _Build();
+    void _ShowFigures();
+    void _KeepResults();
+    void _RemoveTraces();
+    void _ThrowIfInterrupted() const;
+    QString _Property(const TavAM::Object& i_object, const wchar_t* ip_name) const;
+
+    struct Interruption
+    {};
+
+    const CommandLine& _commandLine;
+    const std::filesystem::path _outDir;
+    Transcript _transcript;
+    WorkbenchHost _host;
+    std::shared_ptr<ConsoleProgress> _progress;
+    InterruptWatcher _interrupts;
+    Vexlor::MessageDialogs::Handler _formerHandler;
+    QString _criticalMessage;
+    std::vector<TavAM::Part> _parts;
+    VexlorCore::DataSet* _scene = nullptr;
+};
+
+Tour::Tour(const CommandLine& i_command_line, const std::filesystem::path& i_out_dir)
+    : _commandLine(i_command_line)
+    , _outDir(i_out_dir)
+    , _transcript(i_out_dir)
+    , _host(i_out_dir / "documents", i_out_dir / "machines")
+    , _progress(std::make_shared<ConsoleProgress>(_transcript))
+    , _interrupts([this] { _host.GetApiProvider().CancelCurrentJob(); })
+{
+    _host.GetApiProvider().SetProgressDisplay(_progress);
+    _formerHandler = Vexlor::MessageDialogs::SetHandler([this](const Vexlor::Message& i_message) {
+        // The sentence of a failed command is printed where the tour ends: once.
+        if (i_message.kind == Vexlor::Message::Kind::Critical)
+            _criticalMessage = i_message.text;
+        else
+            _transcript.Line(i_message.text);
+        return static_cast<int>(i_message.buttons.size()) - 1;
+    });
+}
+
+Tour::~Tour()
+{
+    Vexlor::MessageDialogs::SetHandler(std::move(_formerHandler));
+    _host.GetApiProvider().SetProgressDisplay(nullptr);
+}
+
+ExitStatus Tour::Run()
+{
+    ExitStatus status = Succeeded;
+    try {
+        _Run();
+        if (_commandLine.action == CommandLine::Action::List)
+            return Succeeded;
+    } catch (const Interruption&) {
+        _RemoveTraces();
+        std::fputs("Interrupted.\n", stderr);
+        return Interrupted;
+    } catch (const std::exception& error) {
+        _transcript.Error(QString::fromUtf8(error.what()));
+        status = Failed;
+    }
+    _transcript.Keep();
+    return status;
+}
+
+void Tour::_Run()
+{
+    _transcript.Line(Tr("Catalog"));
+    const bool started = _host.StartServices(ServicesDeadline, [this] { return _interrupts.WasInterrupted(); });
+    if (!started)
+        throw Interruption();
+    _ListMachines();
+    if (_commandLine.action == CommandLine::Action::List)
+        return;
+
+    _transcript.Line(Tr("Scene"));
+    _MakeScene();
+    _ThrowIfInterrupted();
+    _transcript.Line(Tr("Printer"));
+    _Attach(_ChooseMachine());
+    _ThrowIfInterrupted();
+    _transcript.Line(Tr("Build"));
+    _Build();
+    _transcript.Line(Tr("Figures"));
+    _ShowFigures();
+    _transcript.Line(Tr("Files"));
+    _KeepResults();
+}
+
+void Tour::_ThrowIfInterrupted() const
+{
+    QCoreApplication::processEvents();
+    if (_interrupts.WasInterrupted())
+        throw Interruption();
+}
+
+void Tour::_ListMachines()
+{
+    const auto machines = _host.GetClient().GetMachines();
+    if (machines.empty())
+        throw TourError(Tr("The catalog offers no machine."));
+    for (const auto& machine : machines) {
+        const auto data = machine.GetMachineData();
+        _transcript.Line(QStringLiteral("  %1  %2  %3  %4")
+                             .arg(QString::fromStdString(data.name), -24)
+                             .arg(QString::fromStdString(data.manufacturer), -20)
+                             .arg(DescribeVolume(data), -20)
+                             .arg(QString::fromStdString(boost::uuids::to_string(data.id))));
+    }
+}
+
+void Tour::_MakeScene()
+{
+    const auto meshes = _commandLine.meshes.empty() ? FindExampleMeshes() : _commandLine.meshes;
+    for (const auto& mesh : meshes) {
+        for (auto& part : VexlorCore::ImportMeshFile(mesh)) {
+            const auto box = part.GetBoundingBox();
+            _transcript.Line(Tr("  %1  %2 × %3 × %4 mm")
+                                 .arg(QString::fromStdWString(part.GetName()), -24)
+                                 .arg(box.max.x - box.min.x, 0, 'f', 1)
+                                 .arg(box.max.y - box.min.y, 0, 'f', 1)
+                                 .arg(box.max.z - box.min.z, 0, 'f', 1));
+            _parts.push_back(std::move(part));
+        }
+    }
+    _scene = _host.GetDatabase().CreateDataSet();
+    // The job takes the scene's name, the scene that of its first mesh.
+    _scene->SetFileName((meshes.front().stem().wstring()) + L".TavAMX");
+    _host.GetDatabase().SetActiveDataSet(_scene);
+}
+
+Machine Tour::_ChooseMachine() const
+{
+    const auto machines = _host.GetClient().GetMachines();
+    for (const auto& machine : machines) {
+        const auto data = machine.GetMachineData();
+        const QString id = QString::fromStdString(boost::uuids::to_string(data.id));
+        const bool isWanted =
+            _commandLine.machine.isEmpty()
+                ? data.buildVolume && Fits(_parts, *data.buildVolume)
+                : QString::fromStdString(data.name).compare(_commandLine.machine, Qt::CaseInsensitive) == 0 ||
+                      id.compare(_commandLine.machine, Qt::CaseInsensitive) == 0;
+        if (isWanted)
+            return machine;
+    }
+    if (_commandLine.machine.isEmpty())
+        return machines.front(); // It will name the parts that do not fit.
+    throw TourError(Tr("No machine is called '%1'; --list shows the catalog.").arg(_commandLine.machine));
+}
+
+void Tour::_Attach(const Machine& i_machine)
+{
+    const auto data = i_machine.GetMachineData();
+    if (data.buildVolume)
+        PlaceInRows(_parts, *data.buildVolume);
+    _scene->GetParts() = std::move(_parts);
+    const QString id = QString::fromStdString(boost::uuids::to_string(data.id));
+    _host.GetClient().HandleMachineChanged(_scene, QUuid::fromString(id));
+    const auto attached = _host.GetClient().TryGetPrinter(_scene);
+    if (!attached)
+        throw TourError(Tr("The machine '%1' could not be attached.").arg(QString::fromStdString(data.name)));
+    _transcript.Line(
+        Tr("  attached: %1 (%2)").arg(QString::fromStdString(attached->GetMachineData().name), DescribeVolume(data)));
+}
+
+void Tour::_Build()
+{
+    MachineService::PrinterCommandManager manager(
+        [this] { return _scene; },
+        [this](VexlorCore::DataSet* ip_scene) { return _host.GetClient().TryGetPrinter(ip_scene); },
+        _host.GetApiProviderGetter(), [] { return QString(); }, nullptr);
+    manager.Activate();
+    auto* command = manager.GetCommand(QLatin1String(MachineService::BPCommandNameBuild));
+    if (!command)
+        throw TourError(Tr("%1 does not offer the command 'Build'.").arg(manager.PrinterName()));
+    const bool done = command->Exec();
+    if (_interrupts.WasInterrupted())
+        throw Interruption();
+    if (!done)
+        throw TourError(_criticalMessage.isEmpty() ? Tr("The command 'Build' was not carried out.") : _criticalMessage);
+}
+
+QString Tour::_Property(const TavAM::Object& i_object, const wchar_t* ip_name) const
+{
+    return QString::fromStdWString(i_object.GetAMXProperties().GetText(ip_name).value_or(L""));
+}
+
+void Tour::_ShowFigures()
+{
+    namespace Names = TavAM::PropertyNames::Print3D;
+    const auto& platform = _scene->GetPlatform();
+    const auto show = [&](const QString& i_label, const wchar_t* ip_name, const QString& i_unit) {
+        const QString value = _Property(platform, ip_name);
+        if (!value.isEmpty())
+            _transcript.Line(QStringLiteral("  %1 %2 %3").arg(i_label, -10).arg(value, 12).arg(i_unit));
+    };
+    if (_Property(platform, Names::LayerCount).isEmpty())
+        throw TourError(Tr("The machine returned no figures."));
+    show(Tr("layers"), Names::LayerCount, {});
+    show(Tr("time"), Names::PrintTimeSeconds, QStringLiteral("s"));
+    show(Tr("material"), Names::MaterialMillimetres, QStringLiteral("mm"));
+    show(QString(), Names::MaterialCubicCentimetres, QStringLiteral("cm³"));
+    show(QString(), Names::MaterialGrams, QStringLiteral("g"));
+    for (const auto& part : platform.GetParts()) {
+        _transcript.Line(Tr("  %1 %2 layers %3 cm³")
+                             .arg(QString::fromStdWString(part.GetName()), -24)
+                             .arg(_Property(part, Names::LayerCount), 6)
+                             .arg(_Property(part, Names::MaterialCubicCentimetres), 10));
+    }
+}
+
+void Tour::_KeepResults()
+{
+    const std::filesystem::path machineFile =
+        _Property(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
+    if (machineFile.empty())
+        throw TourError(Tr("The machine returned no machine file."));
+    const auto copy = _outDir / machineFile.filename();
+    CopyFile(machineFile, copy);
+    _transcript.Line(Tr("  machine file  %1").arg(FromPath(copy)));
+    _transcript.Line(Tr("                %1").arg(FromPath(machineFile)));
+
+    const auto path = _outDir / "platform.TavAMX";
+    TavAM::AMXFileWriter().WriteFile(path, _scene->GetPlatform());
+    TavAM::AMXFileReader reader;
+    TavAM::Database database;
+    if (!reader.ReadFile(path, database))
+        throw TourError(QString::fromStdString(reader.GetError()));
+    if (database.GetNumPlatforms() != 1)
+        throw TourError(Tr("'%1' does not hold one platform.").arg(FromPath(path)));
+    const QString difference = FindDifference(_scene->GetPlatform(), *database.GetPlatform(0));
+    if (!difference.isEmpty())
+        throw TourError(Tr("'%1' does not hold what was saved. %2").arg(FromPath(path), difference));
+    _transcript.Line(Tr("  platform      %1 (reopened, the same)").arg(FromPath(path)));
+    _transcript.Line(Tr("  transcript    %1").arg(FromPath(_outDir / "transcript.txt")));
+}
+
+void Tour::_RemoveTraces()
+{
+    std::error_code ignored;
+    if (_scene) {
+        // The job may have been finished in the moment in which it was cancelled.
+        const std::filesystem::path machineFile =
+            _Property(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
+        if (!machineFile.empty())
+            std::filesystem::remove_all(machineFile.parent_path(), ignored);
+    }
+    for (const auto* folder : {"machines", "documents"})
+        RemoveEmptyFolders(_outDir / folder);
+}
+
+} // namespace
+
+ExitStatus RunTour(const CommandLine& i_command_line, const std::filesystem::path& i_out_dir)
+{
+    try {
+        Tour tour(i_command_line, std::filesystem::absolute(i_out_dir));
+        return tour.Run();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return Failed;
+    }
+}
+
+} // namespace Workbench

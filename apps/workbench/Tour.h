@@ -1,0 +1,24 @@
+#pragma once
+
+#include "CommandLine.h"
+
+#include <filesystem>
+
+namespace Workbench {
+
+/// Exit statuses of the program.
+enum ExitStatus : int
+{
+    Succeeded = 0,
+    Failed = 1,
+    WrongUsage = 2,
+    Interrupted = 130,
+};
+
+/// The main job without a window: catalog, scene, attachment, Build, figures, files. Prints each step as it happens.
+///
+/// Leaves in the folder the machine file, platform.TavAMX and transcript.txt; after an interruption nothing of this
+/// run. Thread: UI thread. Never throws.
+ExitStatus RunTour(const CommandLine& i_command_line, const std::filesystem::path& i_out_dir);
+
+} // namespace Workbench

@@ -1,0 +1,174 @@
+#include <gmock/gmock.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <algorithm>
+#include <csignal>
+
+namespace {
+
+using ::testing::HasSubstr;
+
+struct Outcome
+{
+    int status = -1;
+    std::string output;
+    std::string errors;
+};
+
+/// The real program with folders of its own.
+class WorkbenchTest : public ::testing::Test
+{
+protected:
+    WorkbenchTest()
+    {
+        QDir(_dir.path()).mkdir(QStringLiteral("tmp"));
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("TMPDIR"), Path("tmp"));
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), Path("config"));
+        environment.insert(QStringLiteral("MACHINESERVICE_OUT_DIR"), Path("out"));
+        _process.setProcessEnvironment(environment);
+    }
+
+    QString Path(const char* ip_name) const { return _dir.filePath(QLatin1String(ip_name)); }
+
+    void SetVariable(const char* ip_name, const QString& i_value)
+    {
+        auto environment = _process.processEnvironment();
+        environment.insert(QLatin1String(ip_name), i_value);
+        _process.setProcessEnvironment(environment);
+    }
+
+    void WriteFile(const QString& i_path, const QByteArray& i_bytes, bool i_executable = false)
+    {
+        QFile file(i_path);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(i_bytes);
+        if (i_executable)
+            file.setPermissions(file.permissions() | QFileDevice::ExeUser);
+    }
+
+    Outcome Finish()
+    {
+        EXPECT_TRUE(_process.waitForFinished(120'000));
+        return {_process.exitStatus() == QProcess::NormalExit ? _process.exitCode() : -1,
+                _process.readAllStandardOutput().toStdString(), _process.readAllStandardError().toStdString()};
+    }
+
+    Outcome Run(const QStringList& i_arguments)
+    {
+        _process.start(QStringLiteral(WORKBENCH), i_arguments);
+        return Finish();
+    }
+
+    QStringList FilesIn(const char* ip_folder) const
+    {
+        QStringList files;
+        QDirIterator all(Path(ip_folder), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
+        while (all.hasNext())
+            files << all.next();
+        return files;
+    }
+
+    QTemporaryDir _dir;
+    QProcess _process;
+};
+
+TEST_F(WorkbenchTest, TakesMeshesToAMachineFileAndLeavesItsResults)
+{
+    const auto outcome = Run({});
+    ASSERT_EQ(outcome.status, 0) << outcome.output << outcome.errors;
+    EXPECT_THAT(outcome.output, HasSubstr("reopened, the same"));
+    EXPECT_THAT(outcome.output, HasSubstr("100 %"));
+
+    QFile transcript(Path("out/transcript.txt"));
+    ASSERT_TRUE(transcript.open(QIODevice::ReadOnly));
+    EXPECT_EQ(transcript.readAll().toStdString(), outcome.output);
+    EXPECT_TRUE(QFile::exists(Path("out/platform.TavAMX")));
+    QFile machineFile(Path("out/box.gcode"));
+    ASSERT_TRUE(machineFile.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(machineFile.readAll().contains("\nG1 "));
+    EXPECT_EQ(FilesIn("tmp"), QStringList());
+
+    // A second job of that name gets a folder of its own beside the first.
+    ASSERT_EQ(Run({}).status, 0);
+    int jobs = 0;
+    for (const QString& file : FilesIn("out/machines"))
+        jobs += file.endsWith(QLatin1String(".gcode")) ? 1 : 0;
+    EXPECT_EQ(jobs, 2);
+}
+
+TEST_F(WorkbenchTest, RefusesWrongUsageAndFailsWithOneSentence)
+{
+    const QString text = Path("text.stl");
+    WriteFile(text, "this is not a mesh");
+    const struct
+    {
+        QStringList arguments;
+        int status;
+        const char* sentence;
+    } rows[] = {
+        {{QStringLiteral("--nonsense")}, 2, "nonsense"},
+        {{QStringLiteral("--machine")}, 2, "machine"},
+        {{QStringLiteral("--list"), text}, 2, "--list"},
+        {{QStringLiteral("--machine"), QStringLiteral("No Such Printer")}, 1, "No Such Printer"},
+        {{Path("absent.stl")}, 1, "absent.stl"},
+        {{text}, 1, "text.stl"},
+    };
+    for (const auto& row : rows) {
+        const auto outcome = Run(row.arguments);
+        EXPECT_EQ(outcome.status, row.status) << outcome.output << outcome.errors;
+        EXPECT_THAT(outcome.errors, HasSubstr(row.sentence));
+        if (row.status == 1)
+            EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+        EXPECT_EQ(FilesIn("tmp"), QStringList());
+    }
+    EXPECT_EQ(Run({QStringLiteral("--help")}).status, 0);
+}
+
+TEST_F(WorkbenchTest, ListsMachinesOfTheCatalogAndOfTheUsersProfiles)
+{
+    const auto outcome = Run({QStringLiteral("--list")});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_GE(std::count(outcome.output.begin(), outcome.output.end(), '\n'), 5) << outcome.output;
+    EXPECT_EQ(FilesIn("out"), QStringList()) << "a list is no result to keep";
+}
+
+TEST_F(WorkbenchTest, SaysWhyWhenTheResultsCannotBeWritten)
+{
+    WriteFile(Path("out"), "a file where the folder should be");
+    const auto outcome = Run({});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.errors, HasSubstr(Path("out").toStdString()));
+}
+
+TEST_F(WorkbenchTest, EndsWith130AndLeavesNothingWhenInterruptedWhileTheEngineRuns)
+{
+    const QString engine = Path("engine");
+    WriteFile(engine, "#!/bin/sh\necho $$ > \"" + Path("engine.pid").toUtf8() + "\"\nexec sleep 1000\n", true);
+    SetVariable("MACHINESERVICE_ENGINE_PATH", engine);
+    _process.start(QStringLiteral(WORKBENCH), {});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(Path("engine.pid")); }, 30'000));
+
+    QElapsedTimer timer;
+    timer.start();
+    ::kill(static_cast<pid_t>(_process.processId()), SIGINT);
+    const auto outcome = Finish();
+    EXPECT_LT(timer.elapsed(), 3000);
+    EXPECT_EQ(outcome.status, 130) << outcome.output << outcome.errors;
+    EXPECT_EQ(FilesIn("tmp"), QStringList());
+    EXPECT_EQ(FilesIn("out"), QStringList());
+    QFile pid(Path("engine.pid"));
+    ASSERT_TRUE(pid.open(QIODevice::ReadOnly));
+    EXPECT_NE(::kill(pid.readAll().trimmed().toInt(), 0), 0) << "the engine still runs";
+}
+
+} // namespace
