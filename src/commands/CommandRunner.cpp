@@ -1,0 +1,235 @@
+#include "commands/CommandRunner.h"
+
+#include "client/events/ChangesHandler.h"
+#include "client/events/ChangesListener.h"
+#include "client/interface/CommunicationException.h"
+#include "client/interface/ScopedTempDir.h"
+#include "commands/FailureReport.h"
+#include "commands/JobListDialog.h"
+#include "platform/ProcessorOutput.h"
+
+#include "vexlorcore/Application.h"
+#include "vexlorcore/IVexlorApiProvider.h"
+
+#include <QCoreApplication>
+
+#include <algorithm>
+#include <atomic>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace MachineService::Helpers {
+
+namespace {
+
+bool IsPlatformFormat(DataFormat i_format)
+{
+    return i_format >= DataFormat::Platform && i_format <= DataFormat::AdditionalParts;
+}
+
+bool IsDocumentFormat(DataFormat i_format)
+{
+    return i_format >= DataFormat::Document && i_format <= DataFormat::Other;
+}
+
+std::string GetInputFileName(DataFormat i_format)
+{
+    if (IsPlatformFormat(i_format))
+        return "Scene.TavAMX";
+    if (IsDocumentFormat(i_format))
+        return "Scene.xml";
+    throw CommunicationException(ErrorCode::UnsupportedOutputFormat, "Unsupported input file format.");
+}
+
+/// A scene as the job's thread may hold it: not owned, because a scene must go on the UI thread.
+class SceneHandle
+{
+public:
+    explicit SceneHandle(VexlorCore::DataSet& io_scene)
+        : _scene(&io_scene)
+        , _life(io_scene.weak_from_this())
+    {}
+
+    /// For operations of the host, which find out themselves when the scene is closed from here on.
+    /// \throws std::runtime_error.
+    VexlorCore::DataSet* Get() const
+    {
+        if (_life.expired())
+            throw std::runtime_error("The scene was closed.");
+        return _scene;
+    }
+
+private:
+    VexlorCore::DataSet* _scene;
+    std::weak_ptr<VexlorCore::DataSet> _life;
+};
+
+/// Everything that one run needs; copied into the job.
+struct Run
+{
+    MachineOperation operation;
+    SceneHandle scene;
+    CommandParameters parameters;
+    DataFormat dataFormat;
+    bool isSubmission;
+    ApiProviderGetter apiProvider;
+};
+
+void LoadOutput(const Run& i_run, const CommandResult& i_result, const ScopedTempDir& i_output)
+{
+    const DataFormat format = i_result.dataFormat == DataFormat::Undefined ? i_run.dataFormat : i_result.dataFormat;
+    if (format == DataFormat::None)
+        return;
+    const auto paths = i_output.GetFilesByFilter(IsPlatformFormat(format) ? "*.TavAMX" : "*");
+    if (paths.empty())
+        return;
+    std::vector<std::wstring> files;
+    std::transform(paths.begin(), paths.end(), std::back_inserter(files),
+                   [](const auto& i_path) { return i_path.wstring(); });
+    LoadProcessorOutput(i_run.scene.Get(), format, files, i_run.apiProvider, {});
+}
+
+void ThrowIfFailed(const CommandResult& i_result)
+{
+    if (i_result.status != 0)
+        throw CommunicationException(static_cast<ErrorCode>(i_result.status), i_result.message.c_str());
+    if (!i_result.completed)
+        throw CommunicationException(ErrorCode::ProcessingError, i_result.message.c_str());
+}
+
+CommandResult RunInTemporaryFolders(const Run& i_run, VexlorCore::IJobProgress& io_progress)
+{
+    const ScopedTempDir output;
+    const ScopedTempDir input;
+    CommandParameters parameters = i_run.parameters;
+    parameters.outputDir = output.GetAbsoluteDir();
+    parameters.inputFile = input.GetAbsoluteFileNameInTempDir(GetInputFileName(i_run.dataFormat));
+
+    i_run.apiProvider().SaveProcessorInput(i_run.scene.Get(), static_cast<std::int32_t>(i_run.dataFormat),
+                                           parameters.inputFile);
+    ThrowIfCancelled(io_progress);
+    CommandResult result = AwaitServiceAnswer(i_run.operation, std::move(parameters), io_progress);
+    ThrowIfFailed(result);
+    // From here on a cancellation comes too late: results are taken into the scene as a whole.
+    LoadOutput(i_run, result, output);
+    return result;
+}
+
+/// The job itself. True when the command succeeded; otherwise the user was told.
+bool RunCommandWrapper(const Run& i_run, VexlorCore::IJobProgress& io_progress)
+{
+    return ReportFailures(i_run.apiProvider, [&] {
+        ThrowIfCancelled(io_progress);
+        // The folders are gone before any message waits for the user.
+        const CommandResult result = RunInTemporaryFolders(i_run, io_progress);
+        if (i_run.isSubmission && result.secondStatus == SubmissionSent)
+            ShowPlatformSent(result.jobList, i_run.apiProvider());
+        return true;
+    });
+}
+
+/// Learns whether the selection changes while a command runs.
+class SelectionWatch
+{
+public:
+    SelectionWatch()
+    {
+        const VexlorCore::Application* const application = VexlorCore::Application::GetInstance();
+        if (!application || !application->GetDatabase())
+            return;
+        // A run that is refused because another one is on its way must not end the other one's session.
+        if (!ChangesListener::GetInstance())
+            _session.emplace();
+        _registration.emplace(true);
+    }
+
+    bool HasChanged()
+    {
+        return _registration && _registration->GetHandler().CheckAndResetChanges(ChangeFlagSelectionChanged);
+    }
+
+private:
+    std::optional<ListenerSession> _session;
+    std::optional<ChangesHandlerRegistration> _registration;
+};
+
+/// Runs the job in the way that i_start gives it to the host.
+bool Execute(const Run& i_run, const std::function<bool(IVexlorApiProvider&, const VexlorCore::Job&)>& i_start)
+{
+    SelectionWatch selection;
+    IVexlorApiProvider& provider = i_run.apiProvider();
+    const auto was_reported = std::make_shared<std::atomic<bool>>(false);
+    bool succeeded = false;
+    try {
+        succeeded = i_start(provider, [i_run, was_reported](VexlorCore::IJobProgress& io_progress) {
+            const bool job_succeeded = RunCommandWrapper(i_run, io_progress);
+            *was_reported = !job_succeeded;
+            return job_succeeded;
+        });
+    } catch (...) {
+        // The job tells of its own failure; what the host adds to it would be a second message.
+        if (!*was_reported)
+            throw;
+    }
+    // Buttons that depend on the selection were not checked while the command ran.
+    if (selection.HasChanged())
+        provider.UpdateCommands();
+    return succeeded;
+}
+
+} // namespace
+
+CommandParameters MakeParameters(const CommandDescription& i_description, const char* ip_process_name)
+{
+    CommandParameters parameters;
+    parameters.commandId = i_description.id;
+    parameters.processName = ip_process_name;
+    return parameters;
+}
+
+VexlorCore::DataSet& RequireScene(const DataSetGetter& i_data_set)
+{
+    VexlorCore::DataSet* const data_set = i_data_set();
+    if (!data_set)
+        throw std::runtime_error(
+            QCoreApplication::translate("PrinterHelpers", "There is no active scene.").toStdString());
+    return *data_set;
+}
+
+bool IsServedByMachineManager(const Machine& i_machine)
+{
+    return i_machine.GetMachineData().serviceId == ServiceId::MachineManager;
+}
+
+bool RunCommand(VexlorCore::DataSet& io_scene, const Machine& i_machine, const CommandParameters& i_parameters,
+                DataFormat i_data_format, const QString& i_title, const ApiProviderGetter& i_api_provider)
+{
+    const bool is_submission = IsServedByMachineManager(i_machine);
+    const auto operation = [i_machine](const CommandParameters& i_run_parameters) {
+        return i_machine.RunCommand(i_run_parameters);
+    };
+    const Run run = {operation, SceneHandle(io_scene), i_parameters, i_data_format, is_submission, i_api_provider};
+    return Execute(run, [&](IVexlorApiProvider& io_provider, const VexlorCore::Job& i_job) {
+        if (!is_submission)
+            return io_provider.RunJob(i_title, i_job);
+        return io_provider.RunJobWithTitle(
+            QCoreApplication::translate("PrinterHelpers", "Creating a job in the Machine Manager"), i_job);
+    });
+}
+
+bool RunOperation(VexlorCore::DataSet& io_scene, const MachineOperation& i_operation,
+                  const CommandParameters& i_parameters, DataFormat i_data_format, const QString& i_title,
+                  const ApiProviderGetter& i_api_provider)
+{
+    const Run run = {i_operation, SceneHandle(io_scene), i_parameters, i_data_format, false, i_api_provider};
+    return Execute(run, [&](IVexlorApiProvider& io_provider, const VexlorCore::Job& i_job) {
+        return io_provider.RunJob(i_title, i_job);
+    });
+}
+
+} // namespace MachineService::Helpers

@@ -1,0 +1,38 @@
+#include "commands/PrinterCommand.h"
+
+#include <utility>
+
+namespace MachineService {
+
+struct PrinterCommand::Impl
+{
+    std::function<bool()> exec;
+    std::function<bool(const UpdatableContext&)> update;
+};
+
+PrinterCommand::PrinterCommand(const QString& i_name, const QStringList& i_layouts, const QString& i_context,
+                               std::function<bool()> i_exec, std::function<bool(const UpdatableContext&)> i_update)
+    : UiCommand(i_name, Vexlor::UICommands::CheckOutRecord(), nullptr)
+    , _impl(std::make_shared<const Impl>(Impl{std::move(i_exec), std::move(i_update)}))
+{
+    SetCustomizable(false);
+    SetLayouts(i_layouts);
+    SetContext(i_context);
+}
+
+PrinterCommand::~PrinterCommand() = default;
+
+bool PrinterCommand::_ExecUiCommand()
+{
+    // The event loop turns while a command runs: when its machine goes meanwhile, this object goes too.
+    const std::shared_ptr<const Impl> impl = _impl;
+    return impl->exec();
+}
+
+void PrinterCommand::_UpdateUiCommand(const UpdatableContext& i_context)
+{
+    const std::shared_ptr<const Impl> impl = _impl;
+    SetEnabled(impl->update(i_context));
+}
+
+} // namespace MachineService
