@@ -1,0 +1,46 @@
+#include "commands/CommandInsertHint.h"
+
+#include "commands/CommandNames.h"
+
+#include <QAbstractItemModel>
+
+namespace MachineService {
+
+namespace {
+
+bool HoldsBuild(const QAbstractItemModel& i_model, const QModelIndex& i_group, int i_row_count)
+{
+    for (int row = 0; row < i_row_count; ++row)
+        if (i_model.index(row, 0, i_group).data(Qt::UserRole).toString() == QLatin1String(BPCommandNameBuild))
+            return true;
+    return false;
+}
+
+int GetPosition(const QString& i_command_name, const QAbstractItemModel& i_model, const QModelIndex& i_group)
+{
+    if (i_command_name == QLatin1String(BPCommandNameConfigure) ||
+        i_command_name == QLatin1String(BPCommandNameConfigureConnection))
+        return 0;
+    const int row_count = i_model.rowCount(i_group);
+    if (i_command_name == QLatin1String(BPCommandNameBuild))
+        return row_count;
+    return HoldsBuild(i_model, i_group, row_count) ? row_count - 1 : row_count;
+}
+
+} // namespace
+
+std::optional<Vexlor::UIProfiles::InsertHint> BPCommandInsertHint(const QString& i_command_name,
+                                                                  const QModelIndex& i_target)
+{
+    if (!i_target.isValid())
+        return std::nullopt;
+    const QAbstractItemModel& model = *i_target.model();
+    Vexlor::UIProfiles::InsertHint hint;
+    if (model.rowCount(i_target) == 0)
+        hint.createGroup = 1;
+    else
+        hint.position = GetPosition(i_command_name, model, model.index(0, 0, i_target));
+    return hint;
+}
+
+} // namespace MachineService
