@@ -7,6 +7,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,7 +36,8 @@ public:
     TavAM::Object& GetAMObject() { return *_platform; }
     TavAM::Platform& GetPlatform() { return *_platform; }
     const TavAM::Platform& GetPlatform() const { return *_platform; }
-    /// Takes the platform over as it is; sends nothing.
+    /// Takes the platform over as it is. References to the platform stay valid, those to its parts do not; parts that are
+    /// gone leave the selection, which is all that is announced.
     void SetPlatform(TavAM::Platform i_platform);
 
     std::vector<Part>& GetParts() { return _platform->GetParts(); }
@@ -44,6 +46,13 @@ public:
     /// Revision ids of the selected parts. Setting another selection sends SelectionChanged.
     const std::vector<boost::uuids::uuid>& GetSelection() const { return _selection; }
     void SetSelection(std::vector<boost::uuids::uuid> i_selection);
+
+    /// Stacks of slices that the host keeps with the scene beside the parts; they are not saved with the platform.
+    std::size_t GetSliceStackCount() const { return _sliceStackCount; }
+    void SetSliceStackCount(std::size_t i_count) { _sliceStackCount = i_count; }
+    /// Parts whose core the host keeps as lattice and not as representation; they are not saved with the platform.
+    std::size_t GetHybridCorePartCount() const { return _hybridCorePartCount; }
+    void SetHybridCorePartCount(std::size_t i_count) { _hybridCorePartCount = i_count; }
 
     PropertyCollection& GetPropertyCollection() { return _properties; }
     const PropertyCollection& GetPropertyCollection() const { return _properties; }
@@ -68,6 +77,8 @@ private:
     std::vector<boost::uuids::uuid> _selection;
     std::unique_ptr<NotificationSender> _sender;
     std::wstring _fileName;
+    std::size_t _sliceStackCount = 0;
+    std::size_t _hybridCorePartCount = 0;
 };
 
 } // namespace VexlorCore

@@ -58,12 +58,13 @@ public:
     /// \throws TavAM::FileError; std::runtime_error "The scene was closed.".
     virtual void SaveProcessorInput(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                                     const std::filesystem::path& i_path) = 0;
-    /// 8. The scene's assigned strategies and such are the host's: true when parts may be sent as they are. The host may
-    /// bring pending edits of the scene to an end first.
+    /// 8. Lets the host bring pending edits of the scene to an end, so that the parts may be sent as they are. False: the
+    /// user declined. \throws std::runtime_error "The scene was closed.".
     virtual bool PrepareScene(VexlorCore::DataSet* ip_data_set) = 0;
     /// 9. Takes the files of a machine into the scene.
-    /// \param i_import_kind 1 whole platform: parts are matched by revision id, unknown ones added; 2 placements;
-    ///        3 properties of platform and parts; 4 strategies; 5 additional parts.
+    /// \param i_import_kind 1 whole platform: parts are matched by revision id and replaced, unknown ones added, the scene's
+    ///        others stay, and so does its attachment to a machine when the file has none; 2 placements; 3 properties of
+    ///        platform and parts; 4 strategies; 5 additional parts, also from mesh files.
     /// \param i_on_platform_loaded called on the UI thread for each platform after it was taken in; may be empty.
     /// \param i_options 0; reserved.
     /// \throws TavAM::FileError; std::runtime_error "The scene was closed.". The scene is then unchanged.

@@ -52,6 +52,10 @@ public:
 
     /// Runs the command, enabled or not; true when it was carried out.
     bool Exec();
+    /// True from the start of Exec to its end; the run may turn the event loop.
+    bool IsRunning() const;
+    /// Holds an owner until the run has ended. For containers that drop a running command.
+    void KeepWhileRunning(std::shared_ptr<UiCommand> ip_self);
     /// Lets the command decide whether it is enabled.
     void Update(const UpdatableContext& i_context);
 

@@ -1,0 +1,170 @@
+#include "PlatformImport.h"
+
+#include "tavam/AMXFileReader.h"
+#include "tavam/FileError.h"
+#include "tavam/PropertyNames.h"
+#include "vexlorcore/MeshImporter.h"
+#include "vexlorcore/Notifications.h"
+
+#include <boost/uuid/random_generator.hpp>
+
+#include <QString>
+
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
+
+namespace Vexlor {
+
+namespace {
+
+namespace Names = TavAM::PropertyNames::Print3D;
+
+void AddProperties(TavAM::PersistentProperties& io_properties, const TavAM::PersistentProperties& i_added)
+{
+    for (const auto& [name, text] : i_added.GetAll()) {
+        if (text)
+            io_properties.SetText(name, *text);
+        else
+            io_properties.SetUndefined(name);
+    }
+}
+
+/// The attachment is one thing of several properties: a file brings all of it or nothing.
+void KeepAttachment(const TavAM::PersistentProperties& i_former, TavAM::PersistentProperties& io_properties)
+{
+    if (io_properties.Has(Names::SelectedQueueID) || io_properties.Has(Names::OldSelectedQueueID))
+        return;
+    for (const auto* name : {Names::SelectedQueueID, Names::OldSelectedQueueID, Names::MachineInformationTimestamp}) {
+        io_properties.Remove(name);
+        const auto found = i_former.GetAll().find(name);
+        if (found == i_former.GetAll().end())
+            continue;
+        if (found->second)
+            io_properties.SetText(name, *found->second);
+        else
+            io_properties.SetUndefined(name);
+    }
+}
+
+void TakeWhole(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded)
+{
+    auto properties = i_loaded.GetAMXProperties();
+    KeepAttachment(std::as_const(io_scene).GetAMXProperties(), properties);
+    io_scene.GetAMXProperties() = properties;
+    io_scene.SetName(i_loaded.GetName());
+    if (const auto* machine = i_loaded.GetMachine())
+        io_scene.SetMachine(*machine);
+    for (const auto& part : i_loaded.GetParts()) {
+        if (auto* former = io_scene.FindPart(part.GetRevisionId()))
+            *former = part;
+        else
+            io_scene.GetParts().push_back(part);
+    }
+}
+
+void AddParts(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded)
+{
+    for (auto part : i_loaded.GetParts()) {
+        if (io_scene.FindPart(part.GetRevisionId()))
+            part.SetRevisionId(boost::uuids::random_generator()());
+        io_scene.GetParts().push_back(std::move(part));
+    }
+}
+
+void TakePart(TavAM::Part& io_part, const TavAM::Part& i_loaded, ImportKind i_kind)
+{
+    if (i_kind == ImportKind::Placements)
+        io_part.SetPlacement(i_loaded.GetPlacement());
+    else if (i_kind == ImportKind::Properties)
+        AddProperties(io_part.GetAMXProperties(), i_loaded.GetAMXProperties());
+    else if (i_kind == ImportKind::Strategies && i_loaded.GetStrategies())
+        io_part.SetStrategies(i_loaded.GetStrategies());
+}
+
+bool IsPlatformFile(const std::filesystem::path& i_path)
+{
+    return QString::fromStdString(i_path.extension().string()).compare(QLatin1String(".TavAMX"), Qt::CaseInsensitive) ==
+           0;
+}
+
+} // namespace
+
+ImportKind ToImportKind(std::int32_t i_kind)
+{
+    if (i_kind < static_cast<std::int32_t>(ImportKind::WholePlatform) ||
+        i_kind > static_cast<std::int32_t>(ImportKind::AdditionalParts))
+        throw std::runtime_error("The host does not know the import kind " + std::to_string(i_kind) + ".");
+    return static_cast<ImportKind>(i_kind);
+}
+
+Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_meshes)
+{
+    Platforms platforms;
+    for (const auto& name : i_files) {
+        const std::filesystem::path path = QString::fromStdWString(name).toStdString();
+        if (i_with_meshes && !IsPlatformFile(path)) {
+            auto platform = std::make_shared<TavAM::Platform>();
+            platform->GetParts() = VexlorCore::ImportMeshFile(path);
+            platforms.push_back(std::move(platform));
+            continue;
+        }
+        TavAM::AMXFileReader reader;
+        TavAM::Database file;
+        if (!reader.ReadFile(path, file))
+            throw TavAM::FileError(reader.GetError());
+        if (file.GetNumPlatforms() == 0)
+            throw TavAM::FileError("'" + path.string() + "' holds no platform.");
+        for (std::size_t i = 0; i < file.GetNumPlatforms(); ++i)
+            platforms.push_back(file.GetPlatform(i));
+    }
+    return platforms;
+}
+
+void MergePlatform(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded, ImportKind i_kind)
+{
+    if (i_kind == ImportKind::WholePlatform)
+        return TakeWhole(io_scene, i_loaded);
+    if (i_kind == ImportKind::AdditionalParts)
+        return AddParts(io_scene, i_loaded);
+    if (i_kind == ImportKind::Properties)
+        AddProperties(io_scene.GetAMXProperties(), i_loaded.GetAMXProperties());
+    for (const auto& part : i_loaded.GetParts()) {
+        if (auto* known = io_scene.FindPart(part.GetRevisionId()))
+            TakePart(*known, part, i_kind);
+    }
+}
+
+std::uint32_t GetActions(ImportKind i_kind)
+{
+    using VexlorCore::DatabaseAction;
+    const auto added = static_cast<std::uint32_t>(DatabaseAction::PartsAdded);
+    const auto moved = static_cast<std::uint32_t>(DatabaseAction::PartsMoved);
+    const auto properties = static_cast<std::uint32_t>(DatabaseAction::PropertiesChanged);
+    switch (i_kind) {
+    case ImportKind::WholePlatform:
+        return added | moved | properties;
+    case ImportKind::Placements:
+        return moved;
+    case ImportKind::Properties:
+    case ImportKind::Strategies:
+        return properties;
+    case ImportKind::AdditionalParts:
+        return added;
+    }
+    return 0;
+}
+
+TavAM::Platform WithPartsOf(const TavAM::Platform& i_scene, TavAM::Platform i_loaded)
+{
+    std::vector<TavAM::Part> loaded;
+    loaded.swap(i_loaded.GetParts());
+    i_loaded.GetParts() = i_scene.GetParts();
+    for (auto& part : loaded) {
+        if (!i_loaded.FindPart(part.GetRevisionId()))
+            i_loaded.GetParts().push_back(std::move(part));
+    }
+    return i_loaded;
+}
+
+} // namespace Vexlor
