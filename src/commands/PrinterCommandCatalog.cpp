@@ -6,6 +6,7 @@
 #include "commands/ConfigurationCommands.h"
 
 #include "vexlorcore/Application.h"
+#include "vexlorui/IconUpdater.h"
 #include "vexlorui/LayoutNames.h"
 #include "vexlorui/UpdatableContext.h"
 
@@ -152,8 +153,11 @@ std::unique_ptr<PrinterCommand> CreatePrinterCommand(const CommandDescription& i
     const QString tool_tip = GetCommandToolTip(i_description, *name);
     command->SetToolTip(tool_tip);
     command->SetStatusTip(tool_tip);
-    if (TakesOwnIcon(i_description.type) && !i_description.icon.empty())
-        command->SetIcon(LoadCommandIcon(i_description.icon));
+    if (TakesOwnIcon(i_description.type) && !i_description.icon.empty()) {
+        const QIcon icon = LoadCommandIcon(i_description.icon);
+        command->SetIcon(icon);
+        Vexlor::UICommands::IconUpdater::RegisterIcon(*name, icon);
+    }
     return command;
 }
 

@@ -1,0 +1,203 @@
+#include "commands/PrinterCommandManager.h"
+
+#include "client/interface/CommunicationException.h"
+#include "commands/CommandTexts.h"
+#include "commands/PrinterCommandCatalog.h"
+
+#include "vexlorcore/Application.h"
+#include "vexlorcore/Listener.h"
+#include "vexlorcore/Notifications.h"
+#include "vexlorui/IconUpdater.h"
+
+#include <QIcon>
+#include <QLoggingCategory>
+
+#include <boost/uuid/string_generator.hpp>
+
+#include <exception>
+#include <utility>
+#include <vector>
+
+namespace MachineService {
+
+namespace {
+
+Q_LOGGING_CATEGORY(ManagerLog, "machineservice.commands.manager")
+
+constexpr std::size_t MaxPrinterNameLength = 200;
+
+} // namespace
+
+/// Hears of scenes and their printers.
+class PrinterCommandManager::Listener final : public VexlorCore::MListener
+{
+public:
+    explicit Listener(PrinterCommandManager& io_manager)
+        : _manager(io_manager)
+    {
+        const VexlorCore::Application* const application = VexlorCore::Application::GetInstance();
+        if (application && application->GetDatabase()) {
+            application->GetDatabase()->AddListener(this);
+            StartListening();
+        }
+    }
+
+protected:
+    void ExecuteSelf(const VexlorCore::INotification& i_notification) override
+    {
+        if (dynamic_cast<const VexlorCore::DataSetActivated*>(&i_notification) ||
+            dynamic_cast<const VexlorCore::BPQueueChanged*>(&i_notification) ||
+            dynamic_cast<const VexlorCore::BPPlatformDetached*>(&i_notification))
+            _manager._DoOnNotify();
+    }
+
+private:
+    PrinterCommandManager& _manager;
+};
+
+struct PrinterCommandManager::Impl
+{
+    CommandGetters getters;
+    std::function<std::optional<Machine>(VexlorCore::DataSet*)> getMachine;
+    QString printerName;
+    boost::uuids::uuid machineId = {}; // nil while no commands are shown
+    std::unique_ptr<Listener> listener;
+};
+
+PrinterCommandManager::PrinterCommandManager(std::function<VexlorCore::DataSet*()> i_get_data_set,
+                                             std::function<std::optional<Machine>(VexlorCore::DataSet*)> i_get_machine,
+                                             std::function<IVexlorApiProvider&()> i_get_api_provider,
+                                             std::function<QString()> i_get_text, QObject* ip_parent)
+    : BaseCommandsStorage(ip_parent)
+    , _impl(std::make_unique<Impl>())
+{
+    _impl->getters = {std::move(i_get_data_set), std::move(i_get_api_provider), std::move(i_get_text)};
+    _impl->getMachine = std::move(i_get_machine);
+    _impl->listener = std::make_unique<Listener>(*this);
+}
+
+PrinterCommandManager::~PrinterCommandManager() = default;
+
+QString PrinterCommandManager::PrinterName() const
+{
+    return _impl->printerName;
+}
+
+void PrinterCommandManager::InitProductFeatures(const QSet<QString>&, const QMap<QString, QStringList>&) {}
+
+void PrinterCommandManager::MachineModified(QUuid i_id)
+{
+    if (_impl->machineId.is_nil())
+        return;
+    const std::string text = i_id.toString(QUuid::WithoutBraces).toStdString();
+    if (boost::uuids::string_generator()(text) == _impl->machineId)
+        _CheckAndTell();
+}
+
+void PrinterCommandManager::CheckCommands()
+{
+    _CheckAndTell();
+}
+
+void PrinterCommandManager::Activate()
+{
+    Q_EMIT Activated();
+    _CheckAndTell();
+}
+
+void PrinterCommandManager::Deactivate()
+{
+    Q_EMIT Deactivated();
+}
+
+void PrinterCommandManager::_CheckAndTell()
+{
+    try {
+        if (_CheckCommands())
+            Q_EMIT PrinterNameUpdated(_impl->printerName);
+    } catch (const std::exception& exception) {
+        // A caller can handle it; the event loop, which called when there is a sender, would end the host.
+        if (!sender())
+            throw;
+        qCWarning(ManagerLog) << "The commands of the printer could not be checked:" << exception.what();
+    }
+}
+
+void PrinterCommandManager::_DoOnNotify()
+{
+    try {
+        _CheckAndTell();
+    } catch (const std::exception& exception) {
+        qCWarning(ManagerLog) << "The commands of the printer could not be checked:" << exception.what();
+    }
+}
+
+bool PrinterCommandManager::_CheckCommands()
+{
+    const std::optional<Machine> machine = _impl->getMachine(_impl->getters.dataSet());
+    const MachineData data = machine ? machine->GetMachineData() : MachineData();
+    // A machine with the nil id counts as no machine.
+    if (data.id.is_nil()) {
+        if (_impl->machineId.is_nil())
+            return false;
+        _impl->machineId = {};
+        _Clear();
+        _impl->printerName.clear();
+        return true;
+    }
+
+    _impl->printerName = ToDisplayText(data.name, MaxPrinterNameLength);
+    if (data.id != _impl->machineId) {
+        _impl->machineId = data.id;
+        _Clear();
+    }
+
+    // Only what is missing is built: most checks find the commands as they are.
+    const std::vector<CommandDescription> offered = GetKnownCommands(*machine);
+    std::vector<QString> names;
+    names.reserve(offered.size());
+    for (const CommandDescription& description : offered)
+        names.push_back(GetCommandName(description, data).value_or(QString()));
+
+    QSet<QString> stored;
+    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands())
+        stored.insert(command->GetId());
+
+    QSet<QString> obsolete = stored;
+    for (const QString& name : names)
+        obsolete.remove(name);
+    for (const QString& name : obsolete) {
+        RemoveCommand(name);
+        Vexlor::UICommands::IconUpdater::RegisterIcon(name, QIcon());
+    }
+
+    for (std::size_t index = 0; index < offered.size(); ++index) {
+        if (stored.contains(names[index]))
+            continue;
+        std::shared_ptr<PrinterCommand> command = CreatePrinterCommand(offered[index], *machine, _impl->getters);
+        command->moveToThread(thread());
+        if (!AddCommand(std::move(command)))
+            throw CommunicationException(ErrorCode::InternalError,
+                                         "Can't insert BP command for Print3D Command Manager");
+    }
+    return true;
+}
+
+void PrinterCommandManager::_Clear()
+{
+    QSet<QString> ids;
+    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands())
+        ids.insert(command->GetId());
+    if (ids.isEmpty())
+        return;
+    // Once for all of them, not once more for what the container announces.
+    Q_EMIT BeforeCommandsRemoved(ids);
+    _BeginCommandsUpdate();
+    Clear();
+    _EndCommandsUpdate();
+    for (const QString& id : ids)
+        Vexlor::UICommands::IconUpdater::RegisterIcon(id, QIcon());
+    Q_EMIT CommandsRemoved(ids);
+}
+
+} // namespace MachineService
