@@ -1,0 +1,99 @@
+#include "tavsdk/Utf8.h"
+
+namespace TavSDK {
+
+static_assert(sizeof(wchar_t) == sizeof(char32_t), "wide strings hold one character per unit");
+
+namespace {
+
+constexpr char32_t NoCharacter = 0xFFFFFFFF;
+
+bool IsCharacter(char32_t i_character)
+{
+    return i_character <= 0x10FFFF && (i_character < 0xD800 || i_character > 0xDFFF);
+}
+
+/// The character at the position, which moves behind it; NoCharacter when the bytes there are none.
+char32_t Next(std::string_view i_text, std::size_t& io_position)
+{
+    const auto first = static_cast<unsigned char>(i_text[io_position]);
+    if (first < 0x80) {
+        ++io_position;
+        return first;
+    }
+    const unsigned length = first >= 0xF0 && first < 0xF8 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC2 || first >= 0xF8 || i_text.size() - io_position < length)
+        return NoCharacter;
+    char32_t character = first & (0x7FU >> length);
+    for (unsigned index = 1; index < length; ++index) {
+        const auto next = static_cast<unsigned char>(i_text[io_position + index]);
+        if ((next & 0xC0U) != 0x80U)
+            return NoCharacter;
+        character = (character << 6U) | (next & 0x3FU);
+    }
+    constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    if (character < smallest[length] || !IsCharacter(character))
+        return NoCharacter;
+    io_position += length;
+    return character;
+}
+
+} // namespace
+
+void AppendUtf8(char32_t i_character, std::string& io_text)
+{
+    const auto append = [&io_text](char32_t i_byte) {
+        io_text += static_cast<char>(i_byte);
+    };
+    if (i_character < 0x80) {
+        append(i_character);
+        return;
+    }
+    if (i_character < 0x800) {
+        append(0xC0U | (i_character >> 6U));
+    } else {
+        if (i_character < 0x10000) {
+            append(0xE0U | (i_character >> 12U));
+        } else {
+            append(0xF0U | (i_character >> 18U));
+            append(0x80U | ((i_character >> 12U) & 0x3FU));
+        }
+        append(0x80U | ((i_character >> 6U) & 0x3FU));
+    }
+    append(0x80U | (i_character & 0x3FU));
+}
+
+std::string ToUtf8(std::wstring_view i_text)
+{
+    std::string text;
+    text.reserve(i_text.size());
+    for (const wchar_t unit : i_text) {
+        const auto character = static_cast<char32_t>(unit);
+        AppendUtf8(IsCharacter(character) ? character : U'\uFFFD', text);
+    }
+    return text;
+}
+
+std::optional<std::wstring> FromUtf8(std::string_view i_text)
+{
+    std::wstring text;
+    text.reserve(i_text.size());
+    for (std::size_t position = 0; position < i_text.size();) {
+        const char32_t character = Next(i_text, position);
+        if (character == NoCharacter)
+            return std::nullopt;
+        text += static_cast<wchar_t>(character);
+    }
+    return text;
+}
+
+bool IsUtf8(std::string_view i_text)
+{
+    for (std::size_t position = 0; position < i_text.size();) {
+        if (Next(i_text, position) == NoCharacter)
+            return false;
+    }
+    return true;
+}
+
+} // namespace TavSDK

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tavsdk_export.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace TavSDK {
+
+/// UTF-8 of a wide string; what is no character (half a surrogate pair, beyond U+10FFFF) becomes U+FFFD.
+TAVSDK_EXPORT std::string ToUtf8(std::wstring_view i_text);
+/// Empty when the bytes are not UTF-8.
+TAVSDK_EXPORT std::optional<std::wstring> FromUtf8(std::string_view i_text);
+TAVSDK_EXPORT bool IsUtf8(std::string_view i_text);
+
+/// Appends the UTF-8 of one character; the character must be one (see ToUtf8).
+TAVSDK_EXPORT void AppendUtf8(char32_t i_character, std::string& io_text);
+
+} // namespace TavSDK

@@ -1,0 +1,265 @@
+#include "tavsdk/XmlWriter.h"
+
+#include "tavsdk/Utf8.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace TavSDK {
+
+namespace {
+
+constexpr std::size_t BufferSize = std::size_t{64} << 10U;
+
+struct FileCloser
+{
+    void operator()(std::FILE* ip_file) const { std::fclose(ip_file); }
+};
+
+/// Characters that stand for themselves everywhere.
+constexpr std::array<bool, 256> MakePlain()
+{
+    std::array<bool, 256> plain = {};
+    for (unsigned character = 0x20; character < 256; ++character)
+        plain[character] = character != '&' && character != '<' && character != '>' && character != '"';
+    return plain;
+}
+constexpr std::array<bool, 256> mgp_plain = MakePlain();
+
+bool HoldsNoncharacter(std::string_view i_text)
+{
+    return i_text.find("\xEF\xBF\xBE") != std::string_view::npos ||
+           i_text.find("\xEF\xBF\xBF") != std::string_view::npos;
+}
+
+/// Enough to keep markup out of names; names come from the program, not from outside.
+bool IsName(std::string_view i_name)
+{
+    if (i_name.empty() || !IsUtf8(i_name) || i_name.find_first_of("-.0123456789") == 0)
+        return false;
+    for (const char character : i_name) {
+        const auto byte = static_cast<unsigned char>(character);
+        const bool isPlain =
+            (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
+        if (!isPlain && byte < 0x80 && std::string_view("_:-.").find(character) == std::string_view::npos)
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+class XmlWriter::Impl
+{
+public:
+    void Begin(std::unique_ptr<std::FILE, FileCloser> ip_file)
+    {
+        file = std::move(ip_file);
+        isInMemory = !file;
+        isOpen = true;
+        isTagOpen = false;
+        hasRoot = false;
+        tags.clear();
+        text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+    }
+
+    void RequireOpen() const
+    {
+        if (!isOpen)
+            throw std::runtime_error("no XML document is open");
+    }
+
+    void EndOpenTag()
+    {
+        if (isTagOpen)
+            text += '>';
+        isTagOpen = false;
+        if (!isInMemory && text.size() >= BufferSize)
+            Flush();
+    }
+
+    void Flush()
+    {
+        const bool isWritten = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+        text.clear();
+        if (!isWritten)
+            ThrowWriteError();
+    }
+
+    [[noreturn]] static void ThrowWriteError()
+    {
+        throw std::runtime_error("the XML document cannot be written: " + std::generic_category().message(errno));
+    }
+
+    /// \param i_is_attribute line ends and tabs in an attribute would be read back as blanks.
+    void AppendEscaped(std::string_view i_text, bool i_is_attribute);
+
+    std::unique_ptr<std::FILE, FileCloser> file;
+    std::string text;              ///< what is not in the file yet; the whole document when it is made in memory
+    std::vector<std::string> tags; ///< open elements
+    std::string attributes;        ///< names in the open tag, each between zero bytes
+    bool isInMemory = false;
+    bool isOpen = false;
+    bool isTagOpen = false;
+    bool hasRoot = false;
+};
+
+void XmlWriter::Impl::AppendEscaped(std::string_view i_text, bool i_is_attribute)
+{
+    if (!IsUtf8(i_text) || HoldsNoncharacter(i_text))
+        throw std::runtime_error("a text for XML is not valid UTF-8 or holds a character that XML cannot carry");
+    std::size_t begin = 0;
+    for (std::size_t position = 0; position < i_text.size(); ++position) {
+        const char character = i_text[position];
+        if (mgp_plain[static_cast<unsigned char>(character)])
+            continue;
+        const char* escaped = nullptr;
+        switch (character) {
+        case '&':
+            escaped = "&amp;";
+            break;
+        case '<':
+            escaped = "&lt;";
+            break;
+        case '>':
+            escaped = "&gt;";
+            break;
+        case '"':
+            escaped = "&quot;";
+            break;
+        case '\r':
+            escaped = "&#13;";
+            break;
+        case '\n':
+            escaped = i_is_attribute ? "&#10;" : "\n";
+            break;
+        case '\t':
+            escaped = i_is_attribute ? "&#9;" : "\t";
+            break;
+        default:
+            throw std::runtime_error("a text for XML holds the control character " +
+                                     std::to_string(static_cast<int>(character)) + ", which XML cannot carry");
+        }
+        text.append(i_text, begin, position - begin);
+        text += escaped;
+        begin = position + 1;
+    }
+    text.append(i_text, begin);
+}
+
+XmlWriter::XmlWriter()
+    : _impl(std::make_unique<Impl>())
+{}
+
+XmlWriter::~XmlWriter() = default;
+
+bool XmlWriter::Open(const std::wstring& i_path)
+{
+    *_impl = Impl();
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(ToUtf8(i_path).c_str(), "wbe"));
+    if (!file)
+        return false;
+    // Buffered here already.
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    _impl->Begin(std::move(file));
+    return true;
+}
+
+void XmlWriter::OpenText()
+{
+    *_impl = Impl();
+    _impl->Begin(nullptr);
+}
+
+void XmlWriter::WriteStartTag(std::string_view i_name)
+{
+    _impl->RequireOpen();
+    if (!IsName(i_name))
+        throw std::runtime_error("\"" + std::string(i_name) + "\" is no name for an XML element");
+    if (_impl->tags.empty() && _impl->hasRoot)
+        throw std::runtime_error("an XML document has one root element only");
+    _impl->EndOpenTag();
+    _impl->hasRoot = true;
+    _impl->tags.emplace_back(i_name);
+    _impl->attributes.assign(1, '\0');
+    _impl->isTagOpen = true;
+    _impl->text += '<';
+    _impl->text += i_name;
+}
+
+void XmlWriter::WriteAttribute(std::string_view i_name, std::string_view i_value)
+{
+    _impl->RequireOpen();
+    if (!_impl->isTagOpen)
+        throw std::runtime_error("an XML attribute belongs directly after its start tag");
+    if (!IsName(i_name))
+        throw std::runtime_error("\"" + std::string(i_name) + "\" is no name for an XML attribute");
+    std::string delimited(1, '\0');
+    delimited.append(i_name).push_back('\0');
+    if (_impl->attributes.find(delimited) != std::string::npos)
+        throw std::runtime_error("an XML element has the attribute \"" + std::string(i_name) + "\" twice");
+    _impl->attributes.append(delimited, 1);
+    _impl->text += ' ';
+    _impl->text += i_name;
+    _impl->text += "=\"";
+    _impl->AppendEscaped(i_value, true);
+    _impl->text += '"';
+}
+
+void XmlWriter::WriteCharacterData(std::string_view i_text)
+{
+    _impl->RequireOpen();
+    if (_impl->tags.empty())
+        throw std::runtime_error("XML text belongs inside an element");
+    _impl->EndOpenTag();
+    _impl->AppendEscaped(i_text, false);
+}
+
+void XmlWriter::WriteEndTag(std::string_view i_name)
+{
+    _impl->RequireOpen();
+    if (_impl->tags.empty() || _impl->tags.back() != i_name) {
+        throw std::runtime_error("the XML end tag \"" + std::string(i_name) + "\" does not match " +
+                                 (_impl->tags.empty() ? "any start tag" : "\"" + _impl->tags.back() + "\""));
+    }
+    if (_impl->isTagOpen) {
+        _impl->text += "/>";
+        _impl->isTagOpen = false;
+    } else {
+        _impl->text += "</";
+        _impl->text += i_name;
+        _impl->text += '>';
+    }
+    _impl->EndOpenTag();
+    _impl->tags.pop_back();
+}
+
+void XmlWriter::Close()
+{
+    _impl->RequireOpen();
+    if (!_impl->tags.empty())
+        throw std::runtime_error("the XML element \"" + _impl->tags.back() + "\" was not ended");
+    if (!_impl->hasRoot)
+        throw std::runtime_error("the XML document has no element");
+    _impl->isOpen = false;
+    _impl->text += '\n';
+    if (_impl->isInMemory)
+        return;
+    _impl->Flush();
+    if (std::fclose(_impl->file.release()) != 0)
+        Impl::ThrowWriteError();
+}
+
+std::string XmlWriter::TakeText()
+{
+    if (_impl->isOpen || !_impl->isInMemory)
+        throw std::runtime_error("no XML document in memory was closed");
+    return std::exchange(_impl->text, {});
+}
+
+} // namespace TavSDK
