@@ -13,6 +13,7 @@ namespace MachineService::Helpers {
 namespace {
 
 constexpr int MaxUrlLength = 2000;
+constexpr int MaxPort = 65535; // QUrl forgets a larger one in silence
 
 bool IsWebAddress(const QUrl& i_url)
 {
@@ -44,9 +45,13 @@ QUrl AssembleUrl(const JobListAddress& i_address)
     static const QRegularExpression mgp_with_port(QStringLiteral("^([^:]+|\\[[^\\]]+\\]):([0-9]{1,5})$"));
     const QString host = QString::fromStdString(i_address.host);
     const QRegularExpressionMatch match = mgp_with_port.match(host);
-    url.setHost(match.hasMatch() ? match.captured(1) : host);
-    if (match.hasMatch())
-        url.setPort(match.captured(2).toInt());
+    const int port = match.captured(2).toInt();
+    if (match.hasMatch() && port <= MaxPort) {
+        url.setHost(match.captured(1));
+        url.setPort(port);
+    } else {
+        url.setHost(host);
+    }
 
     QString path = QString::fromStdString(i_address.path);
     if (!path.isEmpty() && !path.startsWith(QLatin1Char('/')))

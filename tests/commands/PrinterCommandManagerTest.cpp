@@ -1,0 +1,176 @@
+#include "commands/PrinterCommandManager.h"
+
+#include "commands/CommandsFixture.h"
+
+#include "vexlorcore/Notifications.h"
+
+#include <QMetaMethod>
+#include <QSignalSpy>
+
+#include <algorithm>
+
+namespace MachineService {
+namespace {
+
+class PrinterCommandManagerTest : public CommandsFixture
+{
+protected:
+    PrinterCommandManagerTest()
+    {
+        _Offer({1, 3});
+        _script->data.name = "Dr\u00fccker";
+        const auto note = [this](const char* ip_what) {
+            return [this, ip_what](const QSet<QString>& i_ids) {
+                for (const QString& id : i_ids)
+                    _log << QLatin1String(ip_what) + QLatin1Char(' ') + id;
+            };
+        };
+        QObject::connect(&_manager, &PrinterCommandManager::CommandsAdded, note("+"));
+        QObject::connect(&_manager, &PrinterCommandManager::CommandsRemoved, note("-"));
+        QObject::connect(&_manager, &PrinterCommandManager::PrinterNameUpdated,
+                         [this](const QString& i_name) { _log << QLatin1String("name ") + i_name; });
+        QObject::connect(&_manager, &PrinterCommandManager::Activated, [this] { _log << QStringLiteral("activated"); });
+    }
+
+    void _Offer(std::vector<int> i_kinds)
+    {
+        _script->commands.clear();
+        for (const int kind : i_kinds) {
+            CommandDescription description;
+            description.type = static_cast<CommandType>(kind);
+            description.name = "own";
+            _script->commands.push_back(description);
+        }
+    }
+
+    QStringList _Ids() const
+    {
+        QStringList ids;
+        for (const auto* command : _manager.GetAllCommands())
+            ids << command->GetId();
+        ids.sort();
+        return ids;
+    }
+
+    QStringList _TakeLog() { return std::exchange(_log, QStringList()); }
+    static QStringList _List(std::initializer_list<const char*> i_texts)
+    {
+        QStringList list;
+        for (const char* text : i_texts)
+            list << QString::fromUtf8(text);
+        return list;
+    }
+
+    bool _attached = true;
+    QStringList _log;
+    PrinterCommandManager _manager{_getScene,
+                                   [this](VexlorCore::DataSet* ip_scene) {
+                                       return _attached && ip_scene ? std::optional(_MakeMachine()) : std::nullopt;
+                                   },
+                                   _getProvider,
+                                   [] {
+                                       return QString();
+                                   }};
+};
+
+TEST_F(PrinterCommandManagerTest, FollowsTheMachineOfTheScene)
+{
+    _attached = false;
+    _manager.Activate();
+    EXPECT_EQ(_List({"activated"}), _TakeLog());
+    _attached = true;
+    _manager.CheckCommands();
+    EXPECT_EQ(_List({"+ Print3D.Print", "+ Print3D.ConfigurPlatform", "name Dr\u00fccker"}), _TakeLog());
+    EXPECT_EQ(QString::fromUtf8("Dr\u00fccker"), _manager.PrinterName());
+    auto* const build = _manager.GetCommand(QStringLiteral("Print3D.Print"));
+    ASSERT_TRUE(build);
+    EXPECT_EQ(_manager.thread(), build->thread());
+
+    // The same machine with the same commands, then with others: what stays is not touched.
+    _manager.CheckCommands();
+    EXPECT_EQ(_List({"name Dr\u00fccker"}), _TakeLog());
+    _Offer({1, 4});
+    _manager.MachineModified(QUuid::createUuid());
+    EXPECT_TRUE(_TakeLog().isEmpty());
+    _manager.MachineModified(QUuid(QStringLiteral("{01000000-0000-0000-0000-000000000000}")));
+    EXPECT_EQ(_List({"- Print3D.ConfigurPlatform", "+ Print3D.ConfigureParts", "name Dr\u00fccker"}), _TakeLog());
+    EXPECT_EQ(build, _manager.GetCommand(QStringLiteral("Print3D.Print")));
+
+    // Another machine: all go before the first comes.
+    _script->data.id.data[0] = 2;
+    _script->data.name = "B";
+    _manager.Activate();
+    QStringList log = _TakeLog();
+    std::sort(log.begin() + 1, log.begin() + 3);
+    EXPECT_EQ(_List({"activated", "- Print3D.ConfigureParts", "- Print3D.Print", "+ Print3D.Print",
+                     "+ Print3D.ConfigureParts", "name B"}),
+              log);
+
+    _manager.Deactivate();
+    EXPECT_EQ(2u, static_cast<std::size_t>(_Ids().size())) << "the commands stay";
+    _attached = false;
+    _manager.CheckCommands();
+    log = _TakeLog();
+    std::sort(log.begin(), log.end());
+    EXPECT_EQ(_List({"- Print3D.ConfigureParts", "- Print3D.Print", "name "}), log);
+    EXPECT_TRUE(_Ids().isEmpty());
+    _manager.CheckCommands();
+    _manager.MachineModified(QUuid());
+    EXPECT_TRUE(_TakeLog().isEmpty());
+}
+
+TEST_F(PrinterCommandManagerTest, ListThatNeverComesLeavesTheRibbonEmptyAtOnce)
+{
+    std::promise<std::vector<CommandDescription>> never;
+    _script->getCommands = [&] {
+        return never.get_future();
+    };
+    _manager.CheckCommands();
+    EXPECT_EQ(_List({"name Dr\u00fccker"}), _TakeLog());
+}
+
+TEST_F(PrinterCommandManagerTest, FailuresReachTheCallerButNotTheEventLoop)
+{
+    QObject source;
+    QObject::connect(&source, &QObject::objectNameChanged, &_manager, &PrinterCommandManager::CheckCommands);
+    _Offer({3, 0, 0, 4});
+    EXPECT_NO_THROW(source.setObjectName(QStringLiteral("a")));
+    EXPECT_EQ(2, _Ids().size()) << "what came before the duplicate stays";
+    _script->data.id.data[0] = 3;
+    try {
+        _manager.CheckCommands();
+        ADD_FAILURE() << "a duplicate was accepted";
+    } catch (const CommunicationException& exception) {
+        EXPECT_EQ(ErrorCode::InternalError, exception.code());
+        EXPECT_STREQ("Can't insert BP command for Print3D Command Manager", exception.what());
+    }
+    _script->getCommands = []() -> std::future<std::vector<CommandDescription>> {
+        throw std::runtime_error("gone");
+    };
+    EXPECT_THROW(_manager.CheckCommands(), std::runtime_error);
+    EXPECT_NO_THROW(_application.GetDatabase()->Send(VexlorCore::BPQueueChanged(_scene)));
+}
+
+TEST_F(PrinterCommandManagerTest, HearsOfScenesAndPrintersFromTheHost)
+{
+    auto& database = *_application.GetDatabase();
+    database.Send(VexlorCore::BPQueueChanged(_scene));
+    EXPECT_EQ(2, _Ids().size());
+    _scene = nullptr;
+    database.SetActiveDataSet(nullptr);
+    EXPECT_TRUE(_Ids().isEmpty());
+}
+
+TEST_F(PrinterCommandManagerTest, MethodsHaveTheirPublishedOrder)
+{
+    const QMetaObject& meta = PrinterCommandManager::staticMetaObject;
+    std::vector<std::string> methods;
+    for (int index = meta.methodOffset(); index < meta.methodCount(); ++index)
+        methods.push_back(meta.method(index).methodSignature().toStdString());
+    EXPECT_EQ((std::vector<std::string>{"PrinterNameUpdated(QString)", "Activated()", "Deactivated()",
+                                        "MachineModified(QUuid)", "CheckCommands()", "Activate()", "Deactivate()"}),
+              methods);
+}
+
+} // namespace
+} // namespace MachineService
