@@ -1,0 +1,26 @@
+#include <QGuiApplication>
+
+namespace Bench {
+
+int RunAll(int i_argc, char** ip_argv);
+void AddCanRunBenchmarks();
+void AddCommandBenchmarks();
+void AddFileBenchmarks();
+void AddNewsBenchmarks();
+void AddProxyBenchmarks();
+void AddXmlBenchmarks();
+
+} // namespace Bench
+
+int main(int i_argc, char** ip_argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(i_argc, ip_argv);
+    Bench::AddCanRunBenchmarks();
+    Bench::AddProxyBenchmarks();
+    Bench::AddNewsBenchmarks();
+    Bench::AddXmlBenchmarks();
+    Bench::AddFileBenchmarks();
+    Bench::AddCommandBenchmarks();
+    return Bench::RunAll(i_argc, ip_argv);
+}

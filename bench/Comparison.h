@@ -1,0 +1,25 @@
+#pragma once
+
+#include <benchmark/benchmark.h>
+
+#include <functional>
+#include <string>
+
+/// A benchmark here is a pair: what we do, and the least that anybody would have to do for it, measured in one binary.
+namespace Bench {
+
+/// Called in a loop of the benchmark library; the time of one call counts.
+using Body = std::function<void()>;
+
+/// Compares the time of one call of each. \param i_bound on ours / floor.
+void Compare(const std::string& i_name, double i_bound, Body i_ours, Body i_floor);
+
+/// As above for bodies that need something prepared: it is made before the measurement and goes after it.
+void ComparePrepared(const std::string& i_name, double i_bound, std::function<Body()> i_make_ours,
+                     std::function<Body()> i_make_floor);
+
+/// A value that must stay below a limit: measured once per repetition. The limit stands in the column of the floor.
+/// \param i_unit "s" or "bytes".
+void Limit(const std::string& i_name, double i_limit, const std::string& i_unit, std::function<double()> i_measure);
+
+} // namespace Bench
