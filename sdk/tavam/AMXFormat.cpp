@@ -1,0 +1,89 @@
+#include "tavam/AMXFormat_p.h"
+
+#include "tavam/FileError.h"
+
+#include "tavsdk/Utf8.h"
+
+#include <array>
+#include <charconv>
+
+namespace TavAM::AMXFormat {
+
+namespace {
+
+bool CanXmlCarry(char32_t i_character)
+{
+    if (i_character < 0x20)
+        return i_character == '\t' || i_character == '\n' || i_character == '\r';
+    return i_character < 0xD800 || (i_character > 0xDFFF && i_character < 0xFFFE) ||
+           (i_character > 0xFFFF && i_character <= 0x10FFFF);
+}
+
+} // namespace
+
+std::string EncodeText(std::wstring_view i_text)
+{
+    std::string text;
+    text.reserve(i_text.size());
+    for (const wchar_t unit : i_text) {
+        const auto character = static_cast<char32_t>(unit);
+        if (character == '\\') {
+            text += "\\\\";
+        } else if (CanXmlCarry(character)) {
+            TavSDK::AppendUtf8(character, text);
+        } else {
+            std::array<char, 8> digits = {};
+            const auto end =
+                std::to_chars(digits.data(), digits.data() + digits.size(), static_cast<std::uint32_t>(character), 16)
+                    .ptr;
+            text += "\\{";
+            text.append(digits.data(), end);
+            text += '}';
+        }
+    }
+    return text;
+}
+
+std::wstring DecodeText(std::string_view i_text)
+{
+    const auto wide = TavSDK::FromUtf8(i_text);
+    if (!wide)
+        throw FileError("a text is not UTF-8");
+    if (i_text.find('\\') == std::string_view::npos)
+        return *wide;
+    std::wstring text;
+    for (std::size_t position = 0; position < wide->size(); ++position) {
+        if ((*wide)[position] != L'\\') {
+            text += (*wide)[position];
+            continue;
+        }
+        ++position;
+        if (position < wide->size() && (*wide)[position] == L'\\') {
+            text += L'\\';
+            continue;
+        }
+        const std::size_t close = wide->find(L'}', position);
+        std::uint32_t character = 0;
+        bool isValid = position < wide->size() && (*wide)[position] == L'{' && close != std::wstring::npos;
+        if (isValid) {
+            const std::string digits =
+                TavSDK::ToUtf8(std::wstring_view(*wide).substr(position + 1, close - position - 1));
+            const auto result = std::from_chars(digits.data(), digits.data() + digits.size(), character, 16);
+            isValid = result.ec == std::errc() && result.ptr == digits.data() + digits.size();
+        }
+        if (!isValid)
+            throw FileError("a text has a backslash that introduces no character");
+        text += static_cast<wchar_t>(character);
+        position = close;
+    }
+    return text;
+}
+
+void AppendNumber(double i_number, std::string& io_text)
+{
+    std::array<char, 32> digits = {};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), i_number).ptr;
+    io_text.append(digits.data(), end);
+}
+
+} // namespace TavAM::AMXFormat

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// What the writer and the reader of .TavAMX files agree on; docs/tavamx-format.md explains it.
+namespace TavAM::AMXFormat {
+
+inline constexpr char DocumentEntry[] = "platform.xml";
+inline constexpr char Namespace[] = "https://www.vexlor.example/AM/PlatformFile/2026/11";
+inline constexpr unsigned Version = 1;
+
+/// Members within members.
+inline constexpr unsigned LargestDepth = 32;
+
+// Bounds of the package.
+inline constexpr std::uint64_t LargestEntryCount = 10000;
+inline constexpr std::uint64_t LargestUnpackedSize = std::uint64_t{4} << 30U;
+inline constexpr std::uint64_t LargestRatio = 100;
+/// Ratios count only past this many bytes.
+inline constexpr std::uint64_t FreeUnpackedSize = 100000;
+
+/// First bytes of a mesh entry; vertices and triangles follow as they lie in memory, little endian.
+struct MeshHeader
+{
+    char magic[4] = {'T', 'A', 'V', 'M'};
+    std::uint32_t version = 1;
+    std::uint32_t vertexCount = 0;
+    std::uint32_t triangleCount = 0;
+};
+static_assert(sizeof(MeshHeader) == 16);
+
+/// Text as the document carries it. XML has no control characters and no halves of surrogate pairs: these become
+/// "\{hexadecimal number}", and a backslash becomes two.
+std::string EncodeText(std::wstring_view i_text);
+/// \throws FileError when it is not what EncodeText() makes.
+std::wstring DecodeText(std::string_view i_text);
+
+/// Shortest decimal text that gives the same number when read; independent of the locale.
+void AppendNumber(double i_number, std::string& io_text);
+
+} // namespace TavAM::AMXFormat
