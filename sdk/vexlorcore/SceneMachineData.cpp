@@ -1,0 +1,98 @@
+#include "vexlorcore/SceneMachineData.h"
+
+#include "machinelayer/Pldf.h"
+#include "machinelayer/PldfFile.h"
+#include "tavam/MachineParameters.h"
+#include "vexlorcore/DataSet.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace MachineLayer::Utilities {
+
+namespace {
+
+constexpr wchar_t TransientKey[] = L"MachineLayer.MachineData";
+constexpr wchar_t SavedName[] = L"MachineLayer.MachineData";
+
+/// What the platform says of its machine: as long as it says the same, machine data made from it count.
+struct Origin
+{
+    std::optional<TavAM::MachineParameters> parameters;
+    std::optional<std::wstring> saved;
+    bool operator==(const Origin&) const = default;
+};
+
+class MachineDataValue final : public VexlorCore::IPropertyValue
+{
+public:
+    MachineDataValue(Origin i_origin, std::unique_ptr<IMachineData> ip_data)
+        : origin(std::move(i_origin))
+        , data(std::move(ip_data))
+    {}
+    VexlorCore::IPropertyValue* Clone() const override { return new MachineDataValue(origin, data->Clone()); }
+
+    Origin origin;
+    std::unique_ptr<IMachineData> data;
+};
+
+Origin GetOrigin(const VexlorCore::DataSet& i_data_set)
+{
+    const TavAM::Platform& platform = i_data_set.GetPlatform();
+    Origin origin;
+    if (platform.GetMachine() != nullptr)
+        origin.parameters = *platform.GetMachine();
+    origin.saved = platform.GetAMXProperties().GetText(SavedName);
+    return origin;
+}
+
+std::unique_ptr<IMachineData> MakeMachineData(const Origin& i_origin)
+{
+    auto data = CreateMachineData();
+    if (i_origin.saved)
+        ReadMachineData(QString::fromStdWString(*i_origin.saved).toStdString(), *data);
+    else
+        PLDF::ConvertFromPLDF(*data, *i_origin.parameters, {.properties = true, .platform = true, .profiles = true});
+    return data;
+}
+
+MachineDataValue* FindValue(VexlorCore::DataSet& io_data_set)
+{
+    return dynamic_cast<MachineDataValue*>(io_data_set.GetPropertyCollection().Get(TransientKey));
+}
+
+} // namespace
+
+IMachineData* GetMachineDataMutable(VexlorCore::DataSet* ip_data_set)
+{
+    if (ip_data_set == nullptr)
+        throw std::invalid_argument("data set is nullptr");
+    Origin origin = GetOrigin(*ip_data_set);
+    VexlorCore::PropertyCollection& properties = ip_data_set->GetPropertyCollection();
+    if (!origin.parameters) {
+        properties.Delete(TransientKey);
+        return nullptr;
+    }
+    if (MachineDataValue* value = FindValue(*ip_data_set); value != nullptr && value->origin == origin)
+        return value->data.get();
+    auto data = MakeMachineData(origin);
+    IMachineData* const result = data.get();
+    properties.Set(TransientKey, std::make_unique<MachineDataValue>(std::move(origin), std::move(data)));
+    return result;
+}
+
+void StoreMachineData(VexlorCore::DataSet* ip_data_set)
+{
+    IMachineData* const data = GetMachineDataMutable(ip_data_set);
+    if (data == nullptr)
+        return;
+    const QString document = QString::fromStdString(WriteMachineData(*data));
+    ip_data_set->GetAMObject().GetAMXProperties().SetText(SavedName, document.toStdWString());
+    FindValue(*ip_data_set)->origin = GetOrigin(*ip_data_set);
+}
+
+} // namespace MachineLayer::Utilities
