@@ -1,0 +1,217 @@
+#include "platform/PlatformData.h"
+
+#include "client/interface/CommunicationException.h"
+#include "platform/PlatformInformationReader.h"
+
+#include "machinelayer/Pldf.h"
+#include "machinelayer/PldfFile.h"
+#include "tavam/AMXFileReader.h"
+#include "tavam/FileError.h"
+#include "vexlorcore/Base64.h"
+#include "vexlorcore/ScopedTemporaryFile.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+#include <QString>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+Q_LOGGING_CATEGORY(platformLog, "machineservice.platform")
+
+namespace MachineService {
+
+namespace {
+
+using VexlorCore::ScopedTemporaryFile;
+
+std::filesystem::path ToPath(const std::wstring& i_path)
+{
+    return QString::fromStdWString(i_path).toStdString();
+}
+
+[[noreturn]] void Throw(ErrorCode i_code, const char* ip_text)
+{
+    throw CommunicationException(i_code, Translated(ip_text).c_str());
+}
+
+/// The user's sentence does not say what is wrong with a machine's data; whoever maintains the machine needs to know.
+void LogReason(const char* ip_what, const std::string& i_reason)
+{
+    qCWarning(platformLog, "%s: %s", ip_what, i_reason.c_str());
+}
+
+void ReadInformationFile(const std::string& i_xml, VexlorPlatformInformation& io_information)
+{
+    const auto file = MakeTemporaryFile(L"PlatformParameters", L".xml");
+    PlatformInformationReader reader(io_information);
+    if (!WriteBytes(file->GetPath(), i_xml))
+        ThrowUnreadable(file->GetPath());
+    if (!reader.Parse(file->GetPath())) {
+        LogReason("Platform information", reader.GetError());
+        ThrowUnreadable(file->GetPath());
+    }
+}
+
+void LoadMachineParametersFromAmx(TavAM::MachineParameters& o_parameters, const std::string& i_bytes)
+{
+    const auto file = MakeTemporaryFile(L"VexlorGetPlatformInformation", L".TavAMX");
+    TavAM::Database database;
+    TavAM::AMXFileReader reader;
+    if (!WriteBytes(file->GetPath(), i_bytes))
+        ThrowUnreadable(file->GetPath());
+    if (!reader.ReadFile(ToPath(file->GetPath()), database)) {
+        LogReason("Platform of a machine", reader.GetError());
+        ThrowUnreadable(file->GetPath());
+    }
+    if (database.GetNumPlatforms() != 1)
+        Throw(ErrorCode::FileError, QT_TRANSLATE_NOOP("MachineService", "Unexpected input file."));
+    const TavAM::MachineParameters* const machine = database.GetPlatform(0)->GetMachine();
+    if (machine == nullptr)
+        Throw(ErrorCode::FileError,
+              QT_TRANSLATE_NOOP("MachineService", "An error occurred while loading the machine."));
+    o_parameters = *machine;
+}
+
+/// The item's data read by a function of the machine layer; false when there are none or they cannot be read.
+template <class Reader>
+bool ReadItem(const std::vector<Platform>& i_items, PlatformDataKind i_kind, const char* ip_what,
+              const Reader& i_reader)
+{
+    const Platform* const item = FindItem(i_items, i_kind);
+    if (item == nullptr || item->data.empty())
+        return false;
+    try {
+        i_reader(item->data);
+    } catch (const std::invalid_argument& error) {
+        LogReason(ip_what, error.what());
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void ThrowUnreadable(const std::wstring& i_path)
+{
+    const QString text = QCoreApplication::translate("MachineService", "An error occurred while reading file %1")
+                             .arg(QString::fromStdWString(i_path));
+    throw CommunicationException(ErrorCode::FileError, text.toUtf8().constData());
+}
+
+std::unique_ptr<ScopedTemporaryFile> MakeTemporaryFile(const std::wstring& i_stem, const std::wstring& i_extension)
+try {
+    return std::make_unique<ScopedTemporaryFile>(i_stem, i_extension);
+} catch (const TavAM::FileError& error) {
+    // There is no place for the file, so the reason is all that there is to tell.
+    throw CommunicationException(ErrorCode::FileError, error.what());
+}
+
+std::string Translated(const char* ip_text)
+{
+    return QCoreApplication::translate("MachineService", ip_text).toStdString();
+}
+
+bool WriteBytes(const std::wstring& i_path, const std::string& i_bytes)
+{
+    std::ofstream file(ToPath(i_path), std::ios::binary | std::ios::trunc);
+    file.write(i_bytes.data(), static_cast<std::streamsize>(i_bytes.size()));
+    // A full disk may show only here.
+    file.close();
+    return !file.fail();
+}
+
+std::string ReadBytes(const std::wstring& i_path)
+{
+    std::ifstream file(ToPath(i_path), std::ios::binary | std::ios::ate);
+    if (!file)
+        ThrowUnreadable(i_path);
+    std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
+    file.seekg(0);
+    if (!file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
+        ThrowUnreadable(i_path);
+    return bytes;
+}
+
+const Platform* FindItem(const std::vector<Platform>& i_items, PlatformDataKind i_kind)
+{
+    const auto found = std::find_if(i_items.begin(), i_items.end(),
+                                    [i_kind](const Platform& i_item) { return i_item.kind == i_kind; });
+    return found != i_items.end() ? &*found : nullptr;
+}
+
+bool ReadPlatformInformation(VexlorPlatformInformation& io_information, const PlatformInfo& i_platform_info,
+                             const Platform& i_platform_item)
+{
+    if (i_platform_info.xml.empty())
+        io_information.parameters.clear();
+    else
+        ReadInformationFile(i_platform_info.xml, io_information);
+
+    TavAM::MachineParameters parameters;
+    if (!i_platform_item.data.empty())
+        LoadMachineParametersFromAmx(parameters, i_platform_item.data);
+    try {
+        MachineLayer::PLDF::ConvertFromPLDF(*io_information.machineData, parameters,
+                                            {.properties = true, .platform = true, .profiles = true});
+    } catch (const std::invalid_argument& error) {
+        LogReason("Machine parameters", error.what());
+        Throw(ErrorCode::FileError, "An error occurred while loading the machine.");
+    }
+    UpdateMachineData(*io_information.machineData, i_platform_info.items);
+    return !io_information.parameters.empty();
+}
+
+bool UpdateMachineData(MachineLayer::IMachineData& io_data, const std::vector<Platform>& i_items)
+{
+    const Platform* const item = FindItem(i_items, PlatformDataKind::MachineConfiguration);
+    if (item == nullptr || item->data.empty())
+        return false;
+    const auto bytes = VexlorCore::DecodeBase64(item->data);
+    if (!bytes)
+        Throw(ErrorCode::PldfError, QT_TRANSLATE_NOOP("MachineService", "PLDF decoding failed."));
+
+    const auto loaded = MachineLayer::CreateMachineData();
+    const auto file = [] {
+        try {
+            return MakeTemporaryFile(L"Machine", L".pldf");
+        } catch (const CommunicationException& error) {
+            LogReason("Machine configuration", error.what());
+            Throw(ErrorCode::PldfError, "Error writing PLDF file.");
+        }
+    }();
+    if (!WriteBytes(file->GetPath(), *bytes))
+        Throw(ErrorCode::PldfError, QT_TRANSLATE_NOOP("MachineService", "Error writing PLDF file."));
+    try {
+        MachineLayer::Utilities::LoadMachineDataPLDF(ToPath(file->GetPath()), *loaded);
+    } catch (const TavAM::FileError& error) {
+        LogReason("Machine configuration", error.what());
+        Throw(ErrorCode::PldfError, QT_TRANSLATE_NOOP("MachineService", "Error loading PLDF file."));
+    }
+    MachineLayer::Utilities::MergeMachineConfiguration(io_data, *loaded);
+    return true;
+}
+
+bool UpdatePlatformGeometry(MachineLayer::IMachineData& io_data, const std::vector<Platform>& i_items)
+{
+    const auto geometry = MachineLayer::CreateMachineData();
+    const bool isRead =
+        ReadItem(i_items, PlatformDataKind::Geometry, "Platform geometry", [&geometry](const std::string& i_document) {
+            MachineLayer::Utilities::ReadPlatformGeometry(i_document, *geometry);
+        });
+    if (isRead)
+        MachineLayer::Utilities::MergePlatformGeometry(io_data, *geometry);
+    return isRead;
+}
+
+bool TakeMachineData(MachineLayer::IMachineData& io_data, const std::vector<Platform>& i_items)
+{
+    return ReadItem(i_items, PlatformDataKind::MachineData, "Machine data", [&io_data](const std::string& i_document) {
+        MachineLayer::Utilities::ReadMachineData(i_document, io_data);
+    });
+}
+
+} // namespace MachineService
