@@ -61,6 +61,19 @@ void CheckStl(std::string_view i_bytes, MeshFileFacts& io_facts)
     }
 }
 
+std::size_t CountLines(std::string_view i_text)
+{
+    std::size_t count = 0;
+    bool isInLine = false;
+    for (const char character : i_text) {
+        const bool isEnd = character == '\n' || character == '\r';
+        if (!isEnd && !isInLine)
+            ++count;
+        isInLine = !isEnd;
+    }
+    return count;
+}
+
 /// The header: what "element" lines announce.
 void CheckPly(std::string_view i_bytes, MeshFileFacts& io_facts)
 {
@@ -83,6 +96,10 @@ void CheckPly(std::string_view i_bytes, MeshFileFacts& io_facts)
     // An element takes a byte at least; what the header announces is allocated before it is read.
     if (*io_facts.vertices > i_bytes.size() || *io_facts.faces > i_bytes.size())
         throw std::runtime_error("it announces more than it holds");
+    const auto data = i_bytes.substr(end + std::strlen("end_header"));
+    if (header.substr(0, end).find("format ascii") != header.npos &&
+        CountLines(data) < *io_facts.vertices + *io_facts.faces)
+        throw std::runtime_error("it breaks off before the last of its elements");
 }
 
 MeshFormat FindFormat(std::string_view i_bytes, const std::string& i_extension)
@@ -112,7 +129,7 @@ MeshFileFacts CheckMeshFile(std::string_view i_bytes, const std::string& i_exten
         CheckStl(i_bytes, facts);
         break;
     case MeshFormat::ThreeMf:
-        facts.millimetresPerUnit = CheckPackage3mf(i_bytes);
+        CheckPackage3mf(i_bytes, facts);
         break;
     case MeshFormat::Ply:
         CheckPly(i_bytes, facts);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,6 +33,8 @@ struct MeshFileFacts
     /// Counts that the file announces; an importer that finds fewer was given a damaged file.
     std::optional<std::size_t> vertices;
     std::optional<std::size_t> faces;
+    /// Of a 3MF: names by object id, where objects have one. UTF-8.
+    std::map<std::string, std::string> objectNames;
 };
 
 /// Tells the format by content, else by extension, and refuses files that are cut off or announce too much.

@@ -69,6 +69,9 @@ public:
 
     const std::optional<std::string>& GetUnit() const { return _unit; }
 
+    /// By object id.
+    const std::map<std::string, std::string>& GetNames() const { return _names; }
+
     /// Counts what the build items unfold to.
     void CheckInstances() const
     {
@@ -143,7 +146,7 @@ private:
         if (i_name == "model" && _depth == 1)
             _unit = attributes.contains("unit") ? attributes["unit"] : "millimeter";
         else if (i_name == "object")
-            _object = &_objects[std::string(attributes["id"])];
+            _StartObject(std::string(attributes["id"]), std::string(attributes["name"]));
         else if (i_name == "triangle" && _object)
             ++_object->triangles;
         else if (i_name == "component" && _object)
@@ -154,12 +157,20 @@ private:
             _Refuse("its parts are spread over several model files, which is not supported");
     }
 
+    void _StartObject(const std::string& i_id, const std::string& i_name)
+    {
+        _object = &_objects[i_id];
+        if (!i_name.empty())
+            _names[i_id] = i_name;
+    }
+
     const std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter> _parser;
     XML_Index _fed = 0;
     int _depth = 0;
     std::string _refusal;
     std::optional<std::string> _unit;
     std::map<std::string, Object> _objects;
+    std::map<std::string, std::string> _names;
     Object* _object = nullptr;
     std::vector<std::string> _items;
 };
@@ -233,7 +244,7 @@ std::uint64_t Unpack(zip_t& i_archive, zip_uint64_t i_index, const zip_stat_t& i
 
 } // namespace
 
-double CheckPackage3mf(std::string_view i_bytes)
+void CheckPackage3mf(std::string_view i_bytes, MeshFileFacts& io_facts)
 {
     const auto archive = Open(i_bytes);
     const auto count = zip_get_num_entries(archive.get(), 0);
@@ -265,10 +276,11 @@ double CheckPackage3mf(std::string_view i_bytes)
             throw std::runtime_error("its models have different units");
         unit = scanner->GetUnit();
         scanner->CheckInstances();
+        io_facts.objectNames = scanner->GetNames();
     }
     if (!unit)
         throw std::runtime_error("it holds no model");
-    return ToMillimetres(*unit);
+    io_facts.millimetresPerUnit = ToMillimetres(*unit);
 }
 
 } // namespace VexlorCore

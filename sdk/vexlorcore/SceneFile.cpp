@@ -5,12 +5,24 @@
 #include "tavam/FileError.h"
 #include "vexlorcore/Database.h"
 
+#include <QString>
+
 namespace VexlorCore {
+
+namespace {
+
+/// Not path::wstring(): that converts by the C locale, which a host need not have set.
+std::wstring ToFileName(const std::filesystem::path& i_path)
+{
+    return QString::fromStdString(std::filesystem::absolute(i_path).string()).toStdWString();
+}
+
+} // namespace
 
 void SaveScene(DataSet& io_scene, const std::filesystem::path& i_path)
 {
     TavAM::AMXFileWriter().WriteFile(i_path, io_scene.GetPlatform());
-    io_scene.SetFileName(std::filesystem::absolute(i_path).wstring());
+    io_scene.SetFileName(ToFileName(i_path));
 }
 
 DataSet* LoadScene(Database& io_database, const std::filesystem::path& i_path)
@@ -24,7 +36,7 @@ DataSet* LoadScene(Database& io_database, const std::filesystem::path& i_path)
                                " platforms; a scene takes one.");
     auto* scene = io_database.CreateDataSet();
     scene->SetPlatform(*file.GetPlatform(0));
-    scene->SetFileName(std::filesystem::absolute(i_path).wstring());
+    scene->SetFileName(ToFileName(i_path));
     return scene;
 }
 

@@ -1,0 +1,108 @@
+#include "vexlorcore/UiThread.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTest>
+
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using VexlorCore::UiThread;
+
+TEST(UiThreadTest, CarriesJobsAndTheirFailuresBothWays)
+{
+    const UiThread ui;
+    const auto here = std::this_thread::get_id();
+    std::atomic<int> done = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 50; ++i) {
+                EXPECT_FALSE(UiThread::IsCurrent());
+                UiThread::Invoke([&] { EXPECT_EQ(std::this_thread::get_id(), here); });
+                EXPECT_THROW(UiThread::Invoke([] { throw std::out_of_range("mine"); }), std::out_of_range);
+            }
+            ++done;
+        });
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(done == 4, 20'000);
+    for (auto& thread : threads)
+        thread.join();
+    bool ranAtOnce = false;
+    UiThread::Invoke([&] { ranAtOnce = true; });
+    EXPECT_TRUE(ranAtOnce);
+}
+
+TEST(UiThreadTest, ServesOthersFromALoopWithinAJob)
+{
+    const UiThread ui;
+    std::atomic<bool> isInner = false;
+    std::atomic<bool> isDone = false;
+    std::thread inner;
+    std::thread outer([&] {
+        UiThread::Invoke([&] {
+            QEventLoop loop;
+            inner = std::thread([&] {
+                UiThread::Invoke([&] {
+                    isInner = true;
+                    loop.quit();
+                });
+            });
+            loop.exec();
+        });
+        isDone = true;
+    });
+    QTRY_VERIFY(isDone);
+    EXPECT_TRUE(isInner);
+    outer.join();
+    inner.join();
+}
+
+TEST(UiThreadTest, WakesWhoeverWaitsWhenItGoes)
+{
+    auto ui = std::make_unique<UiThread>();
+    bool hasPostRun = false;
+    std::atomic<int> shutDown = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            try {
+                UiThread::Invoke([] { ADD_FAILURE() << "ran without an event loop"; });
+            } catch (const std::runtime_error& error) {
+                EXPECT_STREQ(error.what(), "The host is shutting down.");
+                ++shutDown;
+            }
+        });
+    }
+    UiThread::Post([&] { hasPostRun = true; });
+    ui.reset();
+    for (auto& thread : threads)
+        thread.join();
+    EXPECT_EQ(shutDown, 4);
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(hasPostRun);
+    EXPECT_FALSE(UiThread::IsCurrent());
+    EXPECT_THROW(UiThread::Invoke([] {}), std::runtime_error);
+}
+
+TEST(UiThreadTest, MayBeDestroyedByItsOwnJob)
+{
+    auto ui = std::make_unique<UiThread>();
+    std::atomic<int> results = 0;
+    std::thread first([&] {
+        UiThread::Invoke([&] { ui.reset(); });
+        ++results;
+    });
+    QTRY_VERIFY(results == 1);
+    first.join();
+    EXPECT_THROW(UiThread::Invoke([] {}), std::runtime_error);
+}
+
+} // namespace
