@@ -152,6 +152,8 @@ AMXPackageReader::AMXPackageReader(const std::filesystem::path& i_path)
         throw FileError(failure.message());
     int code = 0;
     _zip.reset(zip_open(i_path.c_str(), ZIP_RDONLY | ZIP_CHECKCONS, &code));
+    if (!_zip && code == ZIP_ER_EXISTS)
+        throw FileError("it has an entry twice");
     if (!_zip) {
         zip_error_t error;
         zip_error_init_with_code(&error, code);

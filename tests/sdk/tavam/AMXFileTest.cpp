@@ -1,0 +1,193 @@
+#include "sdk/tavam/PlatformSamples.h"
+#include "tavam/FileError.h"
+
+#include <csignal>
+#include <limits>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+using namespace TavAM;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::string GetWriteError(const std::filesystem::path& i_path, const Platform& i_platform)
+{
+    try {
+        AMXFileWriter().WriteFile(i_path, i_platform);
+    } catch (const FileError& error) {
+        return error.what();
+    }
+    return {};
+}
+
+/// Reads and expects one platform.
+std::shared_ptr<Platform> ReadOne(const std::filesystem::path& i_path)
+{
+    AMXFileReader reader;
+    Database database;
+    EXPECT_TRUE(reader.ReadFile(i_path, database)) << reader.GetError();
+    EXPECT_EQ(reader.GetError(), "");
+    EXPECT_EQ(database.GetNumPlatforms(), 1U);
+    return database.GetNumPlatforms() == 1 ? database.GetPlatform(0) : std::make_shared<Platform>();
+}
+
+Representation Nest(unsigned i_depth)
+{
+    Representation shape = Representation::FromMesh(MakeTetrahedron(1));
+    for (unsigned depth = 1; depth < i_depth; ++depth) {
+        std::vector<Representation> members(1, shape);
+        shape = Representation::FromMembers(std::move(members));
+        shape.SetPlacement(Transform::Translation(depth, 0, 0.1));
+    }
+    return shape;
+}
+
+TEST(AMXFile, EverythingSurvivesWritingAndReading)
+{
+    const TestFolder folder;
+    const auto path = folder.path / "\u05d0 platform.TavAMX";
+    const Platform rich = MakeRichPlatform();
+    AMXFileWriter().WriteFile(path, rich);
+    const auto read = ReadOne(path);
+    ExpectEqual(rich, *read);
+    // The mesh that two parts share is still shared.
+    EXPECT_EQ(read->GetParts()[1].GetRepresentation().GetMesh(),
+              read->GetParts()[0].GetRepresentation().GetMembers()[0].GetMesh());
+    const std::string bytes = ReadBytes(path);
+    AMXFileWriter().WriteFile(path, *read);
+    EXPECT_EQ(ReadBytes(path), bytes) << "the same platform makes the same file";
+
+    AMXFileWriter().WriteFile(path, Platform());
+    ExpectEqual(Platform(), *ReadOne(path));
+    AMXFileWriter().WriteFile(path, MakePlatform(Nest(32)));
+    ExpectEqual(MakePlatform(Nest(32)), *ReadOne(path));
+    EXPECT_THAT(folder.GetNames(), ElementsAre(path.filename().string()));
+}
+
+TEST(AMXFile, ADatabaseKeepsItsPlatformsInOrder)
+{
+    const TestFolder folder;
+    Database written;
+    AMXFileWriter().WriteFile(folder.path / "none", written);
+    for (const wchar_t* name : {L"1", L"2"}) {
+        written.AddPlatform(std::make_shared<Platform>(MakeRichPlatform()));
+        written.GetPlatform(written.GetNumPlatforms() - 1)->SetName(name);
+    }
+    AMXFileWriter().WriteFile(folder.path / "two", written);
+    Database read;
+    AMXFileReader reader;
+    ASSERT_TRUE(reader.ReadFile(folder.path / "none", read));
+    EXPECT_EQ(read.GetNumPlatforms(), 0U);
+    ASSERT_TRUE(reader.ReadFile(folder.path / "two", read));
+    ASSERT_EQ(read.GetNumPlatforms(), 2U);
+    ExpectEqual(*written.GetPlatform(0), *read.GetPlatform(0));
+    ExpectEqual(*written.GetPlatform(1), *read.GetPlatform(1));
+}
+
+TEST(AMXFile, WhatTheWriterTakesTheReaderTakes)
+{
+    const TestFolder folder;
+    const auto path = folder.path / "x.TavAMX";
+    // All of it packs a thousand times: mesh, definition, document.
+    auto flat = std::make_shared<Mesh>();
+    flat->vertices.resize(200000);
+    flat->triangles.resize(200000);
+    Platform platform = MakePlatform(Representation::FromMembers(
+        {Representation::FromMesh(flat), Representation::FromBrep(std::string(3000000, 'x'))}));
+    // The longest texts, each byte of which XML has to escape.
+    for (const wchar_t* name : {L"1", L"2"})
+        platform.GetAMXProperties().SetText(name, std::wstring(std::size_t{1} << 20U, L'"'));
+    const std::wstring longest(std::size_t{64} << 10U, L'"');
+    platform.GetAMXProperties().SetText(longest, std::wstring(std::size_t{1} << 20U, L'"'));
+    platform.SetMachine(MachineParameters{longest, longest, longest, {}});
+    AMXFileWriter().WriteFile(path, platform);
+    ExpectEqual(platform, *ReadOne(path));
+}
+
+TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
+{
+    const TestFolder folder;
+    const auto path = folder.path / "x.TavAMX";
+    WriteBytes(path, "old");
+    const auto withDefect = [](const std::function<void(Mesh&)>& i_change) {
+        const auto mesh = MakeTetrahedron(1);
+        i_change(*mesh);
+        return MakePlatform(Representation::FromMesh(mesh));
+    };
+    Platform placedNowhere = MakePlatform(Representation());
+    placedNowhere.GetParts()[0].SetPlacement(Transform::Translation(0, std::numeric_limits<double>::infinity(), 0));
+    Platform longName = MakePlatform(Representation());
+    longName.GetParts()[0].GetAMXProperties().SetText(L"x", std::wstring((std::size_t{1} << 20U) + 1, L'x'));
+    Platform longText;
+    for (int index = 0; index < 65; ++index)
+        longText.GetAMXProperties().SetText(std::to_wstring(index), std::wstring(std::size_t{1} << 20U, L'x'));
+    const struct
+    {
+        Platform platform;
+        std::string error;
+    } rows[] = {
+        {withDefect([](Mesh& io_mesh) { io_mesh.triangles.clear(); }), "part \"part\": its mesh cannot be used"},
+        {withDefect([](Mesh& io_mesh) { io_mesh.triangles[1][2] = 4; }), "vertex 4 of 4"},
+        {withDefect([](Mesh& io_mesh) { io_mesh.vertices[2].y = std::nanf(""); }), "vertex 2"},
+        {MakePlatform(Nest(33)), "deeper than 32"},
+        {placedNowhere, "placement is not finite"},
+        {longName, "longer than 1048576 bytes"},
+        {longText, "more than 67108864 bytes"},
+        {MakePlatform(Representation::FromMembers(std::vector<Representation>(10000, Representation::FromBrep("")))),
+         "more than 9999 different"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_THAT(GetWriteError(path, row.platform), AllOf(HasSubstr(path.string()), HasSubstr(row.error)));
+        EXPECT_EQ(ReadBytes(path), "old");
+        EXPECT_EQ(folder.GetNames().size(), 1U);
+    }
+}
+
+TEST(AMXFile, WithoutRoomOrFolderNothingIsLost)
+{
+    const TestFolder folder;
+    const auto path = folder.path / "x.TavAMX";
+    WriteBytes(path, "old");
+    EXPECT_THAT(GetWriteError(path / "x.TavAMX", MakeRichPlatform()), HasSubstr("Not a directory"));
+    EXPECT_THAT(GetWriteError(folder.path / "none" / "x", MakeRichPlatform()), HasSubstr("No such file"));
+    EXPECT_THAT(GetWriteError(folder.path, MakeRichPlatform()), HasSubstr(folder.path.string()));
+
+    // A limit on file sizes stands for a full disk.
+    const auto mesh = MakeTetrahedron(1);
+    for (int index = 0; index < 100000; ++index)
+        mesh->vertices.push_back({static_cast<float>(index * 7919 % 100003), static_cast<float>(index) / 7, 1});
+    rlimit old = {};
+    getrlimit(RLIMIT_FSIZE, &old);
+    const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const rlim_t size : {rlim_t{0}, rlim_t{100}, rlim_t{100000}}) {
+        const rlimit limit = {size, old.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        const std::string error = GetWriteError(path, MakePlatform(Representation::FromMesh(mesh)));
+        setrlimit(RLIMIT_FSIZE, &old);
+        EXPECT_THAT(error, AllOf(HasSubstr(path.string()), HasSubstr("File too large"))) << size;
+        EXPECT_EQ(ReadBytes(path), "old");
+        EXPECT_EQ(folder.GetNames().size(), 1U);
+    }
+    std::signal(SIGXFSZ, oldHandler);
+    EXPECT_EQ(GetWriteError(path, MakePlatform(Representation::FromMesh(mesh))), "");
+}
+
+TEST(AMXFile, NewFilesArePrivateAndReplacedOnesKeepTheirMode)
+{
+    const TestFolder folder;
+    const auto path = folder.path / std::string(255, 'x');
+    const auto getMode = [&path] {
+        return std::filesystem::status(path).permissions() & std::filesystem::perms::mask;
+    };
+    AMXFileWriter().WriteFile(path, Platform());
+    EXPECT_EQ(getMode(), static_cast<std::filesystem::perms>(0600));
+    chmod(path.c_str(), 0644);
+    AMXFileWriter().WriteFile(path, Platform());
+    EXPECT_EQ(getMode(), static_cast<std::filesystem::perms>(0644));
+}
+
+} // namespace

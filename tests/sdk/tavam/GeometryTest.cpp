@@ -1,0 +1,58 @@
+#include "sdk/tavam/PlatformSamples.h"
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+using namespace TavAM;
+
+TEST(Geometry, VolumeFollowsPlacementAndOrientation)
+{
+    const auto mesh = MakeTetrahedron(6);
+    EXPECT_NEAR(GetVolume(*mesh, {}), 36, 1e-9);
+    EXPECT_NEAR(GetVolume(*mesh, Transform::Translation(1e6, -1e6, 1e6)), 36, 1e-9);
+    EXPECT_NEAR(GetVolume(*mesh, {{2, 0, 0, 5, 0, 1, 0, 0, 0, 0, 1, 0}}), 72, 1e-9);
+    EXPECT_NEAR(GetVolume(*mesh, {{-1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}}), -36, 1e-9);
+    for (auto& triangle : mesh->triangles)
+        std::swap(triangle[0], triangle[1]);
+    EXPECT_NEAR(GetVolume(*mesh, {}), -36, 1e-9);
+    EXPECT_EQ(GetVolume({}, {}), 0);
+}
+
+TEST(Geometry, MembersAreVisitedAsPlaced)
+{
+    const Transform quarterTurn{{0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0}};
+    Representation inner = Representation::FromMesh(MakeTetrahedron(1));
+    inner.SetPlacement(Transform::Translation(10, 0, 0));
+    Representation middle = Representation::FromMembers({inner, Representation::FromImplicit("x")});
+    middle.SetPlacement(quarterTurn);
+    Part part;
+    part.SetRepresentation(Representation::FromMembers({middle}));
+    part.SetPlacement(Transform::Translation(0, 0, 5));
+    // First 10 along x, then turned to 10 along y, then up.
+    const BoundingBox box = part.GetBoundingBox();
+    EXPECT_EQ(box.min, (Point3d{-1, 10, 5}));
+    EXPECT_EQ(box.max, (Point3d{0, 11, 6}));
+    EXPECT_TRUE(part.GetRepresentation().Holds(RepresentationKind::Implicit));
+    EXPECT_FALSE(part.GetRepresentation().Holds(RepresentationKind::Brep));
+    part.SetRepresentation(Representation::FromMembers({Representation::FromBrep("")}));
+    EXPECT_TRUE(part.GetBoundingBox().IsEmpty());
+    EXPECT_THROW(Representation::FromMesh(nullptr), std::runtime_error);
+}
+
+TEST(Geometry, DefectsAreFoundWhereverTheyAre)
+{
+    EXPECT_EQ(FindMeshDefect(*MakeTetrahedron(1e6F)), "");
+    for (const float bad : {std::nextafter(1e6F, 2e6F), -1.1e6F, std::numeric_limits<float>::infinity(),
+                            std::numeric_limits<float>::quiet_NaN()}) {
+        for (int coordinate = 0; coordinate < 12; ++coordinate) {
+            const auto mesh = MakeTetrahedron(1);
+            Point3f& vertex = mesh->vertices[static_cast<std::size_t>(coordinate) / 3];
+            (coordinate % 3 == 0 ? vertex.x : coordinate % 3 == 1 ? vertex.y : vertex.z) = bad;
+            EXPECT_NE(FindMeshDefect(*mesh), "") << bad << " in " << coordinate;
+        }
+    }
+}
+
+} // namespace
