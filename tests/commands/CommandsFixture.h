@@ -3,26 +3,18 @@
 #include "client/interface/CommunicationException.h"
 #include "client/interface/Machine.h"
 
-#include "vexlorcore/Application.h"
-#include "vexlorcore/IVexlorApiProvider.h"
+#include "support/HostFixture.h"
 #include "vexlorcore/Statistic.h"
-#include "vexlorcore/UiThread.h"
-#include "vexlorui/MessageDialogs.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <QEventLoop>
 #include <QTemporaryDir>
-#include <QTimer>
 
-#include <chrono>
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -85,47 +77,29 @@ private:
     std::shared_ptr<Script> _script;
 };
 
-/// The host's side of a run, with a place for a fault at every step, and a record of what was asked.
+/// The reference host's side of a run, with a place for a fault at every step and a record of what was asked.
 class ScriptedProvider final : public IVexlorApiProvider
 {
 public:
     using Files = std::vector<std::wstring>;
     using OnLoaded = std::function<void(std::shared_ptr<TavAM::Platform>)>;
 
-    std::function<void()> onStart, onSave, onLoad, onConfirm; // each may throw
+    explicit ScriptedProvider(Vexlor::ReferenceApiProvider& io_real)
+        : _real(io_real)
+    {}
+
+    std::function<void()> onStart, onJob, onSave, onLoad, onConfirm; // each may throw
     bool confirms = true;
-    std::stop_source stop;
     std::vector<std::string> log;
     std::vector<std::pair<int, std::string>> progress;
-    int ticks = 0; ///< turns of the event loop while jobs ran
 
     bool RunJobWithTitle(const QString& i_title, const VexlorCore::Job& i_job) override
     {
-        if (_running)
-            throw std::runtime_error("Another command is still running.");
-        log.push_back("job " + i_title.toStdString());
-        if (onStart)
-            onStart();
-        _running = true;
-        QEventLoop loop;
-        QTimer timer;
-        QObject::connect(&timer, &QTimer::timeout, [this] { ++ticks; });
-        timer.start(1);
-        Progress display(*this);
-        auto job = std::async(std::launch::async, [&] {
-            const auto quit = [&loop](void*) {
-                QMetaObject::invokeMethod(&loop, "quit", Qt::QueuedConnection);
-            };
-            const std::unique_ptr<void, decltype(quit)> at_end(&loop, quit);
-            return i_job(display);
-        });
-        loop.exec();
-        _running = false;
-        return job.get();
+        return _Start([&](const auto& i_wrapped) { return _real.RunJobWithTitle(i_title, i_wrapped); }, i_title, i_job);
     }
     bool RunJob(const QString& i_title, const VexlorCore::Job& i_job) override
     {
-        return RunJobWithTitle(i_title, i_job);
+        return _Start([&](const auto& i_wrapped) { return _real.RunJob(i_title, i_wrapped); }, i_title, i_job);
     }
     bool ConfirmSubmission(const QString& i_command, const QString& i_job) override
     {
@@ -134,7 +108,7 @@ public:
             onConfirm();
         return confirms;
     }
-    void InvokeOnUiThread(const std::function<void()>& i_job) override { VexlorCore::UiThread::Invoke(i_job); }
+    void InvokeOnUiThread(const std::function<void()>& i_job) override { _real.InvokeOnUiThread(i_job); }
     void UpdateCommands() override { log.push_back("update"); }
     void SaveProcessorInput(VexlorCore::DataSet*, std::int32_t i_format, const std::filesystem::path& i_path) override
     {
@@ -156,21 +130,35 @@ public:
     {}
 
 private:
-    class Progress final : public VexlorCore::IJobProgress
+    struct Progress final : VexlorCore::IJobProgress
     {
-    public:
-        explicit Progress(ScriptedProvider& io_owner)
-            : _owner(io_owner)
+        ScriptedProvider& owner;
+        IJobProgress& real;
+        Progress(ScriptedProvider& io_owner, IJobProgress& io_real)
+            : owner(io_owner)
+            , real(io_real)
         {}
         void SetProgress(int i_percent, const std::string& i_stage) override
         {
-            _owner.progress.emplace_back(i_percent, i_stage);
+            owner.progress.emplace_back(i_percent, i_stage);
+            real.SetProgress(i_percent, i_stage);
         }
-        std::stop_token GetStopToken() const override { return _owner.stop.get_token(); }
-
-    private:
-        ScriptedProvider& _owner;
+        std::stop_token GetStopToken() const override { return real.GetStopToken(); }
     };
+
+    template <class Start>
+    bool _Start(const Start& i_start, const QString& i_title, const VexlorCore::Job& i_job)
+    {
+        if (onStart)
+            onStart();
+        return i_start([this, i_title, i_job](VexlorCore::IJobProgress& io_progress) {
+            log.push_back("job " + i_title.toStdString());
+            if (onJob)
+                onJob();
+            Progress recorded(*this, io_progress);
+            return i_job(recorded);
+        });
+    }
 
     void _Load(std::string i_what, const Files& i_files)
     {
@@ -181,7 +169,7 @@ private:
             onLoad();
     }
 
-    bool _running = false;
+    Vexlor::ReferenceApiProvider& _real;
 };
 
 /// A host with one active scene, a machine, and recorded messages; temporary folders lie in a folder of its own.
@@ -192,20 +180,14 @@ protected:
     {
         qputenv("TMPDIR", _temp.path().toUtf8());
         VexlorCore::Statistic::Clear();
-        _scene = _application.CreateDatabase().CreateDataSet();
-        _application.GetDatabase()->SetActiveDataSet(_scene);
-        _former = Vexlor::MessageDialogs::SetHandler([this](const Vexlor::Message& i_message) {
+        Vexlor::MessageDialogs::SetHandler([this](const Vexlor::Message& i_message) {
             EXPECT_TRUE(VexlorCore::UiThread::IsCurrent());
             EXPECT_TRUE(_TempIsEmpty()) << "folders must not wait for the user";
             _messages.push_back(i_message);
-            return _answer < 0 ? i_message.buttons.size() - 1 : _answer;
+            return _answer < 0 ? static_cast<int>(i_message.buttons.size()) - 1 : _answer;
         });
     }
-    ~CommandsFixture() override
-    {
-        Vexlor::MessageDialogs::SetHandler(_former);
-        qunsetenv("TMPDIR");
-    }
+    ~CommandsFixture() override { qunsetenv("TMPDIR"); }
 
     bool _TempIsEmpty() const { return std::filesystem::is_empty(_temp.path().toStdString()); }
 
@@ -221,15 +203,13 @@ protected:
         EXPECT_TRUE(_TempIsEmpty());
     }
 
+    TestSupport::Host _host;
     QTemporaryDir _temp;
-    VexlorCore::UiThread _uiThread;
-    VexlorCore::Application _application;
-    VexlorCore::DataSet* _scene = nullptr;
-    Vexlor::MessageDialogs::Handler _former;
+    VexlorCore::DataSet* _scene = _host.scene;
     std::vector<Vexlor::Message> _messages;
     int _answer = -1; // index of the button, -1 for the last
     std::shared_ptr<Script> _script = std::make_shared<Script>();
-    ScriptedProvider _provider;
+    ScriptedProvider _provider{_host.provider};
     std::function<IVexlorApiProvider&()> _getProvider = [this]() -> IVexlorApiProvider& {
         return _provider;
     };

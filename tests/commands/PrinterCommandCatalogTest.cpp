@@ -114,9 +114,9 @@ TEST_F(PrinterCommandCatalog, KindDecidesNameTextsIconAndEnabling)
         };
         for (int content = 0; content < 4; ++content)
             EXPECT_EQ(content != 0 || !row.needsContent, is_enabled(content)) << content;
-        _application.GetSettings().SetDisableBuildButton(true);
+        _host.application.GetSettings().SetDisableBuildButton(true);
         EXPECT_EQ(row.asksMachine, is_enabled(1));
-        _application.GetSettings().SetDisableBuildButton(false);
+        _host.application.GetSettings().SetDisableBuildButton(false);
         const std::function<std::future<bool>()> refusals[] = {
             [] { return Ready(false); }, [] { return std::future<bool>(); }, [&] { return (never = {}).get_future(); },
             []() -> std::future<bool> {

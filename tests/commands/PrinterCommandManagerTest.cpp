@@ -148,12 +148,12 @@ TEST_F(PrinterCommandManagerTest, FailuresReachTheCallerButNotTheEventLoop)
         throw std::runtime_error("gone");
     };
     EXPECT_THROW(_manager.CheckCommands(), std::runtime_error);
-    EXPECT_NO_THROW(_application.GetDatabase()->Send(VexlorCore::BPQueueChanged(_scene)));
+    EXPECT_NO_THROW(_host.application.GetDatabase()->Send(VexlorCore::BPQueueChanged(_scene)));
 }
 
 TEST_F(PrinterCommandManagerTest, HearsOfScenesAndPrintersFromTheHost)
 {
-    auto& database = *_application.GetDatabase();
+    auto& database = *_host.application.GetDatabase();
     database.Send(VexlorCore::BPQueueChanged(_scene));
     EXPECT_EQ(2, _Ids().size());
     _scene = nullptr;
