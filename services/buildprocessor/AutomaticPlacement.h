@@ -1,0 +1,40 @@
+#pragma once
+
+#include "buildprocessor/MachineProfile.h"
+#include "tavam/Platform.h"
+
+#include <functional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace MachineService::BuildProcessor {
+
+struct PlacementOptions
+{
+    double clearance = 3; ///< mm, between two footprints and to the edge of the bed; 0.1 or more
+    std::stop_token stop;
+    std::function<void(int i_percent)> onProgress; ///< may be empty; rises from 0 to 100
+};
+
+/// Names are UTF-8, in the order of the parts.
+struct PlacementResult
+{
+    std::vector<std::string>
+        unplaced; ///< too large for the machine, or left over; when there are any, nothing was moved
+    std::vector<std::string> withoutMesh; ///< they have no footprint and stay where they are
+};
+
+/// Places all parts with a mesh on the bed: they stand on it, apart from one another and from its edge by the clearance
+/// (to 0.005 mm), around its centre where there is room.
+///
+/// A part is moved, dropped to the bed, and turned around the vertical only where it does not fit as it stands; other
+/// parts of its placement stay. The places are searched among the convex hulls of the footprints: no part is put into
+/// the hollow of another. The same input gives the same result, and the result is checked with FindPlacementFaults
+/// before it counts. \throws CommunicationException ProcessingAborted when the token asks; InternalError for more than
+/// 1,000 parts and when the
+///         check objects. The platform is then as it was.
+PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, double i_height,
+                           const PlacementOptions& i_options);
+
+} // namespace MachineService::BuildProcessor

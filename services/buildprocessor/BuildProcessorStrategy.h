@@ -1,0 +1,43 @@
+#pragma once
+
+#include "buildprocessor/MachineRegistry.h"
+#include "client/interface/MachineStrategy.h"
+
+#include <memory>
+
+namespace MachineService::BuildProcessor {
+
+struct ServiceContext;
+
+/// Id of the command Build, the same for every machine of this service.
+const boost::uuids::uuid& GetBuildCommandId();
+
+/// One printer of the Build Processors.
+///
+/// Its data are those of the moment at which it was made; commands follow the profile as it is when they are asked.
+///
+/// Thread: any. Questions answer at once from local state; commands run on the service's job threads.
+class BuildProcessorStrategy final : public MachineStrategy
+{
+public:
+    BuildProcessorStrategy(const DatedProfile& i_profile, std::shared_ptr<ServiceContext> ip_context);
+
+    std::future<std::vector<CommandDescription>> GetCommands() const override;
+    std::future<bool> CanRunCommand(const boost::uuids::uuid& i_command_id) const override;
+    std::future<CommandResult> RunCommand(const CommandParameters& i_parameters) const override;
+    ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override;
+    std::future<std::pair<CommandResult, Platform>> GetEmptyPlatform(const std::string& i_parameters) const override;
+    ProgressWatcherFuture<void> ModifyPlatform(const Platform& i_platform) const override;
+    std::future<CommandResult> FillReportProperties(const CommandParameters& i_parameters) const override;
+    std::future<CommandResult> Preprocessing(const CommandParameters& i_parameters) const override;
+    std::future<ProfileAssignments> GetProfileAssignments() const override;
+
+private:
+    /// \throws CommunicationException ServicesUnavailable, MachineNotFound.
+    MachineRegistry::ProfilePointer _GetProfile() const;
+    [[noreturn]] void _RefuseMissing(const char* ip_what) const;
+
+    const std::shared_ptr<ServiceContext> _context;
+};
+
+} // namespace MachineService::BuildProcessor

@@ -1,0 +1,16 @@
+#pragma once
+
+#include "buildprocessor/PartGeometry.h"
+
+#include <filesystem>
+#include <stop_token>
+#include <vector>
+
+namespace MachineService::BuildProcessor {
+
+/// Writes the parts as objects of a 3MF file in millimetres, in their order and where they stand.
+/// \throws CommunicationException FileError; ProcessingAborted when the token asked.
+void WriteEngineModel(const std::vector<PartGeometry>& i_parts, const std::filesystem::path& i_path,
+                      std::stop_token i_stop);
+
+} // namespace MachineService::BuildProcessor

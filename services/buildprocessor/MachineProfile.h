@@ -1,0 +1,122 @@
+#pragma once
+
+#include "client/interface/ErrorCode.h"
+#include "client/interface/MachineData.h"
+
+#include <boost/uuid/uuid.hpp>
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace MachineService::BuildProcessor {
+
+enum class Technology
+{
+    Fff, ///< fused filament
+    Sla, ///< resin, exposed through a mask
+};
+
+enum class BedShape
+{
+    Rectangle,
+    Circle,
+    Polygon,
+};
+
+enum class QueueState
+{
+    Running,
+    Paused,
+    Error,
+    Offline,
+};
+
+struct BedPoint
+{
+    double x = 0;
+    double y = 0;
+    bool operator==(const BedPoint&) const = default;
+};
+
+/// Where a machine builds. Units: mm.
+struct Bed
+{
+    BedShape shape = BedShape::Rectangle;
+    BedPoint centre;               ///< of a circle
+    double diameter = 0;           ///< of a circle
+    std::vector<BedPoint> outline; ///< convex, counter-clockwise; of a circle, the polygon that the engine is told
+    bool operator==(const Bed&) const = default;
+};
+
+struct Material
+{
+    std::string name;
+    double density = 0;           ///< g/cm³
+    double filamentDiameter = 0;  ///< mm; fused filament only
+    double nozzleTemperature = 0; ///< °C; fused filament only
+    double bedTemperature = 0;    ///< °C; fused filament only
+    double exposureTime = 0;      ///< s; resin only
+    double firstExposureTime = 0; ///< s; resin only
+    bool operator==(const Material&) const = default;
+};
+
+/// A print strategy that parts can be given; see ProfileAssignment.
+struct PrintStrategy
+{
+    std::string id;
+    std::string name;
+    std::string role;
+    bool operator==(const PrintStrategy&) const = default;
+};
+
+/// One printer as its profile file describes it. A value, checked when it was read. Texts are UTF-8.
+struct MachineProfile
+{
+    boost::uuids::uuid id = {};
+    std::string name;
+    std::string manufacturer;
+    std::string modelId;
+    std::string driverId;
+    std::string comment;
+    Technology technology = Technology::Fff;
+    Bed bed;
+    double height = 0;                ///< mm
+    double nozzleDiameter = 0;        ///< mm; fused filament only
+    std::vector<double> layerHeights; ///< mm; the first is the default
+    double displayWidth = 0;          ///< pixels; resin only
+    double displayHeight = 0;         ///< pixels; resin only
+    std::vector<Material> materials;
+    std::size_t defaultMaterial = 0;
+    std::vector<PrintStrategy> strategies;
+    std::vector<std::pair<std::string, std::string>> engineSettings; ///< the engine's own keys, from an allowed list
+    bool configuresConnection = false;
+    bool acceptsImplicitData = false;
+    bool acceptsComposedParts = true;
+    QueueState queueState = QueueState::Running;
+    std::chrono::seconds engineDeadline{0};
+
+    bool operator==(const MachineProfile&) const = default;
+
+    const Material& GetDefaultMaterial() const { return materials[defaultMaterial]; }
+    /// True when the engine is told to make supports, so that a part may float above the bed.
+    bool MakesSupports() const;
+};
+
+/// A profile and when its file was last written.
+struct DatedProfile
+{
+    MachineProfile profile;
+    std::optional<ConfigurationTime> time;
+};
+
+MachineData ToMachineData(const DatedProfile& i_profile);
+/// What differs, as news of the machine; None when nothing does.
+MachineChanges FindChanges(const MachineProfile& i_old, const MachineProfile& i_new);
+/// The code that the queue refuses commands with; None when it runs.
+ErrorCode GetRefusal(QueueState i_state);
+
+} // namespace MachineService::BuildProcessor

@@ -1,0 +1,35 @@
+#include "client/interface/ICommunicationServiceAPI.h"
+
+#include "buildprocessor/BuildProcessorCatalog.h"
+#include "core/ServicesCatalog.h"
+
+namespace MachineService {
+
+namespace {
+
+class CommunicationServiceAPI final : public ICommunicationServiceAPI
+{
+public:
+    void Initialize() override {}
+
+    std::unique_ptr<AbstractMachinesCatalog> CreateMachinesCatalog(
+        const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory) override
+    {
+        auto catalog = std::make_unique<ServicesCatalog>();
+        // A further service is a catalog of its own, added here.
+        catalog->AddService(
+            ServiceId::BuildProcessors,
+            std::make_unique<BuildProcessor::BuildProcessorCatalog>(
+                i_plugin_utility_factory ? i_plugin_utility_factory(ServiceId::BuildProcessors) : nullptr));
+        return catalog;
+    }
+};
+
+} // namespace
+
+std::unique_ptr<ICommunicationServiceAPI> CreateCommunicationService()
+{
+    return std::make_unique<CommunicationServiceAPI>();
+}
+
+} // namespace MachineService
