@@ -1,0 +1,93 @@
+#include "catalog/AcceptedMachines.h"
+
+namespace MachineService {
+
+bool AcceptedMachines::Contains(const boost::uuids::uuid& i_id) const
+{
+    const std::lock_guard lock(_mutex);
+    return _ids.contains(i_id);
+}
+
+std::vector<bool> AcceptedMachines::Contain(const std::vector<boost::uuids::uuid>& i_ids) const
+{
+    std::vector<bool> are_accepted;
+    are_accepted.reserve(i_ids.size());
+    const std::lock_guard lock(_mutex);
+    for (const boost::uuids::uuid& id : i_ids)
+        are_accepted.push_back(_ids.contains(id));
+    return are_accepted;
+}
+
+bool AcceptedMachines::Remove(const boost::uuids::uuid& i_id)
+{
+    const std::lock_guard lock(_mutex);
+    _Record(i_id, true, 0);
+    return _ids.erase(i_id) > 0;
+}
+
+void AcceptedMachines::_Record(const boost::uuids::uuid& i_id, bool i_is_gone, int i_own_evaluations)
+{
+    ++_sequence;
+    if (_evaluations > i_own_evaluations)
+        _changes.insert_or_assign(i_id, Change{_sequence, i_is_gone});
+}
+
+AcceptedMachines::Evaluation::Evaluation(AcceptedMachines& io_machines, Kind i_kind)
+    : _machines(io_machines)
+    , _kind(i_kind)
+{
+    const std::lock_guard lock(_machines._mutex);
+    ++_machines._evaluations;
+    if (_kind == Kind::Invalidation)
+        _machines._lastInvalidation = ++_machines._sequence;
+    _begin = _seen = _machines._sequence;
+}
+
+AcceptedMachines::Evaluation::~Evaluation()
+{
+    const std::lock_guard lock(_machines._mutex);
+    if (--_machines._evaluations == 0)
+        _machines._changes.clear();
+}
+
+AcceptedMachines::Outcome AcceptedMachines::Evaluation::Apply(const boost::uuids::uuid& i_id, bool i_is_accepted)
+{
+    const std::lock_guard lock(_machines._mutex);
+    const Sequence asked_at = std::exchange(_seen, _machines._sequence);
+    if (!_machines._changes.empty()) {
+        const auto change = _machines._changes.find(i_id);
+        if (change != _machines._changes.end() && change->second.sequence > _begin) {
+            if (change->second.isGone)
+                return Outcome::Gone;
+            if (change->second.sequence > asked_at)
+                return Outcome::AskAgain;
+        }
+    }
+    // Whoever changes the rule invalidates afterwards: an answer from before may be the old rule's, and the
+    // invalidation may have passed this machine already.
+    if (_machines._lastInvalidation > asked_at)
+        return Outcome::AskAgain;
+
+    if (i_is_accepted) {
+        if (!_machines._ids.insert(i_id).second) {
+            // Confirming is a decision as well: an older rejection must not undo it.
+            _machines._Record(i_id, false, 1);
+            return Outcome::Confirmed;
+        }
+        _machines._Record(i_id, false, 1);
+        return Outcome::Added;
+    }
+    if (_kind == Kind::Announcement || _machines._ids.erase(i_id) == 0)
+        return Outcome::Unchanged;
+    _machines._Record(i_id, false, 1);
+    return Outcome::Removed;
+}
+
+bool AcceptedMachines::Evaluation::HasGone(const boost::uuids::uuid& i_id) const
+{
+    const std::lock_guard lock(_machines._mutex);
+    const auto change = _machines._changes.find(i_id);
+    return change != _machines._changes.end() && change->second.sequence > _begin && change->second.isGone;
+}
+
+} // namespace MachineService
