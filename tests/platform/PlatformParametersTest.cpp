@@ -1,0 +1,260 @@
+#include "platform/PlatformParameters.h"
+#include "client/interface/CommunicationException.h"
+#include "platform/IPlatformCreator.h"
+#include "platform/PlatformCreationParameters.h"
+#include "platform/PlatformInformationReader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QString>
+#include <QTemporaryDir>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <type_traits>
+
+namespace MachineService {
+namespace {
+
+/// Makes an interface's special members visible through a class that could be created.
+template <class Interface>
+struct Concrete : Interface
+{
+    Concrete() = default;
+    const std::wstring& GetId() const override { return text; }
+    const std::wstring& GetName() const override { return text; }
+    std::wstring text;
+};
+struct ConcreteParameter : Concrete<IPlatformParameter>
+{
+    int GetType() const override { return 2; }
+    bool IsRequired() const override { return true; }
+};
+struct ConcreteItem : Concrete<IPlatformParameterChoiceItem>
+{
+    bool IsDefault() const override { return true; }
+};
+
+// A move that is there does not throw, while the copy that stands in for one that is not there may.
+template <class T>
+constexpr bool HasMoveAssignment = std::is_nothrow_move_assignable_v<T>;
+static_assert(!HasMoveAssignment<IPlatformCreator> && !HasMoveAssignment<IPlatformParameter>);
+static_assert(!HasMoveAssignment<IPlatformParameterChoiceItem> && HasMoveAssignment<IPlatformParameterChoice>);
+static_assert(!std::is_nothrow_move_constructible_v<ConcreteParameter>);
+static_assert(!std::is_nothrow_move_constructible_v<ConcreteItem>);
+static_assert(std::is_nothrow_move_constructible_v<PlatformParameterChoice>);
+
+template <class T>
+constexpr bool IsCopyAssignable = std::is_same_v<decltype(std::declval<T&>() = std::declval<const T&>()), T&>;
+static_assert(IsCopyAssignable<IPlatformCreator> && IsCopyAssignable<IPlatformParameter>);
+static_assert(IsCopyAssignable<IPlatformParameterChoice> && IsCopyAssignable<IPlatformParameterChoiceItem>);
+static_assert(std::is_copy_constructible_v<ConcreteParameter> && std::is_copy_constructible_v<ConcreteItem>);
+static_assert(
+    std::is_same_v<decltype(std::declval<IPlatformParameterChoice&>() = std::declval<IPlatformParameterChoice>()),
+                   IPlatformParameterChoice&>);
+static_assert(std::is_base_of_v<IPlatformParameter, IPlatformParameterChoice>);
+static_assert(std::has_virtual_destructor_v<IPlatformCreator> && std::has_virtual_destructor_v<IPlatformParameter> &&
+              std::has_virtual_destructor_v<IPlatformParameterChoiceItem>);
+
+/// Place of a virtual function in the table; the destructor has the first two.
+template <class Function>
+std::size_t GetSlot(Function i_function)
+{
+    struct
+    {
+        std::size_t offset;
+        std::size_t adjustment;
+    } pointer;
+    static_assert(sizeof(pointer) == sizeof(i_function));
+    std::memcpy(&pointer, &i_function, sizeof(pointer));
+    return pointer.offset / sizeof(void*);
+}
+
+TEST(PlatformInterfacesTest, KeepTheOrderOfTheirOperations)
+{
+    EXPECT_EQ(GetSlot(&IPlatformParameter::GetId), 2U);
+    EXPECT_EQ(GetSlot(&IPlatformParameter::GetType), 3U);
+    EXPECT_EQ(GetSlot(&IPlatformParameter::GetName), 4U);
+    EXPECT_EQ(GetSlot(&IPlatformParameter::IsRequired), 5U);
+    EXPECT_EQ(GetSlot(&IPlatformParameterChoice::GetItemCount), 6U);
+    EXPECT_EQ(GetSlot(&IPlatformParameterChoice::GetItem), 7U);
+    EXPECT_EQ(GetSlot(&IPlatformParameterChoiceItem::GetId), 2U);
+    EXPECT_EQ(GetSlot(&IPlatformParameterChoiceItem::GetName), 3U);
+    EXPECT_EQ(GetSlot(&IPlatformParameterChoiceItem::IsDefault), 4U);
+    using Creator = IPlatformCreator;
+    EXPECT_EQ(GetSlot(static_cast<MachineLayer::IMachineData* (Creator::*)()>(&Creator::GetMachineData)), 2U);
+    EXPECT_EQ(GetSlot(static_cast<const MachineLayer::IMachineData* (Creator::*)() const>(&Creator::GetMachineData)),
+              3U);
+    EXPECT_EQ(GetSlot(&Creator::RefreshPlatformInformation), 4U);
+    EXPECT_EQ(GetSlot(&Creator::SetPlatformInformation), 5U);
+    EXPECT_EQ(GetSlot(&Creator::GetName), 6U);
+    EXPECT_EQ(GetSlot(&Creator::GetComment), 7U);
+    EXPECT_EQ(GetSlot(&Creator::GetMaterialCount), 8U);
+    EXPECT_EQ(GetSlot(&Creator::GetMaterial), 9U);
+    EXPECT_EQ(GetSlot(&Creator::SetParameterValue), 10U);
+    EXPECT_EQ(GetSlot(&Creator::GetParameterCount), 11U);
+    EXPECT_EQ(GetSlot(&Creator::GetParameter), 12U);
+    EXPECT_EQ(GetSlot(&Creator::CreatePlatform), 13U);
+}
+
+TEST(PlatformInterfacesTest, CopyNothing)
+{
+    PlatformParameterChoice choice(L"id", L"name", true);
+    PlatformParameterChoice other(L"other", L"o");
+    static_cast<IPlatformParameterChoice&>(other) = choice;
+    static_cast<IPlatformParameterChoice&>(other) = std::move(choice);
+    EXPECT_EQ(other.GetId(), L"other");
+    EXPECT_FALSE(other.IsRequired());
+}
+
+struct CountedItem final : IPlatformParameterChoiceItem
+{
+    explicit CountedItem(int& io_deaths)
+        : deaths(io_deaths)
+    {}
+    ~CountedItem() override { ++deaths; }
+    const std::wstring& GetId() const override { return text; }
+    const std::wstring& GetName() const override { return text; }
+    bool IsDefault() const override { return false; }
+    int& deaths;
+    std::wstring text;
+};
+
+TEST(PlatformInformationTest, CopiesShareParametersAndOwnMachineData)
+{
+    int deaths = 0;
+    auto original = std::make_unique<VexlorPlatformInformation>();
+    auto choice = std::make_shared<PlatformParameterChoice>(L"id", L"name");
+    EXPECT_EQ(choice->GetType(), 1);
+    EXPECT_THROW(choice->GetItem(0), std::out_of_range);
+    for (int item = 0; item < 3; ++item)
+        choice->AddItem(std::make_unique<CountedItem>(deaths));
+    EXPECT_THROW(choice->GetItem(3), std::out_of_range);
+    original->parameters.push_back(std::move(choice));
+    original->materials = {L"a", L"b"};
+    original->machineData->Edit().properties = {L"first", L"second", L"third", {}, {}, {}, {}, {}};
+    {
+        VexlorPlatformInformation copy(*original);
+        EXPECT_EQ(copy.parameters, original->parameters);
+        original->machineData->Edit().properties.name = L"changed";
+        EXPECT_EQ(copy.machineData->Get().properties.name, L"first");
+        VexlorPlatformInformation assigned;
+        assigned = copy;
+        const VexlorPlatformInformation& self = assigned;
+        assigned = self;
+        original.reset();
+        EXPECT_EQ(deaths, 0);
+        EXPECT_EQ(assigned.materials.size(), 2U);
+        EXPECT_EQ(assigned.machineData->Get().properties.name, L"first");
+
+        assigned.PopulatePropertiesUsingMachineInformation();
+        EXPECT_EQ(assigned.name, L"first");
+        EXPECT_EQ(assigned.comment, L"third");
+        EXPECT_EQ(assigned.materials, std::vector<std::wstring>{L"second"});
+        EXPECT_TRUE(assigned.parameters.empty());
+        copy.machineData.reset();
+        copy.name = L"kept";
+        copy.PopulatePropertiesUsingMachineInformation();
+        EXPECT_EQ(copy.name, L"kept");
+        EXPECT_TRUE(VexlorPlatformInformation(copy).parameters.empty());
+    }
+    EXPECT_EQ(deaths, 3);
+}
+
+/// All that a reader fills, as one text.
+std::string Show(const VexlorPlatformInformation& i_information)
+{
+    std::wostringstream text;
+    text << i_information.name << L"|" << i_information.comment << L"|";
+    for (const std::wstring& material : i_information.materials)
+        text << material << L";";
+    for (const auto& choice : i_information.parameters) {
+        text << L"|" << choice->GetId() << L":" << choice->GetName() << (choice->IsRequired() ? L"!" : L"");
+        for (std::size_t index = 0; index < choice->GetItemCount(); ++index) {
+            const IPlatformParameterChoiceItem& item = *choice->GetItem(index);
+            text << L"," << item.GetId() << L":" << item.GetName() << (item.IsDefault() ? L"!" : L"");
+        }
+    }
+    return QString::fromStdWString(text.str()).toStdString();
+}
+
+TEST(PlatformInformationReaderTest, TakesWhatTheFormatHasAndNothingElse)
+{
+    const std::pair<std::string, std::string> rows[] = {
+        {"<Other><Name>a</Name></Other>", "before||"},
+        {"<p:PlatformInformation xmlns:p='x'><Name>a</Name></p:PlatformInformation>", "before||"},
+        {"<PlatformInformation xmlns='x' version='9'/>", "before||"},
+        {"<PlatformInformation><Name>a</Name><Comment>c&lt;<![CDATA[&]]></Comment><Name>b&#xe4;</Name></"
+         "PlatformInformation>",
+         "bä|c<&|"},
+        {"<PlatformInformation><name>a</name><X><Name>a</Name><Materials><Material name='m'/></Materials></X>"
+         "</PlatformInformation>",
+         "before||"},
+        {"<PlatformInformation><Name>a<b>x</b>c</Name></PlatformInformation>", "ac||"},
+        {"<PlatformInformation><Materials><Material name='m'>text</Material><Material/><X name='x'/><Material "
+         "name='m'/>"
+         "</Materials><Material name='outside'/></PlatformInformation>",
+         "before||m;;m;"},
+        {"<PlatformInformation><Parameters><Item id='x'/><Choice/><Choice id='a' name='b' isRequired='true'>"
+         "<Item id='1' name='x' isDefault='true'>t<Item id='inner'/></Item><Choice id='inner'/><Item "
+         "isDefault='1'/></Choice>"
+         "<Choice isRequired='TRUE'><Item id='2' isDefault=' true'/></Choice></Parameters></PlatformInformation>",
+         "before|||:|a:b!,1:x!,:|:,2:"},
+        {"<PlatformInformation><Parameters><Choice id='中'><Item id='\xF0\x9F\x96\xA8'/></Choice></Parameters>"
+         "</PlatformInformation>",
+         "before|||中:,\xF0\x9F\x96\xA8:"},
+    };
+    for (const auto& [document, expected] : rows) {
+        VexlorPlatformInformation information;
+        information.name = L"before";
+        PlatformInformationReader reader(information);
+        EXPECT_TRUE(reader.ParseText(document)) << document << reader.GetError();
+        EXPECT_EQ(Show(information), expected) << document;
+    }
+    std::string many = "<PlatformInformation><Materials>";
+    for (int count = 0; count <= 200'000; ++count)
+        many += "<Material/>";
+    VexlorPlatformInformation information;
+    PlatformInformationReader reader(information);
+    EXPECT_FALSE(reader.ParseText(many + "</Materials></PlatformInformation>"));
+}
+
+TEST(PlatformCreationParametersTest, WritesValuesInTheOrderOfTheirIds)
+{
+    const QTemporaryDir dir;
+    const std::filesystem::path path = std::filesystem::path(dir.path().toStdString()) / "parameters.xml";
+    const auto write = [&path](const ParameterValues& i_values) {
+        WritePlatformCreationParameters(path.wstring().c_str(), i_values);
+        std::ostringstream text;
+        text << std::ifstream(path, std::ios::binary).rdbuf();
+        return text.str();
+    };
+    const std::string root = "<PlatformCreationParameters xmlns=\"https://www.vexlor.example/BuildProcessor/2014\"";
+    const std::string document = write({{L"a", L"1 < 2 & \u00e4"}, {L"B", L""}, {L"\U0001F5A8\"", L"x"}});
+    const std::string expected = root + "><ParameterValue id=\"B\"></ParameterValue>"
+                                        "<ParameterValue id=\"a\">1 &lt; 2 &amp; ä</ParameterValue>"
+                                        "<ParameterValue id=\"\xF0\x9F\x96\xA8&quot;\">x</ParameterValue>"
+                                        "</PlatformCreationParameters>";
+    // A writer may abbreviate an empty element.
+    std::string plain = document;
+    if (const auto found = plain.find("\"B\"/>"); found != std::string::npos)
+        plain.replace(found, 5, "\"B\"></ParameterValue>");
+    EXPECT_THAT(plain, ::testing::HasSubstr(expected));
+    EXPECT_THAT(write({}),
+                ::testing::AllOf(::testing::HasSubstr(root), ::testing::Not(::testing::HasSubstr("Value>"))));
+
+    const std::filesystem::path missing = path / "below";
+    try {
+        WritePlatformCreationParameters(missing.wstring().c_str(), {});
+        FAIL() << "no exception";
+    } catch (const CommunicationException& error) {
+        EXPECT_EQ(error.code(), ErrorCode::FileError);
+        EXPECT_EQ(error.what(), "Failed to create '" + missing.string() + "'.");
+    }
+}
+
+} // namespace
+} // namespace MachineService
