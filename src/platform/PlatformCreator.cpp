@@ -207,8 +207,10 @@ std::unique_ptr<IPlatformCreator> TryCreatePlatformCreator(const Machine& i_mach
                                                  std::move(i_api_provider));
     } catch (const CommunicationException& error) {
         o_error_message = ToWide(GetExceptionErrorMessage(error));
-        return nullptr;
+    } catch (const std::exception& error) {
+        o_error_message = ToWide(error.what());
     }
+    return nullptr;
 }
 
 } // namespace MachineService
