@@ -106,20 +106,25 @@ public:
     {
         std::optional<Place> best;
         double bestCost = 0;
+        bool fitsAlone = false;
         const auto consider = [&](int i_angle) {
             const Path hull = Rotate(i_hull, i_angle);
-            const auto at = _FindPlace(hull);
-            if (!at)
+            const FreeRegion& free = _GetFreeRegion(hull);
+            fitsAlone = fitsAlone || free.fitsAlone;
+            if (free.paths.empty())
                 return;
-            const double cost = _GetCost(*at, hull);
+            const IntPoint at = _aim == Aim::Centre ? _FindNearest(free.paths) : _FindFrontLeft(free.paths);
+            const double cost = _GetCost(at, hull);
             if (!best || cost < bestCost) {
-                best = Place{i_angle, *at};
+                best = Place{i_angle, at};
                 bestCost = cost;
             }
         };
         for (int angle = 0; angle < 360 && !(best && _aim == Aim::Centre); angle += 90)
             consider(angle);
-        for (int angle = RotationStep; angle < 360 && !best; angle += RotationStep) {
+        // Other turns only for what needs them on an empty bed, too: for every part that is left over they would take
+        // longer than they are worth.
+        for (int angle = RotationStep; angle < 360 && !best && !fitsAlone; angle += RotationStep) {
             if (angle % 90 != 0)
                 consider(angle);
         }
@@ -135,17 +140,10 @@ private:
     struct FreeRegion
     {
         Paths paths;
+        bool fitsAlone = false;
         Path mirrored;         ///< the simplified hull, see _taken
         std::size_t known = 0; ///< so many of _taken are taken out of it
     };
-
-    std::optional<IntPoint> _FindPlace(const Path& i_hull)
-    {
-        FreeRegion& free = _GetFreeRegion(i_hull);
-        if (free.paths.empty())
-            return std::nullopt;
-        return _aim == Aim::Centre ? _FindNearest(free.paths) : _FindFrontLeft(free.paths);
-    }
 
     FreeRegion& _GetFreeRegion(const Path& i_hull)
     {
@@ -154,6 +152,7 @@ private:
         if (isNew) {
             if (Path inner = MakeInnerRegion(_bed, _clearance, i_hull); !inner.empty())
                 free.paths = {std::move(inner)};
+            free.fitsAlone = !free.paths.empty();
             free.mirrored = Mirror(SimplifyOutwards(i_hull, MaxCorners));
         }
         if (free.known < _taken.size() && !free.paths.empty()) {
@@ -330,6 +329,14 @@ PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, doubl
             result.withoutMesh.push_back(GetPartLabel(parts[index], index));
         else
             items.push_back(MakeItem(parts[index], index, i_height));
+    }
+
+    const Path bedRegion = MakeInnerRegion(i_bed, clearance, {IntPoint(0, 0)});
+    double area = 0;
+    bool hopeless = false;
+    for (const Item& item : items) {
+        area += item.area;
+        hopeless = hopeless || item.hull.empty() || area > ClipperLib::Area(bedRegion);
     }
 
     Places places;
