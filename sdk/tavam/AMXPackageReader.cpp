@@ -19,6 +19,8 @@ static_assert(sizeof(Point3f) == 12 && sizeof(Mesh::triangles[0]) == 12);
 namespace {
 
 constexpr std::size_t SmallestStep = std::size_t{1} << 20U;
+/// What meshes hardly exceed: room for so much is made at once, more only when it comes.
+constexpr std::uint64_t UsualRatio = 8;
 
 /// Names that would lead out of a folder somebody unpacks the package into.
 bool IsSafeName(std::string_view i_name)
@@ -59,6 +61,7 @@ public:
             Throw(zip_strerror(io_package._zip.get()));
         _statedSize = stat.size;
         _packedSize = std::min<std::uint64_t>(stat.comp_size, io_package._fileSize);
+        _firstStep = std::max<std::size_t>(SmallestStep, UsualRatio * _packedSize);
         _file.reset(zip_fopen_index(io_package._zip.get(), found->second, 0));
         if (!_file)
             Throw(zip_strerror(io_package._zip.get()));
@@ -95,7 +98,7 @@ public:
         constexpr std::size_t elementSize = sizeof(typename Vector::value_type);
         while (o_elements.size() < i_count) {
             const std::size_t had = o_elements.size();
-            const std::size_t step = std::min(i_count - had, std::max(SmallestStep / elementSize, had));
+            const std::size_t step = std::min(i_count - had, std::max(_firstStep / elementSize, had));
             o_elements.resize(had + step);
             if (Read(o_elements.data() + had, step * elementSize) != step * elementSize)
                 Throw("is shorter than its counts say");
@@ -132,8 +135,9 @@ private:
     std::string _name;
     std::unique_ptr<zip_file_t, FileCloser> _file;
     std::uint64_t _statedSize = 0;
-    std::uint64_t _packedSize = 0;
-    std::uint64_t _size = 0; ///< that came out
+    std::uint64_t _packedSize = 0; ///< never more than the file has
+    std::size_t _firstStep = 0;    ///< bytes to make room for before any has come
+    std::uint64_t _size = 0;       ///< that came out
 };
 
 void AMXPackageReader::ZipDiscarder::operator()(zip* ip_zip) const
