@@ -14,7 +14,9 @@
 
 #include <boost/uuid/string_generator.hpp>
 
+#include <algorithm>
 #include <exception>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -62,6 +64,34 @@ struct PrinterCommandManager::Impl
     QString printerName;
     boost::uuids::uuid machineId = {}; // nil while no commands are shown
     std::unique_ptr<Listener> listener;
+
+    // The commands that the last check left in the storage, by what their names are made of; empty once anybody changed
+    // the storage. Most checks find everything as it was and need not make names.
+    struct Shown
+    {
+        CommandType type;
+        boost::uuids::uuid id;
+    };
+    std::optional<std::vector<Shown>> shown;
+    bool shownConnection = false;
+
+    bool IsShown(const std::vector<CommandDescription>& i_offered, const MachineData& i_data) const
+    {
+        return shown && shownConnection == i_data.configuresConnection &&
+               std::equal(i_offered.begin(), i_offered.end(), shown->begin(), shown->end(),
+                          [](const CommandDescription& i_command, const Shown& i_shown) {
+                              return i_command.type == i_shown.type && i_command.id == i_shown.id;
+                          });
+    }
+
+    void Remember(const std::vector<CommandDescription>& i_offered, const MachineData& i_data)
+    {
+        shown.emplace();
+        shown->reserve(i_offered.size());
+        for (const CommandDescription& command : i_offered)
+            shown->push_back({command.type, command.id});
+        shownConnection = i_data.configuresConnection;
+    }
 };
 
 PrinterCommandManager::PrinterCommandManager(std::function<VexlorCore::DataSet*()> i_get_data_set,
@@ -74,6 +104,13 @@ PrinterCommandManager::PrinterCommandManager(std::function<VexlorCore::DataSet*(
     _impl->getters = {std::move(i_get_data_set), std::move(i_get_api_provider), std::move(i_get_text)};
     _impl->getMachine = std::move(i_get_machine);
     _impl->listener = std::make_unique<Listener>(*this);
+
+    const auto forget = [this] {
+        _impl->shown.reset();
+    };
+    using Vexlor::UICommands::ICommandsContainer;
+    connect(&GetContainer(), &ICommandsContainer::CommandsAdded, this, forget);
+    connect(&GetContainer(), &ICommandsContainer::CommandsRemoved, this, forget);
 }
 
 PrinterCommandManager::~PrinterCommandManager() = default;
@@ -152,35 +189,41 @@ bool PrinterCommandManager::_CheckCommands()
         _Clear();
     }
 
-    // Only what is missing is built: most checks find the commands as they are.
     const std::vector<CommandDescription> offered = GetKnownCommands(*machine);
-    std::vector<QString> names;
-    names.reserve(offered.size());
-    for (const CommandDescription& description : offered)
-        names.push_back(GetCommandName(description, data).value_or(QString()));
-
-    QSet<QString> stored;
-    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands())
-        stored.insert(command->GetId());
-
-    QSet<QString> obsolete = stored;
-    for (const QString& name : names)
-        obsolete.remove(name);
-    for (const QString& name : obsolete) {
-        RemoveCommand(name);
-        Vexlor::UICommands::IconUpdater::RegisterIcon(name, QIcon());
+    if (_impl->IsShown(offered, data))
+        return true;
+    // Only what is missing is built.
+    std::vector<const CommandDescription*> missing;
+    QSet<QString> names;
+    names.reserve(static_cast<int>(offered.size()));
+    for (const CommandDescription& description : offered) {
+        const QString name = GetCommandName(description, data).value_or(QString());
+        names.insert(name);
+        if (!GetCommand(name))
+            missing.push_back(&description);
     }
+    _RemoveAllBut(names);
 
-    for (std::size_t index = 0; index < offered.size(); ++index) {
-        if (stored.contains(names[index]))
-            continue;
-        std::shared_ptr<PrinterCommand> command = CreatePrinterCommand(offered[index], *machine, _impl->getters);
+    for (const CommandDescription* const description : missing) {
+        std::shared_ptr<PrinterCommand> command = CreatePrinterCommand(*description, *machine, _impl->getters);
         command->moveToThread(thread());
         if (!AddCommand(std::move(command)))
             throw CommunicationException(ErrorCode::InternalError,
                                          "Can't insert BP command for Print3D Command Manager");
     }
+    _impl->Remember(offered, data);
     return true;
+}
+
+void PrinterCommandManager::_RemoveAllBut(const QSet<QString>& i_names)
+{
+    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands()) {
+        const QString name = command->GetId();
+        if (i_names.contains(name))
+            continue;
+        RemoveCommand(name);
+        Vexlor::UICommands::IconUpdater::RegisterIcon(name, QIcon());
+    }
 }
 
 void PrinterCommandManager::_Clear()

@@ -76,6 +76,7 @@ private:
     bool _CheckCommands();
     void _CheckAndTell();
     void _Clear();
+    void _RemoveAllBut(const QSet<QString>& i_names);
     void _DoOnNotify();
 
     std::unique_ptr<Impl> _impl;

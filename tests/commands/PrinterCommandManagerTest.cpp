@@ -89,6 +89,10 @@ TEST_F(PrinterCommandManagerTest, FollowsTheMachineOfTheScene)
     // The same machine with the same commands, then with others: what stays is not touched.
     _manager.CheckCommands();
     EXPECT_EQ(_List({"name Dr\u00fccker"}), _TakeLog());
+    // Whatever else was done to the storage is put right.
+    _manager.RemoveCommand(QStringLiteral("Print3D.ConfigurPlatform"));
+    _manager.CheckCommands();
+    EXPECT_EQ(_List({"- Print3D.ConfigurPlatform", "+ Print3D.ConfigurPlatform", "name Dr\u00fccker"}), _TakeLog());
     _Offer({1, 4});
     _manager.MachineModified(QUuid::createUuid());
     EXPECT_TRUE(_TakeLog().isEmpty());
