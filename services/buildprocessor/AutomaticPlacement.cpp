@@ -19,8 +19,8 @@ using ClipperLib::Paths;
 
 namespace {
 
-constexpr std::size_t MaxParts = 1'000;
-constexpr std::size_t MaxPartsForRetries = 300; ///< beyond it one arrangement is tried, so that the time stays bounded
+constexpr std::size_t MaxParts = 500;
+constexpr std::size_t MaxPartsForRetries = 150; ///< beyond it one arrangement is tried, so that the time stays bounded
 constexpr std::size_t MaxCorners = 32;          ///< of hulls among one another
 constexpr double RoundingSlack = 10; ///< planar units that two parts may be closer, so that exact fits are found
 constexpr int RotationStep = 15;     ///< degrees
@@ -351,8 +351,6 @@ PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, doubl
         Places candidate = Arrange(items, i_bed, clearance, strategy, onItem);
         if (tried++ == 0 || countMissing(candidate) < countMissing(places))
             places = std::move(candidate);
-        const bool hopeless =
-            std::any_of(items.begin(), items.end(), [](const Item& i_item) { return i_item.hull.empty(); });
         if (countMissing(places) == 0 || hopeless || items.size() > MaxPartsForRetries)
             break;
     }
