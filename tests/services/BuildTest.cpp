@@ -1,0 +1,347 @@
+#include "services/ServiceFixture.h"
+
+#include "client/interface/ICommunicationServiceAPI.h"
+#include "tavam/AMXFileReader.h"
+#include "tavam/PropertyNames.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <boost/uuid/string_generator.hpp>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+
+namespace MachineService {
+
+namespace {
+
+using namespace Testing;
+namespace Names = TavAM::PropertyNames::Print3D;
+namespace fs = std::filesystem;
+
+const std::string TestId = "11111111-2222-3333-4444-555555555555";
+const std::string RoundId = "5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a103";
+const std::string ResinId = "5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a104";
+
+bool IsEngineInstalled()
+{
+    return std::system("command -v prusa-slicer >/dev/null 2>&1") == 0;
+}
+
+/// False also for a process that nobody has waited for yet.
+bool IsAlive(pid_t i_process)
+{
+    const std::string state = ReadText("/proc/" + std::to_string(i_process) + "/stat");
+    return !state.empty() && state.find(") Z ") == std::string::npos;
+}
+
+/// A service whose temporary files, jobs and profiles lie in one folder.
+class BuildTest : public ::testing::Test
+{
+protected:
+    BuildTest()
+    {
+        fs::create_directories(dir / "temp");
+        fs::create_directories(dir / "output");
+        formerTemp = qgetenv("TMPDIR");
+        qputenv("TMPDIR", (dir / "temp").c_str());
+        WriteText(dir / "configuration" / "profiles" / "test.json", MakeProfile());
+    }
+    ~BuildTest() override
+    {
+        catalog.reset();
+        formerTemp.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", formerTemp);
+    }
+
+    /// \param i_engine lines of a shell script in the engine's place; empty takes the real one.
+    void Start(const std::string& i_engine = {}, const std::string& i_profile = MakeProfile())
+    {
+        std::map<std::string, std::string> settings;
+        if (!i_engine.empty()) {
+            settings["engine.path"] = (dir / "engine.sh").string();
+            WriteText(dir / "engine.sh",
+                      "#!/bin/sh\nwhile [ \"$1\" != --output ]; do shift; done\noutput=$2\n" + i_engine + '\n');
+            chmod((dir / "engine.sh").c_str(), 0700);
+        }
+        WriteText(dir / "configuration" / "profiles" / "test.json", i_profile);
+        const auto api = CreateCommunicationService();
+        catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<TestUtility>(dir, settings); });
+        Journal<ServiceStatus> journal;
+        const auto connection =
+            catalog->ConnectServiceStatusUpdated([&](ServiceId, ServiceStatus i_status) { journal.Add(i_status); });
+        catalog->Start(ServiceId::BuildProcessors);
+        ASSERT_TRUE(journal.WaitFor([](const auto& i_all) { return i_all.size() == 2; }));
+        connection.disconnect();
+    }
+
+    Machine GetMachine(const std::string& i_id = TestId)
+    {
+        return catalog->GetMachine(boost::uuids::string_generator()(i_id));
+    }
+
+    CommandParameters MakeParameters(const std::vector<TavAM::Part>& i_parts)
+    {
+        CommandParameters parameters;
+        parameters.commandId = GetMachine().GetCommands().get().at(0).id;
+        parameters.jobName = "bracket";
+        parameters.inputFile = dir / "input.TavAMX";
+        parameters.outputDir = dir / "output";
+        parameters.onProgress = [this](int i_percent, const std::string& i_stage) {
+            progress.Add({i_percent, i_stage});
+        };
+        TavAM::Platform platform;
+        platform.GetParts() = i_parts;
+        TavAM::AMXFileWriter().WriteFile(parameters.inputFile, platform);
+        return parameters;
+    }
+    CommandParameters MakeCube()
+    {
+        return MakeParameters({MakePart(L"cube", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 6)))});
+    }
+
+    Failure Fail(const CommandParameters& i_parameters)
+    {
+        const auto failure = GetFailure([&] { GetMachine().RunCommand(i_parameters).get(); });
+        EXPECT_TRUE(fs::is_empty(dir / "temp"));
+        EXPECT_TRUE(fs::is_empty(dir / "output"));
+        EXPECT_FALSE(fs::exists(dir / "data" / "jobs") && !fs::is_empty(dir / "data" / "jobs"));
+        return failure;
+    }
+
+    TavAM::Platform ReadOutput()
+    {
+        TavAM::AMXFileReader reader;
+        TavAM::Database database;
+        EXPECT_TRUE(reader.ReadFile(dir / "output" / "platform.TavAMX", database)) << reader.GetError();
+        return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
+    }
+
+    const ScopedTempDir folder;
+    const fs::path dir = folder.GetAbsoluteDir();
+    QByteArray formerTemp;
+    Journal<std::pair<int, std::string>> progress;
+    std::unique_ptr<AbstractMachinesCatalog> catalog;
+};
+
+double GetNumber(const TavAM::Object& i_object, const wchar_t* ip_name)
+{
+    return std::stod(i_object.GetAMXProperties().GetText(ip_name).value_or(L"-1"));
+}
+
+TEST_F(BuildTest, RealMeshesBecomeAMachineFileWithFiguresOfEachPart)
+{
+    if (!IsEngineInstalled())
+        GTEST_SKIP() << "the package prusa-slicer is not installed";
+    Start();
+    // One part from two bodies, one of them deep inside and moved; one whose name tries to break out of a comment.
+    auto member = TavAM::Representation::FromMembers({ToRepresentation(MakeBox(0, 0, 0, 10, 10, 3))});
+    member.SetPlacement(TavAM::Transform::Translation(20, 0, 0));
+    auto composed = MakePart(
+        L"composed", TavAM::Representation::FromMembers({ToRepresentation(MakeBox(0, 0, 0, 10, 10, 6)), member}));
+    composed.SetPlacement(TavAM::Transform::Translation(5, 5, 0));
+    const auto plain = MakePart(L"id:7 copy 0\nM104 S400 <ä>", ToRepresentation(MakeBox(60, 60, 0, 10, 10, 3)));
+    auto parameters = MakeParameters({composed, plain});
+    parameters.jobName = "../bracket";
+    const auto result = GetMachine().RunCommand(parameters).get();
+    EXPECT_TRUE(result.completed);
+    EXPECT_EQ(result.dataFormat, DataFormat::Platform);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_TRUE(fs::is_empty(dir / "temp"));
+
+    const auto platform = ReadOutput();
+    ASSERT_EQ(platform.GetParts().size(), 2U);
+    EXPECT_EQ(GetNumber(platform, Names::LayerCount), 20);
+    EXPECT_EQ(GetNumber(platform.GetParts()[0], Names::LayerCount), 20);
+    EXPECT_EQ(GetNumber(platform.GetParts()[1], Names::LayerCount), 10);
+    EXPECT_GT(GetNumber(platform, Names::PrintTimeSeconds), 60);
+    const double length = GetNumber(platform, Names::MaterialMillimetres);
+    const double volume = GetNumber(platform, Names::MaterialCubicCentimetres);
+    EXPECT_NEAR(volume, length * M_PI * 1.75 * 1.75 / 4 / 1000, 0.002);
+    EXPECT_NEAR(GetNumber(platform, Names::MaterialGrams), volume * 1.25, 0.02);
+    const double ofComposed = GetNumber(platform.GetParts()[0], Names::MaterialMillimetres);
+    const double ofPlain = GetNumber(platform.GetParts()[1], Names::MaterialMillimetres);
+    EXPECT_NEAR(ofComposed + ofPlain, length, length * 0.02);
+    // The plain part is one body of the composed one; the other body is twice as high, its inside not solid.
+    EXPECT_GT(ofComposed, 2.2 * ofPlain);
+    EXPECT_LT(ofComposed, 3 * ofPlain);
+
+    const fs::path file =
+        QString::fromStdWString(*platform.GetAMXProperties().GetText(Names::MachineFile)).toStdString();
+    EXPECT_EQ(file.parent_path().parent_path().parent_path(), dir / "data" / "jobs");
+    EXPECT_EQ(file.filename(), "_bracket.gcode");
+    const std::string gcode = ReadText(file);
+    EXPECT_EQ(gcode.find("\nM104 S400"), std::string::npos);
+    EXPECT_NE(gcode.find("; estimated printing time"), std::string::npos);
+    struct stat info = {};
+    ASSERT_EQ(stat(file.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600U);
+
+    const auto steps = progress.Take();
+    EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end(),
+                               [](const auto& i_a, const auto& i_b) { return i_a.first < i_b.first; }));
+    EXPECT_EQ(steps.front().first, 0);
+    EXPECT_EQ(steps.back().first, 100);
+    EXPECT_TRUE(std::any_of(steps.begin(), steps.end(),
+                            [](const auto& i_step) { return i_step.second == "Infilling layers"; }));
+
+    GetMachine().RunCommand(parameters).get();
+    const fs::path second =
+        QString::fromStdWString(*ReadOutput().GetAMXProperties().GetText(Names::MachineFile)).toStdString();
+    EXPECT_EQ(second.parent_path().filename(), "_bracket (2)");
+    EXPECT_EQ(ReadText(file), gcode);
+}
+
+TEST_F(BuildTest, ResinAndRoundBedBuild)
+{
+    if (!IsEngineInstalled())
+        GTEST_SKIP() << "the package prusa-slicer is not installed";
+    Start();
+    auto parameters = MakeParameters({MakePart(L"one", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 1))),
+                                      MakePart(L"two", ToRepresentation(MakeBox(60, 60, 0, 10, 10, 0.5F)))});
+    GetMachine(ResinId).RunCommand(parameters).get();
+    const auto resin = ReadOutput();
+    EXPECT_EQ(GetNumber(resin, Names::LayerCount), 20);
+    EXPECT_NEAR(GetNumber(resin, Names::MaterialCubicCentimetres), 0.15, 0.01);
+    EXPECT_NEAR(GetNumber(resin, Names::MaterialGrams), 0.15 * 1.12, 0.02);
+    EXPECT_GT(GetNumber(resin, Names::PrintTimeSeconds), 20 * 2.5);
+    EXPECT_FALSE(resin.GetParts()[0].GetAMXProperties().Has(Names::LayerCount));
+    EXPECT_TRUE(resin.GetAMXProperties().GetText(Names::MachineFile)->ends_with(L".sl1"));
+
+    parameters = MakeParameters({MakePart(L"one", ToRepresentation(MakeBox(-90, -10, 0, 10, 10, 2)))});
+    GetMachine(RoundId).RunCommand(parameters).get();
+    EXPECT_EQ(GetNumber(ReadOutput(), Names::LayerCount), 10);
+}
+
+TEST_F(BuildTest, InputThatCannotBeBuiltIsRefusedWithItsReason)
+{
+    Start("echo must not run; exit 3");
+    const auto box = [](float i_x) {
+        return ToRepresentation(MakeBox(i_x, 0, 0, 10, 10, 10));
+    };
+    const std::pair<std::vector<TavAM::Part>, std::string> rows[] = {
+        {{}, "There is no part on the platform."},
+        {{MakePart(L"far", box(95))}, "These parts leave the build volume of 'Test printer': 'far'."},
+        {{MakePart(L"a", box(0)), MakePart(L"b", box(5))}, "These parts are in one another's way: 'a', 'b'."},
+        {{MakePart(L"soft", TavAM::Representation::FromImplicit("f(x)"))},
+         "These parts are not meshes, or not altogether, and cannot be built: 'soft'."},
+    };
+    for (const auto& [parts, text] : rows) {
+        const auto failure = Fail(MakeParameters(parts));
+        EXPECT_EQ(failure.code, ErrorCode::FileError);
+        EXPECT_EQ(failure.text, text);
+    }
+    auto parameters = MakeCube();
+    WriteText(parameters.inputFile, ReadText(parameters.inputFile).substr(0, 300));
+    const auto truncated = Fail(parameters);
+    EXPECT_EQ(truncated.code, ErrorCode::FileError);
+    EXPECT_NE(truncated.text.find("input.TavAMX"), std::string::npos) << truncated.text;
+}
+
+TEST_F(BuildTest, EngineThatFailsLeavesOneSentenceAndNothingElse)
+{
+    const std::string done = "echo \"Slicing result exported to x\"";
+    const std::pair<std::string, std::string> rows[] = {
+        {"echo 'No space left on device' >&2; echo half > $output; exit 1",
+         "The slicing engine failed with status 1: No space left on device"},
+        {"kill -KILL $$", "The slicing engine was ended by signal 9."},
+        {"head -c 100000 /dev/urandom; exit 7", "The slicing engine failed with status 7"},
+        {"exit 0", "The slicing engine ended without a machine file."},
+        {done, "The slicing engine ended without a machine file: Slicing result exported to x"},
+        {"echo ';LAYER_CHANGE' > $output", "The slicing engine ended without a machine file."},
+        {"head -c 100000 /dev/urandom > $output; " + done, "The slicing engine's machine file is not usable: "},
+        {": > $output; " + done, "The slicing engine's machine file is not usable: it holds no layer."},
+        {"echo ';LAYER_CHANGE' > $output; " + done,
+         "The slicing engine's machine file is not usable: its time and material are missing."},
+        {"printf ';LAYER_CHANGE\\nG1 X50 Y50\\nG1 X300 Y5 E3\\n' > $output; " + done,
+         "The slicing engine's machine file is not usable: it extrudes beside the bed, in layer 1."},
+        {"sleep 1000 & sleep 1000", "The slicing engine did not finish within 1 seconds and was ended."},
+    };
+    for (const auto& [script, text] : rows) {
+        Start(script, Replaced(MakeProfile(), "60", "1"));
+        const auto failure = Fail(MakeCube());
+        EXPECT_EQ(failure.code, ErrorCode::InternalError) << script;
+        EXPECT_TRUE(failure.text.starts_with(text)) << script << '\n' << failure.text;
+        EXPECT_LT(failure.text.size(), 600U);
+    }
+    // Its input is good: the next command works as soon as the engine does.
+    if (IsEngineInstalled()) {
+        Start();
+        EXPECT_TRUE(GetMachine().RunCommand(MakeCube()).get().completed);
+    }
+}
+
+TEST_F(BuildTest, MissingEngineAndBlockedJobFolderSayWhatToDo)
+{
+    Start();
+    const auto parameters = MakeCube();
+    const QByteArray path = qgetenv("PATH");
+    qputenv("PATH", "/nowhere");
+    const auto missing = Fail(parameters);
+    qputenv("PATH", path);
+    EXPECT_EQ(missing.code, ErrorCode::InternalError);
+    EXPECT_NE(missing.text.find("install the package prusa-slicer"), std::string::npos) << missing.text;
+    if (!IsEngineInstalled())
+        return;
+    WriteText(dir / "data", "a file where the folder should be");
+    const auto blocked = Fail(parameters);
+    EXPECT_EQ(blocked.code, ErrorCode::FileError);
+    EXPECT_NE(blocked.text.find((dir / "data").string()), std::string::npos) << blocked.text;
+    fs::remove(dir / "data");
+    auto noOutput = parameters;
+    noOutput.outputDir = dir / "missing";
+    EXPECT_EQ(Fail(noOutput).code, ErrorCode::FileError);
+}
+
+TEST_F(BuildTest, CancellingEndsTheEngineAndItsChildrenWithinASecond)
+{
+    // Deaf to SIGTERM, with a child of its own; tells its number so that its end can be seen.
+    Start("trap '' TERM; sleep 1000 & echo $$ $! > " + (dir / "pid").string() +
+          "; echo '55 => Infilling layers'; wait");
+    std::stop_source stop;
+    auto parameters = MakeCube();
+    parameters.stopToken = stop.get_token();
+    auto running = GetMachine().RunCommand(parameters);
+    auto waiting = GetMachine().RunCommand(parameters);
+    ASSERT_TRUE(progress.WaitFor(
+        [](const auto& i_all) { return !i_all.empty() && i_all.back().second == "Infilling layers"; }));
+    std::istringstream numbers(ReadText(dir / "pid"));
+    pid_t engine = 0;
+    pid_t child = 0;
+    numbers >> engine >> child;
+    ASSERT_TRUE(IsAlive(engine) && IsAlive(child));
+    const auto begin = std::chrono::steady_clock::now();
+    stop.request_stop();
+    EXPECT_EQ(GetFailure([&] { waiting.get(); }).code, ErrorCode::ProcessingAborted);
+    EXPECT_EQ(GetFailure([&] { running.get(); }).code, ErrorCode::ProcessingAborted);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_FALSE(IsAlive(engine) || IsAlive(child));
+    EXPECT_TRUE(fs::is_empty(dir / "temp"));
+    EXPECT_FALSE(fs::exists(dir / "data" / "jobs"));
+}
+
+TEST_F(BuildTest, CatalogGoesDownWhileJobsRunAndMachinesOutliveIt)
+{
+    Start("echo '55 => Infilling layers'; sleep 1000");
+    const auto parameters = MakeCube();
+    const Machine machine = GetMachine();
+    auto running = machine.RunCommand(parameters);
+    auto waiting = machine.RunCommand(parameters);
+    ASSERT_TRUE(progress.WaitFor(
+        [](const auto& i_all) { return !i_all.empty() && i_all.back().second == "Infilling layers"; }));
+    const auto begin = std::chrono::steady_clock::now();
+    catalog.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_EQ(GetFailure([&] { running.get(); }).code, ErrorCode::ProcessingAborted);
+    EXPECT_EQ(GetFailure([&] { waiting.get(); }).code, ErrorCode::ServicesUnavailable);
+    EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, ErrorCode::ServicesUnavailable);
+    EXPECT_TRUE(fs::is_empty(dir / "temp"));
+}
+
+} // namespace
+
+} // namespace MachineService

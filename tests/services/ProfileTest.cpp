@@ -1,0 +1,126 @@
+#include "services/ServiceFixture.h"
+
+#include "buildprocessor/JobFolder.h"
+#include "buildprocessor/ProfileReader.h"
+#include "buildprocessor/ShippedProfiles.h"
+
+#include <set>
+
+namespace MachineService::BuildProcessor {
+
+namespace {
+
+using Testing::MakeProfile;
+using Testing::Replaced;
+
+struct Damage
+{
+    const char* what;
+    const char* by;
+    const char* message; ///< behind the file's name
+};
+
+TEST(Profile, DamagedFieldIsNamedWithItsFileAndPath)
+{
+    const Damage damages[] = {
+        {R"("width": 100)", R"("width": "100")", "field bed.width must be a number from 10 to 2000"},
+        {R"("width": 100)", R"("width": 1e300)", "field bed.width must be a number from 10 to 2000"},
+        {R"("width": 100, )", "", "field bed.width is missing"},
+        {R"("width": 100)", R"("width": 100, "widht": 3)", "field bed.widht is not known"},
+        {R"("shape": "rectangle")", R"("shape": "oval")",
+         R"(field bed.shape must be one of "rectangle", "circle", "polygon")"},
+        {R"({"shape": "rectangle", "width": 100, "depth": 100})", "7", "field bed must be an object"},
+        {R"({"shape": "rectangle", "width": 100, "depth": 100})",
+         R"({"shape": "polygon", "points": [{"x": 0, "y": 0}, {"x": 0, "y": 9}, {"x": 9, "y": 0}]})",
+         "field bed.points must go round a convex polygon counter-clockwise"},
+        {R"("height": 50)", R"("height": null)", "field height must be a number from 10 to 2000"},
+        {"11111111-", "", "field id must be a uuid of 36 characters that is not nil"},
+        {"Test printer", " ", "field name must be a text of 1 to 200 characters without control characters"},
+        {R"(Test printer)", R"(a\nb)", "field name must be a text of 1 to 200 characters without control characters"},
+        {R"("density": 1.25)", R"("density": -1)", "field materials[0].density must be a number from 0.1 to 25"},
+        {"[0.3]", "[0.3, 0.31]", "field layerHeights[1] must be a number from 0.02 to 0.3"},
+        {"[0.3]", "[]", "field layerHeights must be a list of 1 to 20 items"},
+        {R"("perimeters": 2)", R"("post_process": "/bin/true")",
+         "field engine.post_process is not a setting of the engine that a profile may set"},
+        {R"("perimeters": 2)", R"("perimeters": [2])",
+         "field engine.perimeters must be a text of at most 10000 characters without control characters, a number, "
+         "true or false"},
+        {R"("running")", R"("asleep")", R"(field queueState must be one of "running", "paused", "error", "offline")"},
+        {R"("engineDeadline": 60)", R"("engineDeadline": 0)", "field engineDeadline must be a number from 1 to 86400"},
+        {R"("materials")", R"("defaultMaterial": "ABS", "materials")",
+         "field defaultMaterial must be the name of one of the materials"},
+    };
+    for (const Damage& damage : damages) {
+        try {
+            ReadProfile(Replaced(MakeProfile(), damage.what, damage.by), "profiles/foo.json");
+            ADD_FAILURE() << "accepted: " << damage.by;
+        } catch (const ProfileError& error) {
+            EXPECT_EQ(error.what(), std::string("profiles/foo.json: ") + damage.message);
+        }
+    }
+    for (const std::string& text : {std::string(), MakeProfile().substr(0, 200), std::string("[]"),
+                                    std::string(1'000'001, ' '), std::string(100'000, '[')}) {
+        try {
+            ReadProfile(text, "profiles/foo.json");
+            ADD_FAILURE() << "accepted: " << text.substr(0, 20);
+        } catch (const ProfileError& error) {
+            EXPECT_TRUE(std::string(error.what()).starts_with("profiles/foo.json: ")) << error.what();
+        }
+    }
+}
+
+TEST(Profile, ShippedPrintersCoverEveryKindUnderDifferentIds)
+{
+    std::set<boost::uuids::uuid> ids;
+    std::set<Technology> technologies;
+    std::set<BedShape> shapes;
+    bool small = false;
+    bool large = false;
+    for (const auto& [name, text] : GetShippedProfiles()) {
+        const MachineProfile profile = ReadProfile(text, name).profile;
+        const auto data = ToMachineData(ReadProfile(text, name));
+        ids.insert(profile.id);
+        technologies.insert(profile.technology);
+        shapes.insert(profile.bed.shape);
+        const double width = data.buildVolume->maxX - data.buildVolume->minX;
+        small = small || (profile.technology == Technology::Fff && width <= 200);
+        large = large || (profile.technology == Technology::Fff && width >= 300);
+        EXPECT_TRUE(data.configurationTime);
+        EXPECT_EQ(data.buildVolume->isCircular, profile.bed.shape == BedShape::Circle);
+    }
+    EXPECT_GE(ids.size(), 4U);
+    EXPECT_EQ(ids.size(), GetShippedProfiles().size());
+    EXPECT_EQ(technologies.size(), 2U);
+    EXPECT_TRUE(shapes.contains(BedShape::Circle) && small && large);
+}
+
+TEST(JobName, BecomesAFileNameThatStaysWhereItBelongs)
+{
+    const std::pair<std::string, std::string> names[] = {
+        {"bracket.final", "bracket.final"},
+        {"../x", "_x"},
+        {"/etc/passwd", "_etc_passwd"},
+        {"..", "Untitled"},
+        {"", "Untitled"},
+        {" . ", "Untitled"},
+        {".hidden", "hidden"},
+        {"a\nb\x01", "ab"},
+        {"\u202Egpj.exe", "gpj.exe"},
+        {"con", "_con"},
+        {"NUL.txt", "_NUL.txt"},
+        {"Teil ä 部品", "Teil ä 部品"},
+        {"a:b*c?", "a_b_c_"},
+        {std::string("a\0b", 3), "ab"},
+        {std::string(300, 'x'), std::string(200, 'x')},
+    };
+    for (const auto& [text, name] : names)
+        EXPECT_EQ(ToFileName(text), name) << text;
+    std::string wide;
+    for (int count = 0; count < 300; ++count)
+        wide += "部";
+    EXPECT_EQ(ToFileName(wide), wide.substr(0, 198));
+}
+
+} // namespace
+
+} // namespace MachineService::BuildProcessor
