@@ -72,6 +72,7 @@ void CanRunCommandCache::State::Run()
         requested = false;
         isFetching = true;
         Answers snapshot = values;
+        const bool has_asked = !snapshot.empty();
         lock.unlock();
         const bool has_changed = Refresh(snapshot);
         lock.lock();
@@ -85,8 +86,9 @@ void CanRunCommandCache::State::Run()
             lock.lock();
         }
         // Requests do not shorten the pause, or an eager host would have the service asked without a break; stop ends
-        // it.
-        wakeUp.wait_for(lock, interval, [this] { return stop; });
+        // it. A pass that asked nothing, as the first one before any question, needs none.
+        if (has_asked)
+            wakeUp.wait_for(lock, interval, [this] { return stop; });
         isIdle = true;
         wakeUp.wait(lock, [this] { return stop || requested; });
         isIdle = false;
