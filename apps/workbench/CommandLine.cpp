@@ -22,10 +22,13 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
            "Build command and loads the result back into the scene."));
     const QCommandLineOption machine(QStringLiteral("machine"), Tr("Use this machine: its name or its id."),
                                      QStringLiteral("NAME"));
+    const QCommandLineOption command(
+        QStringLiteral("command"), Tr("Run this command of the machine only: its id, as the ribbon's table shows it."),
+        QStringLiteral("ID"));
     const QCommandLineOption list(QStringLiteral("list"), Tr("List the machines of the catalog and end."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Tr("Show this help and end."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")}, Tr("Show the version and end."));
-    parser.addOptions({machine, list, help, version});
+    parser.addOptions({machine, command, list, help, version});
     parser.addPositionalArgument(
         QStringLiteral("mesh"),
         Tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
@@ -55,14 +58,19 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         if (result.machine.trimmed().isEmpty())
             return refuse(Tr("--machine needs a name."));
     }
+    if (parser.isSet(command)) {
+        result.command = parser.value(command);
+        if (result.command.trimmed().isEmpty())
+            return refuse(Tr("--command needs an id."));
+    }
     for (const QString& mesh : parser.positionalArguments()) {
         if (mesh.isEmpty())
             return refuse(Tr("An empty file name was given."));
         result.meshes.emplace_back(mesh.toStdString());
     }
     if (parser.isSet(list)) {
-        if (!result.meshes.empty() || parser.isSet(machine))
-            return refuse(Tr("--list takes neither meshes nor --machine."));
+        if (!result.meshes.empty() || parser.isSet(machine) || parser.isSet(command))
+            return refuse(Tr("--list takes neither meshes nor other options."));
         result.action = CommandLine::Action::List;
     }
     return result;

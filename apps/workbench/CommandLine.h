@@ -22,6 +22,7 @@ struct CommandLine
     Action action = Action::Run;
     QString text;
     QString machine;                           ///< name or id of the machine; empty: the first that fits
+    QString command;                           ///< name of the one command to run; empty: all, in the ribbon's order
     std::vector<std::filesystem::path> meshes; ///< empty: the engine's own examples
 };
 

@@ -3,6 +3,7 @@
 #include "ConsoleProgress.h"
 #include "InterruptWatcher.h"
 #include "PlatformComparison.h"
+#include "Ribbon.h"
 #include "RowPlacement.h"
 #include "Transcript.h"
 #include "WorkbenchHost.h"
@@ -18,6 +19,7 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include <QCoreApplication>
+#include <QScopeGuard>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -34,6 +36,7 @@ using MachineService::Machine;
 using MachineService::MachineData;
 
 constexpr std::chrono::seconds ServicesDeadline(10);
+constexpr std::chrono::seconds AnswersDeadline(3);
 
 QString Tr(const char* ip_text)
 {
@@ -128,9 +131,11 @@ private:
     void _Run();
     void _ListMachines();
     void _MakeScene();
-    Machine _ChooseMachine() const;
+    Machine _ChooseMachine();
     void _Attach(const Machine& i_machine);
-    void _Build();
+    void _RunCommands();
+    void _RunCommand(Vexlor::UICommands::UiCommand& io_command);
+    bool _MustBuild() const;
     void _ShowFigures();
     void _KeepResults();
     void _RemoveTraces();
@@ -212,8 +217,8 @@ void Tour::_Run()
     _transcript.Line(Tr("Printer"));
     _Attach(_ChooseMachine());
     _ThrowIfInterrupted();
-    _transcript.Line(Tr("Build"));
-    _Build();
+    _RunCommands();
+    _ThrowIfInterrupted();
     _transcript.Line(Tr("Figures"));
     _ShowFigures();
     _transcript.Line(Tr("Files"));
@@ -262,7 +267,7 @@ void Tour::_MakeScene()
     _host.GetDatabase().SetActiveDataSet(_scene);
 }
 
-Machine Tour::_ChooseMachine() const
+Machine Tour::_ChooseMachine()
 {
     const auto machines = _host.GetClient().GetMachines();
     for (const auto& machine : machines) {
@@ -296,26 +301,66 @@ void Tour::_Attach(const Machine& i_machine)
         Tr("  attached: %1 (%2)").arg(QString::fromStdString(attached->GetMachineData().name), DescribeVolume(data)));
 }
 
-void Tour::_Build()
+void Tour::_RunCommands()
 {
     MachineService::PrinterCommandManager manager(
         [this] { return _scene; },
         [this](VexlorCore::DataSet* ip_scene) { return _host.GetClient().TryGetPrinter(ip_scene); },
         _host.GetApiProviderGetter(), [] { return QString(); }, nullptr);
+    Ribbon ribbon(manager);
+    // A fresh answer of the machine leads here, by way of the can-run cache and the client.
+    const auto forget = qScopeGuard([this] { _host.GetApiProvider().SetUpdateCommandsHandler({}); });
+    _host.GetApiProvider().SetUpdateCommandsHandler([&ribbon] { ribbon.UpdateCommands(); });
     manager.Activate();
-    auto* command = manager.GetCommand(QLatin1String(MachineService::BPCommandNameBuild));
-    if (!command)
-        throw TourError(Tr("%1 does not offer the command 'Build'.").arg(manager.PrinterName()));
-    const bool done = command->Exec();
+    ribbon.WaitForAnswers(AnswersDeadline, [this] { return _interrupts.WasInterrupted(); });
+    _ThrowIfInterrupted();
+
+    _transcript.Line(Tr("Ribbon of %1").arg(manager.PrinterName()));
+    QStringList wanted;
+    for (const auto& row : ribbon.GetRows()) {
+        const QString id = row.command->GetId();
+        _transcript.Line(QStringLiteral("  %1  %2  %3  %4")
+                             .arg(row.place, 2)
+                             .arg(row.command->GetTitle(), -28)
+                             .arg(row.whyNot.isEmpty() ? Tr("enabled") : Tr("disabled: %1").arg(row.whyNot), -9)
+                             .arg(id));
+        if (_commandLine.command.isEmpty() || id.compare(_commandLine.command, Qt::CaseInsensitive) == 0)
+            wanted << id;
+    }
+    if (wanted.isEmpty())
+        throw TourError(
+            _commandLine.command.isEmpty()
+                ? Tr("%1 offers no commands.").arg(manager.PrinterName())
+                : Tr("%1 does not offer the command '%2'.").arg(manager.PrinterName(), _commandLine.command));
+    for (const QString& id : wanted) {
+        auto* command = manager.GetCommand(id);
+        if (!command)
+            throw TourError(Tr("The command '%1' went away.").arg(id));
+        _transcript.Line(command->GetTitle());
+        _RunCommand(*command);
+    }
+}
+
+void Tour::_RunCommand(Vexlor::UICommands::UiCommand& io_command)
+{
+    const QString title = io_command.GetTitle();
+    const bool done = io_command.Exec();
     if (_interrupts.WasInterrupted())
         throw Interruption();
     if (!done)
-        throw TourError(_criticalMessage.isEmpty() ? Tr("The command 'Build' was not carried out.") : _criticalMessage);
+        throw TourError(_criticalMessage.isEmpty() ? Tr("The command '%1' was not carried out.").arg(title)
+                                                   : _criticalMessage);
 }
 
 QString Tour::_Property(const TavAM::Object& i_object, const wchar_t* ip_name) const
 {
     return QString::fromStdWString(i_object.GetAMXProperties().GetText(ip_name).value_or(L""));
+}
+
+bool Tour::_MustBuild() const
+{
+    return _commandLine.command.isEmpty() ||
+           _commandLine.command.compare(QLatin1String(MachineService::BPCommandNameBuild), Qt::CaseInsensitive) == 0;
 }
 
 void Tour::_ShowFigures()
@@ -327,8 +372,12 @@ void Tour::_ShowFigures()
         if (!value.isEmpty())
             _transcript.Line(QStringLiteral("  %1 %2 %3").arg(i_label, -10).arg(value, 12).arg(i_unit));
     };
-    if (_Property(platform, Names::LayerCount).isEmpty())
-        throw TourError(Tr("The machine returned no figures."));
+    if (_Property(platform, Names::LayerCount).isEmpty()) {
+        if (_MustBuild())
+            throw TourError(Tr("The machine returned no figures."));
+        _transcript.Line(Tr("  none: nothing was built"));
+        return;
+    }
     show(Tr("layers"), Names::LayerCount, {});
     show(Tr("time"), Names::PrintTimeSeconds, QStringLiteral("s"));
     show(Tr("material"), Names::MaterialMillimetres, QStringLiteral("mm"));
@@ -346,12 +395,14 @@ void Tour::_KeepResults()
 {
     const std::filesystem::path machineFile =
         _Property(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
-    if (machineFile.empty())
+    if (!machineFile.empty()) {
+        const auto copy = _outDir / machineFile.filename();
+        CopyFile(machineFile, copy);
+        _transcript.Line(Tr("  machine file  %1").arg(FromPath(copy)));
+        _transcript.Line(Tr("                %1").arg(FromPath(machineFile)));
+    } else if (_MustBuild()) {
         throw TourError(Tr("The machine returned no machine file."));
-    const auto copy = _outDir / machineFile.filename();
-    CopyFile(machineFile, copy);
-    _transcript.Line(Tr("  machine file  %1").arg(FromPath(copy)));
-    _transcript.Line(Tr("                %1").arg(FromPath(machineFile)));
+    }
 
     const auto path = _outDir / "platform.TavAMX";
     TavAM::AMXFileWriter().WriteFile(path, _scene->GetPlatform());
