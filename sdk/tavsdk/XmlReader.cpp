@@ -355,7 +355,8 @@ void XmlReaderBase::Impl::_Feed(Buffer& io_buffer)
     }
     _isComplete = isLast;
     const XML_Index position = XML_GetCurrentByteIndex(_parser.get());
-    _pending = static_cast<std::size_t>(_fed - static_cast<std::uint64_t>(std::max<XML_Index>(position, 0)));
+    // No place at all: expat only kept the bytes, for a tag that has not ended yet.
+    _pending = position < 0 ? _pending + count : static_cast<std::size_t>(_fed - static_cast<std::uint64_t>(position));
     if (!isLast && _pending > XmlBounds::Text + SmallestChunk) {
         _SetError(XML_GetCurrentLineNumber(_parser.get()),
                   "a tag or comment is longer than " + std::to_string(XmlBounds::Text) + " bytes");
