@@ -2,14 +2,20 @@
 #include "Tour.h"
 
 #include <QGuiApplication>
+#include <QTemporaryDir>
 
 #include <cstdio>
+#include <optional>
 
 int main(int i_argc, char** ip_argv)
 {
     if (!qEnvironmentVariableIsSet("DISPLAY") && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY") &&
         !qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Without one, Qt warns and leaves a folder of its own among the temporary files.
+    std::optional<QTemporaryDir> runtimeDir;
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
+        qputenv("XDG_RUNTIME_DIR", runtimeDir.emplace().path().toLocal8Bit());
     QGuiApplication application(i_argc, ip_argv);
     QGuiApplication::setApplicationName(QStringLiteral("workbench"));
     QGuiApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
