@@ -113,7 +113,7 @@ TEST(BuildReport, ShowsFiguresAndEscapesEveryTextFromOutside)
     std::string report = MakeBuildReport({scene, profile, profile.materials[0], 0.15, time});
     for (const char* const expected :
          {"<title>Build report: job &amp; co</title>", "<bdi>Printer &lt;1&gt;</bdi>",
-          "<bdi>PLA &amp; more</bdi>, 1.24 g/cm&sup3;", "0.15 mm", "2026-10-26T06:13:20Z",
+          "<bdi>PLA &amp; more</bdi>, 1.24 g/cm&sup3;", "0.15 mm", "2026-10-26T07:33:20Z",
           "<bdi>&lt;script&gt;alert('x')&lt;/script&gt; &quot;\xd7\x90&quot;</bdi>", "1 h 7 min",
           "10.0 &times; 10.0 &times; 10.3", "<bdi>part</bdi>: <bdi>Fine</bdi>", "<td class=\"n\">2.50</td>",
           "<tr><th scope=\"row\">Material, g</th><td>\xe2\x80\x93</td></tr>", "/jobs/\xef\xbf\xbd ",

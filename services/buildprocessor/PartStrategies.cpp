@@ -1,0 +1,79 @@
+#include "buildprocessor/PartStrategies.h"
+
+#include "buildprocessor/Footprint.h"
+
+#include <QString>
+
+#include <algorithm>
+
+namespace MachineService::BuildProcessor {
+
+namespace {
+
+std::string Narrow(const std::wstring& i_text)
+{
+    return QString::fromStdWString(i_text).toStdString();
+}
+
+std::wstring Widen(const std::string& i_text)
+{
+    return QString::fromStdString(i_text).toStdWString();
+}
+
+TavAM::Part::Strategies AssignPart(const TavAM::Part& i_part, const std::string& i_label,
+                                   const ProfileAssignments& i_known, StrategyReport& io_report)
+{
+    const auto old = i_part.GetStrategies().value_or(TavAM::Part::Strategies());
+    TavAM::Part::Strategies strategies;
+    for (const ProfileAssignment& first : i_known) {
+        const std::wstring role = Widen(first.role);
+        if (strategies.contains(role) || (first.role == SupportRole && !i_part.HasSupports()))
+            continue;
+        const auto own = old.find(role);
+        const bool isKnown =
+            own != old.end() && std::any_of(i_known.begin(), i_known.end(), [&](const auto& i_candidate) {
+                return i_candidate.role == first.role && Widen(i_candidate.id) == own->second;
+            });
+        strategies[role] = isKnown ? own->second : Widen(first.id);
+        if (isKnown) {
+            ++io_report.kept;
+        } else if (own == old.end()) {
+            ++io_report.assigned;
+        } else {
+            io_report.replaced.push_back("The part '" + i_label + "' had the strategy '" + Narrow(own->second) +
+                                         "' for the role '" + first.role +
+                                         "', which the printer does not know; it now has '" + first.name + "'.");
+        }
+    }
+    for (const auto& [role, id] : old) {
+        const bool hasRole = std::any_of(i_known.begin(), i_known.end(),
+                                         [&](const auto& i_candidate) { return Widen(i_candidate.role) == role; });
+        if (!hasRole) {
+            io_report.replaced.push_back("The part '" + i_label + "' had the strategy '" + Narrow(id) +
+                                         "' for the role '" + Narrow(role) +
+                                         "', which the printer does not have; it was taken away.");
+        }
+    }
+    return strategies;
+}
+
+} // namespace
+
+StrategyReport AssignStrategies(TavAM::Platform& io_platform, const ProfileAssignments& i_known)
+{
+    StrategyReport report;
+    if (i_known.empty()) {
+        report.message = "The printer has no print strategies.";
+        return report;
+    }
+    auto& parts = io_platform.GetParts();
+    for (std::size_t index = 0; index < parts.size(); ++index)
+        parts[index].SetStrategies(AssignPart(parts[index], GetPartLabel(parts[index], index), i_known, report));
+    report.message =
+        std::to_string(report.assigned) + " print strategies were assigned, " + std::to_string(report.kept) + " kept.";
+    for (const std::string& sentence : report.replaced)
+        report.message += '\n' + sentence;
+    return report;
+}
+
+} // namespace MachineService::BuildProcessor
