@@ -15,7 +15,7 @@ namespace MachineService {
 /// One command of the attached machine in the host's ribbon: runs one function and asks another whether it is enabled.
 ///
 /// Title, tooltip, status tip and icon are set from outside. It may be built on any thread and moved to the UI thread
-/// before it is stored. A command may be destroyed while it runs: what it runs stays until it returns.
+/// before it is stored. A storage may drop it while it runs: it then goes when the run has ended.
 class MACHINESERVICE_EXPORT PrinterCommand final : public Vexlor::UICommands::UiCommand
 {
     Q_OBJECT

@@ -6,6 +6,7 @@
 
 #include "tavam/FileError.h"
 #include "vexlorcore/HostException.h"
+#include "vexlorui/CommandsContainer.h"
 
 #include <boost/uuid/uuid_io.hpp>
 
@@ -469,12 +470,14 @@ TEST_F(CommandExecution, SceneClosedMeanwhileIsOneMessage)
 
 TEST_F(CommandExecution, SecondCommandIsRefusedAndTheFirstGoesOnAlsoWithoutItsButton)
 {
-    auto command = std::make_unique<PrinterCommand>(
-        QStringLiteral("id"), QStringList(), QString(), [this] { return _Submit(); }, nullptr);
+    const QString id = QStringLiteral("id");
+    Vexlor::UICommands::CommandsContainer<PrinterCommand> ribbon;
+    ribbon.Add(std::make_shared<PrinterCommand>(
+        id, QStringList(), QString(), [this] { return _Submit(); }, nullptr));
     bool second = true;
     _script->run = [&](const CommandParameters& i_parameters) {
         VexlorCore::UiThread::Invoke([&] {
-            command.reset();
+            ribbon.Remove({id});
             // The first one's folders are still there, so the handler of the fixture does not fit.
             Vexlor::MessageDialogs::SetHandler([this](const Vexlor::Message& i_message) {
                 _messages.push_back(i_message);
@@ -486,7 +489,8 @@ TEST_F(CommandExecution, SecondCommandIsRefusedAndTheFirstGoesOnAlsoWithoutItsBu
         });
         return Leave({"a.TavAMX"})(i_parameters);
     };
-    EXPECT_TRUE(command->Exec());
+    EXPECT_TRUE(ribbon.GetCommand(id)->Exec());
+    EXPECT_FALSE(ribbon.GetCommand(id));
     EXPECT_FALSE(second);
     _ExpectOneFailure("Another command is still running.");
     EXPECT_THAT(_provider.log, ElementsAre("job Build", "save 1 .TavAMX", "load 1 a.TavAMX", "update"))
