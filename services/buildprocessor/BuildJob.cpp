@@ -46,6 +46,13 @@ public:
             _input.parameters.onProgress(_percent, i_stage);
     }
 
+    /// The job is done, and stays so even if its caller gave up in this moment.
+    void Finish() const
+    {
+        if (_input.parameters.onProgress)
+            _input.parameters.onProgress(100, "Done");
+    }
+
 private:
     const BuildInput& _input;
     int _percent = 0;
@@ -189,9 +196,10 @@ CommandResult Build(const BuildInput& i_input)
     properties.SetText(Names::MachineFile,
                        QString::fromStdString(std::filesystem::absolute(machineFile).string()).toStdWString());
     properties.SetText(Names::JobName, QString::fromStdString(i_input.parameters.jobName).toStdWString());
+    progress.Report(98, "Writing the platform");
     TavAM::AMXFileWriter().WriteFile(i_input.parameters.outputDir / "platform.TavAMX", *platform);
-    progress.Report(100, "Done");
     job.Keep();
+    progress.Finish();
 
     CommandResult result;
     result.dataFormat = DataFormat::Platform;

@@ -66,7 +66,8 @@ struct BuildProcessorCatalog::Impl
     const std::shared_ptr<ServiceContext> context;
     ProfileFolder folder; ///< used by the service's thread only
     FolderWatcher watcher;
-    std::mutex mutex; ///< guards thread
+    std::mutex mutex; ///< guards thread and isStopped
+    bool isStopped = false;
     std::thread thread;
 };
 
@@ -110,11 +111,15 @@ BuildProcessorCatalog::~BuildProcessorCatalog()
 void BuildProcessorCatalog::Stop()
 {
     _impl->watcher.Stop();
+    std::thread thread;
     {
         const std::lock_guard lock(_impl->mutex);
-        if (_impl->thread.joinable())
-            _impl->thread.join();
+        _impl->isStopped = true;
+        thread.swap(_impl->thread);
     }
+    // Not under the lock: a slot on that thread may ask for a refresh.
+    if (thread.joinable())
+        thread.join();
     _impl->context->Close();
 }
 
@@ -129,6 +134,8 @@ bool BuildProcessorCatalog::Start(ServiceId i_service)
     if (i_service != ServiceId::BuildProcessors)
         return false;
     const std::lock_guard lock(_impl->mutex);
+    if (_impl->isStopped)
+        return false;
     if (!_impl->thread.joinable()) {
         try {
             // A slot that throws must not take down the host; the service then ends and says so.

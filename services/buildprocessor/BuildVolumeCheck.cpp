@@ -27,6 +27,9 @@ std::string JoinNames(const std::vector<std::string>& i_names)
     std::string text;
     for (std::size_t index = 0; index < std::min(i_names.size(), MaxNames); ++index) {
         std::string name = i_names[index];
+        std::replace_if(
+            name.begin(), name.end(), [](char i_character) { return static_cast<unsigned char>(i_character) < 0x20; },
+            ' ');
         if (name.size() > MaxNameLength) {
             std::size_t end = MaxNameLength;
             while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80)

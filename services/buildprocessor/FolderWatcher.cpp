@@ -40,7 +40,8 @@ void FolderWatcher::Arm()
     // The same path can be another folder by now. Watching it again is cheap and harmless when it is not.
     int watch = inotify_add_watch(_inotify.Get(), _folder.c_str(),
                                   IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | Gone);
-    if (watch < 0)
+    // Any other reason is not cured by looking higher up; the folder is then read now and again.
+    if (watch < 0 && (errno == ENOENT || errno == ENOTDIR))
         watch = _WatchAncestor();
     if (_watch >= 0 && _watch != watch)
         inotify_rm_watch(_inotify.Get(), _watch);
