@@ -1,0 +1,366 @@
+#include "machineconfig/MachineConfiguration.h"
+
+#include "machineconfig/MachineConfigurationFile.h"
+
+#include "client/interface/CommunicationException.h"
+
+#include "machinelayer/IMachineData.h"
+#include "tavam/AMXFileReader.h"
+#include "tavam/AMXFileWriter.h"
+#include "tavam/Platform.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QXmlStreamReader>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace MachineService {
+namespace {
+
+namespace Data = MachineLayer::Data;
+using Configuration = PlatformMachineConfiguration;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr char Schema[] = MACHINESERVICE_SCHEMAS "/MachineConfiguration-2026-11.xsd";
+
+Data::Machine MakeFullMachine()
+{
+    Data::Machine machine;
+    machine.properties.name = L"Größer & <größer> \"印刷機\" \U0001F5A8";
+    machine.properties.manufacturer = L"Vexlor";
+    machine.properties.modelId = L"V-300";
+    machine.surfaceTypeProfiles[L" first\n\tsecond\r "] = {
+        Data::SupportType::Tree,
+        1.5,
+        45.0,
+        Data::SupportTeeth{0.5, 0.1, 0.4, 0.0},
+        Data::SupportPerforation{Data::PerforationShape::Circle, 2.0, 1.0 / 3, 1e-7},
+        Data::SupportContact{0.4, 0.0, 0.1}};
+    machine.surfaceTypeProfiles[L"Overhang"].type = Data::SupportType::Point;
+    machine.surfaceTypeProfiles[L"Bridge"].teeth.emplace();
+    machine.supportProfileSet = {L"Usual",
+                                 {{Data::SupportType::Point, L"Overhang"}, {Data::SupportType::Gusset, L"Gone"}}};
+    machine.nesting = {5.0, 0.0, Data::RotationFreedom::Any, 22.5, {{L"Lamp", -1, -2, 0, 1e6, 0.1, 30}, {}}};
+    machine.baseplate = {Data::BaseplateShape::Rectangle, 250.0, 210.0, 12.5, 0.0, 1.0, 2.0, 3.0, L"Steel"};
+    machine.zBrace = {1.0, 0.8, 45.0, 10.0};
+    machine.zCompensation = {Data::ZCompensationKey::Depth, {{0.05, -0.12}, {0.1, 0.2}}, {{0, 0}, {1.5, -1000}}};
+    machine.partExport = {{L"3MF", L"STL"}, Data::LengthUnit::Inch, 0.01, L"%name-%count"};
+    return machine;
+}
+
+Configuration Convert(const Data::Machine& i_machine)
+{
+    const auto data = MachineLayer::CreateMachineData();
+    data->Edit() = i_machine;
+    return MachineConfigurationFromMachineData(*data);
+}
+
+template <class Change>
+Configuration Make(const Change& i_change)
+{
+    Configuration configuration;
+    i_change(configuration);
+    return configuration;
+}
+
+/// Everything, and each section with as little as it can have.
+std::vector<Configuration> MakeConfigurations()
+{
+    return {Convert(MakeFullMachine()),
+            Make([](Configuration& o_c) { o_c.supportProfiles.emplace(); }),
+            Make([](Configuration& o_c) { o_c.supportProfiles.emplace().surfaceTypes[L"x"]; }),
+            Make([](Configuration& o_c) { o_c.supportProfiles.emplace().inUse.emplace(); }),
+            Make([](Configuration& o_c) { o_c.nesting.emplace(); }),
+            Make([](Configuration& o_c) {
+                o_c.baseplate = {Data::BaseplateShape::Circle, 100.0, {}, {}, {}, {}, {}, {}, {}};
+            }),
+            Make([](Configuration& o_c) { o_c.zBrace.emplace(); }),
+            Make([](Configuration& o_c) { o_c.zCompensation.emplace(); }),
+            Make([](Configuration& o_c) { o_c.zCompensation.emplace().tableKey = Data::ZCompensationKey::Depth; }),
+            Make([](Configuration& o_c) {
+                o_c.zCompensation.emplace().table = {{0, 0.5}, {360, -0.5}};
+            }),
+            Make([](Configuration& o_c) { o_c.partExport.emplace(); })};
+}
+
+/// What xmllint says of the documents; empty when all are valid.
+QByteArray Validate(const QString& i_folder, const QStringList& i_files)
+{
+    QProcess xmllint;
+    xmllint.setWorkingDirectory(i_folder);
+    xmllint.setProcessChannelMode(QProcess::MergedChannels);
+    xmllint.start(QStringLiteral("xmllint"), QStringList({QStringLiteral("--noout"), QStringLiteral("--nonet"),
+                                                          QStringLiteral("--schema"), QLatin1String(Schema)}) +
+                                                 i_files);
+    if (!xmllint.waitForFinished(60000))
+        return "xmllint did not run";
+    return xmllint.exitCode() == 0 ? QByteArray() : xmllint.readAll();
+}
+
+void WriteFile(const QString& i_path, const std::string& i_text)
+{
+    QFile file(i_path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_EQ(file.write(i_text.data(), static_cast<qint64>(i_text.size())), static_cast<qint64>(i_text.size()));
+}
+
+/// The failure's code and text.
+template <class Function>
+std::pair<ErrorCode, std::string> Failure(const Function& i_function)
+{
+    try {
+        i_function();
+    } catch (const CommunicationException& exception) {
+        return {exception.code(), exception.what()};
+    }
+    return {ErrorCode::None, "no exception"};
+}
+
+TEST(MachineConfiguration, ReadsBackWhatItWritesAndAllOfItIsValid)
+{
+    QTemporaryDir folder;
+    QStringList files;
+    for (const Configuration& configuration : MakeConfigurations()) {
+        const std::string text = WriteMachineConfiguration(configuration);
+        EXPECT_EQ(ReadMachineConfiguration(text), configuration) << text;
+        files << QStringLiteral("%1.xml").arg(files.size());
+        SaveMachineConfiguration(folder.filePath(files.back()).toStdString(), configuration);
+        EXPECT_EQ(LoadMachineConfiguration(folder.filePath(files.back()).toStdString()), configuration);
+    }
+    EXPECT_EQ(Validate(folder.path(), files).toStdString(), "");
+}
+
+TEST(MachineConfiguration, TakesOverWhatTheMachineHasAndLeavesOutWhatItHasNot)
+{
+    const Data::Machine machine = MakeFullMachine();
+    const Configuration full = Convert(machine);
+    EXPECT_EQ(full.machineName, machine.properties.name);
+    EXPECT_EQ(full.modelId, machine.properties.modelId);
+    EXPECT_EQ(full.supportProfiles->surfaceTypes, machine.surfaceTypeProfiles);
+    EXPECT_EQ(full.supportProfiles->inUse, machine.supportProfileSet);
+    EXPECT_EQ(full.nesting, machine.nesting);
+    EXPECT_EQ(full.baseplate, machine.baseplate);
+    EXPECT_EQ(full.zBrace, machine.zBrace);
+    EXPECT_EQ(full.zCompensation, machine.zCompensation);
+    EXPECT_EQ(full.partExport, machine.partExport);
+
+    Data::Machine small;
+    small.nesting.emplace().partToPart = 0;
+    EXPECT_EQ(WriteMachineConfiguration(Convert(small)),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+              "<MachineConfiguration xmlns=\"https://www.vexlor.example/AM/MachineData/MachineConfiguration/2026/11\">"
+              "<Machine/><Nesting xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/2023/03\">"
+              "<PartToPartClearance unit=\"mm\">0</PartToPartClearance><RotationFreedom>AroundZ</RotationFreedom>"
+              "</Nesting></MachineConfiguration>\n");
+}
+
+TEST(MachineConfiguration, RefusesMachineDataThatNoDocumentCanCarry)
+{
+    struct Row
+    {
+        std::function<void(Data::Machine&)> spoil;
+        const char* reason;
+    };
+    const Row rows[] = {
+        {[](Data::Machine& o_m) { o_m = {}; }, "has no section"},
+        {[](Data::Machine& o_m) { o_m.zBrace->spacing = NotANumber; }, "ZBrace/Spacing is not a number"},
+        {[](Data::Machine& o_m) { o_m.baseplate->width = -1; },
+         "ParametersBaseplate/Width is -1, which is not more than 0"},
+        {[](Data::Machine& o_m) { o_m.baseplate->thickness = 0; }, "ParametersBaseplate/Thickness is 0"},
+        {[](Data::Machine& o_m) { o_m.nesting->partToWall = -0.5; },
+         "Nesting/PartToWallClearance is -0.5, which is not from 0"},
+        {[](Data::Machine& o_m) { o_m.nesting->noBuildZones[1].maxY = -3; }, "Nesting/NoBuildZone[2] ends before"},
+        {[](Data::Machine& o_m) { o_m.nesting->rotation = static_cast<Data::RotationFreedom>(7); },
+         "RotationFreedom is none"},
+        {[](Data::Machine& o_m) {
+             o_m.surfaceTypeProfiles[L"Overhang"].spacing = std::numeric_limits<double>::infinity();
+         },
+         "SupportProfiles/SupportProfile[3]/Spacing is inf"},
+        {[](Data::Machine& o_m) { o_m.surfaceTypeProfiles[L""]; }, "SupportProfile[1]/SurfaceType is empty"},
+        {[](Data::Machine& o_m) { o_m.zCompensation->table[1].key = -1; }, "DepthTable/Entry[2]/Depth is -1"},
+        {[](Data::Machine& o_m) { o_m.partExport->formats.push_back(L"a\1b"); },
+         "ParametersExportPart/Format[3] holds the character"},
+        {[](Data::Machine& o_m) {
+             o_m.properties.name = {L'x', static_cast<wchar_t>(0xD800)};
+         },
+         "Machine/Name holds the character with the hexadecimal number d800"},
+        {[](Data::Machine& o_m) { o_m.baseplate->material = L"\xFFFE"; }, "ParametersBaseplate/Material holds"},
+    };
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("machine.xml"));
+    for (const Row& row : rows) {
+        Data::Machine machine = MakeFullMachine();
+        row.spoil(machine);
+        const auto [code, text] = Failure([&] { Convert(machine); });
+        EXPECT_EQ(code, ErrorCode::InternalError);
+        EXPECT_THAT(text, HasSubstr(row.reason));
+    }
+    // A configuration that was made otherwise leaves no file and does not touch the one that is there.
+    const Configuration bad = Make([](Configuration& o_c) { o_c.zBrace.emplace().angle = 361; });
+    EXPECT_EQ(Failure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).first, ErrorCode::InternalError);
+    EXPECT_TRUE(QDir(folder.path()).isEmpty());
+    WriteFile(path, "before");
+    EXPECT_EQ(Failure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).first, ErrorCode::InternalError);
+    EXPECT_EQ(QFile(path).size(), 6);
+    EXPECT_EQ(Failure([&] {
+                  SaveMachineConfiguration(path.toStdString() + "/x",
+                                           Make([](Configuration& o_c) { o_c.zBrace.emplace(); }));
+              }).first,
+              ErrorCode::FileError);
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
+}
+
+/// A document of one section of the Nesting kind.
+std::string Nest(const std::string& i_content, const std::string& i_version = "2023/03")
+{
+    return "<MachineConfiguration xmlns=\"https://www.vexlor.example/AM/MachineData/MachineConfiguration/2026/11\">"
+           "<Machine/><Nesting xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/" +
+           i_version + "\">" + i_content + "</Nesting></MachineConfiguration>";
+}
+
+std::string Replaced(std::string i_text, const std::string& i_old, const std::string& i_new)
+{
+    const std::size_t position = i_text.find(i_old);
+    EXPECT_NE(position, std::string::npos) << i_old;
+    return i_text.replace(position, i_old.size(), i_new);
+}
+
+TEST(MachineConfiguration, PassesOverWhatItDoesNotKnow)
+{
+    const std::string rotation = "<RotationFreedom> None </RotationFreedom>";
+    const Configuration expected =
+        Make([](Configuration& o_c) { o_c.nesting.emplace().rotation = Data::RotationFreedom::None; });
+    for (const std::string& document : {
+             Nest(rotation + "<Later><PartToPartClearance unit=\"mm\">3</PartToPartClearance></Later>"),
+             Nest("<PartToPartClearance xmlns=\"urn:other\">x</PartToPartClearance>" + rotation),
+             Replaced(Nest(rotation), "<Machine/>",
+                      "<Sintering xmlns=\"https://www.vexlor.example/AM/MachineData/Sintering/2030/01\"/>"),
+             Replaced(Nest(rotation), "<Machine/>", "<ZBrace xmlns=\"urn:other\"><Angle/></ZBrace><!-- x --><?y z?>"),
+         })
+        EXPECT_EQ(ReadMachineConfiguration(document), expected) << document;
+}
+
+TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
+{
+    struct Row
+    {
+        std::string document;
+        const char* reason;
+        bool isKnownToSchema = true;
+    };
+    const std::string good = Nest("<RotationFreedom>None</RotationFreedom>");
+    const std::string zone = "<NoBuildZone><MinX unit=\"mm\">0</MinX></NoBuildZone>";
+    const auto clearance = [](const std::string& i_unit, const std::string& i_value) {
+        return Nest("<PartToPartClearance unit=\"" + i_unit + "\">" + i_value +
+                    "</PartToPartClearance><RotationFreedom>None</RotationFreedom>");
+    };
+    const std::string full = WriteMachineConfiguration(Convert(MakeFullMachine()));
+    const Row rows[] = {
+        {Nest("", "2031/02"), "Line 1: \"Nesting\" has the format of 2031/02, which is newer than this program: it "
+                              "reads the format of 2023/03"},
+        {Nest("", "2019/01"), "\"Nesting\" has the format of 2019/01, which is not known"},
+        {Replaced(good, "2026/11", "2027/01"), "\"MachineConfiguration\" has the format of 2027/01, which is newer"},
+        {Replaced(good, "www.vexlor", "elsewhere"), "the document's namespace is"},
+        {"<Other/>", "the document is a \"Other\""},
+        {"", "Line 1: no element found"},
+        {Replaced(good, " xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/2023/03\"", ""),
+         "Nesting does not say its namespace"},
+        {Replaced(good, "<Machine/>", "<Machine/><n:Nesting xmlns:n=\"urn:n\"/>"),
+         "n:Nesting does not say its namespace"},
+        {clearance("mm", "nan"), "Nesting/PartToPartClearance is not a number"},
+        {clearance("mm", "-1"), "Nesting/PartToPartClearance is -1, which is not from 0 to 1e+06 mm"},
+        {clearance("mm", "5 mm"), "Nesting/PartToPartClearance is \"5 mm\", which is no number"},
+        {clearance("in", "5"), "PartToPartClearance has the unit \"in\" and not \"mm\""},
+        {Nest("<RotationFreedom>Some</RotationFreedom>"),
+         "RotationFreedom is \"Some\", which is none of None, AroundZ, Any"},
+        {Nest(""), "Nesting lacks RotationFreedom"},
+        {Nest("<RotationFreedom>None</RotationFreedom><RotationFreedom>Any</RotationFreedom>"),
+         "RotationFreedom stands twice"},
+        {Nest("<RotationFreedom>None</RotationFreedom>" + zone), "Nesting/NoBuildZone lacks MinY"},
+        {Replaced(full, "Overhang", "Bridge"), "SupportProfiles/SupportProfile stands twice"},
+        {Replaced(full, "<DepthTable>",
+                  "<AngleTable><Entry><Angle unit=\"deg\">1</Angle><Offset "
+                  "unit=\"mm\">1</Offset></Entry></AngleTable><DepthTable>"),
+         "DepthTable is a second table"},
+        {Replaced(good, "<Machine/>", "<Machine/><Machine/>"), "Machine stands twice"},
+        {Replaced(full, "<MaxX unit=\"mm\">1e+06", "<MaxX unit=\"mm\">-9"), "NoBuildZone ends before it begins", false},
+        {Replaced(good, "Nesting xmlns=\"https", "Nesting xmlns=\"urn"), "It has no section"},
+        {"<!DOCTYPE a>" + good, "a DOCTYPE is not accepted", false},
+        {Nest([] {
+             std::string deep;
+             for (int i = 0; i < 100000; ++i)
+                 deep += "<a>";
+             return deep;
+         }()),
+         "nested deeper than 64"},
+    };
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("bad.xml"));
+    for (const Row& row : rows) {
+        const auto [code, text] = Failure([&] { ReadMachineConfiguration(row.document); });
+        EXPECT_EQ(code, ErrorCode::FileError);
+        EXPECT_THAT(text, HasSubstr(row.reason));
+        WriteFile(path, row.document);
+        EXPECT_THAT(Failure([&] { LoadMachineConfiguration(path.toStdString()); }).second,
+                    AllOf(HasSubstr("bad.xml"), HasSubstr(row.reason)));
+        if (row.isKnownToSchema) {
+            EXPECT_NE(Validate(folder.path(), {QStringLiteral("bad.xml")}).size(), 0) << row.document.substr(0, 1000);
+        }
+    }
+    // Broken off anywhere, a document is never taken for a shorter one.
+    for (std::size_t size = 0; size < full.size() - 2; size += 7)
+        EXPECT_EQ(Failure([&] { ReadMachineConfiguration(full.substr(0, size)); }).first, ErrorCode::FileError) << size;
+}
+
+TEST(MachineConfiguration, TravelsWithThePlatformAndCanBeReadWithoutThisLibrary)
+{
+    const Configuration configuration = Convert(MakeFullMachine());
+    TavAM::Platform platform;
+    EXPECT_EQ(GetMachineConfiguration(platform), std::nullopt);
+    SetMachineConfiguration(platform, configuration);
+
+    QTemporaryDir folder;
+    const std::filesystem::path path = folder.filePath(QStringLiteral("platform.TavAMX")).toStdString();
+    TavAM::AMXFileWriter().WriteFile(path, platform);
+    TavAM::Database database;
+    TavAM::AMXFileReader reader;
+    ASSERT_TRUE(reader.ReadFile(path, database)) << reader.GetError();
+    const TavAM::Platform& loaded = *database.GetPlatform(0);
+    EXPECT_EQ(GetMachineConfiguration(loaded), configuration);
+
+    // As a machine service does.
+    QXmlStreamReader xml(
+        QString::fromStdWString(loaded.GetAMXProperties().GetText(L"Print3D.MachineConfiguration").value()));
+    QString clearance;
+    while (!xml.atEnd()) {
+        if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == QLatin1String("PartToPartClearance") &&
+            xml.namespaceUri() == QLatin1String("https://www.vexlor.example/AM/MachineData/Nesting/2023/03"))
+            clearance = xml.readElementText();
+    }
+    EXPECT_FALSE(xml.hasError());
+    EXPECT_EQ(clearance.toDouble(), 5.0);
+
+    // Nothing is carried that a platform file could not give back, and what is there stays.
+    Configuration large = configuration;
+    for (int index = 0; index < 20000; ++index)
+        large.supportProfiles->surfaceTypes[L"Surface " + std::to_wstring(index)] =
+            configuration.supportProfiles->surfaceTypes.begin()->second;
+    EXPECT_EQ(Failure([&] { SetMachineConfiguration(platform, large); }).first, ErrorCode::InternalError);
+    EXPECT_EQ(GetMachineConfiguration(platform), configuration);
+    EXPECT_EQ(ReadMachineConfiguration(WriteMachineConfiguration(large)), large);
+    platform.GetAMXProperties().SetText(MachineConfigurationProperty, L"<Nesting>");
+    EXPECT_EQ(Failure([&] { GetMachineConfiguration(platform); }).first, ErrorCode::FileError);
+}
+
+} // namespace
+} // namespace MachineService
