@@ -1,6 +1,7 @@
 #include "IsolatedCall.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <mutex>
 #include <new>
@@ -10,6 +11,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -64,6 +66,8 @@ bool WriteAll(int i_file, const char* ip_bytes, std::size_t i_size)
     const auto seconds = static_cast<rlim_t>(i_deadline.count());
     const rlimit cpu = {seconds, seconds};
     ::setrlimit(RLIMIT_CPU, &cpu);
+    // Nobody waits for the result of a process whose parent is gone.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     // The last words of a library that aborts are not for the host's console.
     const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
     if (null >= 0)
