@@ -25,7 +25,6 @@ namespace Names = TavAM::PropertyNames::Print3D;
 namespace fs = std::filesystem;
 
 const std::string TestId = "11111111-2222-3333-4444-555555555555";
-const std::string RoundId = "5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a103";
 const std::string ResinId = "5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a104";
 
 bool IsEngineInstalled()
@@ -196,7 +195,7 @@ TEST_F(BuildTest, RealMeshesBecomeAMachineFileWithFiguresOfEachPart)
     EXPECT_EQ(ReadText(file), gcode);
 }
 
-TEST_F(BuildTest, ResinAndRoundBedBuild)
+TEST_F(BuildTest, ResinAndEveryShippedPrinterBuild)
 {
     if (!IsEngineInstalled())
         GTEST_SKIP() << "the package prusa-slicer is not installed";
@@ -212,9 +211,19 @@ TEST_F(BuildTest, ResinAndRoundBedBuild)
     EXPECT_FALSE(resin.GetParts()[0].GetAMXProperties().Has(Names::LayerCount));
     EXPECT_TRUE(resin.GetAMXProperties().GetText(Names::MachineFile)->ends_with(L".sl1"));
 
-    parameters = MakeParameters({MakePart(L"one", ToRepresentation(MakeBox(-90, -10, 0, 10, 10, 2)))});
-    GetMachine(RoundId).RunCommand(parameters).get();
-    EXPECT_EQ(GetNumber(ReadOutput(), Names::LayerCount), 10);
+    for (const Machine& machine : catalog->GetMachines()) {
+        const auto data = machine.GetMachineData();
+        const auto& volume = data.buildVolume.value();
+        if (data.driverId == "buildprocessor.sla")
+            continue;
+        // At the left edge of the bed, where only the shape of the bed decides.
+        const auto x = static_cast<float>(volume.minX + (volume.isCircular ? 1 : 0));
+        const auto y = static_cast<float>((volume.minY + volume.maxY) / 2);
+        parameters = MakeParameters({MakePart(L"one", ToRepresentation(MakeBox(x, y, 0, 10, 10, 1.2F)))});
+        machine.RunCommand(parameters).get();
+        EXPECT_GE(GetNumber(ReadOutput(), Names::LayerCount), 4) << data.name;
+        EXPECT_GT(GetNumber(ReadOutput().GetParts()[0], Names::MaterialGrams), 0.05) << data.name;
+    }
 }
 
 TEST_F(BuildTest, InputThatCannotBeBuiltIsRefusedWithItsReason)
