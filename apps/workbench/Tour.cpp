@@ -263,7 +263,7 @@ void Tour::_MakeScene()
     }
     _scene = _host.GetDatabase().CreateDataSet();
     // The job takes the scene's name, the scene that of its first mesh.
-    _scene->SetFileName((meshes.front().stem().wstring()) + L".TavAMX");
+    _scene->SetFileName((FromPath(meshes.front().stem()) + QStringLiteral(".TavAMX")).toStdWString());
     _host.GetDatabase().SetActiveDataSet(_scene);
 }
 

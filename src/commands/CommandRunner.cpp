@@ -90,7 +90,7 @@ void LoadOutput(const Run& i_run, const CommandResult& i_result, const ScopedTem
         return;
     std::vector<std::wstring> files;
     std::transform(paths.begin(), paths.end(), std::back_inserter(files),
-                   [](const auto& i_path) { return i_path.wstring(); });
+                   [](const auto& i_path) { return QString::fromStdString(i_path.string()).toStdWString(); });
     LoadProcessorOutput(i_run.scene.Get(), format, files, i_run.apiProvider, {});
 }
 
