@@ -174,7 +174,13 @@ TEST_F(PldfTest, SavingFailsWithoutTouchingWhatIsThere)
     data = MakeData(MakeFullMachine());
     data->Edit().properties.name = L"\x01";
     EXPECT_THROW(Utilities::SaveMachineDataPLDF(_path, *data), TavAM::FileError);
+    data = MakeData(MakeFullMachine());
     EXPECT_THROW(Utilities::SaveMachineDataPLDF(_path / "below", *data), TavAM::FileError);
+    // Fails only when the finished file is to be renamed.
+    const std::filesystem::path folder = _path.parent_path() / "folder";
+    std::filesystem::create_directory(folder);
+    EXPECT_THROW(Utilities::SaveMachineDataPLDF(folder, *data), TavAM::FileError);
+    std::filesystem::remove(folder);
     std::string content;
     std::ifstream(_path) >> content;
     EXPECT_EQ(content, "former");
@@ -206,7 +212,7 @@ TEST(PldfConversionTest, TakesOverTheChosenGroupsOnly)
 TEST(PldfConversionTest, RefusesParametersThatCannotBeTrue)
 {
     const std::pair<std::wstring, std::wstring> rows[] = {
-        {L"platform.shape", L"ball"},     {L"machine.layerHeight", L"nan"}, {L"scanField.2.minX", L"1"},
+        {L"platform.shape", L"ball"},     {L"machine.layerHeight", L"nan"}, {L"supportProfile.2.type", L"line"},
         {L"nesting.partToPart", L"-0.1"}, {L"nesting.rotation", L""},
     };
     for (const auto& [name, text] : rows) {
