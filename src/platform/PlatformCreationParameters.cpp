@@ -1,8 +1,8 @@
 #include "platform/PlatformCreationParameters.h"
 
 #include "client/interface/CommunicationException.h"
+#include "platform/PlatformText.h"
 
-#include "tavsdk/Utf8.h"
 #include "tavsdk/XmlWriter.h"
 
 #include <QCoreApplication>
@@ -30,8 +30,8 @@ void WritePlatformCreationParameters(const wchar_t* ip_path, const ParameterValu
     writer.WriteAttribute("xmlns", Namespace);
     for (const auto& [id, value] : i_values) {
         writer.WriteStartTag(ValueTag);
-        writer.WriteAttribute("id", TavSDK::ToUtf8(id));
-        writer.WriteCharacterData(TavSDK::ToUtf8(value));
+        writer.WriteAttribute("id", ToNarrow(id));
+        writer.WriteCharacterData(ToNarrow(value));
         writer.WriteEndTag(ValueTag);
     }
     writer.WriteEndTag(RootTag);

@@ -1,8 +1,7 @@
 #include "platform/PlatformInformationReader.h"
 
 #include "platform/PlatformParameters.h"
-
-#include "tavsdk/Utf8.h"
+#include "platform/PlatformText.h"
 
 #include <memory>
 #include <string>
@@ -16,7 +15,7 @@ constexpr std::size_t MostEntries = 200'000;
 
 std::wstring GetText(const TavSDK::XmlAttributes& i_attributes, std::string_view i_name)
 {
-    return TavSDK::FromUtf8(i_attributes.Get(i_name)).value_or(std::wstring());
+    return ToWide(i_attributes.Get(i_name));
 }
 
 bool IsTrue(const TavSDK::XmlAttributes& i_attributes, std::string_view i_name)
@@ -95,7 +94,7 @@ void PlatformInformationReader::_ReadText(std::wstring& o_text)
 {
     std::string text;
     if (ReadValue(text))
-        o_text = TavSDK::FromUtf8(text).value_or(std::wstring());
+        o_text = ToWide(text);
 }
 
 void PlatformInformationReader::_Count()
