@@ -154,6 +154,10 @@ TEST(MachineConfiguration, TakesOverWhatTheMachineHasAndLeavesOutWhatItHasNot)
     EXPECT_EQ(full.zCompensation, machine.zCompensation);
     EXPECT_EQ(full.partExport, machine.partExport);
 
+    Data::Machine chosen;
+    chosen.supportProfileSet.emplace();
+    EXPECT_EQ(Convert(chosen).supportProfiles, SupportProfilesConfiguration({{}, chosen.supportProfileSet}));
+
     Data::Machine small;
     small.nesting.emplace().partToPart = 0;
     EXPECT_EQ(WriteMachineConfiguration(Convert(small)),
