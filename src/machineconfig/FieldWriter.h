@@ -89,8 +89,8 @@ public:
     void Children(std::string_view i_tag, const std::map<Key, Record>& i_records, const Function& i_describe)
     {
         std::size_t index = 0;
-        for (const auto& [key, record] : i_records)
-            Element(i_tag, ++index, {}, [&] { i_describe(*this, key, record); });
+        for (const auto& entry : i_records)
+            Element(i_tag, ++index, {}, [&] { i_describe(*this, entry.first, entry.second); });
     }
 
     /// A rule over several fields. i_is_kept()

@@ -88,7 +88,7 @@ public:
     {
         io_configuration.supportProfiles.reset();
         if (!i_machine.surfaceTypeProfiles.empty() || i_machine.supportProfileSet)
-            io_configuration.supportProfiles.emplace(i_machine.surfaceTypeProfiles, i_machine.supportProfileSet);
+            io_configuration.supportProfiles = {i_machine.surfaceTypeProfiles, i_machine.supportProfileSet};
     }
 };
 

@@ -1,7 +1,5 @@
 #include "machineconfig/IConfigurationSection.h"
 
-#include <type_traits>
-
 namespace MachineService::ConfigurationFormat {
 
 const IConfigurationSection& ZCompensationSection();
@@ -31,8 +29,8 @@ private:
     {
         const bool isPresent =
             io_compensation.tableKey == i_key && (!io_compensation.table.empty() || i_key != ZCompensationKey::Angle);
-        io_fields.Group(ip_table_tag, isPresent, [&io_compensation, i_key, ip_key_tag, &i_quantity](auto& io_table) {
-            if constexpr (std::remove_reference_t<decltype(io_table)>::IsReader) {
+        io_fields.Group(ip_table_tag, isPresent, [=, &io_compensation, &i_quantity](auto& io_table) {
+            if constexpr (Fields::IsReader) {
                 if (!io_compensation.table.empty())
                     throw FieldError("is a second table");
                 io_compensation.tableKey = i_key;
