@@ -1,23 +1,11 @@
 #include "buildprocessor/BuildJob.h"
 
-#include "buildprocessor/BuildVolumeCheck.h"
-#include "buildprocessor/CollisionCheck.h"
-#include "buildprocessor/EngineModel.h"
-#include "buildprocessor/Failure.h"
-#include "buildprocessor/Figures.h"
 #include "buildprocessor/JobFolder.h"
-#include "buildprocessor/SlicingEngine.h"
-#include "client/interface/ScopedTempDir.h"
-#include "tavam/AMXFileReader.h"
-#include "tavam/AMXFileWriter.h"
-#include "tavam/FileError.h"
 #include "tavam/PropertyNames.h"
 
 #include <QString>
 
 #include <boost/uuid/uuid_io.hpp>
-
-#include <algorithm>
 
 namespace MachineService::BuildProcessor {
 
@@ -25,134 +13,29 @@ namespace {
 
 namespace Names = TavAM::PropertyNames::Print3D;
 
-// How far the job is when the engine begins and when it ends.
-constexpr int EngineBegin = 10;
-constexpr int EngineEnd = 90;
-
-/// Tells the caller how far the job is; only forwards, and only while it is wanted.
-class Progress
+CommandResult Build(const JobInput& i_input)
 {
-public:
-    explicit Progress(const BuildInput& i_input)
-        : _input(i_input)
-    {}
+    JobProgress progress(i_input);
+    const auto sliced = SlicePlatform(i_input, progress);
+    const bool isResin = i_input.profile.technology == Technology::Sla;
+    progress.Report(92, "Keeping the machine file");
+    JobFolder job(i_input.jobsDir, GetMachineFolderName(i_input.profile), i_input.parameters.jobName);
+    const auto machineFile = job.AddFile(sliced->machineFile, isResin ? ".sl1" : ".gcode", i_input.stop);
 
-    void Report(int i_percent, const std::string& i_stage)
-    {
-        if (_input.stop.stop_requested())
-            throw CommunicationException(ErrorCode::ProcessingAborted);
-        _percent = std::max(_percent, i_percent);
-        if (_input.parameters.onProgress)
-            _input.parameters.onProgress(_percent, i_stage);
-    }
-
-    /// The job is done, and stays so even if its caller gave up in this moment.
-    void Finish() const
-    {
-        if (_input.parameters.onProgress)
-            _input.parameters.onProgress(100, "Done");
-    }
-
-private:
-    const BuildInput& _input;
-    int _percent = 0;
-};
-
-std::shared_ptr<TavAM::Platform> ReadPlatform(const std::filesystem::path& i_file)
-{
-    TavAM::AMXFileReader reader;
-    TavAM::Database database;
-    if (!reader.ReadFile(i_file, database))
-        Fail(ErrorCode::FileError, reader.GetError());
-    if (database.GetNumPlatforms() != 1)
-        Fail(ErrorCode::FileError, "The file '" + i_file.string() + "' holds " +
-                                       std::to_string(database.GetNumPlatforms()) + " platforms; one is expected.");
-    return database.GetPlatform(0);
+    auto& properties = sliced->platform->GetAMXProperties();
+    properties.SetText(Names::MachineFile,
+                       QString::fromStdString(std::filesystem::absolute(machineFile).string()).toStdWString());
+    properties.SetText(Names::JobName, QString::fromStdString(i_input.parameters.jobName).toStdWString());
+    progress.Report(98, "Writing the platform");
+    auto result = WriteResult(i_input, *sliced->platform, DataFormat::Platform,
+                              "The machine file is '" + machineFile.string() + "'." + sliced->notes);
+    job.Keep();
+    progress.Finish();
+    return result;
 }
 
-PartGeometry GetGeometry(const TavAM::Part& i_part)
-{
-    PartGeometry geometry;
-    geometry.name = QString::fromStdWString(i_part.GetName()).toStdString();
-    i_part.GetRepresentation().ForEachMesh(
-        i_part.GetPlacement(), [&](const TavAM::Mesh& i_mesh, const TavAM::Transform& i_placement) {
-            const auto first = static_cast<std::uint32_t>(geometry.vertices.size());
-            for (const TavAM::Point3f& point : i_mesh.vertices) {
-                geometry.vertices.push_back(i_placement.Apply({point.x, point.y, point.z}));
-                geometry.box.Add(geometry.vertices.back());
-            }
-            // A mirroring placement turns the surface inside out; the engine is to see it as it was.
-            const auto& rows = i_placement.rows;
-            const double determinant = rows[0] * (rows[5] * rows[10] - rows[6] * rows[9]) -
-                                       rows[1] * (rows[4] * rows[10] - rows[6] * rows[8]) +
-                                       rows[2] * (rows[4] * rows[9] - rows[5] * rows[8]);
-            for (auto triangle : i_mesh.triangles) {
-                if (determinant < 0)
-                    std::swap(triangle[1], triangle[2]);
-                for (auto& index : triangle)
-                    index += first;
-                geometry.triangles.push_back(triangle);
-            }
-        });
-    return geometry;
-}
+} // namespace
 
-std::vector<PartGeometry> GetGeometries(const TavAM::Platform& i_platform)
-{
-    std::vector<PartGeometry> geometries;
-    std::vector<std::string> withoutMesh;
-    for (const TavAM::Part& part : i_platform.GetParts()) {
-        geometries.push_back(GetGeometry(part));
-        const auto& representation = part.GetRepresentation();
-        if (geometries.back().triangles.empty() || representation.Holds(TavAM::RepresentationKind::Implicit) ||
-            representation.Holds(TavAM::RepresentationKind::Brep))
-            withoutMesh.push_back(geometries.back().name);
-    }
-    if (geometries.empty())
-        Fail(ErrorCode::FileError, "There is no part on the platform.");
-    if (!withoutMesh.empty())
-        Fail(ErrorCode::FileError,
-             "These parts are not meshes, or not altogether, and cannot be built: " + JoinNames(withoutMesh) + '.');
-    return geometries;
-}
-
-void SetNumber(TavAM::PersistentProperties& io_properties, const wchar_t* ip_name, double i_value, int i_digits)
-{
-    io_properties.SetText(ip_name, QString::number(i_value, 'f', i_digits).toStdWString());
-}
-
-void SetFigures(TavAM::Platform& io_platform, const Figures& i_figures, const Material& i_material)
-{
-    const auto clear = [](TavAM::PersistentProperties& io_properties) {
-        // Of an earlier build, perhaps on another machine.
-        for (const wchar_t* name :
-             {Names::LayerCount, Names::PrintTimeSeconds, Names::MaterialMillimetres, Names::MaterialCubicCentimetres,
-              Names::MaterialGrams, Names::MachineFile, Names::JobName})
-            io_properties.Remove(name);
-    };
-    auto& properties = io_platform.GetAMXProperties();
-    clear(properties);
-    SetNumber(properties, Names::LayerCount, static_cast<double>(i_figures.layers), 0);
-    SetNumber(properties, Names::PrintTimeSeconds, i_figures.seconds, 0);
-    if (i_figures.millimetres)
-        SetNumber(properties, Names::MaterialMillimetres, *i_figures.millimetres, 2);
-    SetNumber(properties, Names::MaterialCubicCentimetres, i_figures.cubicCentimetres, 3);
-    SetNumber(properties, Names::MaterialGrams, i_figures.grams, 2);
-    for (std::size_t index = 0; index < io_platform.GetParts().size(); ++index) {
-        auto& ofPart = io_platform.GetParts()[index].GetAMXProperties();
-        clear(ofPart);
-        if (index >= i_figures.parts.size())
-            continue;
-        const PartFigures& part = i_figures.parts[index];
-        const double volume = GetFilamentVolume(i_material, part.millimetres);
-        SetNumber(ofPart, Names::LayerCount, static_cast<double>(part.layers), 0);
-        SetNumber(ofPart, Names::MaterialMillimetres, part.millimetres, 2);
-        SetNumber(ofPart, Names::MaterialCubicCentimetres, volume, 3);
-        SetNumber(ofPart, Names::MaterialGrams, volume * i_material.density, 2);
-    }
-}
-
-/// Folder of a machine's jobs: readable, and apart from that of another machine of the same name.
 std::string GetMachineFolderName(const MachineProfile& i_profile)
 {
     constexpr std::size_t longest = 60;
@@ -160,68 +43,9 @@ std::string GetMachineFolderName(const MachineProfile& i_profile)
     return i_profile.name.substr(0, longest) + " - " + id.substr(id.size() - 8);
 }
 
-CommandResult Build(const BuildInput& i_input)
+CommandResult RunBuild(const JobInput& i_input)
 {
-    const MachineProfile& profile = i_input.profile;
-    const bool isResin = profile.technology == Technology::Sla;
-    Progress progress(i_input);
-    progress.Report(0, "Reading the platform");
-    const auto platform = ReadPlatform(i_input.parameters.inputFile);
-    const auto parts = GetGeometries(*platform);
-    progress.Report(3, "Checking the parts");
-    CheckBuildVolume(profile, parts);
-    CheckCollisions(parts, i_input.stop);
-
-    progress.Report(6, "Preparing the slicing engine");
-    const ScopedTempDir workDir;
-    const auto model = workDir.GetAbsoluteFileNameInTempDir("platform.3mf");
-    const auto output = workDir.GetAbsoluteFileNameInTempDir(isResin ? "job.sl1" : "job.gcode");
-    WriteEngineModel(parts, model, i_input.stop);
-    progress.Report(EngineBegin, "Slicing");
-    RunEngine({profile, i_input.enginePath, workDir.GetAbsoluteDir(), model, output,
-               [&](int i_percent, const std::string& i_stage) {
-                   progress.Report(EngineBegin + i_percent * (EngineEnd - EngineBegin) / 100, i_stage);
-               }},
-              i_input.stop);
-
-    progress.Report(EngineEnd, "Checking the machine file");
-    const Figures figures = isResin ? ReadResinFigures(output, profile, i_input.stop)
-                                    : ReadGCodeFigures(output, profile, parts.size(), i_input.stop);
-    progress.Report(95, "Keeping the machine file");
-    JobFolder job(i_input.jobsDir, GetMachineFolderName(profile), i_input.parameters.jobName);
-    const auto machineFile = job.AddFile(output, isResin ? ".sl1" : ".gcode", i_input.stop);
-
-    SetFigures(*platform, figures, profile.GetDefaultMaterial());
-    auto& properties = platform->GetAMXProperties();
-    properties.SetText(Names::MachineFile,
-                       QString::fromStdString(std::filesystem::absolute(machineFile).string()).toStdWString());
-    properties.SetText(Names::JobName, QString::fromStdString(i_input.parameters.jobName).toStdWString());
-    progress.Report(98, "Writing the platform");
-    TavAM::AMXFileWriter().WriteFile(i_input.parameters.outputDir / "platform.TavAMX", *platform);
-    job.Keep();
-    progress.Finish();
-
-    CommandResult result;
-    result.dataFormat = DataFormat::Platform;
-    result.message = "The machine file is '" + machineFile.string() + "'.";
-    return result;
-}
-
-} // namespace
-
-CommandResult RunBuild(const BuildInput& i_input)
-{
-    try {
-        return Build(i_input);
-    } catch (const CommunicationException&) {
-        throw;
-    } catch (const TavAM::FileError& failure) {
-        Fail(ErrorCode::FileError, failure.what());
-    } catch (const std::bad_alloc&) {
-        Fail(ErrorCode::InternalError, "There is not enough memory for the platform.");
-    } catch (const std::exception& failure) {
-        Fail(ErrorCode::InternalError, std::string("The job failed: ") + failure.what());
-    }
+    return RunGuarded([&] { return Build(i_input); });
 }
 
 } // namespace MachineService::BuildProcessor

@@ -1,30 +1,19 @@
 #pragma once
 
-#include "buildprocessor/MachineProfile.h"
-#include "client/interface/CommandTypes.h"
+#include "buildprocessor/PlatformJob.h"
 
-#include <filesystem>
-#include <optional>
-#include <stop_token>
 #include <string>
 
 namespace MachineService::BuildProcessor {
 
-/// What a run of Build needs.
-struct BuildInput
-{
-    const MachineProfile& profile;
-    const CommandParameters& parameters;
-    const std::optional<std::string>& enginePath;
-    const std::filesystem::path& jobsDir;
-    std::stop_token stop; ///< of the job; the parameters' own is not asked
-};
+/// Folder of a machine's jobs: readable, and apart from that of another machine of the same name.
+std::string GetMachineFolderName(const MachineProfile& i_profile);
 
 /// Checks the platform of the input file, slices it, keeps the machine file in the machine's folder of jobs and writes
 /// the platform with its figures into the output folder.
 ///
 /// Thread: any, blocking. Whatever ends it early, nothing of it is left.
 /// \throws CommunicationException FileError for the input, InternalError for the engine, ProcessingAborted.
-CommandResult RunBuild(const BuildInput& i_input);
+CommandResult RunBuild(const JobInput& i_input);
 
 } // namespace MachineService::BuildProcessor

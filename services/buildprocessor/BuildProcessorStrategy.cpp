@@ -1,10 +1,9 @@
 #include "buildprocessor/BuildProcessorStrategy.h"
 
-#include "buildprocessor/BuildJob.h"
+#include "buildprocessor/CommandTable.h"
 #include "buildprocessor/Failure.h"
+#include "buildprocessor/MachineCommands.h"
 #include "buildprocessor/ServiceContext.h"
-
-#include <boost/uuid/string_generator.hpp>
 
 #include <type_traits>
 
@@ -33,12 +32,6 @@ auto Ready(Answer i_answer) -> std::future<std::invoke_result_t<Answer>>
 
 } // namespace
 
-const boost::uuids::uuid& GetBuildCommandId()
-{
-    static const auto id = boost::uuids::string_generator()("8f6f2a52-0d0c-4d58-9a3f-6b1e0c7d4101");
-    return id;
-}
-
 BuildProcessorStrategy::BuildProcessorStrategy(const DatedProfile& i_profile,
                                                std::shared_ptr<ServiceContext> ip_context)
     : MachineStrategy(ToMachineData(i_profile))
@@ -48,38 +41,33 @@ BuildProcessorStrategy::BuildProcessorStrategy(const DatedProfile& i_profile,
 std::future<std::vector<CommandDescription>> BuildProcessorStrategy::GetCommands() const
 {
     return Ready([this] {
-        _GetProfile();
-        CommandDescription build;
-        build.type = CommandType::Build;
-        build.id = GetBuildCommandId();
-        build.dataFormat = DataFormat::Platform;
-        build.name = "Build";
-        build.description = "Prepares the parts for this printer and writes the machine file.";
-        return std::vector{build};
+        std::vector<CommandDescription> descriptions;
+        for (const OfferedCommand& command : GetOfferedCommands(_GetProfile()->profile.configuresConnection))
+            descriptions.push_back(command.description);
+        return descriptions;
     });
 }
 
 std::future<bool> BuildProcessorStrategy::CanRunCommand(const boost::uuids::uuid& i_command_id) const
 {
     return Ready([&] {
-        return i_command_id == GetBuildCommandId() && GetRefusal(_GetProfile()->profile.queueState) == ErrorCode::None;
+        const auto dated = _GetProfile();
+        const auto* const command = FindOfferedCommand(i_command_id, dated->profile.configuresConnection);
+        return command && (!command->needsQueue || GetRefusal(dated->profile.queueState) == ErrorCode::None);
     });
 }
 
 std::future<CommandResult> BuildProcessorStrategy::RunCommand(const CommandParameters& i_parameters) const
 {
     try {
-        const auto profile = _GetProfile();
-        if (i_parameters.commandId != GetBuildCommandId())
+        const auto dated = _GetProfile();
+        const auto* const command = FindOfferedCommand(i_parameters.commandId, dated->profile.configuresConnection);
+        if (!command)
             throw CommunicationException(ErrorCode::CommandNotFound);
-        if (const auto refusal = GetRefusal(profile->profile.queueState); refusal != ErrorCode::None)
+        const auto refusal = command->needsQueue ? GetRefusal(dated->profile.queueState) : ErrorCode::None;
+        if (refusal != ErrorCode::None)
             throw CommunicationException(refusal);
-        // The context closes its scheduler before it goes, which waits for this work.
-        return _context->jobs.Submit(
-            profile->profile.id, i_parameters.stopToken,
-            [&context = *_context, profile, parameters = i_parameters](std::stop_token i_stop) {
-                return RunBuild({profile->profile, parameters, context.enginePath, context.jobsDir, i_stop});
-            });
+        return _Submit(dated, i_parameters, command->slices, command->run);
     } catch (...) {
         return Ready([failure = std::current_exception()]() -> CommandResult { std::rethrow_exception(failure); });
     }
@@ -101,12 +89,13 @@ ProgressWatcherFuture<void> BuildProcessorStrategy::ModifyPlatform(const Platfor
     return ProgressWatcherFuture(Ready([this] { _RefuseMissing("changes of a platform"); }));
 }
 
-std::future<CommandResult> BuildProcessorStrategy::FillReportProperties(const CommandParameters& /*i_parameters*/) const
+std::future<CommandResult> BuildProcessorStrategy::FillReportProperties(const CommandParameters& i_parameters) const
 {
-    return Ready([this]() -> CommandResult {
-        _GetProfile();
-        throw CommunicationException(ErrorCode::ReportNotSupported);
-    });
+    try {
+        return _Submit(_GetProfile(), i_parameters, true, &FillReport);
+    } catch (...) {
+        return Ready([failure = std::current_exception()]() -> CommandResult { std::rethrow_exception(failure); });
+    }
 }
 
 std::future<CommandResult> BuildProcessorStrategy::Preprocessing(const CommandParameters& /*i_parameters*/) const
@@ -122,6 +111,22 @@ std::future<ProfileAssignments> BuildProcessorStrategy::GetProfileAssignments() 
             assignments.push_back({strategy.id, strategy.name, strategy.role});
         return assignments;
     });
+}
+
+std::future<CommandResult> BuildProcessorStrategy::_Submit(MachineRegistry::ProfilePointer ip_profile,
+                                                           const CommandParameters& i_parameters, bool i_slices,
+                                                           CommandResult (*ip_run)(const JobInput&)) const
+{
+    auto& scheduler = i_slices ? _context->jobs : _context->queries;
+    const auto id = ip_profile->profile.id;
+    // The context closes its schedulers before it goes, which waits for this work.
+    return scheduler.Submit(id, i_parameters.stopToken,
+                            [&context = *_context, profile = std::move(ip_profile), parameters = i_parameters,
+                             ip_run](std::stop_token i_stop) {
+                                const JobInput input{profile->profile, parameters,          context.enginePath,
+                                                     context.jobsDir,  context.settingsDir, i_stop};
+                                return RunGuarded([&] { return ip_run(input); });
+                            });
 }
 
 MachineRegistry::ProfilePointer BuildProcessorStrategy::_GetProfile() const

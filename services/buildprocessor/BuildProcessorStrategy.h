@@ -7,10 +7,8 @@
 
 namespace MachineService::BuildProcessor {
 
+struct JobInput;
 struct ServiceContext;
-
-/// Id of the command Build, the same for every machine of this service.
-const boost::uuids::uuid& GetBuildCommandId();
 
 /// One printer of the Build Processors.
 ///
@@ -33,6 +31,10 @@ public:
     std::future<ProfileAssignments> GetProfileAssignments() const override;
 
 private:
+    /// Runs it now on a thread of the service. \throws CommunicationException.
+    std::future<CommandResult> _Submit(MachineRegistry::ProfilePointer ip_profile,
+                                       const CommandParameters& i_parameters, bool i_slices,
+                                       CommandResult (*ip_run)(const JobInput&)) const;
     /// \throws CommunicationException ServicesUnavailable, MachineNotFound.
     MachineRegistry::ProfilePointer _GetProfile() const;
     [[noreturn]] void _RefuseMissing(const char* ip_what) const;

@@ -111,6 +111,53 @@ void WriteModel(const std::vector<PartGeometry>& i_parts, const std::filesystem:
         Fail(ErrorCode::FileError, "The file '" + i_path.string() + "' for the slicing engine cannot be written.");
 }
 
+/// As an attribute of XML may hold it.
+std::string Escape(std::string_view i_text)
+{
+    std::string escaped;
+    for (const char character : i_text) {
+        switch (character) {
+        case '&':
+            escaped += "&amp;";
+            break;
+        case '<':
+            escaped += "&lt;";
+            break;
+        case '"':
+            escaped += "&quot;";
+            break;
+        case '\n':
+            escaped += "&#10;";
+            break;
+        default:
+            escaped += character;
+        }
+    }
+    return escaped;
+}
+
+/// The engine's own member of the package: settings by object. Empty when no part has any.
+std::string MakePartSettings(const std::vector<PartGeometry>& i_parts)
+{
+    std::string objects;
+    for (std::size_t index = 0; index < i_parts.size(); ++index) {
+        const PartGeometry& part = i_parts[index];
+        if (part.settings.empty())
+            continue;
+        objects += "<object id=\"" + std::to_string(index + 1) + "\" instances_count=\"1\">\n";
+        const auto add = [&](const std::string& i_name, const std::string& i_value) {
+            objects += R"(<metadata type="object" key=")" + Escape(i_name) + "\" value=\"" + Escape(i_value) + "\"/>\n";
+        };
+        // The engine takes its name from here as soon as the object stands here.
+        add("name", ToLabel(part.name));
+        for (const auto& [name, value] : part.settings)
+            add(name, value);
+        objects += "<volume firstid=\"0\" lastid=\"" + std::to_string(part.triangles.size() - 1) + "\"/>\n</object>\n";
+    }
+    return objects.empty() ? objects
+                           : "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<config>\n" + objects + "</config>\n";
+}
+
 } // namespace
 
 void WriteEngineModel(const std::vector<PartGeometry>& i_parts, const std::filesystem::path& i_path,
@@ -132,9 +179,11 @@ void WriteEngineModel(const std::vector<PartGeometry>& i_parts, const std::files
     const auto text = [&](std::string_view i_text) {
         return zip_source_buffer(archive.get(), i_text.data(), i_text.size(), 0);
     };
+    const std::string partSettings = MakePartSettings(i_parts);
     const bool added = archive && add("[Content_Types].xml", text(ContentTypes)) &&
                        add("_rels/.rels", text(Relations)) &&
-                       add("3D/3dmodel.model", zip_source_file(archive.get(), model.c_str(), 0, -1));
+                       add("3D/3dmodel.model", zip_source_file(archive.get(), model.c_str(), 0, -1)) &&
+                       (partSettings.empty() || add("Metadata/Slic3r_PE_model.config", text(partSettings)));
     if (!added || zip_close(archive.get()) != 0)
         Fail(ErrorCode::FileError, "The file '" + i_path.string() + "' for the slicing engine cannot be written.");
     // Closing has freed it.

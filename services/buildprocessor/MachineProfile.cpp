@@ -46,19 +46,40 @@ MachineData ToMachineData(const DatedProfile& i_profile)
     return data;
 }
 
-MachineChanges FindChanges(const MachineProfile& i_old, const MachineProfile& i_new)
+MachineChanges FindChanges(const DatedProfile& i_old, const DatedProfile& i_new)
 {
-    if (i_old == i_new)
+    const MachineProfile& from = i_old.profile;
+    const MachineProfile& to = i_new.profile;
+    if (from == to)
         return MachineChanges::None;
-    // Whatever was edited, the file has a new time, and with it the machine's configuration.
-    auto changes = MachineChanges::ConfigurationChanged;
-    if (i_old.name != i_new.name)
+    auto changes = MachineChanges::None;
+    // A state that was set beside the profile leaves the configuration and its time as they were.
+    MachineProfile sameState = to;
+    sameState.queueState = from.queueState;
+    if (from != sameState || i_old.time != i_new.time)
+        changes = changes | MachineChanges::ConfigurationChanged;
+    if (from.name != to.name)
         changes = changes | MachineChanges::NameChanged;
-    if (i_old.queueState != i_new.queueState)
+    if (from.queueState != to.queueState)
         changes = changes | MachineChanges::StateChanged;
-    if (i_old.configuresConnection != i_new.configuresConnection)
+    if (from.configuresConnection != to.configuresConnection)
         changes = changes | MachineChanges::CommandsChanged;
     return changes;
+}
+
+const char* GetStateName(QueueState i_state)
+{
+    switch (i_state) {
+    case QueueState::Paused:
+        return "paused";
+    case QueueState::Error:
+        return "error";
+    case QueueState::Offline:
+        return "offline";
+    case QueueState::Running:
+        break;
+    }
+    return "running";
 }
 
 ErrorCode GetRefusal(QueueState i_state)

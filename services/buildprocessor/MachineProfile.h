@@ -64,12 +64,16 @@ struct Material
     bool operator==(const Material&) const = default;
 };
 
+/// The slicing engine's own keys and values.
+using EngineSettings = std::vector<std::pair<std::string, std::string>>;
+
 /// A print strategy that parts can be given; see ProfileAssignment.
 struct PrintStrategy
 {
     std::string id;
     std::string name;
     std::string role;
+    EngineSettings engineSettings; ///< what it stands for, on the parts that have it
     bool operator==(const PrintStrategy&) const = default;
 };
 
@@ -92,7 +96,7 @@ struct MachineProfile
     std::vector<Material> materials;
     std::size_t defaultMaterial = 0;
     std::vector<PrintStrategy> strategies;
-    std::vector<std::pair<std::string, std::string>> engineSettings; ///< the engine's own keys, from an allowed list
+    EngineSettings engineSettings; ///< from an allowed list
     bool configuresConnection = false;
     bool acceptsImplicitData = false;
     bool acceptsComposedParts = true;
@@ -114,9 +118,11 @@ struct DatedProfile
 };
 
 MachineData ToMachineData(const DatedProfile& i_profile);
-/// What differs, as news of the machine; None when nothing does.
-MachineChanges FindChanges(const MachineProfile& i_old, const MachineProfile& i_new);
+/// What differs, as news of the machine; None when nothing but the time does.
+MachineChanges FindChanges(const DatedProfile& i_old, const DatedProfile& i_new);
 /// The code that the queue refuses commands with; None when it runs.
 ErrorCode GetRefusal(QueueState i_state);
+/// "running", "paused", "error", "offline".
+const char* GetStateName(QueueState i_state);
 
 } // namespace MachineService::BuildProcessor

@@ -13,8 +13,7 @@ MachineRegistry::News MachineRegistry::Replace(std::vector<DatedProfile> i_profi
     for (DatedProfile& dated : i_profiles) {
         const auto id = dated.profile.id;
         const auto known = _profiles.find(id);
-        const auto changes =
-            known == _profiles.end() ? MachineChanges::None : FindChanges(known->second->profile, dated.profile);
+        const auto changes = known == _profiles.end() ? MachineChanges::None : FindChanges(*known->second, dated);
         if (known == _profiles.end())
             news.added.push_back(id);
         else if (changes != MachineChanges::None)

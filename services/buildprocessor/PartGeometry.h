@@ -1,5 +1,6 @@
 #pragma once
 
+#include "buildprocessor/MachineProfile.h"
 #include "tavam/Geometry.h"
 
 #include <array>
@@ -16,6 +17,7 @@ struct PartGeometry
     std::vector<TavAM::Point3d> vertices;
     std::vector<std::array<std::uint32_t, 3>> triangles;
     TavAM::BoundingBox box;
+    EngineSettings settings; ///< of this part alone
 };
 
 /// "'a', 'b' and 3 more"; names are cut to a length that a message box can show.

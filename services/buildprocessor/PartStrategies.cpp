@@ -21,11 +21,11 @@ std::wstring Widen(const std::string& i_text)
 }
 
 TavAM::Part::Strategies AssignPart(const TavAM::Part& i_part, const std::string& i_label,
-                                   const ProfileAssignments& i_known, StrategyReport& io_report)
+                                   const std::vector<PrintStrategy>& i_known, StrategyReport& io_report)
 {
     const auto old = i_part.GetStrategies().value_or(TavAM::Part::Strategies());
     TavAM::Part::Strategies strategies;
-    for (const ProfileAssignment& first : i_known) {
+    for (const PrintStrategy& first : i_known) {
         const std::wstring role = Widen(first.role);
         if (strategies.contains(role) || (first.role == SupportRole && !i_part.HasSupports()))
             continue;
@@ -59,7 +59,7 @@ TavAM::Part::Strategies AssignPart(const TavAM::Part& i_part, const std::string&
 
 } // namespace
 
-StrategyReport AssignStrategies(TavAM::Platform& io_platform, const ProfileAssignments& i_known)
+StrategyReport AssignStrategies(TavAM::Platform& io_platform, const std::vector<PrintStrategy>& i_known)
 {
     StrategyReport report;
     if (i_known.empty()) {
@@ -74,6 +74,24 @@ StrategyReport AssignStrategies(TavAM::Platform& io_platform, const ProfileAssig
     for (const std::string& sentence : report.replaced)
         report.message += '\n' + sentence;
     return report;
+}
+
+EngineSettings GetEngineSettings(const TavAM::Part& i_part, const std::vector<PrintStrategy>& i_known)
+{
+    EngineSettings settings;
+    for (const auto& [role, id] : i_part.GetStrategies().value_or(TavAM::Part::Strategies())) {
+        const auto known = std::find_if(
+            i_known.begin(), i_known.end(), [&, &wantedRole = role, &wantedId = id](const auto& i_strategy) {
+                return Widen(i_strategy.role) == wantedRole && Widen(i_strategy.id) == wantedId;
+            });
+        if (known == i_known.end())
+            continue;
+        for (const auto& setting : known->engineSettings) {
+            std::erase_if(settings, [&](const auto& i_earlier) { return i_earlier.first == setting.first; });
+            settings.push_back(setting);
+        }
+    }
+    return settings;
 }
 
 } // namespace MachineService::BuildProcessor

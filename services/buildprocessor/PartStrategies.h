@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/interface/PlatformTypes.h"
+#include "buildprocessor/MachineProfile.h"
 #include "tavam/Platform.h"
 
 #include <string>
@@ -23,6 +23,9 @@ struct StrategyReport
 /// Gives every part a strategy for each role of the machine's list: the part's own when the list has it under that
 /// role, else the first of the role. Roles that the machine does not have, and the support role of a part without
 /// supports, go. A machine without strategies leaves the parts as they are.
-StrategyReport AssignStrategies(TavAM::Platform& io_platform, const ProfileAssignments& i_known);
+StrategyReport AssignStrategies(TavAM::Platform& io_platform, const std::vector<PrintStrategy>& i_known);
+
+/// What the part's strategies tell the engine: the later role by name wins. Unknown ones tell nothing.
+EngineSettings GetEngineSettings(const TavAM::Part& i_part, const std::vector<PrintStrategy>& i_known);
 
 } // namespace MachineService::BuildProcessor

@@ -96,7 +96,7 @@ public:
             ThrowIfStopped(_stop);
             _CheckAlone(index);
         }
-        for (std::size_t index = 0; index < _parts.size(); ++index) {
+        for (std::size_t index = 0; index < _parts.size() && _rules.clearance >= 0; ++index) {
             for (std::size_t other = index + 1; other < _parts.size(); ++other)
                 _CheckPair(index, other);
         }

@@ -12,7 +12,8 @@ namespace MachineService::BuildProcessor {
 /// Units: mm.
 struct PlacementRules
 {
-    double clearance = 0;     ///< between the footprints of two parts, and to the edge of the bed
+    double clearance =
+        0; ///< between the footprints of two parts, and to the edge of the bed; below 0 pairs are not checked
     bool onBed = true;        ///< every part stands on the bed, it neither floats nor dips into it
     double tolerance = 0.005; ///< what rounding may take from a clearance, or add to a size
 };

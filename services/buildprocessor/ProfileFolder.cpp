@@ -2,6 +2,7 @@
 
 #include "buildprocessor/Failure.h"
 #include "buildprocessor/ProfileReader.h"
+#include "buildprocessor/QueueStates.h"
 #include "buildprocessor/ShippedProfiles.h"
 #include "buildprocessor/UniqueFd.h"
 
@@ -109,7 +110,23 @@ std::vector<DatedProfile> ProfileFolder::Scan(std::vector<std::string>& o_proble
         if (!owners.contains(shipped.profile.id))
             profiles.push_back(std::move(shipped));
     }
+    _ApplyStates(profiles, o_problems);
     return profiles;
+}
+
+void ProfileFolder::_ApplyStates(std::vector<DatedProfile>& io_profiles, std::vector<std::string>& o_problems)
+{
+    std::vector<std::string> problems;
+    const auto states = ReadQueueStates(_folder, problems);
+    for (DatedProfile& dated : io_profiles) {
+        if (const auto state = states.find(dated.profile.id); state != states.end())
+            dated.profile.queueState = state->second;
+    }
+    for (const std::string& problem : problems) {
+        if (std::find(_stateProblems.begin(), _stateProblems.end(), problem) == _stateProblems.end())
+            o_problems.push_back(problem);
+    }
+    _stateProblems = std::move(problems);
 }
 
 void ProfileFolder::_ReadFile(const std::filesystem::path& i_path, Entry& io_entry,

@@ -36,9 +36,12 @@ private:
 
     void _ReadFile(const std::filesystem::path& i_path, Entry& io_entry, std::vector<std::string>& o_problems) const;
 
+    void _ApplyStates(std::vector<DatedProfile>& io_profiles, std::vector<std::string>& o_problems);
+
     const std::filesystem::path _folder;
     std::map<std::string, Entry> _entries; ///< by file name
     std::vector<std::string> _knownDuplicates;
+    std::vector<std::string> _stateProblems;
     std::string _folderProblem;
 };
 

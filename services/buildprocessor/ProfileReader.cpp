@@ -93,6 +93,62 @@ const std::set<std::string>& AllowedEngineSettings(Technology i_technology)
     return i_technology == Technology::Fff ? fff : sla;
 }
 
+// What the engine takes for one part apart from the others.
+const std::set<std::string>& AllowedPartSettings(Technology i_technology)
+{
+    static const std::set<std::string> fff = {"bottom_solid_layers",
+                                              "brim_type",
+                                              "brim_width",
+                                              "elefant_foot_compensation",
+                                              "external_perimeter_speed",
+                                              "fill_angle",
+                                              "fill_density",
+                                              "fill_pattern",
+                                              "gap_fill_speed",
+                                              "infill_speed",
+                                              "layer_height",
+                                              "perimeter_speed",
+                                              "perimeters",
+                                              "raft_layers",
+                                              "seam_position",
+                                              "solid_infill_speed",
+                                              "support_material",
+                                              "support_material_auto",
+                                              "support_material_spacing",
+                                              "support_material_style",
+                                              "support_material_threshold",
+                                              "top_solid_infill_speed",
+                                              "top_solid_layers",
+                                              "xy_size_compensation"};
+    static const std::set<std::string> sla = {"faded_layers",
+                                              "hollowing_enable",
+                                              "hollowing_min_thickness",
+                                              "pad_enable",
+                                              "pad_wall_height",
+                                              "pad_wall_thickness",
+                                              "support_base_diameter",
+                                              "support_head_front_diameter",
+                                              "support_object_elevation",
+                                              "support_points_density_relative",
+                                              "support_points_minimal_distance",
+                                              "supports_enable"};
+    return i_technology == Technology::Fff ? fff : sla;
+}
+
+EngineSettings ReadEngineSettings(JsonFields& io_fields, const std::set<std::string>& i_allowed)
+{
+    EngineSettings settings;
+    if (!io_fields.Has("engine"))
+        return settings;
+    JsonFields fields = io_fields.Object("engine");
+    fields.Each([&](const std::string& i_name, const std::string& i_value) {
+        if (!i_allowed.contains(i_name))
+            fields.Refuse(i_name.substr(0, 100), "is not a setting of the engine that a profile may set");
+        settings.emplace_back(i_name, i_value);
+    });
+    return settings;
+}
+
 Bed ReadBed(JsonFields& io_fields)
 {
     JsonFields fields = io_fields.Object("bed");
@@ -198,22 +254,10 @@ void ReadStrategies(JsonFields& io_fields, MachineProfile& o_profile)
         return;
     io_fields.Array("strategies", {0, 1000}, [&](const QJsonValue& i_value, const std::string& i_path) {
         JsonFields fields = io_fields.ItemObject(i_value, i_path);
-        o_profile.strategies.push_back(
-            {fields.Text("id", 100), fields.Text("name", 100), fields.Text("role", 100, "part")});
+        o_profile.strategies.push_back({fields.Text("id", 100), fields.Text("name", 100),
+                                        fields.Text("role", 100, "part"),
+                                        ReadEngineSettings(fields, AllowedPartSettings(o_profile.technology))});
         fields.Finish();
-    });
-}
-
-void ReadEngineSettings(JsonFields& io_fields, MachineProfile& o_profile)
-{
-    if (!io_fields.Has("engine"))
-        return;
-    JsonFields fields = io_fields.Object("engine");
-    const auto& allowed = AllowedEngineSettings(o_profile.technology);
-    fields.Each([&](const std::string& i_name, const std::string& i_value) {
-        if (!allowed.contains(i_name))
-            fields.Refuse(i_name.substr(0, 100), "is not a setting of the engine that a profile may set");
-        o_profile.engineSettings.emplace_back(i_name, i_value);
     });
 }
 
@@ -280,7 +324,7 @@ DatedProfile ReadProfile(const std::string& i_text, const std::string& i_file,
     ReadLayerHeights(fields, profile);
     ReadMaterials(fields, profile);
     ReadStrategies(fields, profile);
-    ReadEngineSettings(fields, profile);
+    profile.engineSettings = ReadEngineSettings(fields, AllowedEngineSettings(profile.technology));
     profile.configuresConnection = fields.Boolean("configuresConnection", false);
     profile.acceptsImplicitData = fields.Boolean("acceptsImplicitData", false);
     profile.acceptsComposedParts = fields.Boolean("acceptsComposedParts", true);

@@ -30,7 +30,9 @@ ServiceContext::ServiceContext(const AbstractPluginUtility* ip_utility)
     using Location = QStandardPaths::StandardLocation;
     profilesDir =
         (ip_utility ? ip_utility->GetConfigurationDir() : GetDefaultDir(Location::GenericConfigLocation)) / "profiles";
-    jobsDir = (ip_utility ? ip_utility->GetDataDir() : GetDefaultDir(Location::GenericDataLocation)) / "jobs";
+    const auto dataDir = ip_utility ? ip_utility->GetDataDir() : GetDefaultDir(Location::GenericDataLocation);
+    jobsDir = dataDir / "jobs";
+    settingsDir = dataDir / "machines";
     if (ip_utility)
         enginePath = ip_utility->GetSetting("engine.path");
 }

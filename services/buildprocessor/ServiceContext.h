@@ -18,10 +18,11 @@ struct ServiceContext
 {
     std::filesystem::path profilesDir;
     std::filesystem::path jobsDir;
+    std::filesystem::path settingsDir;     ///< of the machines' own settings
     std::optional<std::string> enginePath; ///< the setting; empty: the engine of the search path
     MachineRegistry registry;
     JobScheduler jobs;
-    JobScheduler queries{1}; ///< short questions do not wait behind builds
+    JobScheduler queries{2}; ///< short questions and commands do not wait behind builds
 
     /// \param ip_utility may be null.
     explicit ServiceContext(const AbstractPluginUtility* ip_utility);

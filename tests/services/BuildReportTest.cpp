@@ -43,7 +43,7 @@ MachineProfile MakeProfile()
     profile.name = "Printer <1>";
     profile.bed.outline = {{0, 0}, {100, 0}, {100, 100}, {0, 100}};
     profile.materials = {{"PLA & more", 1.24, 1.75, 200, 60, 0, 0}};
-    profile.strategies = {{"fine", "Fine", "part"}};
+    profile.strategies = {{"fine", "Fine", "part", {}}};
     return profile;
 }
 

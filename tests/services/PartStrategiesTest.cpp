@@ -5,14 +5,13 @@
 namespace MachineService::BuildProcessor {
 
 using Strategies = TavAM::Part::Strategies;
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 namespace {
 
-const ProfileAssignments Known = {
-    {"std", "Standard", "part"}, {"fine", "Fine", "part"}, {"tree", "Tree", "support"}, {"grid", "Grid", "support"}};
+const std::vector<PrintStrategy> Known = {
+    {"std", "Standard", "part", {{"perimeters", "2"}}}, {"fine", "Fine", "part", {{"perimeters", "3"}, {"layer_height", "0.1"}}}, {"tree", "Tree", "support", {{"support_material", "1"}}}, {"grid", "Grid", "support", {{"perimeters", "9"}}}};
 
 struct Row
 {
@@ -85,6 +84,16 @@ TEST(PartStrategies, GivesEachPartWhatTheMachineKnows)
         EXPECT_THAT(AssignStrategies(platform, {}).replaced, IsEmpty());
         EXPECT_EQ(platform.GetParts()[0].GetStrategies(), row.after) << "a machine without strategies changes nothing";
     }
+}
+
+TEST(PartStrategies, TellTheEngineWhatTheyStandFor)
+{
+    TavAM::Part part;
+    EXPECT_THAT(GetEngineSettings(part, Known), IsEmpty());
+    part.SetStrategies(Strategies{{L"part", L"fine"}, {L"support", L"grid"}});
+    EXPECT_EQ(GetEngineSettings(part, Known), (EngineSettings{{"layer_height", "0.1"}, {"perimeters", "9"}}));
+    part.SetStrategies(Strategies{{L"part", L"gone"}, {L"support", L"tree"}});
+    EXPECT_EQ(GetEngineSettings(part, Known), (EngineSettings{{"support_material", "1"}}));
 }
 
 } // namespace MachineService::BuildProcessor

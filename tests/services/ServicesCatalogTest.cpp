@@ -152,7 +152,7 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     Start();
     const Machine machine = GetMachine(IdA);
     const auto commands = machine.GetCommands().get();
-    ASSERT_EQ(commands.size(), 1U);
+    ASSERT_EQ(commands.size(), 8U);
     EXPECT_EQ(commands[0].type, CommandType::Build);
     EXPECT_EQ(commands[0].dataFormat, DataFormat::Platform);
     EXPECT_TRUE(machine.CanRunCommand(commands[0].id).get());
@@ -160,7 +160,7 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     EXPECT_EQ(machine.GetProfileAssignments().get().at(0).name, "Solid");
     CommandParameters parameters;
     EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, ErrorCode::CommandNotFound);
-    EXPECT_EQ(GetFailure([&] { machine.FillReportProperties(parameters).get(); }).code, ErrorCode::ReportNotSupported);
+    EXPECT_EQ(GetFailure([&] { machine.FillReportProperties(parameters).get(); }).code, ErrorCode::FileError);
     EXPECT_EQ(GetFailure([&] { machine.GetPlatformInformation().get(); }).text,
               "The printer 'Test printer' does not offer platform information.");
     parameters.commandId = commands[0].id;
