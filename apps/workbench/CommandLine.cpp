@@ -7,10 +7,11 @@ namespace Workbench {
 
 namespace {
 
-QString Tr(const char* ip_text)
+// A class, because the translation tools take the context from it.
+struct Texts
 {
-    return QCoreApplication::translate("Workbench::CommandLine", ip_text);
-}
+    Q_DECLARE_TR_FUNCTIONS(Workbench::CommandLine)
+};
 
 } // namespace
 
@@ -18,26 +19,28 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
 {
     QCommandLineParser parser;
     parser.setApplicationDescription(
-        Tr("Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its "
-           "Build command and loads the result back into the scene."));
-    const QCommandLineOption machine(QStringLiteral("machine"), Tr("Use this machine: its name or its id."),
+        Texts::tr("Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its "
+                  "Build command and loads the result back into the scene."));
+    const QCommandLineOption machine(QStringLiteral("machine"), Texts::tr("Use this machine: its name or its id."),
                                      QStringLiteral("NAME"));
     const QCommandLineOption command(
-        QStringLiteral("command"), Tr("Run this command of the machine only: its id, as the ribbon's table shows it."),
+        QStringLiteral("command"),
+        Texts::tr("Run this command of the machine only: its id, as the ribbon's table shows it."),
         QStringLiteral("ID"));
-    const QCommandLineOption list(QStringLiteral("list"), Tr("List the machines of the catalog and end."));
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Tr("Show this help and end."));
-    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")}, Tr("Show the version and end."));
+    const QCommandLineOption list(QStringLiteral("list"), Texts::tr("List the machines of the catalog and end."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Texts::tr("Show this help and end."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
+                                     Texts::tr("Show the version and end."));
     parser.addOptions({machine, command, list, help, version});
     parser.addPositionalArgument(
         QStringLiteral("mesh"),
-        Tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
+        Texts::tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
         QStringLiteral("[mesh …]"));
 
     CommandLine result;
     const auto refuse = [&](const QString& i_reason) {
         result.action = CommandLine::Action::Refuse;
-        result.text = i_reason + QLatin1Char('\n') + Tr("Try --help.") + QLatin1Char('\n');
+        result.text = i_reason + QLatin1Char('\n') + Texts::tr("Try --help.") + QLatin1Char('\n');
         return result;
     };
     if (!parser.parse(i_arguments))
@@ -56,21 +59,21 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
     if (parser.isSet(machine)) {
         result.machine = parser.value(machine);
         if (result.machine.trimmed().isEmpty())
-            return refuse(Tr("--machine needs a name."));
+            return refuse(Texts::tr("--machine needs a name."));
     }
     if (parser.isSet(command)) {
         result.command = parser.value(command);
         if (result.command.trimmed().isEmpty())
-            return refuse(Tr("--command needs an id."));
+            return refuse(Texts::tr("--command needs an id."));
     }
     for (const QString& mesh : parser.positionalArguments()) {
         if (mesh.isEmpty())
-            return refuse(Tr("An empty file name was given."));
+            return refuse(Texts::tr("An empty file name was given."));
         result.meshes.emplace_back(mesh.toStdString());
     }
     if (parser.isSet(list)) {
         if (!result.meshes.empty() || parser.isSet(machine) || parser.isSet(command))
-            return refuse(Tr("--list takes neither meshes nor other options."));
+            return refuse(Texts::tr("--list takes neither meshes nor other options."));
         result.action = CommandLine::Action::List;
     }
     return result;

@@ -9,10 +9,11 @@ namespace Workbench {
 
 namespace {
 
-QString Tr(const char* ip_text)
+// A class, because the translation tools take the context from it.
+struct Texts
 {
-    return QCoreApplication::translate("Workbench::PlatformComparison", ip_text);
-}
+    Q_DECLARE_TR_FUNCTIONS(Workbench::PlatformComparison)
+};
 
 bool AreClose(const TavAM::Transform& i_left, const TavAM::Transform& i_right)
 {
@@ -26,19 +27,19 @@ bool AreClose(const TavAM::Transform& i_left, const TavAM::Transform& i_right)
 QString FindPartDifference(const TavAM::Part& i_expected, const TavAM::Part& i_found)
 {
     if (i_expected.GetRevisionId() != i_found.GetRevisionId())
-        return Tr("another id");
+        return Texts::tr("another id");
     if (i_expected.GetName() != i_found.GetName())
-        return Tr("another name");
+        return Texts::tr("another name");
     if (!AreClose(i_expected.GetPlacement(), i_found.GetPlacement()))
-        return Tr("another place");
+        return Texts::tr("another place");
     if (!(i_expected.GetRepresentation() == i_found.GetRepresentation()))
-        return Tr("another shape");
+        return Texts::tr("another shape");
     if (!(i_expected.GetAMXProperties() == i_found.GetAMXProperties()))
-        return Tr("other properties");
+        return Texts::tr("other properties");
     if (i_expected.GetStrategies() != i_found.GetStrategies())
-        return Tr("other strategies");
+        return Texts::tr("other strategies");
     if (i_expected.HasSupports() != i_found.HasSupports())
-        return Tr("another supports flag");
+        return Texts::tr("another supports flag");
     return {};
 }
 
@@ -47,22 +48,22 @@ QString FindPartDifference(const TavAM::Part& i_expected, const TavAM::Part& i_f
 QString FindDifference(const TavAM::Platform& i_expected, const TavAM::Platform& i_found)
 {
     if (i_expected.GetName() != i_found.GetName())
-        return Tr("The platform has another name.");
+        return Texts::tr("The platform has another name.");
     if (!(i_expected.GetAMXProperties() == i_found.GetAMXProperties()))
-        return Tr("The platform has other properties.");
+        return Texts::tr("The platform has other properties.");
     const auto* expectedMachine = i_expected.GetMachine();
     const auto* foundMachine = i_found.GetMachine();
     if (!expectedMachine != !foundMachine || (expectedMachine && !(*expectedMachine == *foundMachine)))
-        return Tr("The platform has another machine.");
+        return Texts::tr("The platform has another machine.");
     if (i_expected.GetParts().size() != i_found.GetParts().size())
-        return Tr("The platform has %1 parts instead of %2.")
+        return Texts::tr("The platform has %1 parts instead of %2.")
             .arg(i_found.GetParts().size())
             .arg(i_expected.GetParts().size());
     for (std::size_t index = 0; index < i_expected.GetParts().size(); ++index) {
         const auto& part = i_expected.GetParts()[index];
         const QString difference = FindPartDifference(part, i_found.GetParts()[index]);
         if (!difference.isEmpty())
-            return Tr("The part '%1' has %2.").arg(QString::fromStdWString(part.GetName()), difference);
+            return Texts::tr("The part '%1' has %2.").arg(QString::fromStdWString(part.GetName()), difference);
     }
     return {};
 }

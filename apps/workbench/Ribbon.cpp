@@ -36,7 +36,8 @@ QString ExplainDisabled(const UiCommand& i_command)
         return Ribbon::tr("the scene is empty");
     auto* application = VexlorCore::Application::GetInstance();
     if (application && application->GetSettings().GetDisableBuildButton() &&
-        i_command.GetTitle() == QLatin1String("Build"))
+        (i_command.GetId() == QLatin1String(MachineService::BPCommandNameBuild) ||
+         i_command.GetId() == QLatin1String(MachineService::BPCommandNamePostJob)))
         return Ribbon::tr("the host does not allow it");
     return Ribbon::tr("the machine refuses");
 }

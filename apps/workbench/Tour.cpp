@@ -38,10 +38,11 @@ using MachineService::MachineData;
 constexpr std::chrono::seconds ServicesDeadline(10);
 constexpr std::chrono::seconds AnswersDeadline(3);
 
-QString Tr(const char* ip_text)
+// A class, because the translation tools take the context from it.
+struct Texts
 {
-    return QCoreApplication::translate("Workbench::Tour", ip_text);
-}
+    Q_DECLARE_TR_FUNCTIONS(Workbench::Tour)
+};
 
 QString FromPath(const std::filesystem::path& i_path)
 {
@@ -65,8 +66,9 @@ std::vector<std::filesystem::path> FindExampleMeshes()
         const QString path = QStandardPaths::locate(QStandardPaths::GenericDataLocation,
                                                     QStringLiteral("PrusaSlicer/shapes/") + QLatin1String(name));
         if (path.isEmpty())
-            throw TourError(Tr("The example mesh '%1' was not found: install the package prusa-slicer, or name a mesh.")
-                                .arg(QLatin1String(name)));
+            throw TourError(
+                Texts::tr("The example mesh '%1' was not found: install the package prusa-slicer, or name a mesh.")
+                    .arg(QLatin1String(name)));
         meshes.emplace_back(path.toStdString());
     }
     return meshes;
@@ -75,11 +77,14 @@ std::vector<std::filesystem::path> FindExampleMeshes()
 QString DescribeVolume(const MachineData& i_data)
 {
     if (!i_data.buildVolume)
-        return Tr("size unknown");
+        return Texts::tr("size unknown");
     const auto& volume = *i_data.buildVolume;
     if (volume.isCircular)
-        return Tr("⌀ %1 × %2 mm").arg(volume.maxX - volume.minX).arg(volume.height);
-    return Tr("%1 × %2 × %3 mm").arg(volume.maxX - volume.minX).arg(volume.maxY - volume.minY).arg(volume.height);
+        return Texts::tr("⌀ %1 × %2 mm").arg(volume.maxX - volume.minX).arg(volume.height);
+    return Texts::tr("%1 × %2 × %3 mm")
+        .arg(volume.maxX - volume.minX)
+        .arg(volume.maxY - volume.minY)
+        .arg(volume.height);
 }
 
 bool Fits(const std::vector<TavAM::Part>& i_parts, const MachineService::BuildVolume& i_volume)
@@ -104,7 +109,8 @@ void CopyFile(const std::filesystem::path& i_from, const std::filesystem::path& 
     if (error) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);
-        throw TourError(Tr("'%1' cannot be written: %2.").arg(FromPath(i_to), QString::fromStdString(error.message())));
+        throw TourError(
+            Texts::tr("'%1' cannot be written: %2.").arg(FromPath(i_to), QString::fromStdString(error.message())));
     }
 }
 
@@ -191,7 +197,7 @@ ExitStatus Tour::Run()
             return Succeeded;
     } catch (const Interruption&) {
         _RemoveTraces();
-        std::fputs("Interrupted.\n", stderr);
+        std::fputs((Texts::tr("Interrupted.") + QLatin1Char('\n')).toUtf8().constData(), stderr);
         return Interrupted;
     } catch (const std::exception& error) {
         _transcript.Error(QString::fromUtf8(error.what()));
@@ -203,7 +209,7 @@ ExitStatus Tour::Run()
 
 void Tour::_Run()
 {
-    _transcript.Line(Tr("Catalog"));
+    _transcript.Line(Texts::tr("Catalog"));
     const bool started = _host.StartServices(ServicesDeadline, [this] { return _interrupts.WasInterrupted(); });
     if (!started)
         throw Interruption();
@@ -211,17 +217,17 @@ void Tour::_Run()
     if (_commandLine.action == CommandLine::Action::List)
         return;
 
-    _transcript.Line(Tr("Scene"));
+    _transcript.Line(Texts::tr("Scene"));
     _MakeScene();
     _ThrowIfInterrupted();
-    _transcript.Line(Tr("Printer"));
+    _transcript.Line(Texts::tr("Printer"));
     _Attach(_ChooseMachine());
     _ThrowIfInterrupted();
     _RunCommands();
     _ThrowIfInterrupted();
-    _transcript.Line(Tr("Figures"));
+    _transcript.Line(Texts::tr("Figures"));
     _ShowFigures();
-    _transcript.Line(Tr("Files"));
+    _transcript.Line(Texts::tr("Files"));
     _KeepResults();
 }
 
@@ -236,7 +242,7 @@ void Tour::_ListMachines()
 {
     const auto machines = _host.GetClient().GetMachines();
     if (machines.empty())
-        throw TourError(Tr("The catalog offers no machine."));
+        throw TourError(Texts::tr("The catalog offers no machine."));
     for (const auto& machine : machines) {
         const auto data = machine.GetMachineData();
         _transcript.Line(QStringLiteral("  %1  %2  %3  %4")
@@ -253,7 +259,7 @@ void Tour::_MakeScene()
     for (const auto& mesh : meshes) {
         for (auto& part : VexlorCore::ImportMeshFile(mesh)) {
             const auto box = part.GetBoundingBox();
-            _transcript.Line(Tr("  %1  %2 × %3 × %4 mm")
+            _transcript.Line(Texts::tr("  %1  %2 × %3 × %4 mm")
                                  .arg(QString::fromStdWString(part.GetName()), -24)
                                  .arg(box.max.x - box.min.x, 0, 'f', 1)
                                  .arg(box.max.y - box.min.y, 0, 'f', 1)
@@ -283,7 +289,7 @@ Machine Tour::_ChooseMachine()
     }
     if (_commandLine.machine.isEmpty())
         return machines.front(); // It will name the parts that do not fit.
-    throw TourError(Tr("No machine is called '%1'; --list shows the catalog.").arg(_commandLine.machine));
+    throw TourError(Texts::tr("No machine is called '%1'; --list shows the catalog.").arg(_commandLine.machine));
 }
 
 void Tour::_Attach(const Machine& i_machine)
@@ -296,9 +302,9 @@ void Tour::_Attach(const Machine& i_machine)
     _host.GetClient().HandleMachineChanged(_scene, QUuid::fromString(id));
     const auto attached = _host.GetClient().TryGetPrinter(_scene);
     if (!attached)
-        throw TourError(Tr("The machine '%1' could not be attached.").arg(QString::fromStdString(data.name)));
-    _transcript.Line(
-        Tr("  attached: %1 (%2)").arg(QString::fromStdString(attached->GetMachineData().name), DescribeVolume(data)));
+        throw TourError(Texts::tr("The machine '%1' could not be attached.").arg(QString::fromStdString(data.name)));
+    _transcript.Line(Texts::tr("  attached: %1 (%2)")
+                         .arg(QString::fromStdString(attached->GetMachineData().name), DescribeVolume(data)));
 }
 
 void Tour::_RunCommands()
@@ -315,27 +321,28 @@ void Tour::_RunCommands()
     ribbon.WaitForAnswers(AnswersDeadline, [this] { return _interrupts.WasInterrupted(); });
     _ThrowIfInterrupted();
 
-    _transcript.Line(Tr("Ribbon of %1").arg(manager.PrinterName()));
+    _transcript.Line(Texts::tr("Ribbon of %1").arg(manager.PrinterName()));
     QStringList wanted;
     for (const auto& row : ribbon.GetRows()) {
         const QString id = row.command->GetId();
-        _transcript.Line(QStringLiteral("  %1  %2  %3  %4")
-                             .arg(row.place, 2)
-                             .arg(row.command->GetTitle(), -28)
-                             .arg(row.whyNot.isEmpty() ? Tr("enabled") : Tr("disabled: %1").arg(row.whyNot), -9)
-                             .arg(id));
+        _transcript.Line(
+            QStringLiteral("  %1  %2  %3  %4")
+                .arg(row.place, 2)
+                .arg(row.command->GetTitle(), -28)
+                .arg(row.whyNot.isEmpty() ? Texts::tr("enabled") : Texts::tr("disabled: %1").arg(row.whyNot), -9)
+                .arg(id));
         if (_commandLine.command.isEmpty() || id.compare(_commandLine.command, Qt::CaseInsensitive) == 0)
             wanted << id;
     }
     if (wanted.isEmpty())
         throw TourError(
             _commandLine.command.isEmpty()
-                ? Tr("%1 offers no commands.").arg(manager.PrinterName())
-                : Tr("%1 does not offer the command '%2'.").arg(manager.PrinterName(), _commandLine.command));
+                ? Texts::tr("%1 offers no commands.").arg(manager.PrinterName())
+                : Texts::tr("%1 does not offer the command '%2'.").arg(manager.PrinterName(), _commandLine.command));
     for (const QString& id : wanted) {
         auto* command = manager.GetCommand(id);
         if (!command)
-            throw TourError(Tr("The command '%1' went away.").arg(id));
+            throw TourError(Texts::tr("The command '%1' went away.").arg(id));
         _transcript.Line(command->GetTitle());
         _RunCommand(*command);
     }
@@ -348,7 +355,7 @@ void Tour::_RunCommand(Vexlor::UICommands::UiCommand& io_command)
     if (_interrupts.WasInterrupted())
         throw Interruption();
     if (!done)
-        throw TourError(_criticalMessage.isEmpty() ? Tr("The command '%1' was not carried out.").arg(title)
+        throw TourError(_criticalMessage.isEmpty() ? Texts::tr("The command '%1' was not carried out.").arg(title)
                                                    : _criticalMessage);
 }
 
@@ -374,17 +381,17 @@ void Tour::_ShowFigures()
     };
     if (_Property(platform, Names::LayerCount).isEmpty()) {
         if (_MustBuild())
-            throw TourError(Tr("The machine returned no figures."));
-        _transcript.Line(Tr("  none: nothing was built"));
+            throw TourError(Texts::tr("The machine returned no figures."));
+        _transcript.Line(Texts::tr("  none: nothing was built"));
         return;
     }
-    show(Tr("layers"), Names::LayerCount, {});
-    show(Tr("time"), Names::PrintTimeSeconds, QStringLiteral("s"));
-    show(Tr("material"), Names::MaterialMillimetres, QStringLiteral("mm"));
+    show(Texts::tr("layers"), Names::LayerCount, {});
+    show(Texts::tr("time"), Names::PrintTimeSeconds, QStringLiteral("s"));
+    show(Texts::tr("material"), Names::MaterialMillimetres, QStringLiteral("mm"));
     show(QString(), Names::MaterialCubicCentimetres, QStringLiteral("cm³"));
     show(QString(), Names::MaterialGrams, QStringLiteral("g"));
     for (const auto& part : platform.GetParts()) {
-        _transcript.Line(Tr("  %1 %2 layers %3 cm³")
+        _transcript.Line(Texts::tr("  %1 %2 layers %3 cm³")
                              .arg(QString::fromStdWString(part.GetName()), -24)
                              .arg(_Property(part, Names::LayerCount), 6)
                              .arg(_Property(part, Names::MaterialCubicCentimetres), 10));
@@ -398,10 +405,10 @@ void Tour::_KeepResults()
     if (!machineFile.empty()) {
         const auto copy = _outDir / machineFile.filename();
         CopyFile(machineFile, copy);
-        _transcript.Line(Tr("  machine file  %1").arg(FromPath(copy)));
-        _transcript.Line(Tr("                %1").arg(FromPath(machineFile)));
+        _transcript.Line(Texts::tr("  machine file  %1").arg(FromPath(copy)));
+        _transcript.Line(QStringLiteral("                %1").arg(FromPath(machineFile)));
     } else if (_MustBuild()) {
-        throw TourError(Tr("The machine returned no machine file."));
+        throw TourError(Texts::tr("The machine returned no machine file."));
     }
 
     const auto path = _outDir / "platform.TavAMX";
@@ -411,12 +418,12 @@ void Tour::_KeepResults()
     if (!reader.ReadFile(path, database))
         throw TourError(QString::fromStdString(reader.GetError()));
     if (database.GetNumPlatforms() != 1)
-        throw TourError(Tr("'%1' does not hold one platform.").arg(FromPath(path)));
+        throw TourError(Texts::tr("'%1' does not hold one platform.").arg(FromPath(path)));
     const QString difference = FindDifference(_scene->GetPlatform(), *database.GetPlatform(0));
     if (!difference.isEmpty())
-        throw TourError(Tr("'%1' does not hold what was saved. %2").arg(FromPath(path), difference));
-    _transcript.Line(Tr("  platform      %1 (reopened, the same)").arg(FromPath(path)));
-    _transcript.Line(Tr("  transcript    %1").arg(FromPath(_outDir / "transcript.txt")));
+        throw TourError(Texts::tr("'%1' does not hold what was saved. %2").arg(FromPath(path), difference));
+    _transcript.Line(Texts::tr("  platform      %1 (reopened, the same)").arg(FromPath(path)));
+    _transcript.Line(Texts::tr("  transcript    %1").arg(FromPath(_outDir / "transcript.txt")));
 }
 
 void Tour::_RemoveTraces()

@@ -1,10 +1,22 @@
 #include "Transcript.h"
 
+#include <QCoreApplication>
+
 #include <cstdio>
 #include <stdexcept>
 #include <system_error>
 
 namespace Workbench {
+
+namespace {
+
+// A class, because the translation tools take the context from it.
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(Workbench::Transcript)
+};
+
+} // namespace
 
 Transcript::Transcript(const std::filesystem::path& i_folder)
     : _path(i_folder / "transcript.txt")
@@ -12,11 +24,15 @@ Transcript::Transcript(const std::filesystem::path& i_folder)
     std::error_code error;
     std::filesystem::create_directories(i_folder, error);
     if (error)
-        throw std::runtime_error("The folder '" + i_folder.string() + "' cannot be made: " + error.message() + ".");
+        throw std::runtime_error(
+            Texts::tr("The folder '%1' cannot be made: %2.")
+                .arg(QString::fromStdString(i_folder.string()), QString::fromStdString(error.message()))
+                .toStdString());
     _file = std::make_unique<QTemporaryFile>(QString::fromStdString((i_folder / "transcript-XXXXXX.tmp").string()));
     if (!_file->open())
-        throw std::runtime_error("The folder '" + i_folder.string() +
-                                 "' cannot be written to: " + _file->errorString().toStdString() + ".");
+        throw std::runtime_error(Texts::tr("The folder '%1' cannot be written to: %2.")
+                                     .arg(QString::fromStdString(i_folder.string()), _file->errorString())
+                                     .toStdString());
 }
 
 Transcript::~Transcript() = default;
@@ -45,12 +61,16 @@ void Transcript::Keep()
 {
     // Whether everything arrived shows in flush only: a full disk is not noticed by the writes before.
     if (!_file->flush() || _file->error() != QFile::NoError)
-        throw std::runtime_error("'" + _path.string() + "' cannot be written: " + _file->errorString().toStdString() +
-                                 ".");
+        throw std::runtime_error(Texts::tr("'%1' cannot be written: %2.")
+                                     .arg(QString::fromStdString(_path.string()), _file->errorString())
+                                     .toStdString());
     std::error_code error;
     std::filesystem::rename(_file->fileName().toStdString(), _path, error);
     if (error)
-        throw std::runtime_error("'" + _path.string() + "' cannot be written: " + error.message() + ".");
+        throw std::runtime_error(
+            Texts::tr("'%1' cannot be written: %2.")
+                .arg(QString::fromStdString(_path.string()), QString::fromStdString(error.message()))
+                .toStdString());
     _file->setAutoRemove(false);
 }
 

@@ -46,7 +46,7 @@ bool WorkbenchHost::StartServices(std::chrono::milliseconds i_deadline, const st
                     loop.quit();
             });
     if (!_client->Start(ServiceId::BuildProcessors))
-        throw std::runtime_error("The Build Processors cannot be started.");
+        throw std::runtime_error(tr("The Build Processors cannot be started.").toStdString());
     QTimer::singleShot(i_deadline, &loop, &QEventLoop::quit);
     QTimer cancelled;
     connect(&cancelled, &QTimer::timeout, &loop, [&] {
@@ -58,7 +58,7 @@ bool WorkbenchHost::StartServices(std::chrono::milliseconds i_deadline, const st
     if (i_is_cancelled())
         return false;
     if (status != ServiceStatus::Running)
-        throw std::runtime_error("The Build Processors did not start.");
+        throw std::runtime_error(tr("The Build Processors did not start.").toStdString());
     return true;
 }
 

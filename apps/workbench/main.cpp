@@ -1,8 +1,12 @@
 #include "CommandLine.h"
 #include "Tour.h"
 
+#include "client/Translations.h"
+
 #include <QGuiApplication>
+#include <QLocale>
 #include <QTemporaryDir>
+#include <QTranslator>
 
 #include <cstdio>
 #include <optional>
@@ -20,6 +24,12 @@ int main(int i_argc, char** ip_argv)
     QGuiApplication::setApplicationName(QStringLiteral("workbench"));
     QGuiApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    // The program and the library speak the same language, or both English.
+    QTranslator translator;
+    if (MachineService::InstallTranslations(QLocale::system()) &&
+        translator.load(QLocale::system(), QStringLiteral("workbench"), QStringLiteral("_"),
+                        QStringLiteral(":/workbench/translations")))
+        QGuiApplication::installTranslator(&translator);
 
     const auto commandLine = Workbench::ParseCommandLine(QGuiApplication::arguments());
     const auto text = commandLine.text.toUtf8();

@@ -32,7 +32,8 @@ VexlorCore::Application& GetApplication()
 {
     auto* application = VexlorCore::Application::GetInstance();
     if (!application || !application->GetDatabase())
-        throw std::runtime_error("The scene was closed.");
+        throw std::runtime_error(
+            QCoreApplication::translate("Vexlor::ReferenceApiProvider", "The scene was closed.").toStdString());
     return *application;
 }
 
@@ -40,7 +41,8 @@ VexlorCore::Application& GetApplication()
 DataSet& GetOpenScene(DataSet* ip_data_set)
 {
     if (!GetApplication().GetDatabase()->Contains(ip_data_set))
-        throw std::runtime_error("The scene was closed.");
+        throw std::runtime_error(
+            QCoreApplication::translate("Vexlor::ReferenceApiProvider", "The scene was closed.").toStdString());
     return *ip_data_set;
 }
 

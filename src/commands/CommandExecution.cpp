@@ -99,7 +99,8 @@ bool TrySubmitJob(const CommandDescription& i_description, const Machine& i_mach
             return false;
         // The host may have asked its user, who could do anything meanwhile.
         if (life.expired())
-            throw std::runtime_error("The scene was closed.");
+            throw std::runtime_error(
+                QCoreApplication::translate("PrinterHelpers", "The scene was closed.").toStdString());
     }
     CommandParameters parameters = MakeParameters(i_description, "VexlorProcess");
     parameters.jobName = job_name.toStdString();

@@ -60,7 +60,8 @@ public:
     VexlorCore::DataSet* Get() const
     {
         if (_life.expired())
-            throw std::runtime_error("The scene was closed.");
+            throw std::runtime_error(
+                QCoreApplication::translate("PrinterHelpers", "The scene was closed.").toStdString());
         return _scene;
     }
 

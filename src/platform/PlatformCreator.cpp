@@ -117,7 +117,9 @@ bool PlatformCreator::_AskAndLoad(VexlorCore::DataSet& io_data_set, bool i_keep_
         return false;
     const auto throw_if_closed = [&scene, isWatched] {
         if (isWatched && scene.expired())
-            throw CommunicationException(ErrorCode::InternalError, Translated("The scene was closed.").c_str());
+            throw CommunicationException(
+                ErrorCode::InternalError,
+                Translated(QT_TRANSLATE_NOOP("MachineService", "The scene was closed.")).c_str());
     };
     throw_if_closed();
     if (item.kind == PlatformDataKind::Platform) {
@@ -169,8 +171,9 @@ void PlatformCreator::_UpdateMachineData(VexlorCore::DataSet& io_data_set, const
     try {
         data = MachineLayer::Utilities::GetMachineDataMutable(&io_data_set);
     } catch (const std::invalid_argument&) {
-        throw CommunicationException(ErrorCode::FileError,
-                                     Translated("An error occurred while loading the machine.").c_str());
+        throw CommunicationException(
+            ErrorCode::FileError,
+            Translated(QT_TRANSLATE_NOOP("MachineService", "An error occurred while loading the machine.")).c_str());
     }
     if (data == nullptr)
         return;

@@ -159,7 +159,8 @@ bool ReadPlatformInformation(VexlorPlatformInformation& io_information, const Pl
                                             {.properties = true, .platform = true, .profiles = true});
     } catch (const std::invalid_argument& error) {
         LogReason("Machine parameters", error.what());
-        Throw(ErrorCode::FileError, "An error occurred while loading the machine.");
+        Throw(ErrorCode::FileError,
+              QT_TRANSLATE_NOOP("MachineService", "An error occurred while loading the machine."));
     }
     UpdateMachineData(*io_information.machineData, i_platform_info.items);
     return !io_information.parameters.empty();
@@ -180,7 +181,7 @@ bool UpdateMachineData(MachineLayer::IMachineData& io_data, const std::vector<Pl
             return MakeTemporaryFile(L"Machine", L".pldf");
         } catch (const CommunicationException& error) {
             LogReason("Machine configuration", error.what());
-            Throw(ErrorCode::PldfError, "Error writing PLDF file.");
+            Throw(ErrorCode::PldfError, QT_TRANSLATE_NOOP("MachineService", "Error writing PLDF file."));
         }
     }();
     if (!WriteBytes(file->GetPath(), *bytes))

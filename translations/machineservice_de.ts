@@ -1,0 +1,321 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>MachineService</name>
+    <message>
+        <source>The machine&apos;s configuration is not valid: %1.</source>
+        <translation>Die Konfiguration der Maschine ist ungültig: %1.</translation>
+    </message>
+    <message>
+        <source>The machine configuration cannot be read: %1</source>
+        <translation>Die Maschinenkonfiguration kann nicht gelesen werden: %1</translation>
+    </message>
+    <message>
+        <source>Failed to create &apos;%1&apos;: %2</source>
+        <translation>„%1“ konnte nicht erstellt werden: %2</translation>
+    </message>
+    <message>
+        <source>Failed to read &apos;%1&apos;: %2</source>
+        <translation>„%1“ konnte nicht gelesen werden: %2</translation>
+    </message>
+    <message>
+        <source>It has no section.</source>
+        <translation>Sie enthält keinen Abschnitt.</translation>
+    </message>
+    <message>
+        <source>The machine&apos;s configuration is too long for a platform file.</source>
+        <translation>Die Konfiguration der Maschine ist zu lang für eine Plattformdatei.</translation>
+    </message>
+    <message>
+        <source>Could not collect information about Build Processors</source>
+        <translation>Informationen zu den Build Processors konnten nicht abgerufen werden</translation>
+    </message>
+    <message>
+        <source>Build Processor command cannot be found. Please check the machine properties from the Build Processor Manager.</source>
+        <translation>Der Befehl des Build Processors wurde nicht gefunden. Bitte prüfen Sie die Maschineneigenschaften im Build Processor Manager.</translation>
+    </message>
+    <message>
+        <source>The Build Process doesn&apos;t support report generation</source>
+        <translation>Der Bauprozess unterstützt das Erstellen von Berichten nicht</translation>
+    </message>
+    <message>
+        <source>Unexpected Build Processor output.</source>
+        <translation>Unerwartete Ausgabe des Build Processors.</translation>
+    </message>
+    <message>
+        <source>Machine cannot be found. Please check the machines added to the Build Processor Manager.</source>
+        <translation>Die Maschine wurde nicht gefunden. Bitte prüfen Sie, welche Maschinen im Build Processor Manager hinzugefügt sind.</translation>
+    </message>
+    <message>
+        <source>Build Processor queue is paused. Please resume the queue from the Build Processor Manager.</source>
+        <translation>Die Warteschlange des Build Processors ist angehalten. Bitte setzen Sie die Warteschlange im Build Processor Manager fort.</translation>
+    </message>
+    <message>
+        <source>Build Processor queue has an error. Please check the machine status from the Build Processor Manager.</source>
+        <translation>In der Warteschlange des Build Processors ist ein Fehler aufgetreten. Bitte prüfen Sie den Maschinenstatus im Build Processor Manager.</translation>
+    </message>
+    <message>
+        <source>Build Processor queue is offline. Please check the connection to the network machine from the Build Processor Manager.</source>
+        <translation>Die Warteschlange des Build Processors ist offline. Bitte prüfen Sie die Verbindung zur Netzwerkmaschine im Build Processor Manager.</translation>
+    </message>
+    <message>
+        <source>Unsupported input file format.</source>
+        <translation>Das Format der Eingabedatei wird nicht unterstützt.</translation>
+    </message>
+    <message>
+        <source>An error occurred while processing the job.</source>
+        <translation>Beim Verarbeiten des Auftrags ist ein Fehler aufgetreten.</translation>
+    </message>
+    <message>
+        <source>Job processing was aborted.</source>
+        <translation>Die Verarbeitung des Auftrags wurde abgebrochen.</translation>
+    </message>
+    <message>
+        <source>The platform failed to be sent for processing to the Machine Manager.</source>
+        <translation>Die Plattform konnte nicht zur Verarbeitung an den Machine Manager gesendet werden.</translation>
+    </message>
+    <message>
+        <source>An error occurred while loading the machine.</source>
+        <translation>Beim Laden der Maschine ist ein Fehler aufgetreten.</translation>
+    </message>
+    <message>
+        <source>Failed to create &apos;%1&apos;.</source>
+        <translation>„%1“ konnte nicht erstellt werden.</translation>
+    </message>
+    <message>
+        <source>Get Platform Information</source>
+        <translation>Plattforminformationen abrufen</translation>
+    </message>
+    <message>
+        <source>Get Empty Platform</source>
+        <translation>Leere Plattform abrufen</translation>
+    </message>
+    <message>
+        <source>The scene was closed.</source>
+        <translation>Die Szene wurde geschlossen.</translation>
+    </message>
+    <message>
+        <source>Unexpected input file.</source>
+        <translation>Unerwartete Eingabedatei.</translation>
+    </message>
+    <message>
+        <source>An error occurred while reading file %1</source>
+        <translation>Beim Lesen der Datei %1 ist ein Fehler aufgetreten</translation>
+    </message>
+    <message>
+        <source>PLDF decoding failed.</source>
+        <translation>Die PLDF-Daten konnten nicht dekodiert werden.</translation>
+    </message>
+    <message>
+        <source>Error writing PLDF file.</source>
+        <translation>Fehler beim Schreiben der PLDF-Datei.</translation>
+    </message>
+    <message>
+        <source>Error loading PLDF file.</source>
+        <translation>Fehler beim Laden der PLDF-Datei.</translation>
+    </message>
+</context>
+<context>
+    <name>PrinterHelpers</name>
+    <message>
+        <source>Untitled</source>
+        <translation>Unbenannt</translation>
+    </message>
+    <message>
+        <source>The scene was closed.</source>
+        <translation>Die Szene wurde geschlossen.</translation>
+    </message>
+    <message>
+        <source>There is no active scene.</source>
+        <translation>Es gibt keine aktive Szene.</translation>
+    </message>
+    <message>
+        <source>Creating a job in the Machine Manager</source>
+        <translation>Auftrag wird im Machine Manager erstellt</translation>
+    </message>
+    <message>
+        <source>Report Properties</source>
+        <translation>Berichtseigenschaften</translation>
+    </message>
+    <message>
+        <source>Some data on the platform can&apos;t be exported to the current machine. To be able to export, make the following changes:
+ - Convert implicit data to mesh
+ - Convert BREP data to mesh
+ - Split composed parts
+ - or change to a build processor that supports your data</source>
+        <translation>Einige Daten auf der Plattform können nicht für die aktuelle Maschine exportiert werden. Nehmen Sie die folgenden Änderungen vor, um exportieren zu können:
+ - Implizite Daten in Netze umwandeln
+ - BREP-Daten in Netze umwandeln
+ - Zusammengesetzte Teile aufteilen
+ - oder zu einem Build Processor wechseln, der Ihre Daten unterstützt</translation>
+    </message>
+    <message>
+        <source>The command failed with error code %1.</source>
+        <translation>Der Befehl ist mit dem Fehlercode %1 fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>The command failed for an unknown reason.</source>
+        <translation>Der Befehl ist aus unbekanntem Grund fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>Cannot open url: </source>
+        <translation>Adresse kann nicht geöffnet werden: </translation>
+    </message>
+    <message>
+        <source>Platform sent</source>
+        <translation>Plattform gesendet</translation>
+    </message>
+    <message>
+        <source>The platform was successfully sent to processing.</source>
+        <translation>Die Plattform wurde erfolgreich zur Verarbeitung gesendet.</translation>
+    </message>
+    <message>
+        <source>OPEN JOB LIST</source>
+        <translation>AUFTRAGSLISTE ÖFFNEN</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>Vexlor::MessageDialogs</name>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>Vexlor::ReferenceApiProvider</name>
+    <message>
+        <source>Load machine output</source>
+        <translation>Maschinenausgabe laden</translation>
+    </message>
+    <message>
+        <source>Load platform</source>
+        <translation>Plattform laden</translation>
+    </message>
+    <message>
+        <source>The scene was closed.</source>
+        <translation>Die Szene wurde geschlossen.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.AutomaticPlacement</name>
+    <message>
+        <source>Automatic Placement</source>
+        <comment>title</comment>
+        <translation>Automatische Platzierung</translation>
+    </message>
+    <message>
+        <source>2D placement of parts on the platform according to user-defined parameters.</source>
+        <comment>tooltip</comment>
+        <translation>2D-Platzierung der Teile auf der Plattform nach benutzerdefinierten Parametern.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.ConfigurPlatform</name>
+    <message>
+        <source>Configure Platform</source>
+        <comment>title</comment>
+        <translation>Plattform konfigurieren</translation>
+    </message>
+    <message>
+        <source>Configure platform settings related to the build processor.</source>
+        <comment>tooltip</comment>
+        <translation>Plattformeinstellungen für den Build Processor konfigurieren.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.ConfigureConnection</name>
+    <message>
+        <source>Configure Connection</source>
+        <comment>title</comment>
+        <translation>Verbindung konfigurieren</translation>
+    </message>
+    <message>
+        <source>Configure the connection to the Build Processor.</source>
+        <comment>tooltip</comment>
+        <translation>Verbindung zum Build Processor konfigurieren.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.ConfigureParts</name>
+    <message>
+        <source>Configure Parts</source>
+        <comment>title</comment>
+        <translation>Teile konfigurieren</translation>
+    </message>
+    <message>
+        <source>Configure parts&apos; settings related to the build processor.</source>
+        <comment>tooltip</comment>
+        <translation>Teileeinstellungen für den Build Processor konfigurieren.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.ConfigurePrinter</name>
+    <message>
+        <source>Configure Printer</source>
+        <comment>title</comment>
+        <translation>Drucker konfigurieren</translation>
+    </message>
+    <message>
+        <source>Configure settings of the printer.</source>
+        <comment>tooltip</comment>
+        <translation>Einstellungen des Druckers konfigurieren.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.CreateJobUrl</name>
+    <message>
+        <source>Create Job</source>
+        <comment>title</comment>
+        <translation>Auftrag erstellen</translation>
+    </message>
+    <message>
+        <source>Send a draft job to Machine Manager for further configuration.</source>
+        <comment>tooltip</comment>
+        <translation>Auftragsentwurf zur weiteren Konfiguration an den Machine Manager senden.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.PostJob</name>
+    <message>
+        <source>Build</source>
+        <comment>title</comment>
+        <translation>Bauen</translation>
+    </message>
+    <message>
+        <source>Send a ready job for processing in Machine Manager.</source>
+        <comment>tooltip</comment>
+        <translation>Fertigen Auftrag zur Verarbeitung an den Machine Manager senden.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.Print</name>
+    <message>
+        <source>Build</source>
+        <comment>title</comment>
+        <translation>Bauen</translation>
+    </message>
+    <message>
+        <source>Send the active platform to the machine.</source>
+        <comment>tooltip</comment>
+        <translation>Aktive Plattform an die Maschine senden.</translation>
+    </message>
+</context>
+<context>
+    <name>commands.Print3D.PrintConsumptionEstimations</name>
+    <message>
+        <source>Build Consumption Estimations</source>
+        <comment>title</comment>
+        <translation>Verbrauchsschätzung für den Bau</translation>
+    </message>
+    <message>
+        <source>Build Consumption Estimations.</source>
+        <comment>tooltip</comment>
+        <translation>Verbrauchsschätzung für den Bau.</translation>
+    </message>
+</context>
+</TS>

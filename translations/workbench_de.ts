@@ -1,0 +1,290 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>Workbench::CommandLine</name>
+    <message>
+        <source>Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its Build command and loads the result back into the scene.</source>
+        <translation>Macht aus Netzen eine Maschinendatei: legt eine Szene an, verbindet sie mit einem Drucker des Katalogs, führt dessen Befehl „Bauen“ aus und lädt das Ergebnis zurück in die Szene.</translation>
+    </message>
+    <message>
+        <source>Use this machine: its name or its id.</source>
+        <translation>Diese Maschine verwenden: ihr Name oder ihre ID.</translation>
+    </message>
+    <message>
+        <source>Run this command of the machine only: its id, as the ribbon&apos;s table shows it.</source>
+        <translation>Nur diesen Befehl der Maschine ausführen: seine ID, wie sie in der Tabelle des Menübands steht.</translation>
+    </message>
+    <message>
+        <source>List the machines of the catalog and end.</source>
+        <translation>Maschinen des Katalogs auflisten und beenden.</translation>
+    </message>
+    <message>
+        <source>Show this help and end.</source>
+        <translation>Diese Hilfe anzeigen und beenden.</translation>
+    </message>
+    <message>
+        <source>Show the version and end.</source>
+        <translation>Version anzeigen und beenden.</translation>
+    </message>
+    <message>
+        <source>STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine&apos;s package.</source>
+        <translation>STL-, 3MF-, OBJ- oder PLY-Dateien; ohne Angabe die Beispiele aus dem Paket der Slicing-Engine.</translation>
+    </message>
+    <message>
+        <source>Try --help.</source>
+        <translation>Versuchen Sie --help.</translation>
+    </message>
+    <message>
+        <source>--machine needs a name.</source>
+        <translation>--machine benötigt einen Namen.</translation>
+    </message>
+    <message>
+        <source>--command needs an id.</source>
+        <translation>--command benötigt eine ID.</translation>
+    </message>
+    <message>
+        <source>An empty file name was given.</source>
+        <translation>Es wurde ein leerer Dateiname angegeben.</translation>
+    </message>
+    <message>
+        <source>--list takes neither meshes nor other options.</source>
+        <translation>--list erlaubt weder Netze noch andere Optionen.</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::PlatformComparison</name>
+    <message>
+        <source>another id</source>
+        <translation>eine andere ID</translation>
+    </message>
+    <message>
+        <source>another name</source>
+        <translation>einen anderen Namen</translation>
+    </message>
+    <message>
+        <source>another place</source>
+        <translation>eine andere Lage</translation>
+    </message>
+    <message>
+        <source>another shape</source>
+        <translation>eine andere Form</translation>
+    </message>
+    <message>
+        <source>other properties</source>
+        <translation>andere Eigenschaften</translation>
+    </message>
+    <message>
+        <source>other strategies</source>
+        <translation>andere Strategien</translation>
+    </message>
+    <message>
+        <source>another supports flag</source>
+        <translation>eine andere Angabe zu Stützen</translation>
+    </message>
+    <message>
+        <source>The platform has another name.</source>
+        <translation>Die Plattform hat einen anderen Namen.</translation>
+    </message>
+    <message>
+        <source>The platform has other properties.</source>
+        <translation>Die Plattform hat andere Eigenschaften.</translation>
+    </message>
+    <message>
+        <source>The platform has another machine.</source>
+        <translation>Die Plattform hat eine andere Maschine.</translation>
+    </message>
+    <message>
+        <source>The platform has %1 parts instead of %2.</source>
+        <translation>Anzahl der Teile auf der Plattform: %1 statt %2.</translation>
+    </message>
+    <message>
+        <source>The part &apos;%1&apos; has %2.</source>
+        <translation>Das Teil „%1“ hat %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::Ribbon</name>
+    <message>
+        <source>the scene is empty</source>
+        <translation>die Szene ist leer</translation>
+    </message>
+    <message>
+        <source>the host does not allow it</source>
+        <translation>das Programm lässt es nicht zu</translation>
+    </message>
+    <message>
+        <source>the machine refuses</source>
+        <translation>die Maschine lehnt ab</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::Tour</name>
+    <message>
+        <source>The example mesh &apos;%1&apos; was not found: install the package prusa-slicer, or name a mesh.</source>
+        <translation>Das Beispielnetz „%1“ wurde nicht gefunden: Installieren Sie das Paket prusa-slicer oder geben Sie ein Netz an.</translation>
+    </message>
+    <message>
+        <source>size unknown</source>
+        <translation>Größe unbekannt</translation>
+    </message>
+    <message>
+        <source>⌀ %1 × %2 mm</source>
+        <translation>⌀ %1 × %2 mm</translation>
+    </message>
+    <message>
+        <source>%1 × %2 × %3 mm</source>
+        <translation>%1 × %2 × %3 mm</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>Interrupted.</source>
+        <translation>Unterbrochen.</translation>
+    </message>
+    <message>
+        <source>Catalog</source>
+        <translation>Katalog</translation>
+    </message>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+    <message>
+        <source>Printer</source>
+        <translation>Drucker</translation>
+    </message>
+    <message>
+        <source>Figures</source>
+        <translation>Kennzahlen</translation>
+    </message>
+    <message>
+        <source>Files</source>
+        <translation>Dateien</translation>
+    </message>
+    <message>
+        <source>The catalog offers no machine.</source>
+        <translation>Der Katalog bietet keine Maschine an.</translation>
+    </message>
+    <message>
+        <source>  %1  %2 × %3 × %4 mm</source>
+        <translation>  %1  %2 × %3 × %4 mm</translation>
+    </message>
+    <message>
+        <source>No machine is called &apos;%1&apos;; --list shows the catalog.</source>
+        <translation>Keine Maschine heißt „%1“; --list zeigt den Katalog.</translation>
+    </message>
+    <message>
+        <source>The machine &apos;%1&apos; could not be attached.</source>
+        <translation>Die Maschine „%1“ konnte nicht verbunden werden.</translation>
+    </message>
+    <message>
+        <source>  attached: %1 (%2)</source>
+        <translation>  verbunden: %1 (%2)</translation>
+    </message>
+    <message>
+        <source>Ribbon of %1</source>
+        <translation>Menüband von %1</translation>
+    </message>
+    <message>
+        <source>enabled</source>
+        <translation>verfügbar</translation>
+    </message>
+    <message>
+        <source>disabled: %1</source>
+        <translation>nicht verfügbar: %1</translation>
+    </message>
+    <message>
+        <source>%1 offers no commands.</source>
+        <translation>%1 bietet keine Befehle an.</translation>
+    </message>
+    <message>
+        <source>%1 does not offer the command &apos;%2&apos;.</source>
+        <translation>%1 bietet den Befehl „%2“ nicht an.</translation>
+    </message>
+    <message>
+        <source>The command &apos;%1&apos; went away.</source>
+        <translation>Der Befehl „%1“ ist nicht mehr vorhanden.</translation>
+    </message>
+    <message>
+        <source>The command &apos;%1&apos; was not carried out.</source>
+        <translation>Der Befehl „%1“ wurde nicht ausgeführt.</translation>
+    </message>
+    <message>
+        <source>The machine returned no figures.</source>
+        <translation>Die Maschine hat keine Kennzahlen geliefert.</translation>
+    </message>
+    <message>
+        <source>  none: nothing was built</source>
+        <translation>  keine: Es wurde nichts gebaut</translation>
+    </message>
+    <message>
+        <source>layers</source>
+        <translation>Schichten</translation>
+    </message>
+    <message>
+        <source>time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>material</source>
+        <translation>Material</translation>
+    </message>
+    <message>
+        <source>  %1 %2 layers %3 cm³</source>
+        <translation>  %1 %2 Schichten %3 cm³</translation>
+    </message>
+    <message>
+        <source>  machine file  %1</source>
+        <translation>  Maschinendatei %1</translation>
+    </message>
+    <message>
+        <source>The machine returned no machine file.</source>
+        <translation>Die Maschine hat keine Maschinendatei geliefert.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold one platform.</source>
+        <translation>„%1“ enthält nicht genau eine Plattform.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold what was saved. %2</source>
+        <translation>„%1“ enthält nicht, was gespeichert wurde. %2</translation>
+    </message>
+    <message>
+        <source>  platform      %1 (reopened, the same)</source>
+        <translation>  Plattform      %1 (erneut geöffnet, unverändert)</translation>
+    </message>
+    <message>
+        <source>  transcript    %1</source>
+        <translation>  Protokoll      %1</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::Transcript</name>
+    <message>
+        <source>The folder &apos;%1&apos; cannot be made: %2.</source>
+        <translation>Der Ordner „%1“ kann nicht angelegt werden: %2.</translation>
+    </message>
+    <message>
+        <source>The folder &apos;%1&apos; cannot be written to: %2.</source>
+        <translation>In den Ordner „%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::WorkbenchHost</name>
+    <message>
+        <source>The Build Processors cannot be started.</source>
+        <translation>Die Build Processors können nicht gestartet werden.</translation>
+    </message>
+    <message>
+        <source>The Build Processors did not start.</source>
+        <translation>Die Build Processors sind nicht gestartet.</translation>
+    </message>
+</context>
+</TS>
