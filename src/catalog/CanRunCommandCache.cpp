@@ -77,8 +77,9 @@ void CanRunCommandCache::State::Run()
         const bool has_changed = Refresh(snapshot);
         lock.lock();
         isFetching = false;
-        // Commands first asked about during the pass go again; their questions set the request that starts the next
-        // pass.
+        // Commands first asked about during the pass stay, unanswered: the request of their question starts the next
+        // pass. Dropped, they would wait for somebody to ask again, and nobody has to when this pass changed nothing.
+        snapshot.merge(values);
         values.swap(snapshot);
         if (has_changed && !stop) {
             lock.unlock();

@@ -64,11 +64,11 @@ public:
         const std::lock_guard lock(_mutex);
         return _reports;
     }
-    void Release()
+    void Release(bool i_answer = true)
     {
         const std::lock_guard lock(_mutex);
         for (auto& promise : std::exchange(_unanswered, {}))
-            promise.set_value(true);
+            promise.set_value(i_answer);
     }
 
     enum class Mode
@@ -103,18 +103,6 @@ protected:
     {
         return CreateCanRunCommandCache([this](const auto&) { return _service.Answer(); }, i_interval,
                                         [this] { _service.Report(); });
-    }
-    /// A question that comes during the first pass is dropped with it: asks until one counts. Returns how often.
-    template <class Ask>
-    static int _AskUntilFetched(Service& io_service, int i_count, const Ask& i_ask)
-    {
-        int questions = 0;
-        for (const auto end = Clock::now() + Deadline; io_service.GetFetches() < i_count && Clock::now() < end;) {
-            i_ask();
-            ++questions;
-            std::this_thread::yield();
-        }
-        return questions;
     }
     static Machine _MakeMachine(std::function<std::future<bool>(const boost::uuids::uuid&)> i_can_run)
     {
@@ -161,19 +149,40 @@ TEST_F(CanRunCommandCacheTest, AnswersFromMemoryAndReportsEachChangeOnce)
 TEST_F(CanRunCommandCacheTest, AsksOnlyWhileSomebodyWantsToKnowAndOncePerPause)
 {
     const auto cache = _Make(0ms);
-    int questions = 0;
-    for (int pass = 1; pass <= 20; ++pass)
-        questions += _AskUntilFetched(_service, pass, [&] { cache->Get(MakeId(1)); });
-    EXPECT_GE(_service.GetFetches(), 20);
-    EXPECT_LE(_service.GetFetches(), questions); // without a pause nobody but a question starts a pass
+    for (int pass = 1; pass <= 20; ++pass) {
+        cache->Get(MakeId(1));
+        ASSERT_TRUE(_service.WaitForFetches(pass));
+    }
+    EXPECT_EQ(_service.GetFetches(), 20); // without a pause nobody but a question starts a pass
 
     Service paused;
     const auto slow =
         CreateCanRunCommandCache([&](const auto&) { return paused.Answer(); }, 1h, [&] { paused.Report(); });
-    _AskUntilFetched(paused, 1, [&] { slow->Get(MakeId(1)); });
+    slow->Get(MakeId(1));
+    ASSERT_TRUE(paused.WaitForFetches(1));
     for (int question = 0; question < 1000; ++question)
         slow->Get(MakeId(1));
     EXPECT_EQ(paused.GetFetches(), 1);
+}
+
+TEST_F(CanRunCommandCacheTest, AnswersAQuestionWheneverItComes)
+{
+    _service.value = true;
+    for (int round = 1; round <= 100; ++round) { // while the worker starts, before or after its first look
+        const auto cache = _Make(0ms);
+        cache->Get(MakeId(1));
+        ASSERT_TRUE(_service.WaitForReports(round));
+    }
+    // During a pass: nobody asks a second time, and the pass itself changes nothing.
+    _service.mode = Service::Mode::Hang;
+    const auto cache = _Make(0ms);
+    const int fetches = _service.GetFetches();
+    cache->Get(MakeId(1));
+    ASSERT_TRUE(_service.WaitForFetches(fetches + 1));
+    cache->Get(MakeId(2));
+    _service.mode = Service::Mode::Throw;
+    _service.Release(false);
+    EXPECT_TRUE(_service.WaitForFetches(fetches + 3)); // both, in the pass that the second question began
 }
 
 enum class Moment
@@ -196,7 +205,8 @@ TEST_P(CanRunCommandCacheStopTest, StopsAtOnceOrWithTheService)
         auto cache = CreateCanRunCommandCache([&](const auto&) { return service.Answer(); },
                                               GetParam() == Moment::Pausing ? 1h : 0ms, [&] { service.Report(); });
         if (GetParam() != Moment::Starting) {
-            _AskUntilFetched(service, 1, [&] { cache->Get(MakeId(1)); });
+            cache->Get(MakeId(1));
+            ASSERT_TRUE(service.WaitForFetches(1));
         }
         std::optional<std::thread> releaser;
         std::atomic<bool> was_released = false;
@@ -246,7 +256,7 @@ TEST_F(CanRunCommandCacheTest, AMachineOfAHangingServiceGoesAtOnce)
         EXPECT_EQ(answer.wait_for(0s), std::future_status::ready);
         EXPECT_FALSE(answer.get());
         other.join();
-        _AskUntilFetched(_service, round + 1, [&] { machine->CanRunCommand(MakeId(1)).get(); });
+        ASSERT_TRUE(_service.WaitForFetches(round + 1));
         const auto begin = Clock::now();
         machine.reset();
         EXPECT_LT(Clock::now() - begin, 2s); // the service never answers
