@@ -71,7 +71,7 @@ endfunction()
 
 # machineservice_add_test(NAME SOURCES ... LIBRARIES ... [LABELS tsan ...] [TIMEOUT seconds]): one GoogleTest
 # executable, registered with CTest as a whole. The main of tests/support starts a QCoreApplication or QGuiApplication
-# (offscreen); a test labelled tsan uses neither Qt's event loop nor QMutex and takes GoogleTest's own main.
+# without a display; a test labelled tsan uses neither Qt's event loop nor QMutex and takes GoogleTest's own main.
 function(machineservice_add_test i_name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     if(MACHINESERVICE_ONLY_TSAN_TESTS AND NOT "tsan" IN_LIST ARG_LABELS)
@@ -92,5 +92,5 @@ function(machineservice_add_test i_name)
         set(ARG_TIMEOUT 120)
     endif()
     set_tests_properties(${i_name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8")
+        ENVIRONMENT "QT_QPA_PLATFORM=minimal;LC_ALL=C.UTF-8")
 endfunction()

@@ -30,7 +30,7 @@ protected:
     {
         QDir(_dir.path()).mkdir(QStringLiteral("tmp"));
         auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("minimal"));
         environment.insert(QStringLiteral("TMPDIR"), Path("tmp"));
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), Path("config"));
         environment.insert(QStringLiteral("MACHINESERVICE_OUT_DIR"), Path("out"));
