@@ -69,8 +69,9 @@ StrategyReport AssignStrategies(TavAM::Platform& io_platform, const std::vector<
     auto& parts = io_platform.GetParts();
     for (std::size_t index = 0; index < parts.size(); ++index)
         parts[index].SetStrategies(AssignPart(parts[index], GetPartLabel(parts[index], index), i_known, report));
-    report.message =
-        std::to_string(report.assigned) + " print strategies were assigned, " + std::to_string(report.kept) + " kept.";
+    report.message = "Print strategies assigned: " + std::to_string(report.assigned) +
+                     ", kept: " + std::to_string(report.kept) +
+                     ", replaced: " + std::to_string(report.replaced.size()) + '.';
     for (const std::string& sentence : report.replaced)
         report.message += '\n' + sentence;
     return report;
