@@ -269,7 +269,7 @@ void Tour::_MakeScene()
     }
     _scene = _host.GetDatabase().CreateDataSet();
     // The job takes the scene's name, the scene that of its first mesh.
-    _scene->SetFileName((FromPath(meshes.front().stem()) + QStringLiteral(".TavAMX")).toStdWString());
+    _scene->SetFileName(QString(FromPath(meshes.front().stem()) + QStringLiteral(".TavAMX")).toStdWString());
     _host.GetDatabase().SetActiveDataSet(_scene);
 }
 
