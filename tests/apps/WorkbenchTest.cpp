@@ -34,6 +34,9 @@ protected:
         environment.insert(QStringLiteral("TMPDIR"), Path("tmp"));
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), Path("config"));
         environment.insert(QStringLiteral("MACHINESERVICE_OUT_DIR"), Path("out"));
+        // Whatever the tester speaks.
+        environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+        environment.remove(QStringLiteral("LANGUAGE"));
         _process.setProcessEnvironment(environment);
     }
 
@@ -127,11 +130,39 @@ TEST_F(WorkbenchTest, RefusesWrongUsageAndFailsWithOneSentence)
         const auto outcome = Run(row.arguments);
         EXPECT_EQ(outcome.status, row.status) << outcome.output << outcome.errors;
         EXPECT_THAT(outcome.errors, HasSubstr(row.sentence));
-        if (row.status == 1)
+        if (row.status == 1) {
             EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+        }
         EXPECT_EQ(FilesIn("tmp"), QStringList());
     }
     EXPECT_EQ(Run({QStringLiteral("--help")}).status, 0);
+}
+
+TEST_F(WorkbenchTest, SpeaksTheFirstOfTheUsersLanguagesThatItKnows)
+{
+    const struct
+    {
+        const char* locale;
+        const char* languages;
+        const char* sentence;
+    } rows[] = {
+        {"de_DE.UTF-8", "", "Versuchen Sie --help."},
+        {"fr_FR.UTF-8", "fr:de", "Versuchen Sie --help."},
+        {"de_DE.UTF-8", "fr:en:de", "Try --help."},
+        {"fr_FR.UTF-8", "", "Try --help."},
+        {"C", "de", "Try --help."},
+    };
+    for (const auto& row : rows) {
+        SetVariable("LC_ALL", QLatin1String(row.locale));
+        SetVariable("LANGUAGE", QLatin1String(row.languages));
+        EXPECT_THAT(Run({QStringLiteral("--nonsense")}).errors, HasSubstr(row.sentence))
+            << row.locale << ' ' << row.languages;
+    }
+    // The library's own texts come through the program too.
+    SetVariable("LC_ALL", QStringLiteral("de_DE.UTF-8"));
+    const auto outcome = Run({QStringLiteral("--command"), QStringLiteral("Print3D.AutomaticPlacement")});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_THAT(outcome.output, HasSubstr("Automatische Platzierung"));
 }
 
 TEST_F(WorkbenchTest, ListsMachinesOfTheCatalogAndOfTheUsersProfiles)
