@@ -310,12 +310,12 @@
     <message>
         <source>Build Consumption Estimations</source>
         <comment>title</comment>
-        <translation>Verbrauchsschätzung für den Bau</translation>
+        <translation>Bauverbrauch schätzen</translation>
     </message>
     <message>
         <source>Build Consumption Estimations.</source>
         <comment>tooltip</comment>
-        <translation>Verbrauchsschätzung für den Bau.</translation>
+        <translation>Verbrauch für den Bau schätzen.</translation>
     </message>
 </context>
 </TS>

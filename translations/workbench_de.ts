@@ -5,7 +5,7 @@
     <name>Workbench::CommandLine</name>
     <message>
         <source>Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its Build command and loads the result back into the scene.</source>
-        <translation>Macht aus Netzen eine Maschinendatei: legt eine Szene an, verbindet sie mit einem Drucker des Katalogs, führt dessen Befehl „Bauen“ aus und lädt das Ergebnis zurück in die Szene.</translation>
+        <translation>Macht aus Netzen eine Druckdatei: legt eine Szene an, verbindet sie mit einem Drucker des Katalogs, führt dessen Befehl „Bauen“ aus und lädt das Ergebnis zurück in die Szene.</translation>
     </message>
     <message>
         <source>Use this machine: its name or its id.</source>
@@ -238,11 +238,11 @@
     </message>
     <message>
         <source>  machine file  %1</source>
-        <translation>  Maschinendatei %1</translation>
+        <translation>  Druckdatei    %1</translation>
     </message>
     <message>
         <source>The machine returned no machine file.</source>
-        <translation>Die Maschine hat keine Maschinendatei geliefert.</translation>
+        <translation>Die Maschine hat keine Druckdatei geliefert.</translation>
     </message>
     <message>
         <source>&apos;%1&apos; does not hold one platform.</source>
@@ -254,11 +254,11 @@
     </message>
     <message>
         <source>  platform      %1 (reopened, the same)</source>
-        <translation>  Plattform      %1 (erneut geöffnet, unverändert)</translation>
+        <translation>  Plattform     %1 (erneut geöffnet, unverändert)</translation>
     </message>
     <message>
         <source>  transcript    %1</source>
-        <translation>  Protokoll      %1</translation>
+        <translation>  Protokoll     %1</translation>
     </message>
 </context>
 <context>
