@@ -3,6 +3,7 @@
 #include "buildprocessor/CommandTable.h"
 #include "buildprocessor/Failure.h"
 #include "buildprocessor/MachineCommands.h"
+#include "buildprocessor/PlatformInformation.h"
 #include "buildprocessor/ServiceContext.h"
 
 #include <type_traits>
@@ -75,13 +76,34 @@ std::future<CommandResult> BuildProcessorStrategy::RunCommand(const CommandParam
 
 ProgressWatcherFuture<PlatformInfo> BuildProcessorStrategy::GetPlatformInformation() const
 {
-    return ProgressWatcherFuture(Ready([this]() -> PlatformInfo { _RefuseMissing("platform information"); }));
+    const auto watcher = std::make_shared<ProgressWatcher>();
+    try {
+        return ProgressWatcherFuture(_Ask(watcher->GetStopToken(),
+                                          [watcher](PlatformRequest i_request) {
+                                              i_request.onProgress = [watcher](int i_percent) {
+                                                  watcher->SetProgress(i_percent);
+                                              };
+                                              return MakePlatformInformation(i_request);
+                                          }),
+                                     watcher);
+    } catch (...) {
+        return ProgressWatcherFuture(
+            Ready([failure = std::current_exception()]() -> PlatformInfo { std::rethrow_exception(failure); }));
+    }
 }
 
 std::future<std::pair<CommandResult, Platform>>
-BuildProcessorStrategy::GetEmptyPlatform(const std::string& /*i_parameters*/) const
+BuildProcessorStrategy::GetEmptyPlatform(const std::string& i_parameters) const
 {
-    return Ready([this]() -> std::pair<CommandResult, Platform> { _RefuseMissing("empty platforms"); });
+    try {
+        return _Ask({}, [parameters = i_parameters](const PlatformRequest& i_request) {
+            return MakeEmptyPlatform(i_request, parameters);
+        });
+    } catch (...) {
+        return Ready([failure = std::current_exception()]() -> std::pair<CommandResult, Platform> {
+            std::rethrow_exception(failure);
+        });
+    }
 }
 
 ProgressWatcherFuture<void> BuildProcessorStrategy::ModifyPlatform(const Platform& /*i_platform*/) const
@@ -111,6 +133,21 @@ std::future<ProfileAssignments> BuildProcessorStrategy::GetProfileAssignments() 
             assignments.push_back({strategy.id, strategy.name, strategy.role});
         return assignments;
     });
+}
+
+template <class Answer>
+auto BuildProcessorStrategy::_Ask(std::stop_token i_stop, Answer i_answer) const
+    -> std::future<std::invoke_result_t<Answer&, PlatformRequest>>
+{
+    auto dated = _GetProfile();
+    const auto id = dated->profile.id;
+    // The context closes its schedulers before it goes, which waits for this work.
+    return _context->queries.Submit(
+        id, std::move(i_stop),
+        [&context = *_context, profile = std::move(dated),
+         answer = std::move(i_answer)](std::stop_token i_job_stop) mutable {
+            return answer(PlatformRequest{profile->profile, context.settingsDir, i_job_stop, {}});
+        });
 }
 
 std::future<CommandResult> BuildProcessorStrategy::_Submit(MachineRegistry::ProfilePointer ip_profile,

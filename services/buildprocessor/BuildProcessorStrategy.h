@@ -4,10 +4,13 @@
 #include "client/interface/MachineStrategy.h"
 
 #include <memory>
+#include <stop_token>
+#include <type_traits>
 
 namespace MachineService::BuildProcessor {
 
 struct JobInput;
+struct PlatformRequest;
 struct ServiceContext;
 
 /// One printer of the Build Processors.
@@ -31,6 +34,10 @@ public:
     std::future<ProfileAssignments> GetProfileAssignments() const override;
 
 private:
+    /// Answers a short question on a thread of the service. \throws CommunicationException.
+    template <class Answer>
+    auto _Ask(std::stop_token i_stop, Answer i_answer) const
+        -> std::future<std::invoke_result_t<Answer&, PlatformRequest>>;
     /// Runs it now on a thread of the service. \throws CommunicationException.
     std::future<CommandResult> _Submit(MachineRegistry::ProfilePointer ip_profile,
                                        const CommandParameters& i_parameters, bool i_slices,

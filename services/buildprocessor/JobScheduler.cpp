@@ -8,9 +8,9 @@ namespace MachineService::BuildProcessor {
 
 namespace {
 
-void Refuse(std::promise<CommandResult>& io_promise, ErrorCode i_code)
+std::exception_ptr MakeFailure(ErrorCode i_code)
 {
-    io_promise.set_exception(std::make_exception_ptr(CommunicationException(i_code)));
+    return std::make_exception_ptr(CommunicationException(i_code));
 }
 
 } // namespace
@@ -31,30 +31,24 @@ JobScheduler::~JobScheduler()
     Close();
 }
 
-std::future<CommandResult> JobScheduler::Submit(const boost::uuids::uuid& i_machine, std::stop_token i_stop,
-                                                Work i_work)
+void JobScheduler::_Submit(JobPointer ip_job, std::stop_token i_stop)
 {
-    auto job = std::make_shared<Job>();
-    job->machine = i_machine;
-    job->work = std::move(i_work);
-    auto future = job->promise.get_future();
     // In place before a thread can take the job; a stop that comes before the job is queued is seen below.
-    job->onCallerStop.emplace(std::move(i_stop), [this, raw = job.get()] { _Abandon(raw); });
+    ip_job->onCallerStop.emplace(std::move(i_stop), [this, raw = ip_job.get()] { _Abandon(raw); });
     bool queued = false;
     {
         const std::lock_guard lock(_mutex);
         queued = !_closed;
         if (queued)
-            _waiting.push_back(job);
+            _waiting.push_back(ip_job);
         _wakeUp.notify_one();
     }
     if (!queued) {
-        job->onCallerStop.reset();
-        Refuse(job->promise, ErrorCode::ServicesUnavailable);
-    } else if (job->stop.stop_requested()) {
-        _Abandon(job.get());
+        ip_job->onCallerStop.reset();
+        ip_job->answer(MakeFailure(ErrorCode::ServicesUnavailable));
+    } else if (ip_job->stop.stop_requested()) {
+        _Abandon(ip_job.get());
     }
-    return future;
 }
 
 void JobScheduler::Close()
@@ -72,7 +66,7 @@ void JobScheduler::Close()
         job->stop.request_stop();
     for (const auto& job : refused) {
         job->onCallerStop.reset();
-        Refuse(job->promise, ErrorCode::ServicesUnavailable);
+        job->answer(MakeFailure(ErrorCode::ServicesUnavailable));
     }
     const std::lock_guard lock(_threadsMutex);
     for (auto& thread : _threads)
@@ -106,17 +100,14 @@ JobScheduler::JobPointer JobScheduler::_Take()
 
 void JobScheduler::_Run(const JobPointer& ip_job)
 {
-    CommandResult result;
     std::exception_ptr failure;
     try {
         if (ip_job->stop.stop_requested())
             throw CommunicationException(ErrorCode::ProcessingAborted);
-        result = ip_job->work(ip_job->stop.get_token());
+        ip_job->work(ip_job->stop.get_token());
     } catch (...) {
         // Whatever a stopped job stumbled over, it was stopped.
-        failure = ip_job->stop.stop_requested()
-                      ? std::make_exception_ptr(CommunicationException(ErrorCode::ProcessingAborted))
-                      : std::current_exception();
+        failure = ip_job->stop.stop_requested() ? MakeFailure(ErrorCode::ProcessingAborted) : std::current_exception();
     }
     ip_job->work = nullptr;
     {
@@ -128,10 +119,7 @@ void JobScheduler::_Run(const JobPointer& ip_job)
     }
     // Not under the lock: it waits for a callback that is running, and that takes the lock.
     ip_job->onCallerStop.reset();
-    if (failure)
-        ip_job->promise.set_exception(failure);
-    else
-        ip_job->promise.set_value(std::move(result));
+    ip_job->answer(failure);
 }
 
 void JobScheduler::_Abandon(Job* ip_job)
@@ -147,7 +135,7 @@ void JobScheduler::_Abandon(Job* ip_job)
         abandoned = *found;
         _waiting.erase(found);
     }
-    Refuse(abandoned->promise, ErrorCode::ProcessingAborted);
+    abandoned->answer(MakeFailure(ErrorCode::ProcessingAborted));
 }
 
 } // namespace MachineService::BuildProcessor

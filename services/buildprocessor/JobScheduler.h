@@ -1,10 +1,9 @@
 #pragma once
 
-#include "client/interface/CommandTypes.h"
-
 #include <boost/uuid/uuid.hpp>
 
 #include <condition_variable>
+#include <exception>
 #include <functional>
 #include <future>
 #include <list>
@@ -14,6 +13,8 @@
 #include <set>
 #include <stop_token>
 #include <thread>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace MachineService::BuildProcessor {
@@ -27,15 +28,38 @@ namespace MachineService::BuildProcessor {
 class JobScheduler
 {
 public:
-    /// Must come back soon after its token asks it to.
-    using Work = std::function<CommandResult(std::stop_token)>;
-
     explicit JobScheduler(std::size_t i_thread_count);
     ~JobScheduler();
     JobScheduler(const JobScheduler&) = delete;
     JobScheduler& operator=(const JobScheduler&) = delete;
 
-    std::future<CommandResult> Submit(const boost::uuids::uuid& i_machine, std::stop_token i_stop, Work i_work);
+    /// \param i_work gives the answer, of any type; must come back soon after its token asks it to.
+    template <class Work>
+    auto Submit(const boost::uuids::uuid& i_machine, std::stop_token i_stop, Work i_work)
+        -> std::future<std::invoke_result_t<Work&, std::stop_token>>
+    {
+        using Result = std::invoke_result_t<Work&, std::stop_token>;
+        struct Answer
+        {
+            std::promise<Result> promise;
+            std::optional<Result> result;
+        };
+        auto answer = std::make_shared<Answer>();
+        auto future = answer->promise.get_future();
+        auto job = std::make_shared<Job>();
+        job->machine = i_machine;
+        job->work = [answer, work = std::move(i_work)](std::stop_token i_job_stop) mutable {
+            answer->result.emplace(work(std::move(i_job_stop)));
+        };
+        job->answer = [answer](const std::exception_ptr& ip_failure) {
+            if (ip_failure)
+                answer->promise.set_exception(ip_failure);
+            else
+                answer->promise.set_value(std::move(*answer->result));
+        };
+        _Submit(std::move(job), std::move(i_stop));
+        return future;
+    }
     /// Stops what runs, refuses what waits or comes, and joins the threads. Twice is harmless.
     void Close();
 
@@ -43,13 +67,15 @@ private:
     struct Job
     {
         boost::uuids::uuid machine = {};
-        Work work;
-        std::promise<CommandResult> promise;
+        std::function<void(std::stop_token)> work;
+        /// Fulfils the promise with the work's result, or with a failure. Called once.
+        std::function<void(const std::exception_ptr& ip_failure)> answer;
         std::stop_source stop;
         std::optional<std::stop_callback<std::function<void()>>> onCallerStop;
     };
     using JobPointer = std::shared_ptr<Job>;
 
+    void _Submit(JobPointer ip_job, std::stop_token i_stop);
     void _RunThread();
     /// Waits for a job whose machine is free; null when the scheduler closes.
     JobPointer _Take();

@@ -4,6 +4,21 @@
 
 namespace MachineService::BuildProcessor {
 
+double MachineProfile::GetBedTemperature() const
+{
+    const double temperature = GetDefaultMaterial().bedTemperature;
+    // A bed that is not heated for a material stays cold on every plate.
+    if (plates.empty() || temperature == 0)
+        return temperature;
+    return std::clamp(temperature + plates[defaultPlate].bedTemperatureOffset, 0.0, MaxBedTemperature);
+}
+
+double MachineProfile::GetFirstExposureTime() const
+{
+    const double time = GetDefaultMaterial().firstExposureTime;
+    return plates.empty() ? time : std::min(time * plates[defaultPlate].firstExposureFactor, MaxFirstExposureTime);
+}
+
 bool MachineProfile::MakesSupports() const
 {
     return std::any_of(engineSettings.begin(), engineSettings.end(), [](const auto& i_setting) {

@@ -52,6 +52,9 @@ struct Bed
     bool operator==(const Bed&) const = default;
 };
 
+inline constexpr double MaxBedTemperature = 200;    ///< °C
+inline constexpr double MaxFirstExposureTime = 300; ///< s
+
 struct Material
 {
     std::string name;
@@ -62,6 +65,15 @@ struct Material
     double exposureTime = 0;      ///< s; resin only
     double firstExposureTime = 0; ///< s; resin only
     bool operator==(const Material&) const = default;
+};
+
+/// What the parts stand on, and what it changes for the material next to it.
+struct Plate
+{
+    std::string name;
+    double bedTemperatureOffset = 0; ///< °C; fused filament only
+    double firstExposureFactor = 1;  ///< of the first layers; resin only
+    bool operator==(const Plate&) const = default;
 };
 
 /// The slicing engine's own keys and values.
@@ -89,12 +101,15 @@ struct MachineProfile
     Technology technology = Technology::Fff;
     Bed bed;
     double height = 0;                ///< mm
-    double nozzleDiameter = 0;        ///< mm; fused filament only
+    double nozzleDiameter = 0;        ///< mm; fused filament only; the default
+    std::vector<double> nozzles;      ///< mm; what there is to choose, the default among it; fused filament only
     std::vector<double> layerHeights; ///< mm; the first is the default
     double displayWidth = 0;          ///< pixels; resin only
     double displayHeight = 0;         ///< pixels; resin only
     std::vector<Material> materials;
     std::size_t defaultMaterial = 0;
+    std::vector<Plate> plates; ///< may be empty: there is but one, which changes nothing
+    std::size_t defaultPlate = 0;
     std::vector<PrintStrategy> strategies;
     EngineSettings engineSettings; ///< from an allowed list
     bool configuresConnection = false;
@@ -106,6 +121,10 @@ struct MachineProfile
     bool operator==(const MachineProfile&) const = default;
 
     const Material& GetDefaultMaterial() const { return materials[defaultMaterial]; }
+    /// Of the default plate. Units: °C.
+    double GetBedTemperature() const;
+    /// Of the default plate. Units: s.
+    double GetFirstExposureTime() const;
     /// True when the engine is told to make supports, so that a part may float above the bed.
     bool MakesSupports() const;
 };

@@ -117,6 +117,27 @@ MachineProfile ApplyPlatformSettings(const MachineProfile& i_profile, const Mach
             io_notes.push_back("The printer does not offer the platform's material '" + Cut(*text) + "'; '" +
                                profile.materials[material].name + "' is used.");
     }
+    if (const auto text = properties.GetText(PropertyName::Nozzle); text && !profile.nozzles.empty()) {
+        bool isNumber = false;
+        const double value = QString::fromStdWString(*text).toDouble(&isNumber);
+        const auto own = std::find_if(profile.nozzles.begin(), profile.nozzles.end(),
+                                      [&](double i_known) { return std::abs(i_known - value) < 1e-6; });
+        if (isNumber && own != profile.nozzles.end())
+            profile.nozzleDiameter = *own;
+        else
+            io_notes.push_back("The printer does not offer the platform's nozzle '" + Cut(*text) + "'; " +
+                               ToNumberText(profile.nozzleDiameter) + " mm is used.");
+    }
+    if (const auto text = properties.GetText(PropertyName::Plate); text && !profile.plates.empty()) {
+        const std::string name = QString::fromStdWString(*text).toStdString();
+        const auto own = std::find_if(profile.plates.begin(), profile.plates.end(),
+                                      [&](const Plate& i_known) { return i_known.name == name; });
+        if (own != profile.plates.end())
+            profile.defaultPlate = static_cast<std::size_t>(own - profile.plates.begin());
+        else
+            io_notes.push_back("The printer does not offer the platform's plate '" + Cut(*text) + "'; '" +
+                               profile.plates[profile.defaultPlate].name + "' is used.");
+    }
     std::swap(profile.layerHeights[0], profile.layerHeights[height]);
     profile.defaultMaterial = material;
     return profile;
@@ -130,6 +151,13 @@ void StorePlatformSettings(const MachineProfile& i_profile, TavAM::Platform& io_
     };
     set(PropertyName::LayerHeight, ToNumberText(i_profile.layerHeights.front()));
     set(PropertyName::Material, i_profile.GetDefaultMaterial().name);
+    // What an earlier printer had and this one does not is nobody's choice any more.
+    properties.Remove(PropertyName::Nozzle);
+    properties.Remove(PropertyName::Plate);
+    if (!i_profile.nozzles.empty())
+        set(PropertyName::Nozzle, ToNumberText(i_profile.nozzleDiameter));
+    if (!i_profile.plates.empty())
+        set(PropertyName::Plate, i_profile.plates[i_profile.defaultPlate].name);
 }
 
 std::string ToNumberText(double i_value)

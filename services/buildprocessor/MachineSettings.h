@@ -13,6 +13,8 @@ namespace MachineService::BuildProcessor {
 namespace PropertyName {
 inline constexpr wchar_t LayerHeight[] = L"BuildProcessor.LayerHeight"; ///< mm
 inline constexpr wchar_t Material[] = L"BuildProcessor.Material";       ///< name
+inline constexpr wchar_t Nozzle[] = L"BuildProcessor.Nozzle";           ///< diameter, mm; fused filament only
+inline constexpr wchar_t Plate[] = L"BuildProcessor.Plate";             ///< name; where there is a choice
 inline constexpr wchar_t Printer[] = L"BuildProcessor.Printer";
 inline constexpr wchar_t Manufacturer[] = L"BuildProcessor.Manufacturer";
 inline constexpr wchar_t QueueState[] = L"BuildProcessor.QueueState";
@@ -49,11 +51,12 @@ MachineSettings ReadMachineSettings(const std::filesystem::path& i_settings_dir,
 void WriteMachineSettings(const std::filesystem::path& i_settings_dir, const MachineProfile& i_profile,
                           const MachineSettings& i_settings);
 
-/// The profile with layer height and material of the platform as its defaults; where the platform has none, or one that
-/// the machine does not offer, those of the settings. \param io_notes gets a sentence for each that was replaced.
+/// The profile with layer height, material, nozzle and plate of the platform as its defaults; where the platform has
+/// none, or one that the machine does not offer, those of the settings or the profile. \param io_notes gets a sentence
+/// for each that was replaced.
 MachineProfile ApplyPlatformSettings(const MachineProfile& i_profile, const MachineSettings& i_settings,
                                      const TavAM::Platform& i_platform, std::vector<std::string>& io_notes);
-/// Writes the profile's default layer height and material to the platform's properties.
+/// Writes the profile's default layer height, material, nozzle and plate to the platform's properties.
 void StorePlatformSettings(const MachineProfile& i_profile, TavAM::Platform& io_platform);
 
 /// Number as properties and files have it: decimal with a point, the shortest that reads back as the same.

@@ -7,6 +7,7 @@
 #include <boost/uuid/nil_generator.hpp>
 #include <boost/uuid/string_generator.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <numbers>
@@ -210,10 +211,10 @@ Material ReadMaterial(JsonFields& io_fields, Technology i_technology)
     if (i_technology == Technology::Fff) {
         material.filamentDiameter = io_fields.Number("diameter", {0.5, 10});
         material.nozzleTemperature = io_fields.Number("nozzleTemperature", {0, 500});
-        material.bedTemperature = io_fields.Number("bedTemperature", {0, 200}, 0);
+        material.bedTemperature = io_fields.Number("bedTemperature", {0, MaxBedTemperature}, 0);
     } else {
         material.exposureTime = io_fields.Number("exposureTime", {0.1, 120});
-        material.firstExposureTime = io_fields.Number("firstExposureTime", {0.1, 300});
+        material.firstExposureTime = io_fields.Number("firstExposureTime", {0.1, MaxFirstExposureTime});
     }
     io_fields.Finish();
     return material;
@@ -237,12 +238,50 @@ void ReadMaterials(JsonFields& io_fields, MachineProfile& o_profile)
     }
 }
 
+void ReadNozzles(JsonFields& io_fields, MachineProfile& o_profile)
+{
+    const Range range{0.1, 2};
+    o_profile.nozzleDiameter = io_fields.Number("nozzleDiameter", range);
+    if (!io_fields.Has("nozzles")) {
+        o_profile.nozzles = {o_profile.nozzleDiameter};
+        return;
+    }
+    io_fields.Array("nozzles", {1, 20}, [&](const QJsonValue& i_value, const std::string& i_path) {
+        o_profile.nozzles.push_back(io_fields.ItemNumber(i_value, i_path, range));
+    });
+    if (std::find(o_profile.nozzles.begin(), o_profile.nozzles.end(), o_profile.nozzleDiameter) ==
+        o_profile.nozzles.end())
+        io_fields.Refuse("nozzles", "must hold the number of the field nozzleDiameter");
+}
+
+void ReadPlates(JsonFields& io_fields, MachineProfile& o_profile)
+{
+    if (!io_fields.Has("plates"))
+        return;
+    io_fields.Array("plates", {1, 20}, [&](const QJsonValue& i_value, const std::string& i_path) {
+        JsonFields fields = io_fields.ItemObject(i_value, i_path);
+        Plate plate;
+        plate.name = fields.Text("name", 100);
+        if (o_profile.technology == Technology::Fff)
+            plate.bedTemperatureOffset = fields.Number("bedTemperatureOffset", {-50, 50}, 0);
+        else
+            plate.firstExposureFactor = fields.Number("firstExposureFactor", {0.5, 3}, 1);
+        fields.Finish();
+        for (const Plate& other : o_profile.plates) {
+            if (other.name == plate.name)
+                fields.Refuse("name", "must differ from the names of the other plates");
+        }
+        o_profile.plates.push_back(std::move(plate));
+    });
+}
+
 void ReadLayerHeights(JsonFields& io_fields, MachineProfile& o_profile)
 {
     // A layer thicker than three quarters of the nozzle does not hold together; the engine refuses one above the
-    // nozzle.
-    const Range range =
-        o_profile.technology == Technology::Fff ? Range{0.02, o_profile.nozzleDiameter * 0.75} : Range{0.01, 0.3};
+    // nozzle. The smallest counts, so that every height goes with every nozzle.
+    const Range range = o_profile.technology == Technology::Fff
+                            ? Range{0.02, *std::min_element(o_profile.nozzles.begin(), o_profile.nozzles.end()) * 0.75}
+                            : Range{0.01, 0.3};
     io_fields.Array("layerHeights", {1, 20}, [&](const QJsonValue& i_value, const std::string& i_path) {
         o_profile.layerHeights.push_back(io_fields.ItemNumber(i_value, i_path, range));
     });
@@ -313,7 +352,7 @@ DatedProfile ReadProfile(const std::string& i_text, const std::string& i_file,
     profile.bed = ReadBed(fields);
     profile.height = fields.Number("height", {10, 2000});
     if (profile.technology == Technology::Fff) {
-        profile.nozzleDiameter = fields.Number("nozzleDiameter", {0.1, 2});
+        ReadNozzles(fields, profile);
     } else {
         // The engine lays the mask over the bed from its origin on.
         if (profile.bed.shape != BedShape::Rectangle || !(profile.bed.outline.front() == BedPoint{}))
@@ -323,6 +362,7 @@ DatedProfile ReadProfile(const std::string& i_text, const std::string& i_file,
     }
     ReadLayerHeights(fields, profile);
     ReadMaterials(fields, profile);
+    ReadPlates(fields, profile);
     ReadStrategies(fields, profile);
     profile.engineSettings = ReadEngineSettings(fields, AllowedEngineSettings(profile.technology));
     profile.configuresConnection = fields.Boolean("configuresConnection", false);

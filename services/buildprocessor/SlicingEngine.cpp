@@ -68,7 +68,7 @@ void AddFffSettings(const MachineProfile& i_profile, Settings& io_settings)
     io_settings["filament_diameter"] = Plain(material.filamentDiameter);
     io_settings["filament_density"] = Plain(material.density);
     io_settings["temperature"] = io_settings["first_layer_temperature"] = Plain(material.nozzleTemperature);
-    io_settings["bed_temperature"] = io_settings["first_layer_bed_temperature"] = Plain(material.bedTemperature);
+    io_settings["bed_temperature"] = io_settings["first_layer_bed_temperature"] = Plain(i_profile.GetBedTemperature());
     // Not unless a profile asks: around a part at the bed's edge they would leave the bed.
     io_settings["skirts"] = io_settings["brim_width"] = "0";
 }
@@ -85,7 +85,7 @@ void AddSlaSettings(const MachineProfile& i_profile, Settings& io_settings)
     io_settings["display_orientation"] = "landscape";
     io_settings["layer_height"] = io_settings["initial_layer_height"] = Plain(i_profile.layerHeights.front());
     io_settings["exposure_time"] = Plain(material.exposureTime);
-    io_settings["initial_exposure_time"] = Plain(material.firstExposureTime);
+    io_settings["initial_exposure_time"] = Plain(i_profile.GetFirstExposureTime());
     io_settings["min_exposure_time"] = io_settings["min_initial_exposure_time"] = "0";
     io_settings["max_exposure_time"] = "120";
     io_settings["max_initial_exposure_time"] = "300";

@@ -1,4 +1,5 @@
 #include "buildprocessor/JobScheduler.h"
+#include "client/interface/CommandTypes.h"
 #include "client/interface/CommunicationException.h"
 
 #include <gtest/gtest.h>

@@ -161,8 +161,8 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     CommandParameters parameters;
     EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, ErrorCode::CommandNotFound);
     EXPECT_EQ(GetFailure([&] { machine.FillReportProperties(parameters).get(); }).code, ErrorCode::FileError);
-    EXPECT_EQ(GetFailure([&] { machine.GetPlatformInformation().get(); }).text,
-              "The printer 'Test printer' does not offer platform information.");
+    EXPECT_EQ(GetFailure([&] { machine.Preprocessing(parameters).get(); }).text,
+              "The printer 'Test printer' does not offer preprocessing.");
     parameters.commandId = commands[0].id;
     for (const auto& [state, code] : states) {
         WriteText(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", state));
@@ -178,6 +178,8 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     catalog.reset();
     EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, ErrorCode::ServicesUnavailable);
     EXPECT_EQ(GetFailure([&] { machine.GetCommands().get(); }).code, ErrorCode::ServicesUnavailable);
+    EXPECT_EQ(GetFailure([&] { machine.GetPlatformInformation().get(); }).code, ErrorCode::ServicesUnavailable);
+    EXPECT_EQ(GetFailure([&] { machine.GetEmptyPlatform({}).get(); }).code, ErrorCode::ServicesUnavailable);
     EXPECT_EQ(versions.wait_for(std::chrono::seconds(0)), std::future_status::ready);
 }
 
