@@ -1,7 +1,9 @@
 # machineservice_embed_translations(TARGET NAME): compiles translations/NAME_<language>.ts of every language and puts them
 # into TARGET as the resource ":/NAME/translations/NAME_<language>.qm". Call it where the target is made.
 function(machineservice_embed_translations i_target i_name)
-    file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/translations/${i_name}_*.ts)
+    file(GLOB sources ${PROJECT_SOURCE_DIR}/translations/${i_name}_*.ts)
+    # A new file touches its folder; the glob's own check would run in each build and leave "no work to do" no chance.
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/translations)
     set(resource ${CMAKE_CURRENT_BINARY_DIR}/${i_name}_translations)
     set(entries "")
     set(compiled "")

@@ -68,7 +68,7 @@ TEST_F(Translations, EveryTextIsGermanOnceInstalledAndEnglishBeforeAndAfter)
     ASSERT_EQ(english.size(), german.size());
     ASSERT_GE(english.size(), 2 * 9 + static_cast<int>(ErrorMessageTable.size()) + 4);
     for (int index = 0; index < english.size(); ++index)
-        EXPECT_NE(english[index], german[index]);
+        EXPECT_NE(english[index].toStdString(), german[index].toStdString());
 
     const std::pair<const char*, const char*> rows[] = {
         {"Build", "Bauen"},
@@ -92,7 +92,7 @@ TEST_F(Translations, EveryTextIsGermanOnceInstalledAndEnglishBeforeAndAfter)
         EXPECT_EQ(translation, german.value(english.indexOf(QString::fromUtf8(source))).toStdString()) << source;
 
     EXPECT_FALSE(InstallTranslations(QLocale(QStringLiteral("en_GB"))));
-    EXPECT_EQ(english, _CollectTexts());
+    EXPECT_EQ(english.join(QLatin1Char('\n')).toStdString(), _CollectTexts().join(QLatin1Char('\n')).toStdString());
 }
 
 TEST_F(Translations, OneTranslatorAtMostServesTheLanguageOfTheLocale)
@@ -144,7 +144,9 @@ TEST(TranslationFiles, EveryTextIsTranslatedAndKeepsItsPlaceholders)
             EXPECT_FALSE(xml.attributes().hasAttribute(QLatin1String("type"))) << source.toStdString();
             const QString translation = xml.readElementText();
             EXPECT_FALSE(translation.isEmpty()) << source.toStdString();
-            EXPECT_EQ(GetFixedParts(source), GetFixedParts(translation)) << translation.toStdString();
+            EXPECT_EQ(GetFixedParts(source).join(QLatin1Char('|')).toStdString(),
+                      GetFixedParts(translation).join(QLatin1Char('|')).toStdString())
+                << translation.toStdString();
             ++count;
         }
         EXPECT_FALSE(xml.hasError()) << name.toStdString();
