@@ -408,6 +408,23 @@ TEST(AutomaticPlacement, PlacesFiftyDifferentPartsInTwoSecondsAroundTheCentre)
     EXPECT_NEAR((all.min.y + all.max.y) / 2, 175, 20);
 }
 
+TEST(AutomaticPlacement, PutsASinglePartInTheMiddleOfTheBed)
+{
+    Bed triangle;
+    triangle.shape = BedShape::Polygon;
+    triangle.outline = {{0, 0}, {90, 0}, {0, 120}};
+    const std::pair<Bed, TavAM::Point3d> rows[] = {
+        {Rectangle(120, 80), {60, 40, 5}}, {Circle(100), {20, -10, 5}}, {triangle, {30, 40, 5}}};
+    for (const auto& [bed, middle] : rows) {
+        TavAM::Platform platform;
+        Add(platform, L"box", Shape(Box(10, 20, 10)));
+        EXPECT_THAT(PlaceParts(platform, bed, 100, {}).unplaced, IsEmpty());
+        const auto box = platform.GetParts()[0].GetBoundingBox();
+        EXPECT_NEAR((box.min.x + box.max.x) / 2, middle.x, 1e-3);
+        EXPECT_NEAR((box.min.y + box.max.y) / 2, middle.y, 1e-3);
+    }
+}
+
 TEST(AutomaticPlacement, StopsInEveryPhaseAndMovesNothing)
 {
     for (const int percent : {0, 5, 20, 90}) {

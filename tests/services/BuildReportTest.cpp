@@ -22,7 +22,7 @@ constexpr char Scene[] = R"(<?xml version="1.0" encoding="UTF-8"?>
 <HostScene xmlns="https://www.vexlor.example/AM/HostScene/2026/11"><Unknown><Part/></Unknown><Platform name="P">
 <Machine name="M" manufacturer="" modelId=""><Properties><Property name="Print3D.Figures.JobName">not this</Property></Properties></Machine>
 <Properties><Property name="Print3D.Figures.PrintTimeSeconds">4000</Property><Property name="Print3D.Figures.LayerCount">12</Property>
-<Property name="Print3D.Figures.MaterialGrams">1e999</Property><Property name="Print3D.Figures.JobName">job &amp; co</Property><Property name="u" undefined="true"/></Properties>
+<Property name="Print3D.Figures.MaterialGrams">-2</Property><Property name="Print3D.Figures.JobName">job &amp; co</Property><Property name="u" undefined="true"/></Properties>
 <Parts><Part id="0f7c3c1e-6a0c-4c1e-9f4e-2d7a61c0a101" name="&lt;script&gt;alert('x')&lt;/script&gt; &quot;א&quot;" supports="true">
 <Placement>1 0 0 20 0 1 0 0 0 0 1 0</Placement><BoundingBox min="20 0 0" max="30 10 10.25"/>
 <Strategies><Strategy role="part" id="fine"/></Strategies><Properties><Property name="Print3D.Figures.MaterialGrams">2.5</Property></Properties></Part>
