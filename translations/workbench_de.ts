@@ -51,6 +51,18 @@
         <source>--list takes neither meshes nor other options.</source>
         <translation>--list erlaubt weder Netze noch andere Optionen.</translation>
     </message>
+    <message>
+        <source>Choose this for the platform, as the machine offers it; may be given several times.</source>
+        <translation>Diese Auswahl für die Plattform treffen, wie die Maschine sie anbietet; mehrfach möglich.</translation>
+    </message>
+    <message>
+        <source>--set needs ID=VALUE, not &apos;%1&apos;.</source>
+        <translation>--set benötigt ID=VALUE, nicht „%1“.</translation>
+    </message>
+    <message>
+        <source>--set gives &apos;%1&apos; more than one value.</source>
+        <translation>--set gibt „%1“ mehr als einen Wert.</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::PlatformComparison</name>
@@ -101,6 +113,45 @@
     <message>
         <source>The part &apos;%1&apos; has %2.</source>
         <translation>Das Teil „%1“ hat %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::PlatformSetup</name>
+    <message>
+        <source>default</source>
+        <translation>Vorgabe</translation>
+    </message>
+    <message>
+        <source>%1, required</source>
+        <translation>%1, erforderlich</translation>
+    </message>
+    <message>
+        <source>  materials: %1</source>
+        <translation>  Materialien: %1</translation>
+    </message>
+    <message>
+        <source>The machine &apos;%1&apos; does not offer the choice &apos;%2&apos;; it offers %3.</source>
+        <translation>Die Maschine „%1“ bietet die Auswahl „%2“ nicht an; sie bietet %3 an.</translation>
+    </message>
+    <message>
+        <source>The choice &apos;%1&apos; does not offer the value &apos;%2&apos;; it offers %3.</source>
+        <translation>Die Auswahl „%1“ bietet den Wert „%2“ nicht an; sie bietet %3 an.</translation>
+    </message>
+    <message>
+        <source>The choice &apos;%1&apos; needs a value: --set %1=…; it offers %2.</source>
+        <translation>Die Auswahl „%1“ benötigt einen Wert: --set %1=…; sie bietet %2 an.</translation>
+    </message>
+    <message>
+        <source>The machine offers no platform.</source>
+        <translation>Die Maschine bietet keine Plattform an.</translation>
+    </message>
+    <message>
+        <source>  sent: %1 = %2</source>
+        <translation>  gesendet: %1 = %2</translation>
+    </message>
+    <message>
+        <source>The machine &apos;%1&apos; gave no platform.</source>
+        <translation>Die Maschine „%1“ hat keine Plattform geliefert.</translation>
     </message>
 </context>
 <context>
@@ -259,6 +310,10 @@
     <message>
         <source>  transcript    %1</source>
         <translation>  Protokoll     %1</translation>
+    </message>
+    <message>
+        <source>Platform</source>
+        <translation>Plattform</translation>
     </message>
 </context>
 <context>
