@@ -1,0 +1,215 @@
+#include "buildprocessor/PlatformInformation.h"
+
+#include "buildprocessor/MachineSettings.h"
+#include "buildprocessor/ProfileReader.h"
+#include "client/interface/ICommunicationServiceAPI.h"
+#include "services/ServiceFixture.h"
+#include "tavam/AMXFileReader.h"
+
+#include <gmock/gmock.h>
+
+#include <QByteArray>
+
+#include <boost/uuid/string_generator.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace MachineService {
+
+namespace {
+
+using namespace Testing;
+using ::testing::HasSubstr;
+using ::testing::Not;
+namespace Own = BuildProcessor::PropertyName;
+namespace fs = std::filesystem;
+
+const boost::uuids::uuid TestId = boost::uuids::string_generator()("11111111-2222-3333-4444-555555555555");
+
+/// Two of everything that there is to choose; texts outside ASCII, and with characters that XML escapes.
+std::string MakeChoosableProfile()
+{
+    std::string profile = Replaced(MakeProfile(), "\"layerHeights\": [0.3]",
+                                   R"("nozzles": [0.4, 0.6], "layerHeights": [0.3, 0.2],
+                    "plates": [{"name": "Glass"}, {"name": "Riffelblech <ß>", "bedTemperatureOffset": 5}])");
+    return Replaced(profile, "\"bedTemperature\": 60}]",
+                    R"("bedTemperature": 60}, {"name": "Zäh & hart", "density": 1.5, "diameter": 1.75,
+                        "nozzleTemperature": 250, "bedTemperature": 80}])");
+}
+
+std::string MakeParameters(const std::string& i_values)
+{
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><PlatformCreationParameters "
+           "xmlns=\"https://www.vexlor.example/BuildProcessor/2014\">" +
+           i_values + "</PlatformCreationParameters>";
+}
+
+std::string MakeValue(const std::string& i_id, const std::string& i_value)
+{
+    return "<ParameterValue id=\"BuildProcessor." + i_id + "\">" + i_value + "</ParameterValue>";
+}
+
+class PlatformInformationTest : public ::testing::Test
+{
+protected:
+    PlatformInformationTest()
+    {
+        fs::create_directories(dir / "temp");
+        fs::create_directories(dir / "output");
+        formerTemp = qgetenv("TMPDIR");
+        qputenv("TMPDIR", (dir / "temp").c_str());
+        WriteText(dir / "configuration" / "profiles" / "test.json", MakeChoosableProfile());
+        const auto api = CreateCommunicationService();
+        catalog = api->CreateMachinesCatalog(
+            [&](ServiceId) { return std::make_unique<TestUtility>(dir, std::map<std::string, std::string>()); });
+        Journal<ServiceStatus> status;
+        const auto connection =
+            catalog->ConnectServiceStatusUpdated([&](ServiceId, ServiceStatus i_status) { status.Add(i_status); });
+        catalog->Start(ServiceId::BuildProcessors);
+        EXPECT_TRUE(status.WaitFor([](const auto& i_all) { return i_all.size() == 2; }));
+        connection.disconnect();
+    }
+    ~PlatformInformationTest() override
+    {
+        catalog.reset();
+        formerTemp.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", formerTemp);
+    }
+
+    Machine GetMachine() const { return catalog->GetMachine(TestId); }
+
+    TavAM::Platform MakeEmptyPlatform(const std::string& i_parameters)
+    {
+        const auto [result, item] = GetMachine().GetEmptyPlatform(i_parameters).get();
+        EXPECT_TRUE(result.completed);
+        EXPECT_EQ(result.dataFormat, DataFormat::Platform);
+        EXPECT_EQ(item.kind, PlatformDataKind::Platform);
+        EXPECT_TRUE(fs::is_empty(dir / "temp"));
+        WriteText(dir / "empty.TavAMX", item.data);
+        TavAM::AMXFileReader reader;
+        TavAM::Database database;
+        EXPECT_TRUE(reader.ReadFile(dir / "empty.TavAMX", database)) << reader.GetError();
+        return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
+    }
+
+    /// The machine file of one small part on the platform.
+    std::string Build(TavAM::Platform i_platform)
+    {
+        i_platform.GetParts().push_back(MakePart(L"cube", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 3))));
+        CommandParameters parameters;
+        parameters.jobName = "cube";
+        parameters.inputFile = dir / "input.TavAMX";
+        parameters.outputDir = dir / "output";
+        parameters.commandId = GetMachine().GetCommands().get().at(0).id;
+        TavAM::AMXFileWriter().WriteFile(parameters.inputFile, i_platform);
+        fs::remove_all(dir / "data" / "jobs");
+        GetMachine().RunCommand(parameters).get();
+        for (const auto& entry : fs::recursive_directory_iterator(dir / "data" / "jobs")) {
+            if (entry.path().extension() == ".gcode")
+                return ReadText(entry.path());
+        }
+        return {};
+    }
+
+    const ScopedTempDir folder;
+    const fs::path dir = folder.GetAbsoluteDir();
+    QByteArray formerTemp;
+    std::unique_ptr<AbstractMachinesCatalog> catalog;
+};
+
+} // namespace
+
+TEST_F(PlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
+{
+    if (std::system("command -v prusa-slicer >/dev/null 2>&1") != 0)
+        GTEST_SKIP() << "the slicing engine is not installed";
+    const auto chosen =
+        MakeEmptyPlatform(MakeParameters(MakeValue("Material", "Zäh &amp; hart") + MakeValue("LayerHeight", "0.2") +
+                                         MakeValue("Nozzle", "0.6") + MakeValue("Plate", "Riffelblech &lt;ß&gt;")));
+    EXPECT_TRUE(chosen.GetParts().empty());
+    ASSERT_TRUE(chosen.GetMachine());
+    EXPECT_EQ(chosen.GetMachine()->values.GetText(L"machine.material"), L"Zäh & hart");
+    EXPECT_EQ(chosen.GetMachine()->values.GetText(L"machine.nozzleDiameter"), L"0.6");
+    EXPECT_EQ(chosen.GetAMXProperties().GetText(Own::LayerHeight), L"0.2");
+    EXPECT_EQ(chosen.GetAMXProperties().GetText(Own::Plate), L"Riffelblech <ß>");
+    const std::string chosenFile = Build(chosen);
+    for (const char* line : {"\n; layer_height = 0.2\n", "\n; temperature = 250\n", "\n; bed_temperature = 85\n",
+                             "\n; nozzle_diameter = 0.6\n", "\n; filament_density = 1.5\n"})
+        EXPECT_NE(chosenFile.find(line), std::string::npos) << line;
+
+    // What is empty was not chosen.
+    const std::string defaultFile =
+        Build(MakeEmptyPlatform(MakeParameters(MakeValue("Material", "PLA") + MakeValue("Plate", ""))));
+    for (const char* line : {"\n; layer_height = 0.3\n", "\n; temperature = 210\n", "\n; bed_temperature = 60\n",
+                             "\n; nozzle_diameter = 0.4\n"})
+        EXPECT_NE(defaultFile.find(line), std::string::npos) << line;
+}
+
+TEST_F(PlatformInformationTest, RefusesWhatItDidNotOfferInASentenceThatNamesIt)
+{
+    const std::string material = MakeValue("Material", "PLA");
+    const std::string large(2'000'000, 'x');
+    const std::pair<std::string, const char*> rows[] = {
+        {"", "The printer 'Test printer' needs a value of BuildProcessor.Material; it has 'PLA', 'Zäh & hart'."},
+        {MakeParameters(MakeValue("Material", "")), "needs a value of BuildProcessor.Material"},
+        {MakeParameters(MakeValue("LayerHeight", "0.2")), "needs a value of BuildProcessor.Material"},
+        {MakeParameters(MakeValue("Material", "Weiß")),
+         "does not offer the value 'Weiß' of BuildProcessor.Material; it has 'PLA', 'Zäh & hart'."},
+        {MakeParameters(material + MakeValue("LayerHeight", "0.20")), "the value '0.20' of BuildProcessor.LayerHeight"},
+        {MakeParameters(material + MakeValue("Farbe", "rot")),
+         "does not offer the choice 'BuildProcessor.Farbe'; it has BuildProcessor.Material, "
+         "BuildProcessor.LayerHeight, BuildProcessor.Nozzle, BuildProcessor.Plate."},
+        {MakeParameters(material + material), "more than one value of 'BuildProcessor.Material'"},
+        {MakeParameters(material + "<ParameterValue>1</ParameterValue>"), "does not offer the choice ''"},
+        {"<PlatformCreationParameters/>", "is not PlatformCreationParameters of https://"},
+        {Replaced(MakeParameters(material), "2014", "2015"), "is not PlatformCreationParameters of https://"},
+        {"<Other xmlns=\"https://www.vexlor.example/BuildProcessor/2014\"/>", "is not PlatformCreationParameters"},
+        {MakeParameters(material).substr(0, 120), "cannot be read: Line 1"},
+        {"<!DOCTYPE a>" + MakeParameters(material), "cannot be read"},
+        {MakeParameters("<ParameterValue id=\"\xff\">1</ParameterValue>"), "cannot be read"},
+        {MakeParameters(MakeValue("Material", large)), "larger than 1000000 bytes"},
+        {"no XML", "cannot be read"},
+    };
+    for (const auto& [parameters, text] : rows) {
+        const auto failure = GetFailure([&] { GetMachine().GetEmptyPlatform(parameters).get(); });
+        EXPECT_EQ(failure.code, ErrorCode::FileError) << text;
+        EXPECT_THAT(failure.text, HasSubstr(text));
+        EXPECT_LT(failure.text.size(), 400U);
+        EXPECT_TRUE(fs::is_empty(dir / "temp")) << text;
+    }
+}
+
+TEST_F(PlatformInformationTest, DefaultsAreThoseOfTheSettingsAndProgressAndStopReachTheWork)
+{
+    const auto profile = BuildProcessor::ReadProfile(MakeChoosableProfile(), "test.json").profile;
+    EXPECT_THAT(GetMachine().GetPlatformInformation().get().xml, HasSubstr(R"(id="PLA" name="PLA" isDefault="true")"));
+    BuildProcessor::WriteMachineSettings(dir / "data" / "machines", profile, {0.2, "Zäh & hart", 4});
+
+    auto future = GetMachine().GetPlatformInformation();
+    const PlatformInfo info = future.get();
+    EXPECT_EQ(future.GetProgress(), 100);
+    EXPECT_THAT(info.xml, HasSubstr(R"(name="Zäh &amp; hart" isDefault="true")"));
+    EXPECT_THAT(info.xml, HasSubstr(R"(id="0.2" name="0.2 mm" isDefault="true")"));
+    EXPECT_THAT(info.xml, Not(HasSubstr(R"(name="PLA" isDefault)")));
+    EXPECT_EQ(info.message, "");
+
+    // Settings that the profile no longer has are told, not fatal; damaged ones are.
+    BuildProcessor::WriteMachineSettings(dir / "data" / "machines", profile, {0.15, "PLA", 4});
+    EXPECT_THAT(GetMachine().GetPlatformInformation().get().message, HasSubstr("0.15 mm"));
+    WriteText(BuildProcessor::GetSettingsPath(dir / "data" / "machines", profile), "{");
+    EXPECT_EQ(GetFailure([&] { GetMachine().GetPlatformInformation().get(); }).code, ErrorCode::FileError);
+
+    std::stop_source stop;
+    const fs::path settings = dir / "absent";
+    const auto request = [&](int i_percent) {
+        if (i_percent >= 40)
+            stop.request_stop();
+    };
+    EXPECT_EQ(GetFailure([&] {
+                  BuildProcessor::MakePlatformInformation({profile, settings, stop.get_token(), request});
+              }).code,
+              ErrorCode::ProcessingAborted);
+    EXPECT_TRUE(fs::is_empty(dir / "temp"));
+}
+
+} // namespace MachineService
