@@ -27,11 +27,15 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         QStringLiteral("command"),
         Texts::tr("Run this command of the machine only: its id, as the ribbon's table shows it."),
         QStringLiteral("ID"));
+    const QCommandLineOption set(
+        QStringLiteral("set"),
+        Texts::tr("Choose this for the platform, as the machine offers it; may be given several times."),
+        QStringLiteral("ID=VALUE"));
     const QCommandLineOption list(QStringLiteral("list"), Texts::tr("List the machines of the catalog and end."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Texts::tr("Show this help and end."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      Texts::tr("Show the version and end."));
-    parser.addOptions({machine, command, list, help, version});
+    parser.addOptions({machine, command, set, list, help, version});
     parser.addPositionalArgument(
         QStringLiteral("mesh"),
         Texts::tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
@@ -66,13 +70,24 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         if (result.command.trimmed().isEmpty())
             return refuse(Texts::tr("--command needs an id."));
     }
+    for (const QString& choice : parser.values(set)) {
+        const int split = choice.indexOf(QLatin1Char('='));
+        if (split <= 0)
+            return refuse(Texts::tr("--set needs ID=VALUE, not '%1'.").arg(choice));
+        const QString id = choice.left(split);
+        for (const auto& other : result.choices) {
+            if (other.first == id)
+                return refuse(Texts::tr("--set gives '%1' more than one value.").arg(id));
+        }
+        result.choices.emplace_back(id, choice.mid(split + 1));
+    }
     for (const QString& mesh : parser.positionalArguments()) {
         if (mesh.isEmpty())
             return refuse(Texts::tr("An empty file name was given."));
         result.meshes.emplace_back(mesh.toStdString());
     }
     if (parser.isSet(list)) {
-        if (!result.meshes.empty() || parser.isSet(machine) || parser.isSet(command))
+        if (!result.meshes.empty() || parser.isSet(machine) || parser.isSet(command) || parser.isSet(set))
             return refuse(Texts::tr("--list takes neither meshes nor other options."));
         result.action = CommandLine::Action::List;
     }

@@ -4,6 +4,7 @@
 #include <QStringList>
 
 #include <filesystem>
+#include <utility>
 #include <vector>
 
 namespace Workbench {
@@ -21,9 +22,10 @@ struct CommandLine
 
     Action action = Action::Run;
     QString text;
-    QString machine;                           ///< name or id of the machine; empty: the first that fits
-    QString command;                           ///< name of the one command to run; empty: all, in the ribbon's order
-    std::vector<std::filesystem::path> meshes; ///< empty: the engine's own examples
+    QString machine; ///< name or id of the machine; empty: the first that fits
+    QString command; ///< name of the one command to run; empty: all, in the ribbon's order
+    std::vector<std::pair<QString, QString>> choices; ///< for the platform: values by id of the choice, ids differ
+    std::vector<std::filesystem::path> meshes;        ///< empty: the engine's own examples
 };
 
 /// Never exits; the arguments are those of the process, program name first.

@@ -3,6 +3,7 @@
 #include "ConsoleProgress.h"
 #include "InterruptWatcher.h"
 #include "PlatformComparison.h"
+#include "PlatformSetup.h"
 #include "Ribbon.h"
 #include "RowPlacement.h"
 #include "Transcript.h"
@@ -136,9 +137,11 @@ public:
 private:
     void _Run();
     void _ListMachines();
-    void _MakeScene();
+    void _ReadMeshes();
     Machine _ChooseMachine();
-    void _Attach(const Machine& i_machine);
+    Machine _Attach(const Machine& i_machine);
+    void _CreatePlatform(const Machine& i_machine);
+    void _LoadParts(const Machine& i_machine);
     void _RunCommands();
     void _RunCommand(Vexlor::UICommands::UiCommand& io_command);
     bool _MustBuild() const;
@@ -217,11 +220,16 @@ void Tour::_Run()
     if (_commandLine.action == CommandLine::Action::List)
         return;
 
-    _transcript.Line(Texts::tr("Scene"));
-    _MakeScene();
+    _ReadMeshes();
     _ThrowIfInterrupted();
     _transcript.Line(Texts::tr("Printer"));
-    _Attach(_ChooseMachine());
+    const Machine machine = _Attach(_ChooseMachine());
+    _ThrowIfInterrupted();
+    _transcript.Line(Texts::tr("Platform"));
+    _CreatePlatform(machine);
+    _ThrowIfInterrupted();
+    _transcript.Line(Texts::tr("Scene"));
+    _LoadParts(machine);
     _ThrowIfInterrupted();
     _RunCommands();
     _ThrowIfInterrupted();
@@ -253,19 +261,12 @@ void Tour::_ListMachines()
     }
 }
 
-void Tour::_MakeScene()
+void Tour::_ReadMeshes()
 {
     const auto meshes = _commandLine.meshes.empty() ? FindExampleMeshes() : _commandLine.meshes;
     for (const auto& mesh : meshes) {
-        for (auto& part : VexlorCore::ImportMeshFile(mesh)) {
-            const auto box = part.GetBoundingBox();
-            _transcript.Line(Texts::tr("  %1  %2 × %3 × %4 mm")
-                                 .arg(QString::fromStdWString(part.GetName()), -24)
-                                 .arg(box.max.x - box.min.x, 0, 'f', 1)
-                                 .arg(box.max.y - box.min.y, 0, 'f', 1)
-                                 .arg(box.max.z - box.min.z, 0, 'f', 1));
+        for (auto& part : VexlorCore::ImportMeshFile(mesh))
             _parts.push_back(std::move(part));
-        }
     }
     _scene = _host.GetDatabase().CreateDataSet();
     // The job takes the scene's name, the scene that of its first mesh.
@@ -292,12 +293,9 @@ Machine Tour::_ChooseMachine()
     throw TourError(Texts::tr("No machine is called '%1'; --list shows the catalog.").arg(_commandLine.machine));
 }
 
-void Tour::_Attach(const Machine& i_machine)
+Machine Tour::_Attach(const Machine& i_machine)
 {
     const auto data = i_machine.GetMachineData();
-    if (data.buildVolume)
-        PlaceInRows(_parts, *data.buildVolume);
-    _scene->GetParts() = std::move(_parts);
     const QString id = QString::fromStdString(boost::uuids::to_string(data.id));
     _host.GetClient().HandleMachineChanged(_scene, QUuid::fromString(id));
     const auto attached = _host.GetClient().TryGetPrinter(_scene);
@@ -305,6 +303,33 @@ void Tour::_Attach(const Machine& i_machine)
         throw TourError(Texts::tr("The machine '%1' could not be attached.").arg(QString::fromStdString(data.name)));
     _transcript.Line(Texts::tr("  attached: %1 (%2)")
                          .arg(QString::fromStdString(attached->GetMachineData().name), DescribeVolume(data)));
+    return *attached;
+}
+
+void Tour::_CreatePlatform(const Machine& i_machine)
+{
+    try {
+        CreatePlatform(i_machine, *_scene, _commandLine.choices, _host.GetApiProviderGetter(), _transcript);
+    } catch (const std::exception&) {
+        // A wait that was given up ends like a failure of the machine.
+        _ThrowIfInterrupted();
+        throw;
+    }
+}
+
+void Tour::_LoadParts(const Machine& i_machine)
+{
+    for (const auto& part : _parts) {
+        const auto box = part.GetBoundingBox();
+        _transcript.Line(Texts::tr("  %1  %2 × %3 × %4 mm")
+                             .arg(QString::fromStdWString(part.GetName()), -24)
+                             .arg(box.max.x - box.min.x, 0, 'f', 1)
+                             .arg(box.max.y - box.min.y, 0, 'f', 1)
+                             .arg(box.max.z - box.min.z, 0, 'f', 1));
+    }
+    if (const auto volume = i_machine.GetMachineData().buildVolume)
+        PlaceInRows(_parts, *volume);
+    _scene->GetParts() = std::move(_parts);
 }
 
 void Tour::_RunCommands()

@@ -101,8 +101,20 @@ TEST_F(WorkbenchTest, TakesMeshesToAMachineFileAndLeavesItsResults)
     EXPECT_TRUE(machineFile.readAll().contains("\nG1 "));
     EXPECT_EQ(FilesIn("tmp"), QStringList());
 
-    // A second job of that name gets a folder of its own beside the first.
-    ASSERT_EQ(Run({}).status, 0);
+    EXPECT_THAT(outcome.output, HasSubstr("sent: BuildProcessor.LayerHeight = 0.2\n"));
+
+    // A second job of that name gets a folder of its own beside the first. What was chosen reaches the engine.
+    const auto second = Run({QStringLiteral("--machine"), QStringLiteral("Halcyon D260"), QStringLiteral("--set"),
+                             QStringLiteral("BuildProcessor.LayerHeight=0.3"), QStringLiteral("--set"),
+                             QStringLiteral("BuildProcessor.Material=TPU 95A")});
+    ASSERT_EQ(second.status, 0) << second.output << second.errors;
+    EXPECT_THAT(second.output, HasSubstr("sent: BuildProcessor.LayerHeight = 0.3\n"));
+    machineFile.close();
+    ASSERT_TRUE(machineFile.open(QIODevice::ReadOnly));
+    const QByteArray settings = machineFile.readAll();
+    EXPECT_TRUE(settings.contains("\n; layer_height = 0.3\n"));
+    EXPECT_TRUE(settings.contains("\n; temperature = 225\n"));
+    EXPECT_EQ(FilesIn("tmp"), QStringList());
     int jobs = 0;
     for (const QString& file : FilesIn("out/machines"))
         jobs += file.endsWith(QLatin1String(".gcode")) ? 1 : 0;
@@ -122,6 +134,12 @@ TEST_F(WorkbenchTest, RefusesWrongUsageAndFailsWithOneSentence)
         {{QStringLiteral("--nonsense")}, 2, "nonsense"},
         {{QStringLiteral("--machine")}, 2, "machine"},
         {{QStringLiteral("--list"), text}, 2, "--list"},
+        {{QStringLiteral("--list"), QStringLiteral("--set"), QStringLiteral("a=b")}, 2, "--list"},
+        {{QStringLiteral("--set"), QStringLiteral("layer")}, 2, "'layer'"},
+        {{QStringLiteral("--set"), QStringLiteral("=0.2")}, 2, "'=0.2'"},
+        {{QStringLiteral("--set"), QStringLiteral("a=1"), QStringLiteral("--set"), QStringLiteral("a=2")}, 2, "'a'"},
+        {{QStringLiteral("--set"), QStringLiteral("Farbe=weiß")}, 1, "'Farbe'; it offers BuildProcessor.Material, "},
+        {{QStringLiteral("--set"), QStringLiteral("BuildProcessor.Material=Weiß")}, 1, "'Weiß'; it offers PLA, "},
         {{QStringLiteral("--machine"), QStringLiteral("No Such Printer")}, 1, "No Such Printer"},
         {{Path("absent.stl")}, 1, "absent.stl"},
         {{text}, 1, "text.stl"},
