@@ -14,7 +14,7 @@ void AddXmlBenchmarks();
 
 int main(int i_argc, char** ip_argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QPA_PLATFORM", "minimal");
     QGuiApplication application(i_argc, ip_argv);
     Bench::AddCanRunBenchmarks();
     Bench::AddProxyBenchmarks();

@@ -1,21 +1,56 @@
 #include "client/events/LifetimeGate.h"
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
-#include <thread>
 #include <utility>
 #include <vector>
 
 namespace MachineService {
 
+namespace {
+
+constexpr std::uint32_t ClosedBit = std::uint32_t{1} << 31U;
+
+} // namespace
+
 struct LifetimeGate::State
 {
-    std::mutex mutex; // guards all below; held by nobody who calls out
+    /// Entries of all threads, and ClosedBit. Every piece of news passes here on several threads at once: the mutex is
+    /// only for those who leave a closed gate and for the one who waits for them.
+    std::atomic<std::uint32_t> entries = 0;
+    std::mutex mutex; // guards no data: it keeps a leaver's notice from coming between a look at entries and the wait
     std::condition_variable left;
-    bool isClosed = false;
-    std::vector<std::thread::id> entries; ///< a thread stands here as often as it entered
+
+    void Leave()
+    {
+        if (entries.fetch_sub(1) & ClosedBit) {
+            const std::lock_guard lock(mutex);
+            left.notify_all();
+        }
+    }
 };
+
+namespace {
+
+/// How often this thread has entered each gate. A thread is seldom in more than two.
+template <class State>
+std::uint32_t& OwnEntries(const State* ip_state)
+{
+    thread_local std::vector<std::pair<const State*, std::uint32_t>> mgp_own;
+    const auto found = std::ranges::find(mgp_own, ip_state, [](const auto& i_own) { return i_own.first; });
+    if (found != mgp_own.end())
+        return found->second;
+    // Those of gates that were left are used again, so that the list does not grow with the gates that ever were.
+    const auto unused = std::ranges::find(mgp_own, 0U, [](const auto& i_own) { return i_own.second; });
+    auto& own = unused != mgp_own.end() ? *unused : mgp_own.emplace_back();
+    own = {ip_state, 0};
+    return own.second;
+}
+
+} // namespace
 
 LifetimeGate::LifetimeGate()
     : _state(std::make_shared<State>())
@@ -23,23 +58,20 @@ LifetimeGate::LifetimeGate()
 
 LifetimeGate::Entry LifetimeGate::Enter() const
 {
-    {
-        const std::lock_guard lock(_state->mutex);
-        if (_state->isClosed)
-            return Entry(nullptr);
-        _state->entries.push_back(std::this_thread::get_id());
+    if (_state->entries.fetch_add(1) & ClosedBit) {
+        _state->Leave();
+        return Entry(nullptr);
     }
+    ++OwnEntries(_state.get());
     return Entry(_state);
 }
 
 void LifetimeGate::Close()
 {
-    const auto is_own = [own = std::this_thread::get_id()](std::thread::id i_entry) {
-        return i_entry == own;
-    };
+    _state->entries.fetch_or(ClosedBit);
+    const std::uint32_t own = OwnEntries(_state.get());
     std::unique_lock lock(_state->mutex);
-    _state->isClosed = true;
-    _state->left.wait(lock, [&] { return std::ranges::all_of(_state->entries, is_own); });
+    _state->left.wait(lock, [&] { return (_state->entries.load() & ~ClosedBit) == own; });
 }
 
 LifetimeGate::Entry::Entry(std::shared_ptr<State> ip_state)
@@ -52,13 +84,8 @@ LifetimeGate::Entry::~Entry()
 {
     if (!_state)
         return;
-    const std::lock_guard lock(_state->mutex);
-    auto& entries = _state->entries;
-    const auto own = std::ranges::find(entries, std::this_thread::get_id());
-    std::swap(*own, entries.back());
-    entries.pop_back();
-    if (_state->isClosed)
-        _state->left.notify_all();
+    --OwnEntries(_state.get());
+    _state->Leave();
 }
 
 } // namespace MachineService
