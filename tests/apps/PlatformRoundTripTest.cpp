@@ -69,6 +69,9 @@ void ExpectShape(const MachineLayer::Data::Machine& i_machine, const BuildVolume
     }
     ASSERT_EQ(i_machine.scanFields.size(), 1U);
     EXPECT_TRUE(i_machine.baseplate);
+    // A parameter under a mistyped name would be among them.
+    for (const auto& [name, value] : i_machine.settings)
+        EXPECT_EQ(name.find(L'.'), std::wstring::npos) << QString::fromStdWString(name).toStdString();
 }
 
 TEST_F(PlatformRoundTripTest, EachShippedPrinterGivesAPlatformThatSurvivesSavingAndReopening)
