@@ -83,6 +83,23 @@ AcceptedMachines::Outcome AcceptedMachines::Evaluation::Apply(const boost::uuids
     return Outcome::Removed;
 }
 
+std::vector<bool> AcceptedMachines::Evaluation::Look(std::span<const boost::uuids::uuid> i_ids)
+{
+    std::vector<bool> are_accepted;
+    are_accepted.reserve(i_ids.size());
+    const std::lock_guard lock(_machines._mutex);
+    for (const boost::uuids::uuid& id : i_ids)
+        are_accepted.push_back(_machines._ids.contains(id));
+    _looked = _machines._sequence;
+    return are_accepted;
+}
+
+bool AcceptedMachines::Evaluation::IsAsLooked() const
+{
+    const std::lock_guard lock(_machines._mutex);
+    return _machines._sequence == _looked;
+}
+
 bool AcceptedMachines::Evaluation::HasGone(const boost::uuids::uuid& i_id) const
 {
     const std::lock_guard lock(_machines._mutex);

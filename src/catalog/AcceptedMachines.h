@@ -8,6 +8,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <span>
 #include <vector>
 
 namespace MachineService {
@@ -91,6 +92,12 @@ public:
 
     /// Takes the rule's answer, which was asked for after the last call of Apply or, the first one, after construction.
     Outcome Apply(const boost::uuids::uuid& i_id, bool i_is_accepted);
+    /// Which of the machines are accepted at this moment: one look for many, which costs little where one for each
+    /// would have to fetch the ids from memory again and again.
+    std::vector<bool> Look(std::span<const boost::uuids::uuid> i_ids);
+    /// Has nothing at all happened since the last Look? An answer that agrees with it then changes nothing and needs no
+    /// Apply.
+    bool IsAsLooked() const;
     /// Has the machine gone since construction, and not come back?
     bool HasGone(const boost::uuids::uuid& i_id) const;
 
@@ -99,6 +106,7 @@ private:
     const Kind _kind;
     Sequence _begin = 0;
     Sequence _seen = 0; ///< what happened until the rule was asked
+    Sequence _looked = 0;
 };
 
 } // namespace MachineService

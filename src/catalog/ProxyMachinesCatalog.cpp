@@ -6,10 +6,18 @@
 
 #include <algorithm>
 #include <memory>
+#include <span>
 #include <stdexcept>
 #include <utility>
 
 namespace MachineService {
+
+namespace {
+
+// Enough that the looks at the set overlap, few enough that the lock is not held for long.
+constexpr std::size_t LookedAtOnce = 256;
+
+} // namespace
 
 class ProxyMachinesCatalog::Impl
 {
@@ -150,9 +158,13 @@ void ProxyMachinesCatalog::Invalidate()
     using Outcome = AcceptedMachines::Outcome;
     // Begun before the source is asked, so that no machine goes unnoticed between the list and the question about it.
     AcceptedMachines::Evaluation evaluation(_impl->accepted, AcceptedMachines::Evaluation::Kind::Invalidation);
-    const auto evaluate = [&](const boost::uuids::uuid& i_id) {
+    const auto evaluate = [&](const boost::uuids::uuid& i_id, bool i_was_accepted) {
         try {
-            return evaluation.Apply(i_id, _impl->IsAcceptedByRule(i_id));
+            const bool is_accepted = _impl->IsAcceptedByRule(i_id);
+            // The usual case: nothing to decide, and nobody who decided meanwhile.
+            if (is_accepted == i_was_accepted && evaluation.IsAsLooked())
+                return Outcome::Unchanged;
+            return evaluation.Apply(i_id, is_accepted);
         } catch (...) {
             // The source no longer knows a machine that it has just taken away: that is no failure.
             if (evaluation.HasGone(i_id))
@@ -160,14 +172,19 @@ void ProxyMachinesCatalog::Invalidate()
             throw;
         }
     };
-    for (const boost::uuids::uuid& id : _impl->source->GetMachineIds()) {
-        Outcome outcome = Outcome::AskAgain;
-        while (outcome == Outcome::AskAgain)
-            outcome = evaluate(id);
-        if (outcome == Outcome::Added)
-            _machineAdded(id);
-        else if (outcome == Outcome::Removed)
-            _machineRemoved(id);
+    const std::vector<boost::uuids::uuid> ids = _impl->source->GetMachineIds();
+    for (std::size_t begin = 0; begin < ids.size(); begin += LookedAtOnce) {
+        const auto some = std::span(ids).subspan(begin, std::min(LookedAtOnce, ids.size() - begin));
+        const std::vector<bool> were_accepted = evaluation.Look(some);
+        for (std::size_t index = 0; index < some.size(); ++index) {
+            Outcome outcome = Outcome::AskAgain;
+            while (outcome == Outcome::AskAgain)
+                outcome = evaluate(some[index], were_accepted[index]);
+            if (outcome == Outcome::Added)
+                _machineAdded(some[index]);
+            else if (outcome == Outcome::Removed)
+                _machineRemoved(some[index]);
+        }
     }
 }
 
