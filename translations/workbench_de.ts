@@ -315,6 +315,10 @@
         <source>Platform</source>
         <translation>Plattform</translation>
     </message>
+    <message>
+        <source>  document      %1</source>
+        <translation>  Dokument      %1</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::Transcript</name>

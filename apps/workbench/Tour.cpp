@@ -115,17 +115,6 @@ void CopyFile(const std::filesystem::path& i_from, const std::filesystem::path& 
     }
 }
 
-/// Removes the folder and those in it as far as no file lies in them.
-void RemoveEmptyFolders(const std::filesystem::path& i_folder)
-{
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(i_folder, error)) {
-        if (entry.is_directory(error) && !entry.is_symlink(error))
-            RemoveEmptyFolders(entry.path());
-    }
-    std::filesystem::remove(i_folder, error);
-}
-
 class Tour
 {
 public:
@@ -156,12 +145,16 @@ private:
 
     const CommandLine& _commandLine;
     const std::filesystem::path _outDir;
+    /// Folders that were there before this run stay when it is interrupted.
+    const bool _hadMachines;
+    const bool _hadDocuments;
     Transcript _transcript;
     WorkbenchHost _host;
     std::shared_ptr<ConsoleProgress> _progress;
     InterruptWatcher _interrupts;
     Vexlor::MessageDialogs::Handler _formerHandler;
     QString _criticalMessage;
+    std::vector<std::filesystem::path> _documents; ///< that machines returned
     std::vector<TavAM::Part> _parts;
     VexlorCore::DataSet* _scene = nullptr;
 };
@@ -169,12 +162,16 @@ private:
 Tour::Tour(const CommandLine& i_command_line, const std::filesystem::path& i_out_dir)
     : _commandLine(i_command_line)
     , _outDir(i_out_dir)
+    , _hadMachines(std::filesystem::exists(i_out_dir / "machines"))
+    , _hadDocuments(std::filesystem::exists(i_out_dir / "documents"))
     , _transcript(i_out_dir)
     , _host(i_out_dir / "documents", i_out_dir / "machines")
     , _progress(std::make_shared<ConsoleProgress>(_transcript))
     , _interrupts([this] { _host.GetApiProvider().CancelCurrentJob(); })
 {
     _host.GetApiProvider().SetProgressDisplay(_progress);
+    _host.GetApiProvider().SetOpenDocumentHandler(
+        [this](VexlorCore::DataSet&, const std::filesystem::path& i_document) { _documents.push_back(i_document); });
     _formerHandler = Vexlor::MessageDialogs::SetHandler([this](const Vexlor::Message& i_message) {
         // The sentence of a failed command is printed where the tour ends: once.
         if (i_message.kind == Vexlor::Message::Kind::Critical)
@@ -189,6 +186,7 @@ Tour::~Tour()
 {
     Vexlor::MessageDialogs::SetHandler(std::move(_formerHandler));
     _host.GetApiProvider().SetProgressDisplay(nullptr);
+    _host.GetApiProvider().SetOpenDocumentHandler({});
 }
 
 ExitStatus Tour::Run()
@@ -436,6 +434,9 @@ void Tour::_KeepResults()
         throw TourError(Texts::tr("The machine returned no machine file."));
     }
 
+    for (const auto& document : _documents)
+        _transcript.Line(Texts::tr("  document      %1").arg(FromPath(document)));
+
     const auto path = _outDir / "platform.TavAMX";
     TavAM::AMXFileWriter().WriteFile(path, _scene->GetPlatform());
     TavAM::AMXFileReader reader;
@@ -461,8 +462,13 @@ void Tour::_RemoveTraces()
         if (!machineFile.empty())
             std::filesystem::remove_all(machineFile.parent_path(), ignored);
     }
-    for (const auto* folder : {"machines", "documents"})
-        RemoveEmptyFolders(_outDir / folder);
+    for (const auto& document : _documents)
+        std::filesystem::remove(document, ignored);
+    // The printer's own settings and empty folders.
+    if (!_hadMachines)
+        std::filesystem::remove_all(_outDir / "machines", ignored);
+    if (!_hadDocuments)
+        std::filesystem::remove(_outDir / "documents", ignored);
 }
 
 } // namespace

@@ -171,14 +171,18 @@ void ReportProgress(const std::string& i_line, const EngineRun& i_run, int& io_h
     const std::size_t arrow = i_line.find(" => ");
     if (arrow == std::string::npos)
         return;
-    const std::string text = i_line.substr(arrow + 4);
+    std::string text = i_line.substr(arrow + 4);
     int percent = io_highest;
     if (i_run.profile.technology == Technology::Sla) {
         percent = std::atoi(i_line.c_str());
     } else {
         for (const Stage& stage : FffStages) {
-            if (text.starts_with(stage.text))
-                percent = stage.percent;
+            if (!text.starts_with(stage.text))
+                continue;
+            percent = stage.percent;
+            // Without what follows, such as a path that means nothing to the user.
+            text = stage.text;
+            break;
         }
     }
     io_highest = std::clamp(percent, io_highest, 100);

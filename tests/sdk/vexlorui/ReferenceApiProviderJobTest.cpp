@@ -106,7 +106,7 @@ TEST_F(ReferenceApiProviderJobTest, DeliversProgressAtItsPaceAndNeverAfterTheEnd
     };
     EXPECT_TRUE(_host.provider.RunJobWithTitle(_title, [](IJobProgress& io_progress) {
         for (int i = 0; !io_progress.GetStopToken().stop_requested(); ++i) {
-            io_progress.SetProgress(i - 5, "Schicht ü");
+            io_progress.SetProgress(i == 0 ? -5 : 500, "Schicht ü");
             std::this_thread::yield();
         }
         io_progress.SetProgress(50, "late");
