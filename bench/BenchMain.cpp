@@ -1,4 +1,4 @@
-#include <QGuiApplication>
+#include <QCoreApplication>
 
 namespace Bench {
 
@@ -14,8 +14,7 @@ void AddXmlBenchmarks();
 
 int main(int i_argc, char** ip_argv)
 {
-    qputenv("QT_QPA_PLATFORM", "minimal");
-    QGuiApplication application(i_argc, ip_argv);
+    QCoreApplication application(i_argc, ip_argv);
     Bench::AddCanRunBenchmarks();
     Bench::AddProxyBenchmarks();
     Bench::AddNewsBenchmarks();
