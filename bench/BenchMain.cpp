@@ -6,6 +6,7 @@ int RunAll(int i_argc, char** ip_argv);
 void AddCanRunBenchmarks();
 void AddCommandBenchmarks();
 void AddFileBenchmarks();
+void AddManagerBenchmarks();
 void AddNewsBenchmarks();
 void AddProxyBenchmarks();
 void AddXmlBenchmarks();
@@ -21,5 +22,6 @@ int main(int i_argc, char** ip_argv)
     Bench::AddXmlBenchmarks();
     Bench::AddFileBenchmarks();
     Bench::AddCommandBenchmarks();
+    Bench::AddManagerBenchmarks();
     return Bench::RunAll(i_argc, ip_argv);
 }

@@ -1,4 +1,5 @@
 #include "Comparison.h"
+#include "ProcessStatus.h"
 #include "StubMachines.h"
 
 #include "catalog/CachedMachineStrategy.h"
@@ -6,7 +7,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <map>
 #include <mutex>
 
@@ -64,16 +64,6 @@ double MeasureLongestAnswer()
         }
     }
     return std::chrono::duration<double>(longest).count();
-}
-
-std::size_t CountThreads()
-{
-    std::ifstream status("/proc/self/status");
-    for (std::string line; std::getline(status, line);) {
-        if (line.starts_with("Threads:"))
-            return std::stoul(line.substr(8));
-    }
-    return 0;
 }
 
 /// Memory of one of 10,000 machines that nobody asked about, without the machine that it wraps. Bytes; more than any

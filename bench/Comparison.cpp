@@ -51,6 +51,8 @@ std::string Format(double i_value, const std::string& i_unit)
     char text[64];
     if (i_unit == "bytes")
         std::snprintf(text, sizeof text, "%.0f B", i_value);
+    else if (i_unit != "s")
+        std::snprintf(text, sizeof text, "%.1f", i_value);
     else if (i_value < 1e-6)
         std::snprintf(text, sizeof text, "%.1f ns", i_value * 1e9);
     else if (i_value < 1e-3)

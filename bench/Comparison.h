@@ -19,7 +19,7 @@ void ComparePrepared(const std::string& i_name, double i_bound, std::function<Bo
                      std::function<Body()> i_make_floor);
 
 /// A value that must stay below a limit: measured once per repetition. The limit stands in the column of the floor.
-/// \param i_unit "s" or "bytes".
+/// \param i_unit "s", "bytes" or a word for what is counted.
 void Limit(const std::string& i_name, double i_limit, const std::string& i_unit, std::function<double()> i_measure);
 
 } // namespace Bench

@@ -19,12 +19,10 @@ public:
     StubStrategy(const MachineData& i_data, StubBehaviour i_behaviour)
         : MachineStrategy(i_data)
         , _behaviour(i_behaviour)
+        , _commands(MakeCommandDescriptions(i_data.id, i_behaviour.commands))
     {}
 
-    std::future<std::vector<CommandDescription>> GetCommands() const override
-    {
-        return _Answer(std::vector<CommandDescription>());
-    }
+    std::future<std::vector<CommandDescription>> GetCommands() const override { return _Answer(_commands); }
     std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override { return _Answer(true); }
     std::future<CommandResult> RunCommand(const CommandParameters&) const override { return _Answer(CommandResult()); }
     ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override
@@ -65,6 +63,7 @@ private:
     }
 
     const StubBehaviour _behaviour;
+    const std::vector<CommandDescription> _commands;
 };
 
 std::unique_ptr<StubCatalog>& NextCatalog()
@@ -85,6 +84,20 @@ public:
 };
 
 } // namespace
+
+std::vector<CommandDescription> MakeCommandDescriptions(const boost::uuids::uuid& i_machine, std::size_t i_count)
+{
+    std::vector<CommandDescription> commands;
+    for (std::size_t number = 0; number < i_count; ++number) {
+        CommandDescription& command = commands.emplace_back();
+        command.type = CommandType::Additional;
+        command.id = i_machine;
+        command.id.data[0] = static_cast<std::uint8_t>(number);
+        command.name = "Command number " + std::to_string(number);
+        command.description = "What the command of this number does.";
+    }
+    return commands;
+}
 
 boost::uuids::uuid MakeId(std::size_t i_number)
 {

@@ -13,10 +13,16 @@ namespace Bench {
 
 boost::uuids::uuid MakeId(std::size_t i_number);
 
+/// Commands of a machine's own, as a service would have to build them for an answer.
+std::vector<MachineService::CommandDescription> MakeCommandDescriptions(const boost::uuids::uuid& i_machine,
+                                                                        std::size_t i_count);
+
 struct StubBehaviour
 {
-    /// Answers questions and runs; empty: they never become ready.
+    /// Answers questions and runs; otherwise they never become ready.
     bool answers = true;
+    /// Commands of its own that it offers.
+    std::size_t commands = 0;
 };
 
 MachineService::Machine MakeStubMachine(std::size_t i_number, StubBehaviour i_behaviour = {});

@@ -15,7 +15,8 @@ enum ExitStatus : int
     Interrupted = 130,
 };
 
-/// The main job without a window: catalog, attachment, platform, meshes, Build, figures, files. Prints each step as it happens.
+/// The main job without a window: catalog, attachment, platform, meshes, Build, figures, files. Prints each step as it
+/// happens.
 ///
 /// Leaves in the folder the machine file, platform.TavAMX and transcript.txt; after an interruption nothing of this
 /// run. Thread: UI thread. Never throws.

@@ -49,7 +49,8 @@ struct TAVAM_EXPORT Transform
     bool operator==(const Transform&) const = default;
 };
 
-/// Triangles over shared vertices. Units: mm. Immutable once shared: scenes and files keep it by shared_ptr<const Mesh>.
+/// Triangles over shared vertices. Units: mm. Immutable once shared: scenes and files keep it by shared_ptr<const
+/// Mesh>.
 struct TAVAM_EXPORT Mesh
 {
     std::vector<Point3f> vertices;

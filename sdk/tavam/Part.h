@@ -33,7 +33,8 @@ public:
     bool HasSupports() const { return _hasSupports; }
     void SetHasSupports(bool i_has_supports) { _hasSupports = i_has_supports; }
 
-    /// Print strategies by role ("part", "support"): ids from the machine's list. Empty when the part was never assigned any.
+    /// Print strategies by role ("part", "support"): ids from the machine's list. Empty when the part was never
+    /// assigned any.
     using Strategies = std::map<std::wstring, std::wstring>;
     const std::optional<Strategies>& GetStrategies() const { return _strategies; }
     void SetStrategies(std::optional<Strategies> i_strategies) { _strategies = std::move(i_strategies); }

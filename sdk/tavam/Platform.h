@@ -12,7 +12,8 @@
 
 namespace TavAM {
 
-/// One build platform: a machine, maybe, and the parts on it. A value: copies hold copies of the parts, which share meshes.
+/// One build platform: a machine, maybe, and the parts on it. A value: copies hold copies of the parts, which share
+/// meshes.
 class TAVAM_EXPORT Platform : public Object
 {
 public:

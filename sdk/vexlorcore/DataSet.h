@@ -21,8 +21,8 @@ using Part = TavAM::Part;
 
 /// A scene: one build platform with its parts, and what the host keeps beside it.
 ///
-/// Scenes are made by Database::CreateDataSet, which holds them by shared_ptr; code that comes back to a scene after the
-/// event loop ran keeps a weak_ptr (weak_from_this) or asks Database::Contains.
+/// Scenes are made by Database::CreateDataSet, which holds them by shared_ptr; code that comes back to a scene after
+/// the event loop ran keeps a weak_ptr (weak_from_this) or asks Database::Contains.
 ///
 /// Thread: UI thread.
 class VEXLORCORE_EXPORT DataSet : public std::enable_shared_from_this<DataSet>
@@ -36,8 +36,8 @@ public:
     TavAM::Object& GetAMObject() { return *_platform; }
     TavAM::Platform& GetPlatform() { return *_platform; }
     const TavAM::Platform& GetPlatform() const { return *_platform; }
-    /// Takes the platform over as it is. References to the platform stay valid, those to its parts do not; parts that are
-    /// gone leave the selection, which is all that is announced.
+    /// Takes the platform over as it is. References to the platform stay valid, those to its parts do not; parts that
+    /// are gone leave the selection, which is all that is announced.
     void SetPlatform(TavAM::Platform i_platform);
 
     std::vector<Part>& GetParts() { return _platform->GetParts(); }

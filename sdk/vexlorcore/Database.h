@@ -22,8 +22,8 @@ public:
     DataSet* CreateDataSet();
     /// A copy with the original's platform, transient properties and file name; sends DataSetCopied.
     DataSet* CopyDataSet(DataSet* ip_original);
-    /// Sends DataSetClosing, then destroys the scene; if it was active, no scene is active and DataSetActivated is sent.
-    /// Closing a scene that is not of this database is harmless.
+    /// Sends DataSetClosing, then destroys the scene; if it was active, no scene is active and DataSetActivated is
+    /// sent. Closing a scene that is not of this database is harmless.
     void CloseDataSet(DataSet* ip_data_set);
 
     /// In the order of creation.

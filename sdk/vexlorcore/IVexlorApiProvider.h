@@ -21,7 +21,8 @@ class IJobProgress
 {
 public:
     virtual ~IJobProgress() = default;
-    /// \param i_percent 0 to 100; shown at most ten times a second. \param i_stage UTF-8, what is being done; may be empty.
+    /// \param i_percent 0 to 100; shown at most ten times a second. \param i_stage UTF-8, what is being done; may be
+    /// empty.
     virtual void SetProgress(int i_percent, const std::string& i_stage) = 0;
     virtual std::stop_token GetStopToken() const = 0;
 };
@@ -33,17 +34,17 @@ using Job = std::function<bool(IJobProgress&)>;
 
 /// What the library may ask of its host. The host implements it and hands out a getter.
 ///
-/// Thread: every operation may be called from any thread; whatever touches scenes or windows is brought to the UI thread
-/// by the implementation, which waits for it there. Nothing else in the library marshals.
-/// The destructor counts as the first operation; the order is part of the interface and new operations go to its end.
+/// Thread: every operation may be called from any thread; whatever touches scenes or windows is brought to the UI
+/// thread by the implementation, which waits for it there. Nothing else in the library marshals. The destructor counts
+/// as the first operation; the order is part of the interface and new operations go to its end.
 class IVexlorApiProvider
 {
 public:
     virtual ~IVexlorApiProvider() = default;
 
-    /// 2. Runs the job on a job thread under a progress display with this title, keeps the event loop turning and returns
-    /// the job's result. One job at a time: while another runs, throws std::runtime_error "Another command is still running.".
-    /// Call it on the UI thread. What the job throws is thrown here.
+    /// 2. Runs the job on a job thread under a progress display with this title, keeps the event loop turning and
+    /// returns the job's result. One job at a time: while another runs, throws std::runtime_error "Another command is
+    /// still running.". Call it on the UI thread. What the job throws is thrown here.
     virtual bool RunJobWithTitle(const QString& i_progress_title, const VexlorCore::Job& i_job) = 0;
     /// 3. The same under the host's default progress, which names the command.
     virtual bool RunJob(const QString& i_command_title, const VexlorCore::Job& i_job) = 0;
@@ -58,13 +59,14 @@ public:
     /// \throws TavAM::FileError; std::runtime_error "The scene was closed.".
     virtual void SaveProcessorInput(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                                     const std::filesystem::path& i_path) = 0;
-    /// 8. Lets the host bring pending edits of the scene to an end, so that the parts may be sent as they are. False: the
-    /// user declined. \throws std::runtime_error "The scene was closed.".
+    /// 8. Lets the host bring pending edits of the scene to an end, so that the parts may be sent as they are. False:
+    /// the user declined. \throws std::runtime_error "The scene was closed.".
     virtual bool PrepareScene(VexlorCore::DataSet* ip_data_set) = 0;
     /// 9. Takes the files of a machine into the scene.
-    /// \param i_import_kind 1 whole platform: parts are matched by revision id and replaced, unknown ones added, the scene's
-    ///        others stay, and so does its attachment to a machine when the file has none; 2 placements; 3 properties of
-    ///        platform and parts; 4 strategies; 5 additional parts, also from mesh files.
+    /// \param i_import_kind 1 whole platform: parts are matched by revision id and replaced, unknown ones added, the
+    /// scene's
+    ///        others stay, and so does its attachment to a machine when the file has none; 2 placements; 3 properties
+    ///        of platform and parts; 4 strategies; 5 additional parts, also from mesh files.
     /// \param i_on_platform_loaded called on the UI thread for each platform after it was taken in; may be empty.
     /// \param i_options 0; reserved.
     /// \throws TavAM::FileError; std::runtime_error "The scene was closed.". The scene is then unchanged.

@@ -12,8 +12,8 @@ class ListenerList;
 
 /// Receives the host's notifications while it is listening.
 ///
-/// Add it to the lists whose notifications it wants (Database::AddListener, OperationManagerBase::AddListener), then call
-/// StartListening. Its destructor takes it out of every list that it is still in.
+/// Add it to the lists whose notifications it wants (Database::AddListener, OperationManagerBase::AddListener), then
+/// call StartListening. Its destructor takes it out of every list that it is still in.
 ///
 /// Thread: UI thread. Ownership: lists do not own their listeners.
 class VEXLORCORE_EXPORT MListener
@@ -43,8 +43,8 @@ private:
 
 /// The listeners of one source of notifications.
 ///
-/// A listener may add and remove listeners, itself included, and be destroyed while a notification is delivered: the one
-/// that is gone gets nothing more, the new one gets the next notification.
+/// A listener may add and remove listeners, itself included, and be destroyed while a notification is delivered: the
+/// one that is gone gets nothing more, the new one gets the next notification.
 class VEXLORCORE_EXPORT ListenerList
 {
 public:

@@ -29,13 +29,15 @@ public:
 
 /// The active scene of the database changed.
 class DataSetActivated final : public INotification
-{
-};
+{};
 
 class DataSetCopied final : public INotification
 {
 public:
-    DataSetCopied(DataSet* ip_original, DataSet* ip_copied) : _original(ip_original), _copied(ip_copied) {}
+    DataSetCopied(DataSet* ip_original, DataSet* ip_copied)
+        : _original(ip_original)
+        , _copied(ip_copied)
+    {}
     DataSet* GetOriginal() const { return _original; }
     DataSet* GetCopied() const { return _copied; }
 
@@ -44,34 +46,37 @@ private:
     DataSet* _copied;
 };
 
-
 class OperationCompleted final : public INotification
 {
 public:
-    explicit OperationCompleted(std::uint32_t i_actions) : _actions(i_actions) {}
-    bool HasDatabaseAction(DatabaseAction i_action) const { return (_actions & static_cast<std::uint32_t>(i_action)) != 0; }
+    explicit OperationCompleted(std::uint32_t i_actions)
+        : _actions(i_actions)
+    {}
+    bool HasDatabaseAction(DatabaseAction i_action) const
+    {
+        return (_actions & static_cast<std::uint32_t>(i_action)) != 0;
+    }
 
 private:
     std::uint32_t _actions;
 };
 
 class BeforeExecuteOperation final : public INotification
-{
-};
+{};
 
 class AfterExecuteOperation final : public INotification
-{
-};
+{};
 
 class SelectionChanged final : public INotification
-{
-};
+{};
 
 /// Base of the notifications about one scene.
 class DataSetNotification : public INotification
 {
 public:
-    explicit DataSetNotification(DataSet* ip_data_set) : _dataSet(ip_data_set) {}
+    explicit DataSetNotification(DataSet* ip_data_set)
+        : _dataSet(ip_data_set)
+    {}
     DataSet* GetDataSet() const { return _dataSet; }
 
 private:

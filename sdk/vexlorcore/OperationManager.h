@@ -29,9 +29,9 @@ public:
     OperationManagerBase(const OperationManagerBase&) = delete;
     OperationManagerBase& operator=(const OperationManagerBase&) = delete;
 
-    /// Order: BeforeExecuteOperation to this manager's listeners, the operation, the record added, AfterExecuteOperation to
-    /// the listeners, OperationCompleted to the database's listeners. When the operation throws, nothing is recorded and
-    /// only AfterExecuteOperation is sent before the exception goes on.
+    /// Order: BeforeExecuteOperation to this manager's listeners, the operation, the record added,
+    /// AfterExecuteOperation to the listeners, OperationCompleted to the database's listeners. When the operation
+    /// throws, nothing is recorded and only AfterExecuteOperation is sent before the exception goes on.
     void Execute(const std::wstring& i_name, std::uint32_t i_actions, const std::function<void()>& i_operation,
                  std::function<void()> i_undo = {});
     /// Undoes the last recorded operation and takes it out of the history; false when there is none.

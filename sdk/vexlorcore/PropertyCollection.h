@@ -21,7 +21,9 @@ template <class T>
 class SimplePropertyBase : public IPropertyValue
 {
 public:
-    explicit SimplePropertyBase(const T& i_value) : _value(i_value) {}
+    explicit SimplePropertyBase(const T& i_value)
+        : _value(i_value)
+    {}
     const T& GetValue() const { return _value; }
     void SetValue(const T& i_value) { _value = i_value; }
 

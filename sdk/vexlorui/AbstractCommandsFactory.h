@@ -24,7 +24,8 @@ public:
     virtual QList<UiCommand*> GetAllCommands() const = 0;
     /// Null when there is no such command.
     virtual UiCommand* GetCommand(const QString& i_id) const = 0;
-    virtual void InitProductFeatures(const QSet<QString>& i_features, const QMap<QString, QStringList>& i_feature_commands) = 0;
+    virtual void InitProductFeatures(const QSet<QString>& i_features,
+                                     const QMap<QString, QStringList>& i_feature_commands) = 0;
 
 Q_SIGNALS:
     void BeforeCommandsAdded(const QSet<QString>& i_ids);

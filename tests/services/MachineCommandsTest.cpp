@@ -361,8 +361,8 @@ TEST_F(MachineCommandsTest, PlacesPartsThatThenPassTheCheckOrNamesThem)
     auto platform = MakePlatform({MakeCube(L"a", 20), MakeCube(L"b", 20), MakeCube(L"c", 500)});
     const auto refused = Fail(CommandType::AdditionalForPlatform, platform);
     EXPECT_EQ(refused.code, ErrorCode::FileError);
-    EXPECT_THAT(refused.text, AllOf(HasSubstr("'c' leaves the bed by 415 mm"),
-                                    HasSubstr("in one another's way: 'a', 'b'")));
+    EXPECT_THAT(refused.text,
+                AllOf(HasSubstr("'c' leaves the bed by 415 mm"), HasSubstr("in one another's way: 'a', 'b'")));
 
     EXPECT_THAT(Run(CommandType::AutomaticPlacement, platform).message, HasSubstr("3 parts were placed"));
     const auto placed = ReadOutput();

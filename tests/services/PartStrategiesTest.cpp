@@ -10,8 +10,10 @@ using ::testing::IsEmpty;
 
 namespace {
 
-const std::vector<PrintStrategy> Known = {
-    {"std", "Standard", "part", {{"perimeters", "2"}}}, {"fine", "Fine", "part", {{"perimeters", "3"}, {"layer_height", "0.1"}}}, {"tree", "Tree", "support", {{"support_material", "1"}}}, {"grid", "Grid", "support", {{"perimeters", "9"}}}};
+const std::vector<PrintStrategy> Known = {{"std", "Standard", "part", {{"perimeters", "2"}}},
+                                          {"fine", "Fine", "part", {{"perimeters", "3"}, {"layer_height", "0.1"}}},
+                                          {"tree", "Tree", "support", {{"support_material", "1"}}},
+                                          {"grid", "Grid", "support", {{"perimeters", "9"}}}};
 
 struct Row
 {

@@ -15,7 +15,8 @@ boost::signals2::connection AbstractMachinesCatalog::ConnectMachineRemoved(const
     return _machineRemoved.connect(i_slot);
 }
 
-boost::signals2::connection AbstractMachinesCatalog::ConnectMachineUpdated(const MachineUpdatedSignal::slot_type& i_slot)
+boost::signals2::connection
+AbstractMachinesCatalog::ConnectMachineUpdated(const MachineUpdatedSignal::slot_type& i_slot)
 {
     return _machineUpdated.connect(i_slot);
 }

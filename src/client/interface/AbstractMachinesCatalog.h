@@ -34,7 +34,8 @@ public:
     AbstractMachinesCatalog(const AbstractMachinesCatalog&) = delete;
     AbstractMachinesCatalog& operator=(const AbstractMachinesCatalog&) = delete;
 
-    virtual AuthenticationResult SetAuthentication(ServiceId i_service, const std::optional<AuthenticationData>& i_data) = 0;
+    virtual AuthenticationResult SetAuthentication(ServiceId i_service,
+                                                   const std::optional<AuthenticationData>& i_data) = 0;
     /// Brings the service up; false when the service is not known or cannot start. Starting twice is harmless.
     virtual bool Start(ServiceId i_service) = 0;
     /// Asks the service to look for changes now; false when it does not run.

@@ -45,7 +45,7 @@ struct CommandDescription
 /// What a machine is told about one part beyond the platform file.
 struct PartParameters
 {
-    std::string globalId; ///< revision id of the part, 36 lower-case characters
+    std::string globalId;                                        ///< revision id of the part, 36 lower-case characters
     std::vector<std::pair<std::string, std::string>> strategies; ///< role, strategy id
     bool hasSupports = false;
 };
@@ -83,11 +83,11 @@ inline constexpr std::int32_t SubmissionSent = 14;
 /// How a run of a command ended, when it did not end in an exception.
 struct CommandResult
 {
-    bool completed = true;                        ///< false when the machine gave up; status and message then say why
+    bool completed = true;                         ///< false when the machine gave up; status and message then say why
     DataFormat dataFormat = DataFormat::Undefined; ///< of the files in the output folder; None: there are none
-    std::int32_t status = 0;                      ///< 0, or the ErrorCode of a failure
-    std::int32_t secondStatus = 0;                ///< SubmissionSent when the Machine Manager took the job
-    std::string message;                          ///< UTF-8
+    std::int32_t status = 0;                       ///< 0, or the ErrorCode of a failure
+    std::int32_t secondStatus = 0;                 ///< SubmissionSent when the Machine Manager took the job
+    std::string message;                           ///< UTF-8
     JobListAddress jobList;
 };
 

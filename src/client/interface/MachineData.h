@@ -34,11 +34,11 @@ struct BuildVolume
 /// What a machine says of itself. Texts are UTF-8.
 struct MachineData
 {
-    boost::uuids::uuid id = {}; ///< a machine with the nil id counts as no machine
-    std::string name;           ///< display name
-    bool configuresConnection = false;  ///< its configure command is about the connection, not about the printer
-    bool acceptsImplicitData = false;   ///< parts may be, or contain, implicit data
-    bool acceptsComposedParts = false;  ///< parts may be composed of members
+    boost::uuids::uuid id = {};        ///< a machine with the nil id counts as no machine
+    std::string name;                  ///< display name
+    bool configuresConnection = false; ///< its configure command is about the connection, not about the printer
+    bool acceptsImplicitData = false;  ///< parts may be, or contain, implicit data
+    bool acceptsComposedParts = false; ///< parts may be composed of members
     ServiceId serviceId = ServiceId::BuildProcessors;
     MachineRepresentation representation = MachineRepresentation::Machine;
     std::string modelId;

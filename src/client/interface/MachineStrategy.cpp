@@ -4,8 +4,7 @@ namespace MachineService {
 
 MachineStrategy::MachineStrategy(const MachineData& i_data)
     : _data(i_data)
-{
-}
+{}
 
 MachineStrategy::~MachineStrategy() = default;
 

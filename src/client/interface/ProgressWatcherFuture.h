@@ -38,8 +38,7 @@ public:
                                    std::shared_ptr<ProgressWatcher> ip_watcher = std::make_shared<ProgressWatcher>())
         : _future(std::move(i_future))
         , _watcher(std::move(ip_watcher))
-    {
-    }
+    {}
 
     bool valid() const { return _future.valid(); }
     /// \throws std::future_error when not valid; whatever the service stored.

@@ -41,7 +41,8 @@ constexpr MachineChanges operator|(MachineChanges i_left, MachineChanges i_right
 /// True when every bit of i_bits is set in i_changes.
 constexpr bool HasChanges(MachineChanges i_changes, MachineChanges i_bits)
 {
-    return (static_cast<std::int32_t>(i_changes) & static_cast<std::int32_t>(i_bits)) == static_cast<std::int32_t>(i_bits);
+    return (static_cast<std::int32_t>(i_changes) & static_cast<std::int32_t>(i_bits)) ==
+           static_cast<std::int32_t>(i_bits);
 }
 
 /// In which form a machine is asked for by service and id.
@@ -74,16 +75,16 @@ enum class AuthenticationResult : std::int32_t
 /// The formats 1 to 5 are .TavAMX files and tell what of the file is taken into the scene; 6 to 8 are opened beside it.
 enum class DataFormat : std::int32_t
 {
-    None = -1,          ///< there is nothing to load
+    None = -1, ///< there is nothing to load
     Undefined = 0,
-    Platform = 1,       ///< parts, placement and properties of the whole platform
-    Placement = 2,      ///< placements of the parts
-    Properties = 3,     ///< properties of platform and parts, such as figures
-    Strategies = 4,     ///< print strategies assigned to the parts
+    Platform = 1,        ///< parts, placement and properties of the whole platform
+    Placement = 2,       ///< placements of the parts
+    Properties = 3,      ///< properties of platform and parts, such as figures
+    Strategies = 4,      ///< print strategies assigned to the parts
     AdditionalParts = 5, ///< parts that are added to the platform
-    Document = 6,       ///< a document for the user, such as a report
-    MachineFile = 7,    ///< a file for the machine
-    Other = 8,          ///< any other file that the desktop can open
+    Document = 6,        ///< a document for the user, such as a report
+    MachineFile = 7,     ///< a file for the machine
+    Other = 8,           ///< any other file that the desktop can open
 };
 
 } // namespace MachineService
