@@ -1,0 +1,244 @@
+#include "commands/ExecutionFixture.h"
+
+#include "tavam/FileError.h"
+#include "vexlorcore/HostException.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+#include <thread>
+
+namespace MachineService {
+namespace {
+
+using ::testing::Contains;
+using ::testing::Not;
+using namespace std::chrono_literals;
+
+struct CountingHostException : VexlorCore::HostException
+{
+    static inline int mgp_alive = 0;
+    CountingHostException()
+        : HostException(L"h\u00f6st")
+    {
+        ++mgp_alive;
+    }
+    ~CountingHostException() override { --mgp_alive; }
+};
+
+struct FailureRow
+{
+    const char* name;
+    std::function<void(Script&, ScriptedProvider&)> arrange;
+    std::string text;
+    int format = 1;
+};
+
+CommandResult MakeResult(int i_status, bool i_completed, const char* ip_message)
+{
+    CommandResult result;
+    result.status = i_status;
+    result.completed = i_completed;
+    result.message = ip_message;
+    return result;
+}
+
+template <class T>
+FailureRow ServiceThrows(const char* ip_name, T i_exception, std::string i_text)
+{
+    return {ip_name,
+            [i_exception](Script& io_script, ScriptedProvider&) {
+                io_script.run = [i_exception](const CommandParameters&) {
+                    return Failed(std::make_exception_ptr(i_exception));
+                };
+            },
+            std::move(i_text)};
+}
+
+const FailureRow mgp_failures[] = {
+    ServiceThrows("code in the table", CommunicationException(ErrorCode::QueuePaused, "own"),
+                  "Build Processor queue is paused. Please resume the queue from the Build Processor Manager."),
+    ServiceThrows("code outside the table", CommunicationException(ErrorCode::FileError, "own"), "own"),
+    ServiceThrows("code without any text", CommunicationException(ErrorCode::InternalError),
+                  "The command failed with error code 1."),
+    ServiceThrows("standard exception", std::runtime_error("r\u00fcn"), "r\u00fcn"),
+    ServiceThrows("host exception by value", VexlorCore::HostException(L"h\u00f6st"), "h\u00f6st"),
+    ServiceThrows("unknown exception", 42, "The command failed for an unknown reason."),
+    {"service throws at once",
+     [](Script& io_script, ScriptedProvider&) {
+         io_script.run = [](const CommandParameters&) -> std::future<CommandResult> {
+             throw CommunicationException(ErrorCode::MachineNotFound);
+         };
+     },
+     "Machine cannot be found. Please check the machines added to the Build Processor Manager."},
+    {"no future",
+     [](Script& io_script, ScriptedProvider&) {
+         io_script.run = [](const CommandParameters&) {
+             return std::future<CommandResult>();
+         };
+     },
+     "Unexpected Build Processor output."},
+    {"result with status",
+     [](Script& io_script, ScriptedProvider&) { io_script.run = Leave({"a.TavAMX"}, MakeResult(3, true, "own")); },
+     "own"},
+    {"result not completed",
+     [](Script& io_script, ScriptedProvider&) { io_script.run = Leave({"a.TavAMX"}, MakeResult(0, false, "own")); },
+     "An error occurred while processing the job."},
+    {"unknown format", [](Script&, ScriptedProvider&) {}, "Unsupported input file format.", 9},
+    {"unknown format of the result",
+     [](Script& io_script, ScriptedProvider&) {
+         CommandResult result;
+         result.dataFormat = static_cast<DataFormat>(9);
+         io_script.run = Leave({"a"}, result);
+     },
+     "Unsupported input file format."},
+    {"saving fails",
+     [](Script&, ScriptedProvider& io_provider) {
+         io_provider.onSave = [] {
+             throw TavAM::FileError("disk full");
+         };
+     },
+     "disk full"},
+    {"loading fails, host exception by pointer",
+     [](Script& io_script, ScriptedProvider& io_provider) {
+         io_script.run = Leave({"a.TavAMX"});
+         io_provider.onLoad = [] {
+             throw new CountingHostException();
+         };
+     },
+     "h\u00f6st"},
+    {"the host cannot run a job",
+     [](Script&, ScriptedProvider& io_provider) {
+         io_provider.onStart = [] {
+             throw std::runtime_error("no job");
+         };
+     },
+     "no job"},
+};
+
+TEST_F(CommandExecution, EveryFailureIsOneCriticalMessageAndFalse)
+{
+    for (const FailureRow& row : mgp_failures) {
+        SCOPED_TRACE(row.name);
+        *_script = Script();
+        _script->run = Leave({});
+        _provider.onStart = _provider.onSave = _provider.onLoad = nullptr;
+        _provider.log.clear();
+        _messages.clear();
+        row.arrange(*_script, _provider);
+        EXPECT_FALSE(_Submit(CommandType::Build, row.format));
+        _ExpectOneFailure(row.text);
+        EXPECT_EQ(0, CountingHostException::mgp_alive);
+        EXPECT_THAT(_provider.log, Not(Contains(::testing::StartsWith("open"))));
+    }
+}
+
+TEST_F(CommandExecution, MissingScenesAndGettersAreFailuresToo)
+{
+    _getScene = [] {
+        return nullptr;
+    };
+    EXPECT_FALSE(_Submit());
+    _ExpectOneFailure("There is no active scene.");
+    _messages.clear();
+    _getProvider = nullptr;
+    _getScene = [this] {
+        return _scene;
+    };
+    EXPECT_FALSE(_Submit());
+    _ExpectOneFailure("bad_function_call");
+}
+
+TEST_F(CommandExecution, HostThatCannotShowMessagesGetsNoException)
+{
+    Vexlor::MessageDialogs::SetHandler([](const Vexlor::Message&) -> int { throw std::runtime_error("no screen"); });
+    _script->run = [](const CommandParameters&) {
+        return std::future<CommandResult>();
+    };
+    EXPECT_FALSE(_Submit());
+    EXPECT_TRUE(_TempIsEmpty());
+}
+
+TEST_F(CommandExecution, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond)
+{
+    std::promise<CommandResult> never;
+    CommandParameters seen;
+    const auto cancel = [this] {
+        _host.provider.CancelCurrentJob();
+    };
+    const std::pair<const char*, std::function<void()>> phases[] = {
+        {"before the start",
+         [&] {
+             _provider.onJob = cancel;
+         }},
+        {"while saving",
+         [&] {
+             _provider.onSave = cancel;
+         }},
+        {"the service obeys",
+         [&] {
+             _script->run = [&](const CommandParameters& i_parameters) {
+                 cancel();
+                 EXPECT_TRUE(i_parameters.stopToken.stop_requested());
+                 return Failed(std::make_exception_ptr(std::runtime_error("engine killed")));
+             };
+         }},
+        {"the service has succeeded already",
+         [&] {
+             _script->run = [&](const CommandParameters& i_parameters) {
+                 cancel();
+                 return Leave({"a.TavAMX"})(i_parameters);
+             };
+         }},
+        {"the service never answers",
+         [&] {
+             _script->run = [&](const CommandParameters& i_parameters) {
+                 never = {};
+                 seen = i_parameters;
+                 QTimer::singleShot(0, QCoreApplication::instance(), cancel);
+                 return never.get_future();
+             };
+         }},
+    };
+    QTimer timer;
+    int ticks = 0;
+    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(1);
+    for (const auto& [name, arrange] : phases) {
+        ticks = 0;
+        SCOPED_TRACE(name);
+        *_script = Script();
+        _provider.onJob = _provider.onSave = nullptr;
+        _provider.log.clear();
+        _messages.clear();
+        arrange();
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_FALSE(_Submit());
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
+        _ExpectOneFailure("Job processing was aborted.");
+        EXPECT_THAT(_provider.log, Not(Contains(::testing::StartsWith("load"))));
+    }
+    EXPECT_GT(ticks, 10) << "the event loop stood still while a service was waited for";
+
+    // The service that nobody waits for any more reports and answers after all: to nobody.
+    const std::size_t reports = _provider.progress.size();
+    std::thread([&] {
+        seen.onProgress(50, "late");
+        never.set_value({});
+    }).join();
+    EXPECT_EQ(reports, _provider.progress.size());
+    EXPECT_EQ(1u, _messages.size());
+}
+
+TEST_F(CommandExecution, CancellingWhileLoadingLoadsTheWhole)
+{
+    _script->run = Leave({"a.TavAMX"});
+    _provider.onLoad = [this] {
+        _host.provider.CancelCurrentJob();
+    };
+    EXPECT_TRUE(_Submit());
+    EXPECT_TRUE(_messages.empty());
+}
+
+} // namespace
+} // namespace MachineService
