@@ -17,7 +17,7 @@ namespace {
 
 // Bytes of UTF-8. Even when each becomes an entity of six, a tag stays within what a reader of XML takes.
 constexpr std::size_t LargestName = std::size_t{64} << 10U;
-constexpr std::size_t LargestValue = std::size_t{1} << 20U;
+constexpr std::size_t LargestValue = PersistentProperties::LargestText;
 static_assert(6 * (LargestValue + LargestName) < TavSDK::XmlBounds::Text);
 
 } // namespace

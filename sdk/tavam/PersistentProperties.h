@@ -17,6 +17,9 @@ class TAVAM_EXPORT PersistentProperties
 public:
     using Map = std::map<std::wstring, std::optional<std::wstring>>;
 
+    /// Longest text that can be saved, in bytes of UTF-8 with each backslash counted twice.
+    static constexpr std::size_t LargestText = std::size_t{1} << 20U;
+
     bool Has(const std::wstring& i_name) const;
     /// Empty when the property is missing or holds no defined value.
     std::optional<std::wstring> GetText(const std::wstring& i_name) const;

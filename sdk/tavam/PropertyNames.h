@@ -9,6 +9,8 @@ inline constexpr wchar_t SelectedQueueID[] = L"Print3D.SelectedQueueID";
 inline constexpr wchar_t OldSelectedQueueID[] = L"Print3D.QueueID";
 /// Configuration time of the machine that the scene was prepared for: ISO-8601, UTC.
 inline constexpr wchar_t MachineInformationTimestamp[] = L"Print3D.MachineInformationTimestamp";
+/// What platforms for the machine are prepared with: an XML document, see docs/machine-configuration.md.
+inline constexpr wchar_t MachineConfiguration[] = L"Print3D.MachineConfiguration";
 
 /// Figures of a processed platform or part. Numbers in decimal with a point; on a part they are that part's own share.
 inline constexpr wchar_t LayerCount[] = L"Print3D.Figures.LayerCount";

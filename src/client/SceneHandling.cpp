@@ -4,6 +4,7 @@
 #include "client/UuidConversions.h"
 #include "client/interface/CommunicationException.h"
 #include "commands/ConfigurationCommands.h"
+#include "machineconfig/CarriedMachineConfiguration.h"
 #include "platform/ErrorMessages.h"
 
 #include "vexlorcore/Application.h"
@@ -52,6 +53,15 @@ void StopExceptions(const char* ip_what, const Function& i_function)
     } catch (...) {
         qCWarning(ClientLog, "%s.", ip_what);
     }
+}
+
+/// The scene is of use all the same, and who saves or sends it learns what is wrong.
+void UpdateConfiguration(VexlorCore::DataSet* ip_data_set)
+{
+    StopExceptions("The machine configuration of a scene could not be brought up to date", [ip_data_set] {
+        if (ip_data_set)
+            Utilities::UpdateMachineConfiguration(ip_data_set);
+    });
 }
 
 } // namespace
@@ -133,6 +143,7 @@ void CommunicationClient::_HandleMachineIdChanged(VexlorCore::DataSet* ip_data_s
         Utilities::DetachPrinter(ip_data_set);
     else
         Utilities::ClearCachedMachineData(ip_data_set);
+    UpdateConfiguration(ip_data_set);
     Send(*ip_data_set, VexlorCore::BPQueueChanged(ip_data_set));
 }
 
@@ -143,6 +154,7 @@ void CommunicationClient::_HandleSceneActivated(VexlorCore::DataSet* ip_data_set
         if (const auto printer = TryGetPrinter(ip_data_set))
             Utilities::UpdatePldfTimestamp(ip_data_set, *printer);
     });
+    UpdateConfiguration(ip_data_set);
     Q_EMIT MachinesChanged();
 }
 

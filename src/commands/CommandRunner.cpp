@@ -6,6 +6,7 @@
 #include "client/interface/ScopedTempDir.h"
 #include "commands/FailureReport.h"
 #include "commands/JobListDialog.h"
+#include "machineconfig/CarriedMachineConfiguration.h"
 #include "platform/ProcessorOutput.h"
 
 #include "vexlorcore/Application.h"
@@ -111,8 +112,10 @@ CommandResult RunInTemporaryFolders(const Run& i_run, VexlorCore::IJobProgress& 
     parameters.outputDir = output.GetAbsoluteDir();
     parameters.inputFile = input.GetAbsoluteFileNameInTempDir(GetInputFileName(i_run.dataFormat));
 
-    i_run.apiProvider().SaveProcessorInput(i_run.scene.Get(), static_cast<std::int32_t>(i_run.dataFormat),
-                                           parameters.inputFile);
+    IVexlorApiProvider& provider = i_run.apiProvider();
+    // The machine goes by what the scene's machine data say now, and not by what they said when it was last saved.
+    provider.InvokeOnUiThread([&i_run] { Utilities::UpdateMachineConfiguration(i_run.scene.Get()); });
+    provider.SaveProcessorInput(i_run.scene.Get(), static_cast<std::int32_t>(i_run.dataFormat), parameters.inputFile);
     ThrowIfCancelled(io_progress);
     CommandResult result = AwaitServiceAnswer(i_run.operation, std::move(parameters), io_progress);
     ThrowIfFailed(result);

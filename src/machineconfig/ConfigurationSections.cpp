@@ -1,5 +1,6 @@
 #include "machineconfig/ConfigurationSections.h"
 
+#include <algorithm>
 #include <array>
 
 namespace MachineService::ConfigurationFormat {
@@ -24,6 +25,24 @@ std::span<const IConfigurationSection* const> ConfigurationSections()
     static const std::array sections = {&SupportProfilesSection(), &NestingSection(),       &BaseplateSection(),
                                         &ZBraceSection(),          &ZCompensationSection(), &PartExportSection()};
     return sections;
+}
+
+PlatformMachineConfiguration TakeConfiguration(const MachineLayer::Data::Machine& i_machine)
+{
+    PlatformMachineConfiguration configuration;
+    configuration.machineName = i_machine.properties.name;
+    configuration.manufacturer = i_machine.properties.manufacturer;
+    configuration.modelId = i_machine.properties.modelId;
+    for (const IConfigurationSection* section : ConfigurationSections())
+        section->Take(i_machine, configuration);
+    return configuration;
+}
+
+bool HasSection(const PlatformMachineConfiguration& i_configuration)
+{
+    const auto sections = ConfigurationSections();
+    return std::any_of(sections.begin(), sections.end(),
+                       [&](const IConfigurationSection* ip_section) { return ip_section->Has(i_configuration); });
 }
 
 std::string MakeNamespace(std::string_view i_path)

@@ -15,6 +15,10 @@ inline constexpr char MachineTag[] = "Machine";
 /// All sections, in the order in which a document has them.
 std::span<const IConfigurationSection* const> ConfigurationSections();
 
+/// What the machine has of them, unchecked.
+PlatformMachineConfiguration TakeConfiguration(const MachineLayer::Data::Machine& i_machine);
+bool HasSection(const PlatformMachineConfiguration& i_configuration);
+
 /// Full name of the namespace with that path.
 std::string MakeNamespace(std::string_view i_path);
 /// "Nesting" of "/AM/MachineData/Nesting/2023/03".

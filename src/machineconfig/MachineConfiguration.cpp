@@ -11,8 +11,6 @@
 #include <QCoreApplication>
 #include <QString>
 
-#include <algorithm>
-
 namespace MachineService {
 
 using namespace ConfigurationFormat;
@@ -30,17 +28,13 @@ namespace {
 /// \param op_xml null only checks whether the configuration can be written.
 void Write(const PlatformMachineConfiguration& i_configuration, TavSDK::XmlWriter* op_xml)
 {
-    const auto sections = ConfigurationSections();
-    const auto isPresent = [&i_configuration](const IConfigurationSection* ip_section) {
-        return ip_section->Has(i_configuration);
-    };
-    if (std::none_of(sections.begin(), sections.end(), isPresent))
+    if (!HasSection(i_configuration))
         ThrowInvalid("it has no section");
     FieldWriter fields(op_xml);
     try {
         fields.Element(ConfigurationTag, 0, MakeNamespace(ConfigurationPath), [&] {
             fields.Element(MachineTag, 0, {}, [&] { DescribeMachine(fields, i_configuration); });
-            for (const IConfigurationSection* section : sections) {
+            for (const IConfigurationSection* section : ConfigurationSections()) {
                 if (!section->Has(i_configuration))
                     continue;
                 fields.Element(GetTag(section->GetPath()), 0, MakeNamespace(section->GetPath()),
@@ -56,13 +50,7 @@ void Write(const PlatformMachineConfiguration& i_configuration, TavSDK::XmlWrite
 
 PlatformMachineConfiguration MachineConfigurationFromMachineData(const MachineLayer::IMachineData& i_machine_data)
 {
-    const MachineLayer::Data::Machine& machine = i_machine_data.Get();
-    PlatformMachineConfiguration configuration;
-    configuration.machineName = machine.properties.name;
-    configuration.manufacturer = machine.properties.manufacturer;
-    configuration.modelId = machine.properties.modelId;
-    for (const IConfigurationSection* section : ConfigurationSections())
-        section->Take(machine, configuration);
+    PlatformMachineConfiguration configuration = TakeConfiguration(i_machine_data.Get());
     Write(configuration, nullptr);
     return configuration;
 }

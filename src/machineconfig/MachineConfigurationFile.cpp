@@ -5,9 +5,6 @@
 
 #include "client/interface/CommunicationException.h"
 
-#include "tavam/Platform.h"
-#include "tavsdk/Utf8.h"
-
 #include <QCoreApplication>
 #include <QFile>
 #include <QSaveFile>
@@ -19,10 +16,6 @@ namespace MachineService {
 
 namespace {
 
-/// Bytes that the document may take as a property: platform files write it as an attribute's value, where markup
-/// becomes longer, and read no longer ones. The rest of the tag has room in what is left.
-constexpr std::size_t LargestProperty = TavSDK::XmlBounds::Text - 4096;
-
 QString ToQString(const std::filesystem::path& i_path)
 {
     return QFile::decodeName(i_path.c_str());
@@ -31,34 +24,6 @@ QString ToQString(const std::filesystem::path& i_path)
 [[noreturn]] void ThrowFileError(const QString& i_message)
 {
     throw CommunicationException(ErrorCode::FileError, i_message.toUtf8().constData());
-}
-
-std::size_t CountAttributeBytes(const std::string& i_text)
-{
-    std::size_t count = 0;
-    for (const char character : i_text) {
-        switch (character) {
-        case '<':
-        case '>':
-            count += 4;
-            break;
-        case '&':
-        case '\n':
-        case '\r':
-        case '\t':
-            count += 5;
-            break;
-        case '"':
-            count += 6;
-            break;
-        case '\\':
-            count += 2;
-            break;
-        default:
-            ++count;
-        }
-    }
-    return count;
 }
 
 } // namespace
@@ -87,25 +52,6 @@ PlatformMachineConfiguration LoadMachineConfiguration(const std::filesystem::pat
     if (!reader.HasSection())
         fail(QCoreApplication::translate("MachineService", "It has no section."));
     return configuration;
-}
-
-void SetMachineConfiguration(TavAM::Platform& io_platform, const PlatformMachineConfiguration& i_configuration)
-{
-    const std::string text = WriteMachineConfiguration(i_configuration);
-    if (CountAttributeBytes(text) > LargestProperty) {
-        const QString message = QCoreApplication::translate(
-            "MachineService", "The machine's configuration is too long for a platform file.");
-        throw CommunicationException(ErrorCode::InternalError, message.toUtf8().constData());
-    }
-    io_platform.GetAMXProperties().SetText(MachineConfigurationProperty, TavSDK::FromUtf8(text).value());
-}
-
-std::optional<PlatformMachineConfiguration> GetMachineConfiguration(const TavAM::Platform& i_platform)
-{
-    const std::optional<std::wstring> text = i_platform.GetAMXProperties().GetText(MachineConfigurationProperty);
-    if (!text)
-        return std::nullopt;
-    return ReadMachineConfiguration(TavSDK::ToUtf8(*text));
 }
 
 } // namespace MachineService

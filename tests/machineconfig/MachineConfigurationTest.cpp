@@ -1,69 +1,23 @@
-#include "machineconfig/MachineConfiguration.h"
+#include "machineconfig/MachineConfigurations.h"
 
 #include "machineconfig/MachineConfigurationFile.h"
-
-#include "client/interface/CommunicationException.h"
-
-#include "machinelayer/IMachineData.h"
-#include "tavam/AMXFileReader.h"
-#include "tavam/AMXFileWriter.h"
-#include "tavam/Platform.h"
 
 #include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QXmlStreamReader>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <limits>
-#include <string>
 
 namespace MachineService {
 namespace {
 
-namespace Data = MachineLayer::Data;
 using Configuration = PlatformMachineConfiguration;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr char Schema[] = MACHINESERVICE_SCHEMAS "/MachineConfiguration-2026-11.xsd";
-
-Data::Machine MakeFullMachine()
-{
-    Data::Machine machine;
-    machine.properties.name = L"Größer & <größer> \"印刷機\" \U0001F5A8";
-    machine.properties.manufacturer = L"Vexlor";
-    machine.properties.modelId = L"V-300";
-    machine.surfaceTypeProfiles[L" first\n\tsecond\r "] = {
-        Data::SupportType::Tree,
-        1.5,
-        45.0,
-        Data::SupportTeeth{0.5, 0.1, 0.4, 0.0},
-        Data::SupportPerforation{Data::PerforationShape::Circle, 2.0, 1.0 / 3, 1e-7},
-        Data::SupportContact{0.4, 0.0, 0.1}};
-    machine.surfaceTypeProfiles[L"Overhang"].type = Data::SupportType::Point;
-    machine.surfaceTypeProfiles[L"Bridge"].teeth.emplace();
-    machine.supportProfileSet = {L"Usual",
-                                 {{Data::SupportType::Point, L"Overhang"}, {Data::SupportType::Gusset, L"Gone"}}};
-    machine.nesting = {5.0, 0.0, Data::RotationFreedom::Any, 22.5, {{L"Lamp", -1, -2, 0, 1e6, 0.1, 30}, {}}};
-    machine.baseplate = {Data::BaseplateShape::Rectangle, 250.0, 210.0, 12.5, 0.0, 1.0, 2.0, 3.0, L"Steel"};
-    machine.zBrace = {1.0, 0.8, 45.0, 10.0};
-    machine.zCompensation = {Data::ZCompensationKey::Depth, {{0.05, -0.12}, {0.1, 0.2}}, {{0, 0}, {1.5, -1000}}};
-    machine.partExport = {{L"3MF", L"STL"}, Data::LengthUnit::Inch, 0.01, L"%name-%count"};
-    return machine;
-}
-
-Configuration Convert(const Data::Machine& i_machine)
-{
-    const auto data = MachineLayer::CreateMachineData();
-    data->Edit() = i_machine;
-    return MachineConfigurationFromMachineData(*data);
-}
 
 template <class Change>
 Configuration Make(const Change& i_change)
@@ -112,18 +66,6 @@ void WriteFile(const QString& i_path, const std::string& i_text)
     QFile file(i_path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     ASSERT_EQ(file.write(i_text.data(), static_cast<qint64>(i_text.size())), static_cast<qint64>(i_text.size()));
-}
-
-/// The failure's code and text.
-template <class Function>
-std::pair<ErrorCode, std::string> Failure(const Function& i_function)
-{
-    try {
-        i_function();
-    } catch (const CommunicationException& exception) {
-        return {exception.code(), exception.what()};
-    }
-    return {ErrorCode::None, "no exception"};
 }
 
 TEST(MachineConfiguration, ReadsBackWhatItWritesAndAllOfItIsValid)
@@ -324,46 +266,6 @@ TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
     // Broken off anywhere, a document is never taken for a shorter one.
     for (std::size_t size = 0; size < full.size() - 2; size += 7)
         EXPECT_EQ(Failure([&] { ReadMachineConfiguration(full.substr(0, size)); }).first, ErrorCode::FileError) << size;
-}
-
-TEST(MachineConfiguration, TravelsWithThePlatformAndCanBeReadWithoutThisLibrary)
-{
-    const Configuration configuration = Convert(MakeFullMachine());
-    TavAM::Platform platform;
-    EXPECT_EQ(GetMachineConfiguration(platform), std::nullopt);
-    SetMachineConfiguration(platform, configuration);
-
-    QTemporaryDir folder;
-    const std::filesystem::path path = folder.filePath(QStringLiteral("platform.TavAMX")).toStdString();
-    TavAM::AMXFileWriter().WriteFile(path, platform);
-    TavAM::Database database;
-    TavAM::AMXFileReader reader;
-    ASSERT_TRUE(reader.ReadFile(path, database)) << reader.GetError();
-    const TavAM::Platform& loaded = *database.GetPlatform(0);
-    EXPECT_EQ(GetMachineConfiguration(loaded), configuration);
-
-    // As a machine service does.
-    QXmlStreamReader xml(
-        QString::fromStdWString(loaded.GetAMXProperties().GetText(L"Print3D.MachineConfiguration").value()));
-    QString clearance;
-    while (!xml.atEnd()) {
-        if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == QLatin1String("PartToPartClearance") &&
-            xml.namespaceUri() == QLatin1String("https://www.vexlor.example/AM/MachineData/Nesting/2023/03"))
-            clearance = xml.readElementText();
-    }
-    EXPECT_FALSE(xml.hasError());
-    EXPECT_EQ(clearance.toDouble(), 5.0);
-
-    // Nothing is carried that a platform file could not give back, and what is there stays.
-    Configuration large = configuration;
-    for (int index = 0; index < 20000; ++index)
-        large.supportProfiles->surfaceTypes[L"Surface " + std::to_wstring(index)] =
-            configuration.supportProfiles->surfaceTypes.begin()->second;
-    EXPECT_EQ(Failure([&] { SetMachineConfiguration(platform, large); }).first, ErrorCode::InternalError);
-    EXPECT_EQ(GetMachineConfiguration(platform), configuration);
-    EXPECT_EQ(ReadMachineConfiguration(WriteMachineConfiguration(large)), large);
-    platform.GetAMXProperties().SetText(MachineConfigurationProperty, L"<Nesting>");
-    EXPECT_EQ(Failure([&] { GetMachineConfiguration(platform); }).first, ErrorCode::FileError);
 }
 
 } // namespace

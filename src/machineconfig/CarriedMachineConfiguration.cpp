@@ -1,0 +1,112 @@
+#include "machineconfig/CarriedMachineConfiguration.h"
+
+#include "machineconfig/ConfigurationSections.h"
+#include "machineconfig/MachineConfiguration.h"
+
+#include "client/interface/CommunicationException.h"
+
+#include "tavam/PropertyNames.h"
+#include "tavsdk/Utf8.h"
+#include "vexlorcore/DataSet.h"
+#include "vexlorcore/SceneMachineData.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace MachineService {
+
+namespace {
+
+Q_LOGGING_CATEGORY(ConfigurationLog, "machineservice.machineconfig")
+
+using TavAM::PersistentProperties;
+using TavAM::PropertyNames::Print3D::MachineConfiguration;
+
+bool FitsPlatformFile(const std::string& i_document)
+{
+    const auto backslashes = std::count(i_document.begin(), i_document.end(), '\\');
+    return i_document.size() + static_cast<std::size_t>(backslashes) <= PersistentProperties::LargestText;
+}
+
+/// What a scene was made to carry last, and the machine data that it was made from.
+struct Carried
+{
+    MachineLayer::Data::Machine machine;
+    std::optional<std::wstring> document;
+};
+
+using CarriedProperty = VexlorCore::SimplePropertyValue<Carried, 0>;
+
+constexpr wchar_t CarriedKey[] = L"Printer.MachineConfiguration";
+
+/// Empty when the platform carries none.
+std::optional<std::wstring> MakeDocument(const MachineLayer::Data::Machine& i_machine)
+{
+    const PlatformMachineConfiguration configuration = ConfigurationFormat::TakeConfiguration(i_machine);
+    if (!ConfigurationFormat::HasSection(configuration))
+        return std::nullopt;
+    const std::string document = WriteMachineConfiguration(configuration);
+    if (FitsPlatformFile(document))
+        return TavSDK::FromUtf8(document).value();
+    qCWarning(ConfigurationLog,
+              "The configuration of the machine '%s' is too long for a platform file (%zu bytes) and left out.",
+              TavSDK::ToUtf8(i_machine.properties.name).c_str(), document.size());
+    return std::nullopt;
+}
+
+/// The document that belongs to the machine data, made anew only when they changed.
+std::optional<std::wstring> GetDocument(VexlorCore::PropertyCollection& io_properties,
+                                        const MachineLayer::Data::Machine& i_machine)
+{
+    if (const auto* const carried = dynamic_cast<const CarriedProperty*>(io_properties.Get(CarriedKey));
+        carried != nullptr && carried->GetValue().machine == i_machine)
+        return carried->GetValue().document;
+    Carried carried = {i_machine, MakeDocument(i_machine)};
+    io_properties.Set(CarriedKey, std::make_unique<CarriedProperty>(carried));
+    return std::move(carried.document);
+}
+
+} // namespace
+
+void SetMachineConfiguration(TavAM::Platform& io_platform, const PlatformMachineConfiguration& i_configuration)
+{
+    const std::string document = WriteMachineConfiguration(i_configuration);
+    if (!FitsPlatformFile(document)) {
+        const QString message = QCoreApplication::translate(
+            "MachineService", "The machine's configuration is too long for a platform file.");
+        throw CommunicationException(ErrorCode::InternalError, message.toUtf8().constData());
+    }
+    io_platform.GetAMXProperties().SetText(MachineConfiguration, TavSDK::FromUtf8(document).value());
+}
+
+std::optional<PlatformMachineConfiguration> GetMachineConfiguration(const TavAM::Platform& i_platform)
+{
+    const std::optional<std::wstring> document = i_platform.GetAMXProperties().GetText(MachineConfiguration);
+    if (!document)
+        return std::nullopt;
+    return ReadMachineConfiguration(TavSDK::ToUtf8(*document));
+}
+
+void Utilities::UpdateMachineConfiguration(VexlorCore::DataSet* ip_data_set)
+{
+    PersistentProperties& properties = ip_data_set->GetAMObject().GetAMXProperties();
+    try {
+        const auto* const data = MachineLayer::Utilities::GetMachineDataMutable(ip_data_set);
+        const auto document = data ? GetDocument(ip_data_set->GetPropertyCollection(), data->Get()) : std::nullopt;
+        if (!document)
+            properties.Remove(MachineConfiguration);
+        else if (properties.GetText(MachineConfiguration) != document)
+            properties.SetText(MachineConfiguration, *document);
+    } catch (...) {
+        // What it carried belongs to machine data of before.
+        properties.Remove(MachineConfiguration);
+        throw;
+    }
+}
+
+} // namespace MachineService
