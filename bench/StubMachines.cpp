@@ -4,6 +4,7 @@
 #include "client/interface/ICommunicationServiceAPI.h"
 
 #include <algorithm>
+#include <iterator>
 #include <mutex>
 #include <utility>
 
@@ -111,6 +112,18 @@ boost::uuids::uuid MakeId(std::size_t i_number)
     return id;
 }
 
+namespace {
+
+std::size_t GetNumber(const boost::uuids::uuid& i_id)
+{
+    std::size_t number = 0;
+    for (std::size_t index = 0; index < 8; ++index)
+        number |= std::size_t{i_id.data[8 + index]} << (8 * index);
+    return number;
+}
+
+} // namespace
+
 Machine MakeStubMachine(std::size_t i_number, StubBehaviour i_behaviour)
 {
     MachineData data;
@@ -120,29 +133,38 @@ Machine MakeStubMachine(std::size_t i_number, StubBehaviour i_behaviour)
     return Machine(std::make_unique<StubStrategy>(data, i_behaviour));
 }
 
-StubCatalog::StubCatalog(std::size_t i_count)
+StubCatalog::StubCatalog(std::size_t i_count, Machines i_machines)
 {
-    std::vector<std::pair<boost::uuids::uuid, std::size_t>> numbered;
     for (std::size_t number = 0; number < i_count; ++number)
-        numbered.emplace_back(MakeId(number), number);
-    std::sort(numbered.begin(), numbered.end());
-    for (const auto& [id, number] : numbered) {
-        _ids.push_back(id);
-        _machines.push_back(MakeStubMachine(number));
-    }
+        _ids.push_back(MakeId(number));
+    std::sort(_ids.begin(), _ids.end());
+    if (i_machines == Machines::Held)
+        std::transform(_ids.begin(), _ids.end(), std::back_inserter(_held),
+                       [](const auto& i_id) { return MakeStubMachine(GetNumber(i_id)); });
 }
 
 bool StubCatalog::HasMachine(const boost::uuids::uuid& i_id) const
 {
-    return std::binary_search(_ids.begin(), _ids.end(), i_id);
+    const std::size_t number = GetNumber(i_id);
+    return number < _ids.size() && MakeId(number) == i_id;
 }
 
 Machine StubCatalog::GetMachine(const boost::uuids::uuid& i_id) const
 {
-    const auto found = std::lower_bound(_ids.begin(), _ids.end(), i_id);
-    if (found == _ids.end() || *found != i_id)
+    if (!HasMachine(i_id))
         throw CommunicationException(ErrorCode::MachineNotFound);
-    return _machines[static_cast<std::size_t>(found - _ids.begin())];
+    if (_held.empty())
+        return MakeStubMachine(GetNumber(i_id));
+    const auto found = std::lower_bound(_ids.begin(), _ids.end(), i_id);
+    return _held[static_cast<std::size_t>(found - _ids.begin())];
+}
+
+std::vector<Machine> StubCatalog::GetMachines() const
+{
+    std::vector<Machine> machines;
+    std::transform(_ids.begin(), _ids.end(), std::back_inserter(machines),
+                   [this](const auto& i_id) { return GetMachine(i_id); });
+    return machines;
 }
 
 std::optional<Machine> StubCatalog::TryGetMachine(ServiceId, const boost::uuids::uuid& i_id,

@@ -27,11 +27,17 @@ struct StubBehaviour
 
 MachineService::Machine MakeStubMachine(std::size_t i_number, StubBehaviour i_behaviour = {});
 
+enum class Machines
+{
+    Held, ///< by the catalog, which hands out copies
+    Made, ///< for each question, as the embedded services do
+};
+
 /// A catalog of stub machines, in a sorted order of ids.
 class StubCatalog final : public MachineService::AbstractMachinesCatalog
 {
 public:
-    explicit StubCatalog(std::size_t i_count);
+    explicit StubCatalog(std::size_t i_count, Machines i_machines = Machines::Held);
 
     void RaiseUpdated(const boost::uuids::uuid& i_id)
     {
@@ -49,13 +55,13 @@ public:
     MachineService::Machine GetMachine(const boost::uuids::uuid& i_id) const override;
     std::optional<MachineService::Machine> TryGetMachine(MachineService::ServiceId, const boost::uuids::uuid& i_id,
                                                          MachineService::MachineRepresentation) const override;
-    std::vector<MachineService::Machine> GetMachines() const override { return _machines; }
+    std::vector<MachineService::Machine> GetMachines() const override;
     std::vector<boost::uuids::uuid> GetMachineIds() const override { return _ids; }
     std::future<std::vector<std::pair<std::string, std::string>>> GetVersionInformation() const override { return {}; }
 
 private:
     std::vector<boost::uuids::uuid> _ids;
-    std::vector<MachineService::Machine> _machines;
+    std::vector<MachineService::Machine> _held; ///< one per id, or none
 };
 
 /// What CreateCommunicationService gives to the next client of this program.

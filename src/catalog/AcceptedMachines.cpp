@@ -96,7 +96,6 @@ std::vector<bool> AcceptedMachines::Evaluation::Look(std::span<const boost::uuid
 
 bool AcceptedMachines::Evaluation::IsAsLooked() const
 {
-    const std::lock_guard lock(_machines._mutex);
     return _machines._sequence == _looked;
 }
 

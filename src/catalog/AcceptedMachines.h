@@ -3,6 +3,7 @@
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <boost/uuid/uuid.hpp>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -68,7 +69,7 @@ private:
     mutable std::mutex _mutex; // guards all below; held neither while the rule is asked nor while a signal is raised
     boost::unordered_flat_set<boost::uuids::uuid, Hash> _ids;
     std::map<boost::uuids::uuid, Change> _changes; ///< since the oldest evaluation that still runs
-    Sequence _sequence = 0;
+    std::atomic<Sequence> _sequence = 0; ///< may be read without the mutex: whether anything was decided since
     Sequence _lastInvalidation = 0;
     int _evaluations = 0;
 };
