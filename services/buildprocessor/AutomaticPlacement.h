@@ -12,7 +12,11 @@ namespace MachineService::BuildProcessor {
 
 struct PlacementOptions
 {
-    double clearance = 3; ///< mm, between two footprints and to the edge of the bed; 0.1 or more
+    double partToPart = 3;          ///< mm, between two footprints; less than 0.1 counts as 0.1
+    double partToWall = 3;          ///< mm, to the edge of the bed
+    Turns turns = Turns::AroundZ;   ///< Any counts as AroundZ
+    double turnStep = 0;            ///< degrees, parts are turned by multiples of it; 0: any
+    std::vector<NoBuildZone> zones; ///< each with a volume
     std::stop_token stop;
     std::function<void(int i_percent)> onProgress; ///< may be empty; rises from 0 to 100
 };
@@ -25,11 +29,12 @@ struct PlacementResult
     std::vector<std::string> withoutMesh; ///< they have no footprint and stay where they are
 };
 
-/// Places all parts with a mesh on the bed: they stand on it, apart from one another and from its edge by the clearance
-/// (to 0.005 mm), around its centre where there is room.
+/// Places all parts with a mesh on the bed: they stand on it, apart from one another and from its edge by the
+/// clearances (to 0.005 mm), outside the zones, around its centre where there is room.
 ///
-/// A part is moved, dropped to the bed, and turned around the vertical only where it does not fit as it stands; other
-/// parts of its placement stay. The places are searched among the convex hulls of the footprints: no part is put into
+/// A part is moved, dropped to the bed, and turned around the vertical, as far as it may be, only where it does not fit
+/// as it stands; other parts of its placement stay. It keeps out of a zone with its whole footprint, unless the zone
+/// begins above it. The places are searched among the convex hulls of the footprints: no part is put into
 /// the hollow of another. The same input gives the same result, and the result is checked with FindPlacementFaults
 /// before it counts. \throws CommunicationException ProcessingAborted when the token asks; InternalError for more than
 /// 1,000 parts and when the

@@ -16,19 +16,21 @@ namespace Names = TavAM::PropertyNames::Print3D;
 CommandResult Build(const JobInput& i_input)
 {
     JobProgress progress(i_input);
-    const auto sliced = SlicePlatform(i_input, progress);
+    progress.Report(0, "Reading the platform");
+    const auto platform = ReadPlatform(i_input.parameters);
+    const auto sliced = SlicePlatform(i_input, platform, progress);
     const bool isResin = i_input.profile.technology == Technology::Sla;
     progress.Report(92, "Keeping the machine file");
     JobFolder job(i_input.jobsDir, GetMachineFolderName(i_input.profile), i_input.parameters.jobName);
     const auto machineFile = job.AddFile(sliced->machineFile, isResin ? ".sl1" : ".gcode", i_input.stop);
 
-    auto& properties = sliced->platform->GetAMXProperties();
+    auto& properties = platform->GetAMXProperties();
     properties.SetText(Names::MachineFile,
                        QString::fromStdString(std::filesystem::absolute(machineFile).string()).toStdWString());
     properties.SetText(Names::JobName, QString::fromStdString(i_input.parameters.jobName).toStdWString());
     progress.Report(98, "Writing the platform");
-    auto result = WriteResult(i_input, *sliced->platform, DataFormat::Platform,
-                              "The machine file is '" + machineFile.string() + "'." + sliced->notes);
+    auto result = WriteResult(i_input, *platform, DataFormat::Platform,
+                              AddLines("The machine file is '" + machineFile.string() + "'.", sliced->notes));
     job.Keep();
     progress.Finish();
     return result;

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace MachineService::BuildProcessor {
@@ -121,6 +122,27 @@ void CheckCollisions(const std::vector<PartGeometry>& i_parts, std::stop_token i
     }
     if (!names.empty())
         Fail(ErrorCode::FileError, "These parts are in one another's way: " + JoinNames(names) + '.');
+}
+
+std::vector<std::vector<std::string>> FindCollidingParts(const std::vector<PartGeometry>& i_parts,
+                                                         const std::vector<PartGeometry>& i_bodies,
+                                                         const std::stop_token& i_stop)
+{
+    std::vector<std::vector<std::string>> names(i_bodies.size());
+    for (const PartGeometry& part : i_parts) {
+        std::optional<TriangleTree> tree;
+        for (std::size_t index = 0; index < i_bodies.size(); ++index) {
+            if (i_stop.stop_requested())
+                throw CommunicationException(ErrorCode::ProcessingAborted);
+            if (!BoxesOverlap(part.box, i_bodies[index].box))
+                continue;
+            if (!tree)
+                tree.emplace(part, Inset);
+            if (Collide(*tree, TriangleTree(i_bodies[index], Inset), i_stop))
+                names[index].push_back(part.name);
+        }
+    }
+    return names;
 }
 
 } // namespace MachineService::BuildProcessor

@@ -3,6 +3,7 @@
 #include "buildprocessor/PartGeometry.h"
 
 #include <stop_token>
+#include <string>
 #include <vector>
 
 namespace MachineService::BuildProcessor {
@@ -11,5 +12,10 @@ namespace MachineService::BuildProcessor {
 /// touch; what overlaps by less than 0.01 mm counts as touching. A part may stand in a hollow of another. \throws
 /// CommunicationException FileError that names the parts that collide; ProcessingAborted when the token asked.
 void CheckCollisions(const std::vector<PartGeometry>& i_parts, std::stop_token i_stop);
+
+/// Names of the parts that collide with a body, as above, by body.
+std::vector<std::vector<std::string>> FindCollidingParts(const std::vector<PartGeometry>& i_parts,
+                                                         const std::vector<PartGeometry>& i_bodies,
+                                                         const std::stop_token& i_stop);
 
 } // namespace MachineService::BuildProcessor

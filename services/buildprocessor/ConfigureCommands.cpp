@@ -2,67 +2,40 @@
 #include "buildprocessor/Failure.h"
 #include "buildprocessor/JobFolder.h"
 #include "buildprocessor/MachineCommands.h"
-#include "buildprocessor/MachineSettings.h"
 #include "buildprocessor/PartStrategies.h"
+#include "buildprocessor/PlatformCommand.h"
 #include "buildprocessor/PrivateFile.h"
 #include "buildprocessor/SlicingEngine.h"
 
-#include <QString>
-
 namespace MachineService::BuildProcessor {
-
-namespace {
-
-void Set(TavAM::Platform& io_platform, const wchar_t* ip_name, const std::string& i_text)
-{
-    io_platform.GetAMXProperties().SetText(ip_name, QString::fromStdString(i_text).toStdWString());
-}
-
-std::string JoinLines(const std::string& i_first, const std::vector<std::string>& i_rest)
-{
-    std::string text = i_first;
-    for (const std::string& line : i_rest)
-        text += '\n' + line;
-    return text;
-}
-
-} // namespace
 
 CommandResult ConfigurePrinter(const JobInput& i_input)
 {
     const MachineProfile& profile = i_input.profile;
-    JobProgress progress(i_input);
-    progress.Report(0, "Reading the settings");
-    const auto platform = ReadPlatform(i_input.parameters);
-    std::vector<std::string> notes;
-    const MachineSettings settings = ReadMachineSettings(i_input.settingsDir, profile, notes);
-    progress.Report(20, "Asking the slicing engine");
+    PlatformCommand command(i_input);
+    const MachineSettings settings = command.ReadSettings();
+    command.Report(20, "Asking the slicing engine");
     const std::string version = GetEngineVersion(i_input.enginePath, i_input.stop);
-    progress.Report(80, "Writing the settings");
+    command.Report(80, "Writing the settings");
     WriteMachineSettings(i_input.settingsDir, profile, settings);
 
     const auto path = std::filesystem::absolute(GetSettingsPath(i_input.settingsDir, profile)).string();
     const std::string state = GetStateName(profile.queueState);
-    Set(*platform, PropertyName::Printer, profile.name);
-    Set(*platform, PropertyName::QueueState, state);
-    Set(*platform, PropertyName::Engine, version);
-    Set(*platform, PropertyName::SettingsFile, path);
-    auto result =
-        WriteResult(i_input, *platform, DataFormat::Properties,
-                    JoinLines("The queue of '" + profile.name + "' is " + state + ", slicing engine " + version +
-                                  ", layer height " + ToNumberText(settings.layerHeight) + " mm, material '" +
-                                  settings.material + "'. The settings are in '" + path + "'.",
-                              notes));
-    progress.Finish();
-    return result;
+    command.Set(PropertyName::Printer, profile.name);
+    command.Set(PropertyName::QueueState, state);
+    command.Set(PropertyName::Engine, version);
+    command.Set(PropertyName::SettingsFile, path);
+    return command.Finish(DataFormat::Properties, "The queue of '" + profile.name + "' is " + state +
+                                                      ", slicing engine " + version + ", layer height " +
+                                                      ToNumberText(settings.layerHeight) + " mm, material '" +
+                                                      settings.material + "'. The settings are in '" + path + "'.");
 }
 
 CommandResult ConfigureConnection(const JobInput& i_input)
 {
     const MachineProfile& profile = i_input.profile;
-    JobProgress progress(i_input);
-    progress.Report(0, "Testing the connection");
-    const auto platform = ReadPlatform(i_input.parameters);
+    PlatformCommand command(i_input);
+    command.Report(10, "Testing the connection");
     const auto folder = std::filesystem::absolute(i_input.jobsDir / ToFileName(GetMachineFolderName(profile)));
     const std::string text = "A test of the connection; it may be removed.\n";
     const auto test = folder / ".connection-test";
@@ -74,44 +47,31 @@ CommandResult ConfigureConnection(const JobInput& i_input)
         Fail(ErrorCode::FileError, "The folder of jobs '" + folder.string() + "' does not keep what is written to it.");
 
     const std::string state = GetStateName(profile.queueState);
-    Set(*platform, PropertyName::Printer, profile.name);
-    Set(*platform, PropertyName::QueueState, state);
-    Set(*platform, PropertyName::Connection, "tested");
-    Set(*platform, PropertyName::JobFolder, folder.string());
-    auto result = WriteResult(i_input, *platform, DataFormat::Properties,
-                              "The connection to '" + profile.name + "' works; jobs go to '" + folder.string() +
-                                  "'. The queue is " + state + '.');
-    progress.Finish();
-    return result;
+    command.Set(PropertyName::Printer, profile.name);
+    command.Set(PropertyName::QueueState, state);
+    command.Set(PropertyName::Connection, "tested");
+    command.Set(PropertyName::JobFolder, folder.string());
+    return command.Finish(DataFormat::Properties, "The connection to '" + profile.name + "' works; jobs go to '" +
+                                                      folder.string() + "'. The queue is " + state + '.');
 }
 
 CommandResult ConfigurePlatform(const JobInput& i_input)
 {
-    JobProgress progress(i_input);
-    progress.Report(0, "Reading the platform");
-    const auto platform = ReadPlatform(i_input.parameters);
-    std::vector<std::string> notes;
-    const MachineSettings settings = ReadMachineSettings(i_input.settingsDir, i_input.profile, notes);
-    const MachineProfile profile = ApplyPlatformSettings(i_input.profile, settings, *platform, notes);
-    StorePlatformSettings(profile, *platform);
-    auto result =
-        WriteResult(i_input, *platform, DataFormat::Properties,
-                    JoinLines("The platform is built with layers of " + ToNumberText(profile.layerHeights.front()) +
-                                  " mm in '" + profile.GetDefaultMaterial().name + "'.",
-                              notes));
-    progress.Finish();
-    return result;
+    PlatformCommand command(i_input);
+    const MachineSettings settings = command.ReadSettings();
+    const MachineProfile profile =
+        ApplyPlatformSettings(i_input.profile, settings, command.GetPlatform(), command.GetNotes());
+    StorePlatformSettings(profile, command.GetPlatform());
+    return command.Finish(DataFormat::Properties, "The platform is built with layers of " +
+                                                      ToNumberText(profile.layerHeights.front()) + " mm in '" +
+                                                      profile.GetDefaultMaterial().name + "'.");
 }
 
 CommandResult ConfigureParts(const JobInput& i_input)
 {
-    JobProgress progress(i_input);
-    progress.Report(0, "Reading the platform");
-    const auto platform = ReadPlatform(i_input.parameters);
-    auto report = AssignStrategies(*platform, i_input.profile.strategies);
-    auto result = WriteResult(i_input, *platform, DataFormat::Strategies, std::move(report.message));
-    progress.Finish();
-    return result;
+    PlatformCommand command(i_input);
+    return command.Finish(DataFormat::Strategies,
+                          AssignStrategies(command.GetPlatform(), i_input.profile.strategies).message);
 }
 
 } // namespace MachineService::BuildProcessor

@@ -195,6 +195,26 @@ Path Move(const Path& i_polygon, const IntPoint& i_by)
     return moved;
 }
 
+PlanarPoint GetDirection(double i_angle)
+{
+    PlanarPoint direction{std::cos(i_angle * std::numbers::pi / 180), std::sin(i_angle * std::numbers::pi / 180)};
+    if (std::remainder(i_angle, 90) == 0)
+        direction = {std::round(direction.x), std::round(direction.y)};
+    return direction;
+}
+
+Path Rotate(const Path& i_hull, double i_angle)
+{
+    const auto [cosine, sine] = GetDirection(i_angle);
+    Path rotated;
+    for (const IntPoint& point : i_hull) {
+        const auto x = static_cast<double>(point.X);
+        const auto y = static_cast<double>(point.Y);
+        rotated.emplace_back(std::llround(cosine * x - sine * y), std::llround(sine * x + cosine * y));
+    }
+    return MakeConvexHull(std::move(rotated));
+}
+
 Path MakeDisc(double i_radius)
 {
     constexpr int corners = 24;

@@ -31,6 +31,11 @@ ClipperLib::Path AddConvex(const ClipperLib::Path& i_left, const ClipperLib::Pat
 ClipperLib::Path Mirror(const ClipperLib::Path& i_polygon);
 ClipperLib::Path Move(const ClipperLib::Path& i_polygon, const ClipperLib::IntPoint& i_by);
 
+/// Cosine and sine; exact for quarter turns. \param i_angle degrees.
+PlanarPoint GetDirection(double i_angle);
+/// Counter-clockwise about the origin. \param i_angle degrees.
+ClipperLib::Path Rotate(const ClipperLib::Path& i_hull, double i_angle);
+
 /// Regular polygon around a circle about the origin; edges touch it where it meets the axes. Units: planar.
 ClipperLib::Path MakeDisc(double i_radius);
 

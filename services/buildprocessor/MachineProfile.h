@@ -1,5 +1,6 @@
 #pragma once
 
+#include "buildprocessor/PreparationRules.h"
 #include "client/interface/ErrorCode.h"
 #include "client/interface/MachineData.h"
 
@@ -76,6 +77,14 @@ struct Plate
     bool operator==(const Plate&) const = default;
 };
 
+/// How hosts are asked to write parts for the machine.
+struct PartExport
+{
+    std::vector<std::string> formats; ///< preferred first; none: nothing is asked
+    std::optional<double> tolerance;  ///< mm, between a surface and its triangles
+    bool operator==(const PartExport&) const = default;
+};
+
 /// The slicing engine's own keys and values.
 using EngineSettings = std::vector<std::pair<std::string, std::string>>;
 
@@ -111,7 +120,10 @@ struct MachineProfile
     std::vector<Plate> plates; ///< may be empty: there is but one, which changes nothing
     std::size_t defaultPlate = 0;
     std::vector<PrintStrategy> strategies;
-    EngineSettings engineSettings; ///< from an allowed list
+    EngineSettings engineSettings;        ///< from an allowed list
+    PreparationRules rules;               ///< what its platforms are prepared with unless they say otherwise
+    std::optional<double> plateThickness; ///< mm
+    PartExport partExport;
     bool configuresConnection = false;
     bool acceptsImplicitData = false;
     bool acceptsComposedParts = true;

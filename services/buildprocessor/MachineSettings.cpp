@@ -51,6 +51,8 @@ MachineSettings ReadMachineSettings(const std::filesystem::path& i_settings_dir,
                                     std::vector<std::string>& io_notes)
 {
     MachineSettings settings{i_profile.layerHeights.front(), i_profile.GetDefaultMaterial().name};
+    settings.clearance = i_profile.rules.partToPart.value_or(settings.clearance);
+    settings.wallClearance = i_profile.rules.partToWall.value_or(settings.clearance);
     const MachineSettings defaults = settings;
     const auto path = GetSettingsPath(i_settings_dir, i_profile);
     const auto text = ReadBoundedFile(path, MaxBytes);
@@ -63,7 +65,11 @@ MachineSettings ReadMachineSettings(const std::filesystem::path& i_settings_dir,
         JsonFields fields(document.object(), path.string());
         settings.layerHeight = fields.Number("layerHeight", {0.01, 2}, defaults.layerHeight);
         settings.material = fields.Text("material", 100, defaults.material);
+        const bool hasClearance = fields.Has("clearance");
         settings.clearance = fields.Number("clearance", {0.1, 100}, defaults.clearance);
+        // A file with one number means both by it.
+        settings.wallClearance =
+            fields.Number("wallClearance", {0, 100}, hasClearance ? settings.clearance : defaults.wallClearance);
         fields.Finish();
     } catch (const ProfileError& failure) {
         Fail(ErrorCode::FileError, std::string("The settings of the printer are damaged: ") + failure.what() +
@@ -89,6 +95,7 @@ void WriteMachineSettings(const std::filesystem::path& i_settings_dir, const Mac
     object.insert(QStringLiteral("layerHeight"), i_settings.layerHeight);
     object.insert(QStringLiteral("material"), QString::fromStdString(i_settings.material));
     object.insert(QStringLiteral("clearance"), i_settings.clearance);
+    object.insert(QStringLiteral("wallClearance"), i_settings.wallClearance);
     WritePrivateFile(GetSettingsPath(i_settings_dir, i_profile), QJsonDocument(object).toJson().toStdString());
 }
 

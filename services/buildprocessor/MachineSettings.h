@@ -35,7 +35,9 @@ struct MachineSettings
 {
     double layerHeight = 0; ///< mm, one of the profile's
     std::string material;   ///< one of the profile's
-    double clearance = 3;   ///< mm, of automatic placement
+    // Of automatic placement:
+    double clearance = 3;     ///< mm, between two parts
+    double wallClearance = 3; ///< mm, to the edge of the bed
 
     bool operator==(const MachineSettings&) const = default;
 };

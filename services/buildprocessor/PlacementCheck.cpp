@@ -2,6 +2,7 @@
 
 #include "buildprocessor/Footprint.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <optional>
@@ -128,7 +129,7 @@ private:
         }
         if (const double depth = GetDepth(_parts[i_index], _bed); depth < -_rules.tolerance)
             _Add(Kind::OutsideBed, i_index, "leaves the bed by " + FormatMillimetres(-depth) + '.');
-        else if (depth < _rules.clearance - _rules.tolerance)
+        else if (depth < _rules.wallClearance - _rules.tolerance)
             _Add(Kind::OutsideBed, i_index,
                  "is only " + FormatMillimetres(std::max(depth, 0.0)) + " away from the edge of the bed.");
         if (item.box.max.z > _height + _rules.tolerance)
@@ -143,6 +144,28 @@ private:
             {std::abs(item.box.min.x), std::abs(item.box.max.x), std::abs(item.box.min.y), std::abs(item.box.max.y)});
         if (reach < MaxFootprintExtent)
             item.hull = MakeHullFootprint(_parts[i_index], {});
+        for (const NoBuildZone& zone : _rules.zones) {
+            if (!item.hull.empty() && _Enters(i_index, zone))
+                _Add(Kind::InZone, i_index, "enters the no-build zone '" + zone.name + "'.");
+        }
+    }
+
+    bool _Enters(std::size_t i_index, const NoBuildZone& i_zone)
+    {
+        const auto& [min, max] = _items[i_index].box;
+        if (min.x >= i_zone.maxX || max.x <= i_zone.minX || min.y >= i_zone.maxY || max.y <= i_zone.minY ||
+            min.z >= i_zone.maxZ || max.z <= i_zone.minZ)
+            return false;
+        // Only what is near the part counts, and stays within the whole numbers.
+        const auto planar = [](double i_value, double i_min, double i_max) {
+            return std::llround(std::clamp(i_value, i_min - 10, i_max + 10) * PlanarUnitsPerMillimetre);
+        };
+        const auto minX = planar(i_zone.minX, min.x, max.x);
+        const auto maxX = planar(i_zone.maxX, min.x, max.x);
+        const auto minY = planar(i_zone.minY, min.y, max.y);
+        const auto maxY = planar(i_zone.maxY, min.y, max.y);
+        return !AreApart(_GetOutline(i_index), {{{minX, minY}, {maxX, minY}, {maxX, maxY}, {minX, maxY}}},
+                         -_rules.tolerance);
     }
 
     void _CheckPair(std::size_t i_index, std::size_t i_other)

@@ -12,10 +12,11 @@ namespace MachineService::BuildProcessor {
 /// Units: mm.
 struct PlacementRules
 {
-    double clearance =
-        0; ///< between the footprints of two parts, and to the edge of the bed; below 0 pairs are not checked
-    bool onBed = true;        ///< every part stands on the bed, it neither floats nor dips into it
-    double tolerance = 0.005; ///< what rounding may take from a clearance, or add to a size
+    double clearance = 0;           ///< between the footprints of two parts; below 0 pairs are not checked
+    double wallClearance = 0;       ///< to the edge of the bed
+    std::vector<NoBuildZone> zones; ///< footprints keep out of those that lie between a part's bottom and top
+    bool onBed = true;              ///< every part stands on the bed, it neither floats nor dips into it
+    double tolerance = 0.005;       ///< what rounding may take from a clearance, or add to a size
 };
 
 /// One part, or two, that break a rule.
@@ -27,6 +28,7 @@ struct PlacementFault
         TooHigh,
         BelowBed,
         AboveBed,
+        InZone,
         TooClose, ///< part and other overlap or are less than the clearance apart, seen from above
         WithoutMesh,
     };

@@ -5,8 +5,9 @@
 #include "buildprocessor/Failure.h"
 #include "buildprocessor/JobFolder.h"
 #include "buildprocessor/MachineCommands.h"
-#include "buildprocessor/MachineSettings.h"
 #include "buildprocessor/PlacementCheck.h"
+#include "buildprocessor/PlatformCommand.h"
+#include "buildprocessor/PlatformRules.h"
 #include "buildprocessor/PrivateFile.h"
 #include "tavam/PropertyNames.h"
 
@@ -21,12 +22,8 @@ namespace Names = TavAM::PropertyNames::Print3D;
 
 constexpr std::size_t MaxLines = 12; ///< of faults that one message box shows
 
-void Set(TavAM::Platform& io_platform, const wchar_t* ip_name, const std::string& i_text)
-{
-    io_platform.GetAMXProperties().SetText(ip_name, QString::fromStdString(i_text).toStdWString());
-}
-
-std::vector<std::string> FindFaults(const JobInput& i_input, const TavAM::Platform& i_platform)
+std::vector<std::string> FindFaults(const JobInput& i_input, const TavAM::Platform& i_platform,
+                                    const std::vector<NoBuildZone>& i_zones)
 {
     std::vector<std::string> faults;
     PlacementRules rules;
@@ -36,66 +33,79 @@ std::vector<std::string> FindFaults(const JobInput& i_input, const TavAM::Platfo
     for (const PlacementFault& fault :
          FindPlacementFaults(i_platform, i_input.profile.bed, i_input.profile.height, rules, i_input.stop))
         faults.push_back(fault.message);
-    try {
-        CheckCollisions(GetGeometries(i_platform), i_input.stop);
-    } catch (const CommunicationException& failure) {
-        if (failure.code() == ErrorCode::ProcessingAborted)
-            throw;
-        faults.emplace_back(failure.what());
-    }
+    const auto collect = [&](const auto& i_check) {
+        try {
+            i_check();
+        } catch (const CommunicationException& failure) {
+            if (failure.code() == ErrorCode::ProcessingAborted)
+                throw;
+            faults.emplace_back(failure.what());
+        }
+    };
+    collect([&] {
+        const auto parts = GetGeometries(i_platform);
+        collect([&] { CheckCollisions(parts, i_input.stop); });
+        collect([&] { CheckNoBuildZones(parts, i_zones, i_input.stop); });
+    });
     return faults;
+}
+
+std::string DescribeClearances(const PlatformRules& i_rules)
+{
+    const std::string text = "a clearance of " + ToNumberText(i_rules.partToPart) + " mm";
+    return i_rules.partToWall == i_rules.partToPart
+               ? text
+               : text + ", " + ToNumberText(i_rules.partToWall) + " mm to the edge of the bed";
 }
 
 } // namespace
 
 CommandResult EstimateConsumption(const JobInput& i_input)
 {
-    JobProgress progress(i_input);
-    const auto sliced = SlicePlatform(i_input, progress);
+    PlatformCommand command(i_input);
+    const auto sliced = command.Slice();
     const Figures& figures = sliced->figures;
-    auto result = WriteResult(i_input, *sliced->platform, DataFormat::Properties,
-                              "The platform takes " + FormatDuration(figures.seconds) + " and " +
-                                  QString::number(figures.cubicCentimetres, 'f', 2).toStdString() + " cm³ (" +
-                                  QString::number(figures.grams, 'f', 2).toStdString() + " g) of '" +
-                                  sliced->profile.GetDefaultMaterial().name + "'." + sliced->notes);
-    progress.Finish();
-    return result;
+    return command.Finish(DataFormat::Properties, "The platform takes " + FormatDuration(figures.seconds) + " and " +
+                                                      QString::number(figures.cubicCentimetres, 'f', 2).toStdString() +
+                                                      " cm³ (" + QString::number(figures.grams, 'f', 2).toStdString() +
+                                                      " g) of '" + sliced->profile.GetDefaultMaterial().name + "'.");
 }
 
 CommandResult PlaceAutomatically(const JobInput& i_input)
 {
-    JobProgress progress(i_input);
-    progress.Report(0, "Reading the platform");
-    const auto platform = ReadPlatform(i_input.parameters);
-    std::vector<std::string> notes;
-    const MachineSettings settings = ReadMachineSettings(i_input.settingsDir, i_input.profile, notes);
+    PlatformCommand command(i_input);
+    TavAM::Platform& platform = command.GetPlatform();
+    const PlatformRules rules = GetPlatformRules(platform, i_input.profile, command.ReadSettings());
+    // What the settings say beside the clearance has no part in this.
+    command.GetNotes().clear();
     PlacementOptions options;
-    options.clearance = settings.clearance;
+    options.partToPart = rules.partToPart;
+    options.partToWall = rules.partToWall;
+    options.turns = rules.turns;
+    options.turnStep = rules.turnStep;
+    options.zones = rules.zones;
     options.stop = i_input.stop;
     options.onProgress = [&](int i_percent) {
-        progress.Report(5 + i_percent * 9 / 10, "Placing the parts");
+        command.Report(5 + i_percent * 9 / 10, "Placing the parts");
     };
-    const PlacementResult placed = PlaceParts(*platform, i_input.profile.bed, i_input.profile.height, options);
+    const PlacementResult placed = PlaceParts(platform, i_input.profile.bed, i_input.profile.height, options);
     if (!placed.unplaced.empty())
-        Fail(ErrorCode::FileError, "These parts do not fit on the bed of the printer with a clearance of " +
-                                       ToNumberText(settings.clearance) +
-                                       " mm, and nothing was moved: " + JoinNames(placed.unplaced) + '.');
-    std::string message = std::to_string(platform->GetParts().size() - placed.withoutMesh.size()) +
-                          " parts were placed with a clearance of " + ToNumberText(settings.clearance) + " mm.";
+        Fail(ErrorCode::FileError, "These parts do not fit on the bed of the printer with " +
+                                       DescribeClearances(rules) +
+                                       ", and nothing was moved: " + JoinNames(placed.unplaced) + '.');
+    std::string message = std::to_string(platform.GetParts().size() - placed.withoutMesh.size()) +
+                          " parts were placed with " + DescribeClearances(rules) + '.';
     if (!placed.withoutMesh.empty())
         message += " These have no mesh and stay where they are: " + JoinNames(placed.withoutMesh) + '.';
-    auto result = WriteResult(i_input, *platform, DataFormat::Placement, std::move(message));
-    progress.Finish();
-    return result;
+    return command.Finish(DataFormat::Placement, std::move(message));
 }
 
 CommandResult CheckPlatform(const JobInput& i_input)
 {
-    JobProgress progress(i_input);
-    progress.Report(0, "Reading the platform");
-    const auto platform = ReadPlatform(i_input.parameters);
-    progress.Report(10, "Checking the parts");
-    const auto faults = FindFaults(i_input, *platform);
+    PlatformCommand command(i_input);
+    const PlatformRules rules = GetPlatformRules(command.GetPlatform(), i_input.profile, {});
+    command.Report(10, "Checking the parts");
+    const auto faults = FindFaults(i_input, command.GetPlatform(), rules.zones);
     if (!faults.empty()) {
         std::string text = "The platform cannot be built:";
         for (std::size_t index = 0; index < std::min(faults.size(), MaxLines); ++index)
@@ -104,13 +114,10 @@ CommandResult CheckPlatform(const JobInput& i_input)
             text += "\nand " + std::to_string(faults.size() - MaxLines) + " more.";
         Fail(ErrorCode::FileError, text);
     }
-    Set(*platform, PropertyName::Check, "passed");
-    Set(*platform, PropertyName::CheckTime, QDateTime::currentDateTimeUtc().toString(Qt::ISODate).toStdString());
-    auto result = WriteResult(i_input, *platform, DataFormat::Properties,
-                              "All " + std::to_string(platform->GetParts().size()) +
-                                  " parts lie inside the build volume, and none collide.");
-    progress.Finish();
-    return result;
+    command.Set(PropertyName::Check, "passed");
+    command.Set(PropertyName::CheckTime, QDateTime::currentDateTimeUtc().toString(Qt::ISODate).toStdString());
+    return command.Finish(DataFormat::Properties, "All " + std::to_string(command.GetPlatform().GetParts().size()) +
+                                                      " parts lie inside the build volume, and none collide.");
 }
 
 CommandResult MakeReportDocument(const JobInput& i_input)
@@ -138,36 +145,28 @@ CommandResult MakeReportDocument(const JobInput& i_input)
 
 CommandResult FillReport(const JobInput& i_input)
 {
-    JobProgress progress(i_input);
-    progress.Report(0, "Reading the platform");
-    auto platform = ReadPlatform(i_input.parameters);
+    PlatformCommand command(i_input);
+    const TavAM::Platform& platform = command.GetPlatform();
     MachineProfile profile = i_input.profile;
-    std::string notes;
-    if (platform->GetParts().empty()) {
-        std::vector<std::string> ignored;
-        const MachineSettings settings = ReadMachineSettings(i_input.settingsDir, profile, ignored);
-        profile = ApplyPlatformSettings(profile, settings, *platform, ignored);
-        StorePlatformSettings(profile, *platform);
+    if (platform.GetParts().empty()) {
+        profile = ApplyPlatformSettings(profile, command.ReadSettings(), platform, command.GetNotes());
+        StorePlatformSettings(profile, command.GetPlatform());
+        command.GetNotes().clear();
     } else {
-        auto sliced = SlicePlatform(i_input, progress);
-        platform = std::move(sliced->platform);
-        profile = std::move(sliced->profile);
-        notes = std::move(sliced->notes);
+        profile = command.Slice()->profile;
     }
     double volume = 0;
-    for (const TavAM::Part& part : platform->GetParts()) {
+    for (const TavAM::Part& part : platform.GetParts()) {
         part.GetRepresentation().ForEachMesh(part.GetPlacement(), [&](const auto& i_mesh, const auto& i_placement) {
             volume += std::abs(TavAM::GetVolume(i_mesh, i_placement)) / 1000;
         });
     }
-    Set(*platform, PropertyName::Printer, profile.name);
-    Set(*platform, PropertyName::Manufacturer, profile.manufacturer);
-    Set(*platform, PropertyName::QueueState, GetStateName(profile.queueState));
-    Set(*platform, PropertyName::PartCount, std::to_string(platform->GetParts().size()));
-    Set(*platform, PropertyName::PartVolume, QString::number(volume, 'f', 3).toStdString());
-    auto result = WriteResult(i_input, *platform, DataFormat::Platform, "The report's properties were filled." + notes);
-    progress.Finish();
-    return result;
+    command.Set(PropertyName::Printer, profile.name);
+    command.Set(PropertyName::Manufacturer, profile.manufacturer);
+    command.Set(PropertyName::QueueState, GetStateName(profile.queueState));
+    command.Set(PropertyName::PartCount, std::to_string(platform.GetParts().size()));
+    command.Set(PropertyName::PartVolume, QString::number(volume, 'f', 3).toStdString());
+    return command.Finish(DataFormat::Platform, "The report's properties were filled.");
 }
 
 } // namespace MachineService::BuildProcessor

@@ -6,6 +6,7 @@
 #include "buildprocessor/Failure.h"
 #include "buildprocessor/MachineSettings.h"
 #include "buildprocessor/PartStrategies.h"
+#include "buildprocessor/PlatformRules.h"
 #include "buildprocessor/SlicingEngine.h"
 #include "tavam/AMXFileReader.h"
 #include "tavam/AMXFileWriter.h"
@@ -184,28 +185,39 @@ CommandResult WriteResult(const JobInput& i_input, const TavAM::Platform& i_plat
     return result;
 }
 
-std::unique_ptr<SlicedPlatform> SlicePlatform(const JobInput& i_input, JobProgress& io_progress)
+std::string AddLines(std::string i_text, const std::vector<std::string>& i_lines)
+{
+    for (const std::string& line : i_lines)
+        i_text += '\n' + line;
+    return i_text;
+}
+
+std::unique_ptr<SlicedPlatform>
+SlicePlatform(const JobInput& i_input, const std::shared_ptr<TavAM::Platform>& ip_platform, JobProgress& io_progress)
 {
     auto sliced = std::make_unique<SlicedPlatform>();
-    io_progress.Report(0, "Reading the platform");
-    sliced->platform = ReadPlatform(i_input.parameters);
-    auto parts = GetGeometries(*sliced->platform);
+    TavAM::Platform& platform = *ip_platform;
+    auto parts = GetGeometries(platform);
 
-    std::vector<std::string> notes;
+    auto& notes = sliced->notes;
     const MachineSettings settings = ReadMachineSettings(i_input.settingsDir, i_input.profile, notes);
-    sliced->profile = ApplyPlatformSettings(i_input.profile, settings, *sliced->platform, notes);
-    StorePlatformSettings(sliced->profile, *sliced->platform);
-    const auto strategies = AssignStrategies(*sliced->platform, i_input.profile.strategies);
+    const PlatformRules rules = GetPlatformRules(platform, i_input.profile, settings);
+    sliced->profile = ApplyPlatformSettings(i_input.profile, settings, platform, notes);
+    StorePlatformSettings(sliced->profile, platform);
+    const auto strategies = AssignStrategies(platform, i_input.profile.strategies);
     notes.insert(notes.end(), strategies.replaced.begin(), strategies.replaced.end());
+    notes.insert(notes.end(), rules.notes.begin(), rules.notes.end());
     for (std::size_t index = 0; index < parts.size(); ++index)
-        parts[index].settings = GetEngineSettings(sliced->platform->GetParts()[index], i_input.profile.strategies);
-    for (const std::string& note : notes)
-        sliced->notes += '\n' + note;
+        parts[index].settings = GetEngineSettings(platform.GetParts()[index], i_input.profile.strategies);
+    // Of one setting the last counts.
+    auto& engineSettings = sliced->profile.engineSettings;
+    engineSettings.insert(engineSettings.end(), rules.engineSettings.begin(), rules.engineSettings.end());
 
     const MachineProfile& profile = sliced->profile;
     const bool isResin = profile.technology == Technology::Sla;
     io_progress.Report(3, "Checking the parts");
     CheckBuildVolume(profile, parts);
+    CheckNoBuildZones(parts, rules.zones, i_input.stop);
     CheckCollisions(parts, i_input.stop);
 
     io_progress.Report(6, "Preparing the slicing engine");
@@ -222,7 +234,7 @@ std::unique_ptr<SlicedPlatform> SlicePlatform(const JobInput& i_input, JobProgre
     io_progress.Report(EngineEnd, "Checking the machine file");
     sliced->figures = isResin ? ReadResinFigures(sliced->machineFile, profile, i_input.stop)
                               : ReadGCodeFigures(sliced->machineFile, profile, parts.size(), i_input.stop);
-    SetFigures(*sliced->platform, sliced->figures, profile.GetDefaultMaterial());
+    SetFigures(platform, sliced->figures, profile.GetDefaultMaterial());
     io_progress.Report(90, "Checking the machine file");
     return sliced;
 }

@@ -53,6 +53,8 @@ CommandResult RunGuarded(const std::function<CommandResult()>& i_job);
 std::shared_ptr<TavAM::Platform> ReadPlatform(const CommandParameters& i_parameters);
 /// \throws CommunicationException FileError for no part, and naming parts that are not meshes altogether.
 std::vector<PartGeometry> GetGeometries(const TavAM::Platform& i_platform);
+/// The text with the lines behind it.
+std::string AddLines(std::string i_text, const std::vector<std::string>& i_lines);
 /// Writes the platform as the result of a command.
 CommandResult WriteResult(const JobInput& i_input, const TavAM::Platform& i_platform, DataFormat i_format,
                           std::string i_message);
@@ -61,15 +63,15 @@ CommandResult WriteResult(const JobInput& i_input, const TavAM::Platform& i_plat
 struct SlicedPlatform
 {
     ScopedTempDir workDir;
-    std::shared_ptr<TavAM::Platform> platform; ///< with figures, strategies and settings
-    MachineProfile profile;                    ///< with the platform's layer height and material
-    std::filesystem::path machineFile;         ///< checked; goes with workDir
+    MachineProfile profile;            ///< with the platform's layer height, material and rules
+    std::filesystem::path machineFile; ///< checked; goes with workDir
     Figures figures;
-    std::string notes; ///< what had to be replaced, a line each; may be empty
+    std::vector<std::string> notes; ///< what had to be replaced or is not done, a sentence each
 };
 
-/// Reads the input, gives the parts their strategies, checks volume and collisions, slices, and checks the outcome.
-/// Reports up to 90 percent.
-std::unique_ptr<SlicedPlatform> SlicePlatform(const JobInput& i_input, JobProgress& io_progress);
+/// Gives the parts their strategies, checks volume and collisions, slices, and checks the outcome. The platform gets
+/// figures, strategies and settings. Reports up to 90 percent.
+std::unique_ptr<SlicedPlatform>
+SlicePlatform(const JobInput& i_input, const std::shared_ptr<TavAM::Platform>& ip_platform, JobProgress& io_progress);
 
 } // namespace MachineService::BuildProcessor

@@ -1,5 +1,7 @@
 #include "buildprocessor/ProfileReader.h"
 
+#include "buildprocessor/ProfileSections.h"
+
 #include <QByteArray>
 #include <QDateTime>
 #include <QJsonDocument>
@@ -364,6 +366,7 @@ DatedProfile ReadProfile(const std::string& i_text, const std::string& i_file,
     ReadMaterials(fields, profile);
     ReadPlates(fields, profile);
     ReadStrategies(fields, profile);
+    ReadSections(fields, profile);
     profile.engineSettings = ReadEngineSettings(fields, AllowedEngineSettings(profile.technology));
     profile.configuresConnection = fields.Boolean("configuresConnection", false);
     profile.acceptsImplicitData = fields.Boolean("acceptsImplicitData", false);

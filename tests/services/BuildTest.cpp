@@ -1,19 +1,12 @@
-#include "services/ServiceFixture.h"
+#include "services/ServiceTest.h"
 
-#include "client/interface/ICommunicationServiceAPI.h"
-#include "tavam/AMXFileReader.h"
 #include "tavam/PropertyNames.h"
 
-#include <QByteArray>
 #include <QString>
 
-#include <boost/uuid/string_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
 
-#include <sys/stat.h>
-
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <sstream>
 #include <thread>
 
@@ -25,14 +18,6 @@ using namespace Testing;
 namespace Names = TavAM::PropertyNames::Print3D;
 namespace fs = std::filesystem;
 
-const std::string TestId = "11111111-2222-3333-4444-555555555555";
-const std::string ResinId = "5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a104";
-
-bool IsEngineInstalled()
-{
-    return std::system("command -v prusa-slicer >/dev/null 2>&1") == 0;
-}
-
 /// False also for a process that nobody has waited for yet.
 bool IsAlive(pid_t i_process)
 {
@@ -40,98 +25,20 @@ bool IsAlive(pid_t i_process)
     return !state.empty() && state.find(") Z ") == std::string::npos;
 }
 
-/// A service whose temporary files, jobs and profiles lie in one folder.
-class BuildTest : public ::testing::Test
+class BuildTest : public ServiceTest
 {
 protected:
-    BuildTest()
+    /// \param i_engine lines of a shell script in the engine's place.
+    void StartWith(const std::string& i_engine, const std::string& i_profile = MakeProfile())
     {
-        fs::create_directories(dir / "temp");
-        fs::create_directories(dir / "output");
-        formerTemp = qgetenv("TMPDIR");
-        qputenv("TMPDIR", (dir / "temp").c_str());
-        WriteText(dir / "configuration" / "profiles" / "test.json", MakeProfile());
-    }
-    ~BuildTest() override
-    {
-        catalog.reset();
-        formerTemp.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", formerTemp);
+        WriteText(dir / "engine.sh",
+                  "#!/bin/sh\nwhile [ \"$1\" != --output ]; do shift; done\noutput=$2\n" + i_engine + '\n');
+        chmod((dir / "engine.sh").c_str(), 0700);
+        Start(i_profile, {{"engine.path", (dir / "engine.sh").string()}});
     }
 
-    /// \param i_engine lines of a shell script in the engine's place; empty takes the real one.
-    void Start(const std::string& i_engine = {}, const std::string& i_profile = MakeProfile())
-    {
-        std::map<std::string, std::string> settings;
-        if (!i_engine.empty()) {
-            settings["engine.path"] = (dir / "engine.sh").string();
-            WriteText(dir / "engine.sh",
-                      "#!/bin/sh\nwhile [ \"$1\" != --output ]; do shift; done\noutput=$2\n" + i_engine + '\n');
-            chmod((dir / "engine.sh").c_str(), 0700);
-        }
-        WriteText(dir / "configuration" / "profiles" / "test.json", i_profile);
-        const auto api = CreateCommunicationService();
-        catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<TestUtility>(dir, settings); });
-        Journal<ServiceStatus> journal;
-        const auto connection =
-            catalog->ConnectServiceStatusUpdated([&](ServiceId, ServiceStatus i_status) { journal.Add(i_status); });
-        catalog->Start(ServiceId::BuildProcessors);
-        ASSERT_TRUE(journal.WaitFor([](const auto& i_all) { return i_all.size() == 2; }));
-        connection.disconnect();
-    }
-
-    Machine GetMachine(const std::string& i_id = TestId)
-    {
-        return catalog->GetMachine(boost::uuids::string_generator()(i_id));
-    }
-
-    CommandParameters MakeParameters(const std::vector<TavAM::Part>& i_parts)
-    {
-        CommandParameters parameters;
-        parameters.commandId = GetMachine().GetCommands().get().at(0).id;
-        parameters.jobName = "bracket";
-        parameters.inputFile = dir / "input.TavAMX";
-        parameters.outputDir = dir / "output";
-        parameters.onProgress = [this](int i_percent, const std::string& i_stage) {
-            progress.Add({i_percent, i_stage});
-        };
-        TavAM::Platform platform;
-        platform.GetParts() = i_parts;
-        TavAM::AMXFileWriter().WriteFile(parameters.inputFile, platform);
-        return parameters;
-    }
-    CommandParameters MakeCube()
-    {
-        return MakeParameters({MakePart(L"cube", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 6)))});
-    }
-
-    Failure Fail(const CommandParameters& i_parameters)
-    {
-        const auto failure = GetFailure([&] { GetMachine().RunCommand(i_parameters).get(); });
-        EXPECT_TRUE(fs::is_empty(dir / "temp"));
-        EXPECT_TRUE(fs::is_empty(dir / "output"));
-        EXPECT_FALSE(fs::exists(dir / "data" / "jobs") && !fs::is_empty(dir / "data" / "jobs"));
-        return failure;
-    }
-
-    TavAM::Platform ReadOutput()
-    {
-        TavAM::AMXFileReader reader;
-        TavAM::Database database;
-        EXPECT_TRUE(reader.ReadFile(dir / "output" / "platform.TavAMX", database)) << reader.GetError();
-        return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
-    }
-
-    const ScopedTempDir folder;
-    const fs::path dir = folder.GetAbsoluteDir();
-    QByteArray formerTemp;
-    Journal<std::pair<int, std::string>> progress;
-    std::unique_ptr<AbstractMachinesCatalog> catalog;
+    CommandParameters MakeCube() { return MakeParameters(MakePlatform({Testing::MakeCube(L"cube", 20)})); }
 };
-
-double GetNumber(const TavAM::Object& i_object, const wchar_t* ip_name)
-{
-    return std::stod(i_object.GetAMXProperties().GetText(ip_name).value_or(L"-1"));
-}
 
 TEST_F(BuildTest, RealMeshesBecomeAMachineFileWithFiguresOfEachPart)
 {
@@ -145,7 +52,7 @@ TEST_F(BuildTest, RealMeshesBecomeAMachineFileWithFiguresOfEachPart)
         L"composed", TavAM::Representation::FromMembers({ToRepresentation(MakeBox(0, 0, 0, 10, 10, 6)), member}));
     composed.SetPlacement(TavAM::Transform::Translation(5, 5, 0));
     const auto plain = MakePart(L"id:7 copy 0\nM104 S400 <ä>", ToRepresentation(MakeBox(60, 60, 0, 10, 10, 3)));
-    auto parameters = MakeParameters({composed, plain});
+    auto parameters = MakeParameters(MakePlatform({composed, plain}));
     parameters.jobName = "../bracket";
     const auto result = GetMachine().RunCommand(parameters).get();
     EXPECT_TRUE(result.completed);
@@ -201,9 +108,9 @@ TEST_F(BuildTest, ResinAndEveryShippedPrinterBuild)
     if (!IsEngineInstalled())
         GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
-    auto parameters = MakeParameters({MakePart(L"one", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 1))),
-                                      MakePart(L"two", ToRepresentation(MakeBox(60, 60, 0, 10, 10, 0.5F)))});
-    GetMachine(ResinId).RunCommand(parameters).get();
+    const auto one = ToRepresentation(MakeBox(20, 20, 0, 10, 10, 1));
+    const auto two = ToRepresentation(MakeBox(60, 60, 0, 10, 10, 0.5F));
+    Run(CommandType::Build, MakePlatform({MakePart(L"one", one), MakePart(L"two", two)}), ResinId);
     const auto resin = ReadOutput();
     EXPECT_EQ(GetNumber(resin, Names::LayerCount), 20);
     EXPECT_NEAR(GetNumber(resin, Names::MaterialCubicCentimetres), 0.15, 0.01);
@@ -220,8 +127,8 @@ TEST_F(BuildTest, ResinAndEveryShippedPrinterBuild)
         // At the left edge of the bed, where only the shape of the bed decides.
         const auto x = static_cast<float>(volume.minX + (volume.isCircular ? 1 : 0));
         const auto y = static_cast<float>((volume.minY + volume.maxY) / 2);
-        parameters = MakeParameters({MakePart(L"one", ToRepresentation(MakeBox(x, y, 0, 10, 10, 1.2F)))});
-        machine.RunCommand(parameters).get();
+        const auto box = ToRepresentation(MakeBox(x, y, 0, 10, 10, 1.2F));
+        Run(CommandType::Build, MakePlatform({MakePart(L"one", box)}), boost::uuids::to_string(data.id));
         EXPECT_GE(GetNumber(ReadOutput(), Names::LayerCount), 4) << data.name;
         EXPECT_GT(GetNumber(ReadOutput().GetParts()[0], Names::MaterialGrams), 0.05) << data.name;
     }
@@ -229,7 +136,7 @@ TEST_F(BuildTest, ResinAndEveryShippedPrinterBuild)
 
 TEST_F(BuildTest, InputThatCannotBeBuiltIsRefusedWithItsReason)
 {
-    Start("echo must not run; exit 3");
+    StartWith("echo must not run; exit 3");
     const auto box = [](float i_x) {
         return ToRepresentation(MakeBox(i_x, 0, 0, 10, 10, 10));
     };
@@ -241,7 +148,7 @@ TEST_F(BuildTest, InputThatCannotBeBuiltIsRefusedWithItsReason)
          "These parts are not meshes, or not altogether, and cannot be built: 'soft'."},
     };
     for (const auto& [parts, text] : rows) {
-        const auto failure = Fail(MakeParameters(parts));
+        const auto failure = Fail(MakeParameters(MakePlatform(parts)));
         EXPECT_EQ(failure.code, ErrorCode::FileError);
         EXPECT_EQ(failure.text, text);
     }
@@ -272,7 +179,7 @@ TEST_F(BuildTest, EngineThatFailsLeavesOneSentenceAndNothingElse)
         {"sleep 1000 & sleep 1000", "The slicing engine did not finish within 1 seconds and was ended."},
     };
     for (const auto& [script, text] : rows) {
-        Start(script, Replaced(MakeProfile(), "60", "1"));
+        StartWith(script, Replaced(MakeProfile(), "60", "1"));
         const auto failure = Fail(MakeCube());
         EXPECT_EQ(failure.code, ErrorCode::InternalError) << script;
         EXPECT_TRUE(failure.text.starts_with(text)) << script << '\n' << failure.text;
@@ -310,8 +217,8 @@ TEST_F(BuildTest, MissingEngineAndBlockedJobFolderSayWhatToDo)
 TEST_F(BuildTest, CancellingEndsTheEngineAndItsChildrenWithinASecond)
 {
     // Deaf to SIGTERM, with a child of its own; tells its number so that its end can be seen.
-    Start("trap '' TERM; sleep 1000 & echo $$ $! > " + (dir / "pid").string() +
-          "; echo '55 => Infilling layers'; wait");
+    StartWith("trap '' TERM; sleep 1000 & echo $$ $! > " + (dir / "pid").string() +
+              "; echo '55 => Infilling layers'; wait");
     std::stop_source stop;
     auto parameters = MakeCube();
     parameters.stopToken = stop.get_token();
@@ -339,7 +246,7 @@ TEST_F(BuildTest, CancellingEndsTheEngineAndItsChildrenWithinASecond)
 
 TEST_F(BuildTest, CatalogGoesDownWhileJobsRunAndMachinesOutliveIt)
 {
-    Start("echo '55 => Infilling layers'; sleep 1000");
+    StartWith("echo '55 => Infilling layers'; sleep 1000");
     const auto parameters = MakeCube();
     const Machine machine = GetMachine();
     auto running = machine.RunCommand(parameters);

@@ -1,10 +1,8 @@
-#include "services/ServiceFixture.h"
+#include "services/ServiceTest.h"
 
 #include "buildprocessor/MachineSettings.h"
 #include "buildprocessor/PlacementCheck.h"
 #include "buildprocessor/QueueStates.h"
-#include "client/interface/ICommunicationServiceAPI.h"
-#include "tavam/AMXFileReader.h"
 #include "tavam/PropertyNames.h"
 
 #include <gmock/gmock.h>
@@ -12,13 +10,7 @@
 #include <QImage>
 #include <QString>
 
-#include <boost/uuid/string_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
-
-#include <sys/stat.h>
-
-#include <algorithm>
-#include <cstdlib>
 
 namespace MachineService {
 
@@ -31,13 +23,6 @@ using ::testing::HasSubstr;
 namespace Names = TavAM::PropertyNames::Print3D;
 namespace Own = BuildProcessor::PropertyName;
 namespace fs = std::filesystem;
-
-const boost::uuids::uuid TestId = boost::uuids::string_generator()("11111111-2222-3333-4444-555555555555");
-
-bool IsEngineInstalled()
-{
-    return std::system("command -v prusa-slicer >/dev/null 2>&1") == 0;
-}
 
 /// Two layer heights, two materials, strategies that mean something.
 std::string MakeRichProfile()
@@ -53,137 +38,26 @@ std::string MakeRichProfile()
                          "engine": {"fill_density": "100%", "fill_pattern": "rectilinear"}}])");
 }
 
-class MachineCommandsTest : public ::testing::Test
+class MachineCommandsTest : public ServiceTest
 {
 protected:
-    MachineCommandsTest()
-    {
-        fs::create_directories(dir / "temp");
-        fs::create_directories(dir / "output");
-        formerTemp = qgetenv("TMPDIR");
-        qputenv("TMPDIR", (dir / "temp").c_str());
-    }
-    ~MachineCommandsTest() override
-    {
-        catalog.reset();
-        formerTemp.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", formerTemp);
-    }
-
     void Start(const std::string& i_profile = MakeRichProfile(), std::map<std::string, std::string> i_settings = {})
     {
-        WriteText(profiles / "test.json", i_profile);
-        const auto api = CreateCommunicationService();
-        catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<TestUtility>(dir, i_settings); });
-        Journal<ServiceStatus> status;
-        const auto connection =
-            catalog->ConnectServiceStatusUpdated([&](ServiceId, ServiceStatus i_status) { status.Add(i_status); });
+        ServiceTest::Start(i_profile, std::move(i_settings));
         catalog->ConnectMachineUpdated([&](const auto& i_id, MachineChanges i_changes) {
             news.Add(boost::uuids::to_string(i_id) + ' ' + std::to_string(static_cast<int>(i_changes)));
         });
-        catalog->Start(ServiceId::BuildProcessors);
-        ASSERT_TRUE(status.WaitFor([](const auto& i_all) { return i_all.size() == 2; }));
-        connection.disconnect();
     }
 
-    CommandDescription Find(CommandType i_type)
-    {
-        for (const auto& command : catalog->GetMachine(TestId).GetCommands().get()) {
-            if (command.type == i_type)
-                return command;
-        }
-        throw std::logic_error("the command is not offered");
-    }
-
-    CommandParameters MakeParameters(const TavAM::Platform& i_platform)
-    {
-        fs::remove_all(dir / "output");
-        fs::create_directories(dir / "output");
-        CommandParameters parameters;
-        parameters.jobName = "bracket";
-        parameters.inputFile = dir / "input.TavAMX";
-        parameters.outputDir = dir / "output";
-        parameters.onProgress = [this](int i_percent, const std::string&) {
-            progress.Add(i_percent);
-        };
-        TavAM::AMXFileWriter().WriteFile(parameters.inputFile, i_platform);
-        return parameters;
-    }
-
-    CommandResult Run(CommandType i_type, const TavAM::Platform& i_platform)
-    {
-        auto parameters = MakeParameters(i_platform);
-        const auto command = Find(i_type);
-        parameters.commandId = command.id;
-        progress.Take();
-        auto result = catalog->GetMachine(TestId).RunCommand(parameters).get();
-        EXPECT_TRUE(fs::is_empty(dir / "temp"));
-        EXPECT_EQ(result.dataFormat, command.dataFormat);
-        const auto steps = progress.Take();
-        EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end()));
-        EXPECT_EQ(steps.back(), 100);
-        return result;
-    }
-
-    /// The command fails and leaves nothing.
-    Failure Fail(CommandType i_type, const TavAM::Platform& i_platform)
-    {
-        auto parameters = MakeParameters(i_platform);
-        parameters.commandId = Find(i_type).id;
-        const auto failure = GetFailure([&] { catalog->GetMachine(TestId).RunCommand(parameters).get(); });
-        EXPECT_TRUE(fs::is_empty(dir / "temp"));
-        EXPECT_TRUE(fs::is_empty(dir / "output"));
-        return failure;
-    }
-
-    TavAM::Platform ReadOutput()
-    {
-        TavAM::AMXFileReader reader;
-        TavAM::Database database;
-        EXPECT_TRUE(reader.ReadFile(dir / "output" / "platform.TavAMX", database)) << reader.GetError();
-        return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
-    }
-
-    const ScopedTempDir folder;
-    const fs::path dir = folder.GetAbsoluteDir();
-    const fs::path profiles = dir / "configuration" / "profiles";
-    QByteArray formerTemp;
     Journal<std::string> news;
-    Journal<int> progress;
-    std::unique_ptr<AbstractMachinesCatalog> catalog;
 };
-
-TavAM::Platform MakePlatform(std::vector<TavAM::Part> i_parts)
-{
-    TavAM::Platform platform;
-    platform.SetName(L"plate");
-    platform.GetParts() = std::move(i_parts);
-    return platform;
-}
-
-TavAM::Part MakeCube(const std::wstring& i_name, float i_x, const wchar_t* ip_strategy = nullptr)
-{
-    auto part = MakePart(i_name, ToRepresentation(MakeBox(i_x, 20, 0, 15, 15, 6)));
-    if (ip_strategy)
-        part.SetStrategies(TavAM::Part::Strategies{{L"part", ip_strategy}});
-    return part;
-}
-
-std::wstring GetText(const TavAM::Object& i_object, const wchar_t* ip_name)
-{
-    return i_object.GetAMXProperties().GetText(ip_name).value_or(L"-1");
-}
-
-double GetNumber(const TavAM::Object& i_object, const wchar_t* ip_name)
-{
-    return std::stod(GetText(i_object, ip_name));
-}
 
 } // namespace
 
 TEST_F(MachineCommandsTest, OffersEveryKindWithItsFormatAndOwnOnesWithIcons)
 {
     Start();
-    const auto commands = catalog->GetMachine(TestId).GetCommands().get();
+    const auto commands = GetMachine().GetCommands().get();
     std::vector<std::pair<int, int>> offered;
     for (const auto& command : commands) {
         offered.emplace_back(static_cast<int>(command.type), static_cast<int>(command.dataFormat));
@@ -194,7 +68,7 @@ TEST_F(MachineCommandsTest, OffersEveryKindWithItsFormatAndOwnOnesWithIcons)
         EXPECT_EQ(std::count_if(commands.begin(), commands.end(),
                                 [&](const auto& i_other) { return i_other.id == command.id; }),
                   1);
-        EXPECT_TRUE(catalog->GetMachine(TestId).CanRunCommand(command.id).get()) << command.name;
+        EXPECT_TRUE(GetMachine().CanRunCommand(command.id).get()) << command.name;
     }
     EXPECT_EQ(offered,
               (std::vector<std::pair<int, int>>{{1, 1}, {2, 3}, {3, 3}, {4, 4}, {7, 3}, {8, 2}, {0, 6}, {6, 3}}));
@@ -204,18 +78,17 @@ TEST_F(MachineCommandsTest, OffersEveryKindWithItsFormatAndOwnOnesWithIcons)
 TEST_F(MachineCommandsTest, AStateSetAtRunTimeRefusesCommandsAndIsNewsOfTheStateAlone)
 {
     Start();
-    const std::string id = boost::uuids::to_string(TestId);
-    const Machine machine = catalog->GetMachine(TestId);
+    const Machine machine = GetMachine();
     const auto platform = MakePlatform({MakeCube(L"cube", 20)});
     const std::pair<QueueState, ErrorCode> states[] = {{QueueState::Paused, ErrorCode::QueuePaused},
                                                        {QueueState::Error, ErrorCode::QueueError},
                                                        {QueueState::Offline, ErrorCode::QueueOffline}};
     const auto expectNews = [&] {
-        return news.WaitFor([&](const auto& i_all) { return i_all == std::vector<std::string>{id + " 2"}; }) &&
+        return news.WaitFor([&](const auto& i_all) { return i_all == std::vector<std::string>{TestId + " 2"}; }) &&
                news.Take().size() == 1;
     };
     for (const auto& [state, code] : states) {
-        BuildProcessor::SetQueueState(profiles, TestId, state);
+        BuildProcessor::SetQueueState(profiles, machine.GetMachineData().id, state);
         ASSERT_TRUE(expectNews());
         for (const auto& command : machine.GetCommands().get()) {
             const bool looksOnly = command.type == CommandType::ConfigurePrinter ||
@@ -229,12 +102,12 @@ TEST_F(MachineCommandsTest, AStateSetAtRunTimeRefusesCommandsAndIsNewsOfTheState
         EXPECT_THAT(Run(CommandType::AdditionalForPlatform, platform).message, HasSubstr("none collide"));
     }
     // A damaged state counts as none: the profile's own comes back.
-    WriteText(profiles / (id + ".queue"), "asleep");
+    WriteText(profiles / (TestId + ".queue"), "asleep");
     ASSERT_TRUE(expectNews());
     EXPECT_TRUE(machine.CanRunCommand(Find(CommandType::Build).id).get());
-    BuildProcessor::SetQueueState(profiles, TestId, QueueState::Paused);
+    BuildProcessor::SetQueueState(profiles, machine.GetMachineData().id, QueueState::Paused);
     ASSERT_TRUE(expectNews());
-    BuildProcessor::SetQueueState(profiles, TestId, std::nullopt);
+    BuildProcessor::SetQueueState(profiles, machine.GetMachineData().id, std::nullopt);
     ASSERT_TRUE(expectNews());
     EXPECT_TRUE(machine.CanRunCommand(Find(CommandType::Build).id).get());
 }
@@ -301,7 +174,7 @@ TEST_F(MachineCommandsTest, ConfiguringThePrinterWritesSettingsThatPlatformsThen
     if (!IsEngineInstalled())
         GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
-    const auto file = dir / "data" / "machines" / (boost::uuids::to_string(TestId) + ".json");
+    const auto file = dir / "data" / "machines" / (TestId + ".json");
     const auto empty = MakePlatform({});
     Run(CommandType::ConfigurePrinter, empty);
     EXPECT_EQ(GetText(ReadOutput(), Own::QueueState), L"running");
@@ -384,12 +257,11 @@ TEST_F(MachineCommandsTest, PlacesPartsThatThenPassTheCheckOrNamesThem)
 TEST_F(MachineCommandsTest, ReportsAreMadeOfTheSceneDescription)
 {
     Start();
-    auto parameters = MakeParameters(MakePlatform({}));
-    parameters.commandId = Find(CommandType::Additional).id;
+    auto parameters = MakeParameters(MakePlatform({}), CommandType::Additional);
     parameters.inputFile = dir / "scene.xml";
     WriteText(parameters.inputFile, R"(<?xml version="1.0"?><HostScene><Platform name="../a/&lt;b&gt;"><Properties>
         <Property name="BuildProcessor.Material">Heavy</Property></Properties><Parts/></Platform></HostScene>)");
-    EXPECT_EQ(catalog->GetMachine(TestId).RunCommand(parameters).get().dataFormat, DataFormat::Document);
+    EXPECT_EQ(GetMachine().RunCommand(parameters).get().dataFormat, DataFormat::Document);
     std::vector<fs::path> files(fs::directory_iterator(dir / "output"), fs::directory_iterator());
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(files[0].extension(), ".html");
@@ -398,7 +270,7 @@ TEST_F(MachineCommandsTest, ReportsAreMadeOfTheSceneDescription)
 
     fs::remove(files[0]);
     WriteText(parameters.inputFile, "<HostScene><Platform>");
-    const auto failure = GetFailure([&] { catalog->GetMachine(TestId).RunCommand(parameters).get(); });
+    const auto failure = GetFailure([&] { GetMachine().RunCommand(parameters).get(); });
     EXPECT_EQ(failure.code, ErrorCode::FileError);
     EXPECT_THAT(failure.text, HasSubstr("scene.xml"));
     EXPECT_TRUE(fs::is_empty(dir / "output"));
@@ -410,7 +282,7 @@ TEST_F(MachineCommandsTest, ReportPropertiesHoldPrinterAndFigures)
         GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
     const auto fill = [&](const TavAM::Platform& i_platform) {
-        const auto result = catalog->GetMachine(TestId).FillReportProperties(MakeParameters(i_platform)).get();
+        const auto result = GetMachine().FillReportProperties(MakeParameters(i_platform)).get();
         EXPECT_EQ(result.dataFormat, DataFormat::Platform);
         return ReadOutput();
     };
@@ -433,22 +305,20 @@ TEST_F(MachineCommandsTest, CommandsThatDoNotSliceDoNotWaitForThoseThatDoAndBoth
     WriteText(engine, "#!/bin/sh\necho '10 => Processing triangulated mesh'\nexec sleep 600\n");
     ASSERT_EQ(chmod(engine.c_str(), 0700), 0);
     Start(MakeRichProfile(), {{"engine.path", engine.string()}});
-    auto parameters = MakeParameters(MakePlatform({MakeCube(L"a", 20)}));
+    auto parameters = MakeParameters(MakePlatform({MakeCube(L"a", 20)}), CommandType::ConsumptionEstimations);
     std::stop_source stop;
     parameters.stopToken = stop.get_token();
-    parameters.commandId = Find(CommandType::ConsumptionEstimations).id;
-    auto slicing = catalog->GetMachine(TestId).RunCommand(parameters);
-    ASSERT_TRUE(progress.WaitFor([](const auto& i_steps) { return !i_steps.empty() && i_steps.back() > 10; }));
+    auto slicing = GetMachine().RunCommand(parameters);
+    ASSERT_TRUE(progress.WaitFor([](const auto& i_steps) { return !i_steps.empty() && i_steps.back().first > 10; }));
 
     auto placing = parameters;
     placing.commandId = Find(CommandType::AutomaticPlacement).id;
-    EXPECT_EQ(catalog->GetMachine(TestId).RunCommand(placing).get().dataFormat, DataFormat::Placement);
+    EXPECT_EQ(GetMachine().RunCommand(placing).get().dataFormat, DataFormat::Placement);
 
     const auto start = std::chrono::steady_clock::now();
     stop.request_stop();
     EXPECT_EQ(GetFailure([&] { slicing.get(); }).code, ErrorCode::ProcessingAborted);
-    EXPECT_EQ(GetFailure([&] { catalog->GetMachine(TestId).RunCommand(placing).get(); }).code,
-              ErrorCode::ProcessingAborted);
+    EXPECT_EQ(GetFailure([&] { GetMachine().RunCommand(placing).get(); }).code, ErrorCode::ProcessingAborted);
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     EXPECT_TRUE(fs::is_empty(dir / "temp"));
 }
