@@ -1,5 +1,7 @@
 #pragma once
 
+#include "vexlorcore_export.h"
+
 #include <cstdint>
 
 namespace VexlorCore {
@@ -21,23 +23,27 @@ enum class DatabaseAction : std::uint32_t
 /// Something that happened in the host. Listeners tell the kinds apart with dynamic_cast.
 ///
 /// Thread: UI thread. A notification lives only while it is delivered; do not keep it.
-class INotification
+class VEXLORCORE_EXPORT INotification
 {
 public:
-    virtual ~INotification() = default;
+    virtual ~INotification();
 };
 
 /// The active scene of the database changed.
-class DataSetActivated final : public INotification
-{};
+class VEXLORCORE_EXPORT DataSetActivated final : public INotification
+{
+public:
+    ~DataSetActivated() override;
+};
 
-class DataSetCopied final : public INotification
+class VEXLORCORE_EXPORT DataSetCopied final : public INotification
 {
 public:
     DataSetCopied(DataSet* ip_original, DataSet* ip_copied)
         : _original(ip_original)
         , _copied(ip_copied)
     {}
+    ~DataSetCopied() override;
     DataSet* GetOriginal() const { return _original; }
     DataSet* GetCopied() const { return _copied; }
 
@@ -46,12 +52,13 @@ private:
     DataSet* _copied;
 };
 
-class OperationCompleted final : public INotification
+class VEXLORCORE_EXPORT OperationCompleted final : public INotification
 {
 public:
     explicit OperationCompleted(std::uint32_t i_actions)
         : _actions(i_actions)
     {}
+    ~OperationCompleted() override;
     bool HasDatabaseAction(DatabaseAction i_action) const
     {
         return (_actions & static_cast<std::uint32_t>(i_action)) != 0;
@@ -61,22 +68,32 @@ private:
     std::uint32_t _actions;
 };
 
-class BeforeExecuteOperation final : public INotification
-{};
+class VEXLORCORE_EXPORT BeforeExecuteOperation final : public INotification
+{
+public:
+    ~BeforeExecuteOperation() override;
+};
 
-class AfterExecuteOperation final : public INotification
-{};
+class VEXLORCORE_EXPORT AfterExecuteOperation final : public INotification
+{
+public:
+    ~AfterExecuteOperation() override;
+};
 
-class SelectionChanged final : public INotification
-{};
+class VEXLORCORE_EXPORT SelectionChanged final : public INotification
+{
+public:
+    ~SelectionChanged() override;
+};
 
 /// Base of the notifications about one scene.
-class DataSetNotification : public INotification
+class VEXLORCORE_EXPORT DataSetNotification : public INotification
 {
 public:
     explicit DataSetNotification(DataSet* ip_data_set)
         : _dataSet(ip_data_set)
     {}
+    ~DataSetNotification() override;
     DataSet* GetDataSet() const { return _dataSet; }
 
 private:
@@ -84,31 +101,35 @@ private:
 };
 
 /// Raised before a scene is destroyed; the scene is still whole.
-class DataSetClosing final : public DataSetNotification
+class VEXLORCORE_EXPORT DataSetClosing final : public DataSetNotification
 {
 public:
     using DataSetNotification::DataSetNotification;
+    ~DataSetClosing() override;
 };
 
 /// The machine attached to the scene is not there any more; the attachment itself is unchanged.
-class BPPlatformDetached final : public DataSetNotification
+class VEXLORCORE_EXPORT BPPlatformDetached final : public DataSetNotification
 {
 public:
     using DataSetNotification::DataSetNotification;
+    ~BPPlatformDetached() override;
 };
 
 /// Another machine, or none, is attached to the scene.
-class BPQueueChanged final : public DataSetNotification
+class VEXLORCORE_EXPORT BPQueueChanged final : public DataSetNotification
 {
 public:
     using DataSetNotification::DataSetNotification;
+    ~BPQueueChanged() override;
 };
 
 /// The configuration of the scene's machine is newer than the one that the scene was prepared for.
-class BPPlatformRevisionChanged final : public DataSetNotification
+class VEXLORCORE_EXPORT BPPlatformRevisionChanged final : public DataSetNotification
 {
 public:
     using DataSetNotification::DataSetNotification;
+    ~BPPlatformRevisionChanged() override;
 };
 
 } // namespace VexlorCore
