@@ -1,5 +1,8 @@
 #include "tavsdk/Utf8.h"
 
+#include <algorithm>
+#include <cstddef>
+
 namespace TavSDK {
 
 static_assert(sizeof(wchar_t) == sizeof(char32_t), "wide strings hold one character per unit");
@@ -38,6 +41,24 @@ char32_t Next(std::string_view i_text, std::size_t& io_position)
     return character;
 }
 
+// Texts are plain ASCII nearly always; these two loops the compiler can vectorize.
+
+bool IsAscii(std::string_view i_text)
+{
+    unsigned char bits = 0;
+    for (const char byte : i_text)
+        bits |= static_cast<unsigned char>(byte);
+    return bits < 0x80;
+}
+
+bool IsAscii(std::wstring_view i_text)
+{
+    char32_t bits = 0;
+    for (const wchar_t unit : i_text)
+        bits |= static_cast<char32_t>(unit);
+    return bits < 0x80;
+}
+
 } // namespace
 
 void AppendUtf8(char32_t i_character, std::string& io_text)
@@ -63,19 +84,32 @@ void AppendUtf8(char32_t i_character, std::string& io_text)
     append(0x80U | (i_character & 0x3FU));
 }
 
+void AppendUtf8(std::wstring_view i_text, std::string& io_text)
+{
+    if (IsAscii(i_text)) {
+        const std::size_t size = io_text.size();
+        io_text.resize(size + i_text.size());
+        std::transform(i_text.begin(), i_text.end(), io_text.begin() + static_cast<std::ptrdiff_t>(size),
+                       [](wchar_t i_unit) { return static_cast<char>(i_unit); });
+        return;
+    }
+    for (const wchar_t unit : i_text) {
+        const auto character = static_cast<char32_t>(unit);
+        AppendUtf8(IsCharacter(character) ? character : U'\uFFFD', io_text);
+    }
+}
+
 std::string ToUtf8(std::wstring_view i_text)
 {
     std::string text;
-    text.reserve(i_text.size());
-    for (const wchar_t unit : i_text) {
-        const auto character = static_cast<char32_t>(unit);
-        AppendUtf8(IsCharacter(character) ? character : U'\uFFFD', text);
-    }
+    AppendUtf8(i_text, text);
     return text;
 }
 
 std::optional<std::wstring> FromUtf8(std::string_view i_text)
 {
+    if (IsAscii(i_text))
+        return std::wstring(i_text.begin(), i_text.end());
     std::wstring text;
     text.reserve(i_text.size());
     for (std::size_t position = 0; position < i_text.size();) {
@@ -89,6 +123,8 @@ std::optional<std::wstring> FromUtf8(std::string_view i_text)
 
 bool IsUtf8(std::string_view i_text)
 {
+    if (IsAscii(i_text))
+        return true;
     for (std::size_t position = 0; position < i_text.size();) {
         if (Next(i_text, position) == NoCharacter)
             return false;

@@ -10,6 +10,8 @@ namespace TavSDK {
 
 /// UTF-8 of a wide string; what is no character (half a surrogate pair, beyond U+10FFFF) becomes U+FFFD.
 TAVSDK_EXPORT std::string ToUtf8(std::wstring_view i_text);
+/// The same, appended to a text whose memory may so be used again.
+TAVSDK_EXPORT void AppendUtf8(std::wstring_view i_text, std::string& io_text);
 /// Empty when the bytes are not UTF-8.
 TAVSDK_EXPORT std::optional<std::wstring> FromUtf8(std::string_view i_text);
 TAVSDK_EXPORT bool IsUtf8(std::string_view i_text);

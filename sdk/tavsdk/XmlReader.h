@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,9 +24,15 @@ inline constexpr std::size_t Document = std::size_t{64} << 20U; ///< bytes
 class TAVSDK_EXPORT XmlAttributes
 {
 public:
-    /// \param ip_texts i_count pairs of name and value, each ended by a zero byte.
-    XmlAttributes(const char* ip_texts, std::size_t i_count)
+    struct Sizes
+    {
+        std::uint32_t name;
+        std::uint32_t value;
+    };
+    /// \param ip_texts i_count pairs of name and value, one directly behind the other.
+    XmlAttributes(const char* ip_texts, const Sizes* ip_sizes, std::size_t i_count)
         : _texts(ip_texts)
+        , _sizes(ip_sizes)
         , _count(i_count)
     {}
 
@@ -37,6 +44,7 @@ public:
 
 private:
     const char* _texts;
+    const Sizes* _sizes;
     std::size_t _count;
 };
 

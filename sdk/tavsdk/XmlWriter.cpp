@@ -21,15 +21,44 @@ struct FileCloser
     void operator()(std::FILE* ip_file) const { std::fclose(ip_file); }
 };
 
-/// Characters that stand for themselves everywhere.
-constexpr std::array<bool, 256> MakePlain()
+// What a byte may mean, as bits: those of all bytes of a text, put together, tell how it must be treated.
+constexpr unsigned char Escaped = 1;         ///< markup, or a control character that some place cannot carry as it is
+constexpr unsigned char PartOfCharacter = 2; ///< of one outside ASCII
+constexpr unsigned char NotInName = 4;
+constexpr unsigned char NotFirstInName = 8;
+
+constexpr std::array<unsigned char, 256> MakeMeanings()
 {
-    std::array<bool, 256> plain = {};
-    for (unsigned character = 0x20; character < 256; ++character)
-        plain[character] = character != '&' && character != '<' && character != '>' && character != '"';
-    return plain;
+    std::array<unsigned char, 256> meanings = {};
+    for (unsigned byte = 0; byte < 256; ++byte) {
+        const bool isLetter =
+            (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || byte == '_' || byte == ':';
+        const bool isLater = (byte >= '0' && byte <= '9') || byte == '-' || byte == '.';
+        if (byte < 0x20 || byte == '&' || byte == '<' || byte == '>' || byte == '"')
+            meanings[byte] |= Escaped;
+        if (byte >= 0x80)
+            meanings[byte] |= PartOfCharacter;
+        else if (isLater)
+            meanings[byte] |= NotFirstInName;
+        else if (!isLetter)
+            meanings[byte] |= NotInName | NotFirstInName;
+    }
+    return meanings;
 }
-constexpr std::array<bool, 256> mgp_plain = MakePlain();
+constexpr std::array<unsigned char, 256> mgp_meanings = MakeMeanings();
+
+unsigned char GetMeaning(char i_byte)
+{
+    return mgp_meanings[static_cast<unsigned char>(i_byte)];
+}
+
+unsigned char GetMeanings(std::string_view i_text)
+{
+    unsigned char meanings = 0;
+    for (const char byte : i_text)
+        meanings |= GetMeaning(byte);
+    return meanings;
+}
 
 bool HoldsNoncharacter(std::string_view i_text)
 {
@@ -40,16 +69,10 @@ bool HoldsNoncharacter(std::string_view i_text)
 /// Enough to keep markup out of names; names come from the program, not from outside.
 bool IsName(std::string_view i_name)
 {
-    if (i_name.empty() || !IsUtf8(i_name) || i_name.find_first_of("-.0123456789") == 0)
+    if (i_name.empty() || (GetMeaning(i_name.front()) & NotFirstInName) != 0)
         return false;
-    for (const char character : i_name) {
-        const auto byte = static_cast<unsigned char>(character);
-        const bool isPlain =
-            (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9');
-        if (!isPlain && byte < 0x80 && std::string_view("_:-.").find(character) == std::string_view::npos)
-            return false;
-    }
-    return true;
+    const unsigned char meanings = GetMeanings(i_name);
+    return (meanings & NotInName) == 0 && ((meanings & PartOfCharacter) == 0 || IsUtf8(i_name));
 }
 
 } // namespace
@@ -65,6 +88,7 @@ public:
         isTagOpen = false;
         hasRoot = false;
         tags.clear();
+        attributes.clear();
         text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     }
 
@@ -102,7 +126,7 @@ public:
     std::unique_ptr<std::FILE, FileCloser> file;
     std::string text;              ///< what is not in the file yet; the whole document when it is made in memory
     std::vector<std::string> tags; ///< open elements
-    std::string attributes;        ///< names in the open tag, each between zero bytes
+    std::vector<std::pair<std::size_t, std::size_t>> attributes; ///< names in the open tag: place in the text, and size
     bool isInMemory = false;
     bool isOpen = false;
     bool isTagOpen = false;
@@ -111,12 +135,17 @@ public:
 
 void XmlWriter::Impl::AppendEscaped(std::string_view i_text, bool i_is_attribute)
 {
-    if (!IsUtf8(i_text) || HoldsNoncharacter(i_text))
+    const unsigned char meanings = GetMeanings(i_text);
+    if ((meanings & PartOfCharacter) != 0 && (!IsUtf8(i_text) || HoldsNoncharacter(i_text)))
         throw std::runtime_error("a text for XML is not valid UTF-8 or holds a character that XML cannot carry");
+    if ((meanings & Escaped) == 0) {
+        text += i_text;
+        return;
+    }
     std::size_t begin = 0;
     for (std::size_t position = 0; position < i_text.size(); ++position) {
         const char character = i_text[position];
-        if (mgp_plain[static_cast<unsigned char>(character)])
+        if ((GetMeaning(character) & Escaped) == 0)
             continue;
         const char* escaped = nullptr;
         switch (character) {
@@ -186,7 +215,7 @@ void XmlWriter::WriteStartTag(std::string_view i_name)
     _impl->EndOpenTag();
     _impl->hasRoot = true;
     _impl->tags.emplace_back(i_name);
-    _impl->attributes.assign(1, '\0');
+    _impl->attributes.clear();
     _impl->isTagOpen = true;
     _impl->text += '<';
     _impl->text += i_name;
@@ -199,12 +228,12 @@ void XmlWriter::WriteAttribute(std::string_view i_name, std::string_view i_value
         throw std::runtime_error("an XML attribute belongs directly after its start tag");
     if (!IsName(i_name))
         throw std::runtime_error("\"" + std::string(i_name) + "\" is no name for an XML attribute");
-    std::string delimited(1, '\0');
-    delimited.append(i_name).push_back('\0');
-    if (_impl->attributes.find(delimited) != std::string::npos)
-        throw std::runtime_error("an XML element has the attribute \"" + std::string(i_name) + "\" twice");
-    _impl->attributes.append(delimited, 1);
+    for (const auto& [place, size] : _impl->attributes) {
+        if (std::string_view(_impl->text).substr(place, size) == i_name)
+            throw std::runtime_error("an XML element has the attribute \"" + std::string(i_name) + "\" twice");
+    }
     _impl->text += ' ';
+    _impl->attributes.emplace_back(_impl->text.size(), i_name.size());
     _impl->text += i_name;
     _impl->text += "=\"";
     _impl->AppendEscaped(i_value, true);

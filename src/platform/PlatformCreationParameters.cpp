@@ -1,12 +1,14 @@
 #include "platform/PlatformCreationParameters.h"
 
 #include "client/interface/CommunicationException.h"
-#include "platform/PlatformText.h"
 
+#include "tavsdk/Utf8.h"
 #include "tavsdk/XmlWriter.h"
 
 #include <QCoreApplication>
 #include <QString>
+
+#include <string>
 
 namespace MachineService {
 
@@ -28,10 +30,16 @@ void WritePlatformCreationParameters(const wchar_t* ip_path, const ParameterValu
     }
     writer.WriteStartTag(RootTag);
     writer.WriteAttribute("xmlns", Namespace);
+    std::string text;
+    const auto narrow = [&text](const std::wstring& i_text) -> const std::string& {
+        text.clear();
+        TavSDK::AppendUtf8(i_text, text);
+        return text;
+    };
     for (const auto& [id, value] : i_values) {
         writer.WriteStartTag(ValueTag);
-        writer.WriteAttribute("id", ToNarrow(id));
-        writer.WriteCharacterData(ToNarrow(value));
+        writer.WriteAttribute("id", narrow(id));
+        writer.WriteCharacterData(narrow(value));
         writer.WriteEndTag(ValueTag);
     }
     writer.WriteEndTag(RootTag);

@@ -1,7 +1,8 @@
 #include "platform/PlatformInformationReader.h"
 
 #include "platform/PlatformParameters.h"
-#include "platform/PlatformText.h"
+
+#include "tavsdk/Utf8.h"
 
 #include <memory>
 #include <string>
@@ -12,6 +13,12 @@ namespace {
 
 /// Materials, choices and items together: far more than anyone could choose from.
 constexpr std::size_t MostEntries = 200'000;
+
+/// The XML reader lets through UTF-8 only.
+std::wstring ToWide(std::string_view i_text)
+{
+    return TavSDK::FromUtf8(i_text).value_or(std::wstring());
+}
 
 std::wstring GetText(const TavSDK::XmlAttributes& i_attributes, std::string_view i_name)
 {
