@@ -1,11 +1,14 @@
 #pragma once
 
+#include "vexlorcore_export.h"
+
 #include <QString>
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <stop_token>
 #include <string>
 #include <vector>
@@ -29,6 +32,13 @@ public:
 
 /// A job; its result is the result of the operation that runs it.
 using Job = std::function<bool(IJobProgress&)>;
+
+/// The user cancelled what an operation without a result had begun; nothing was changed.
+class VEXLORCORE_EXPORT JobCancelled : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
 
 } // namespace VexlorCore
 
@@ -79,6 +89,8 @@ public:
     /// 11. Loads a platform file into a scene that takes over its platform as a whole.
     /// \param i_on_scene_loaded, i_on_platform_loaded called on the UI thread, in this order; may be empty.
     /// \param i_show_progress under a progress display with the title. \param i_keep_parts the scene's parts stay.
+    /// \throws VexlorCore::JobCancelled when the user cancelled there; TavAM::FileError; std::runtime_error "The scene
+    ///         was closed.".
     virtual void LoadPlatformFile(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                                   const std::vector<std::wstring>& i_files, const QString& i_progress_title,
                                   std::function<IVexlorApiProvider&()> i_api_provider,

@@ -252,7 +252,7 @@ void ReferenceApiProvider::LoadPlatformFile(DataSet* ip_data_set, std::int32_t i
     if (i_show_progress && UiThread::IsCurrent()) {
         auto& provider = i_api_provider ? i_api_provider() : *this;
         if (!provider.RunJobWithTitle(i_progress_title, read))
-            throw std::runtime_error("Loading the platform was cancelled.");
+            throw VexlorCore::JobCancelled("Loading the platform was cancelled.");
     } else {
         loaded = ReadPlatforms(i_files, false);
     }

@@ -153,16 +153,21 @@ void PlatformCreator::_LoadPlatform(VexlorCore::DataSet& io_data_set, const Comm
     const auto file = MakeTemporaryFile(L"Vexlor", L".TavAMX");
     if (!WriteBytes(file->GetPath(), i_item.data))
         ThrowUnreadable(file->GetPath());
-    _apiProvider().LoadPlatformFile(
-        &io_data_set, static_cast<std::int32_t>(i_result.dataFormat), {file->GetPath()},
-        QCoreApplication::translate("MachineService", "Get Empty Platform"), _apiProvider,
-        [machine = _machine](VexlorCore::DataSet* ip_data_set) {
-            Utilities::UpdateMachineAMProperties(ip_data_set, machine);
-        },
-        [machine = _machine](std::shared_ptr<TavAM::Platform> ip_platform) {
-            Utilities::SetPldfTimestampFromMachine(*ip_platform, machine);
-        },
-        true, i_keep_parts);
+    try {
+        _apiProvider().LoadPlatformFile(
+            &io_data_set, static_cast<std::int32_t>(i_result.dataFormat), {file->GetPath()},
+            QCoreApplication::translate("MachineService", "Get Empty Platform"), _apiProvider,
+            [machine = _machine](VexlorCore::DataSet* ip_data_set) {
+                Utilities::UpdateMachineAMProperties(ip_data_set, machine);
+            },
+            [machine = _machine](std::shared_ptr<TavAM::Platform> ip_platform) {
+                Utilities::SetPldfTimestampFromMachine(*ip_platform, machine);
+            },
+            true, i_keep_parts);
+    } catch (const VexlorCore::JobCancelled&) {
+        // The user knows one sentence for it, wherever the cancellation came.
+        throw CommunicationException(ErrorCode::ProcessingAborted);
+    }
 }
 
 void PlatformCreator::_UpdateMachineData(VexlorCore::DataSet& io_data_set, const Platform& i_item) const

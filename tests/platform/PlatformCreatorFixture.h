@@ -1,0 +1,171 @@
+#pragma once
+
+#include "client/interface/CommunicationException.h"
+#include "platform/IPlatformCreator.h"
+#include "support/HostFixture.h"
+
+#include "machinelayer/PldfFile.h"
+#include "tavam/AMXFileWriter.h"
+#include "vexlorcore/Base64.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <future>
+#include <optional>
+#include <sstream>
+
+namespace MachineService {
+
+using Answer = std::pair<CommandResult, Platform>;
+
+template <class T>
+std::future<T> MakeReady(T i_value)
+{
+    std::promise<T> promise;
+    promise.set_value(std::move(i_value));
+    return promise.get_future();
+}
+
+template <class T>
+std::future<T> MakeFailed(ErrorCode i_code)
+{
+    std::promise<T> promise;
+    promise.set_exception(std::make_exception_ptr(CommunicationException(i_code, "own text")));
+    return promise.get_future();
+}
+
+/// What the machine answers, and what it was sent.
+struct Script
+{
+    std::function<ProgressWatcherFuture<PlatformInfo>()> getInformation;
+    std::function<std::future<Answer>()> getPlatform;
+    std::vector<std::string> parameters;
+};
+
+class ScriptedMachine final : public MachineStrategy
+{
+public:
+    ScriptedMachine(const MachineData& i_data, Script& io_script)
+        : MachineStrategy(i_data)
+        , _script(io_script)
+    {}
+    ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override { return _script.getInformation(); }
+    std::future<Answer> GetEmptyPlatform(const std::string& i_parameters) const override
+    {
+        _script.parameters.push_back(i_parameters);
+        return _script.getPlatform();
+    }
+    std::future<std::vector<CommandDescription>> GetCommands() const override { return {}; }
+    std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override { return {}; }
+    std::future<CommandResult> RunCommand(const CommandParameters&) const override { return {}; }
+    ProgressWatcherFuture<void> ModifyPlatform(const Platform&) const override { return {}; }
+    std::future<CommandResult> FillReportProperties(const CommandParameters&) const override { return {}; }
+    std::future<CommandResult> Preprocessing(const CommandParameters&) const override { return {}; }
+    std::future<ProfileAssignments> GetProfileAssignments() const override { return {}; }
+
+private:
+    Script& _script;
+};
+
+inline MachineData MakeScriptedMachineData()
+{
+    MachineData data;
+    data.id.data[15] = 7;
+    data.configurationTime = ConfigurationTime(ConfigurationTime::duration(std::int64_t{1'700'000'000} * 10'000'000));
+    return data;
+}
+
+inline constexpr char InformationXml[] =
+    "<PlatformInformation><Name>Größe</Name><Comment>c</Comment><Materials><Material "
+    "name='PLA'/></Materials><Parameters><Choice id='höhe' isRequired='true'><Item id='0.2' "
+    "isDefault='true'/></Choice><Choice id='plate'/></Parameters></PlatformInformation>";
+
+class PlatformCreatorFixture : public TestSupport::HostFixture
+{
+protected:
+    Script _script;
+    const Machine _machine{std::make_unique<ScriptedMachine>(MakeScriptedMachineData(), _script)};
+    const std::filesystem::path _temp = _host.GetDir() / "tmp";
+    std::wstring _message;
+
+    void SetUp() override
+    {
+        std::filesystem::create_directory(_temp);
+        ::setenv("TMPDIR", _temp.c_str(), 1);
+    }
+    void TearDown() override
+    {
+        EXPECT_TRUE(std::filesystem::is_empty(_temp)) << "something is left in the temporary folder";
+        ::unsetenv("TMPDIR");
+    }
+
+    static TavAM::MachineParameters _MakeParameters()
+    {
+        TavAM::MachineParameters parameters;
+        parameters.name = L"machine";
+        parameters.values.SetText(L"platform.shape", L"cylinder");
+        parameters.values.SetText(L"platform.diameter", L"100");
+        parameters.values.SetText(L"platform.height", L"50");
+        parameters.values.SetText(L"supportProfile.1.name", L"tree");
+        parameters.values.SetText(L"supportProfile.1.type", L"tree");
+        return parameters;
+    }
+    /// Bytes of a platform file.
+    std::string _MakeAmx(std::size_t i_platforms = 1,
+                         std::optional<TavAM::MachineParameters> i_machine = _MakeParameters()) const
+    {
+        TavAM::Database database;
+        for (std::size_t index = 0; index < i_platforms; ++index) {
+            const auto platform = std::make_shared<TavAM::Platform>();
+            platform->SetName(L"empty");
+            platform->SetMachine(i_machine);
+            database.AddPlatform(platform);
+        }
+        const std::filesystem::path path = _host.GetDir() / "made.TavAMX";
+        TavAM::AMXFileWriter().WriteFile(path, database);
+        std::ostringstream bytes;
+        bytes << std::ifstream(path, std::ios::binary).rdbuf();
+        return bytes.str();
+    }
+    static std::string _MakePldf()
+    {
+        const auto data = MachineLayer::CreateMachineData();
+        MachineLayer::Data::Machine& machine = data->Edit();
+        machine.properties = {L"from PLDF", L"resin", L"of PLDF", {}, {}, {}, {}, {}};
+        machine.baseplate.emplace().thickness = 12;
+        machine.surfaceTypeProfiles = {{L"tree", {}}, {L"unknown", {}}};
+        machine.surfaceTypeProfiles[L"tree"].spacing = 3;
+        machine.supportProfileSet.emplace().name = L"set";
+        machine.nesting.emplace().partToPart = 2;
+        return MachineLayer::Utilities::WriteMachineDataPLDF(*data);
+    }
+    PlatformInfo _MakeInfo() const
+    {
+        return {0,
+                "",
+                InformationXml,
+                {{PlatformDataKind::Platform, _MakeAmx()},
+                 {PlatformDataKind::MachineConfiguration, VexlorCore::EncodeBase64(_MakePldf())}}};
+    }
+    Answer _MakeAnswer() const
+    {
+        CommandResult result;
+        result.dataFormat = DataFormat::Platform;
+        return {result, {PlatformDataKind::Platform, _MakeAmx()}};
+    }
+
+    std::unique_ptr<IPlatformCreator> _Create(ProgressWatcherFuture<PlatformInfo> i_information)
+    {
+        _message.clear();
+        return TryCreatePlatformCreator(_machine, i_information, _host.GetProviderGetter(), _message);
+    }
+    std::unique_ptr<IPlatformCreator> _Create(const PlatformInfo& i_info)
+    {
+        return _Create(ProgressWatcherFuture<PlatformInfo>(MakeReady(i_info)));
+    }
+    std::string _GetMessage() const { return QString::fromStdWString(_message).toStdString(); }
+    const TavAM::PersistentProperties& _GetSceneProperties() { return _host.scene->GetAMObject().GetAMXProperties(); }
+};
+
+} // namespace MachineService
