@@ -1,5 +1,6 @@
 #include "services/ServiceFixture.h"
 
+#include "buildprocessor/FolderWatcher.h"
 #include "buildprocessor/JobFolder.h"
 #include "buildprocessor/ProfileReader.h"
 #include "buildprocessor/ShippedProfiles.h"
@@ -54,6 +55,18 @@ TEST(Profile, DamagedFieldIsNamedWithItsFileAndPath)
          "field engine.perimeters must be a text of at most 10000 characters without control characters, a number, "
          "true or false"},
         {R"("running")", R"("asleep")", R"(field queueState must be one of "running", "paused", "error", "offline")"},
+        {R"("engineDeadline")", R"("nesting": {"partToPart": 0}, "engineDeadline")",
+         "field nesting.partToPart must be a number from 0.1 to 100"},
+        {R"("engineDeadline")",
+         R"("nesting": {"noBuildZones": [{"name": "a", "minX": 5, "maxX": 4}]}, "engineDeadline")",
+         "field nesting.noBuildZones[0].maxX must be a number from 5 to 2000"},
+        {R"("engineDeadline")", R"("baseplate": {"margin": 1}, "engineDeadline")",
+         "field baseplate.margin is not known"},
+        {R"("engineDeadline")",
+         R"("supports": [{"surfaceType": "a", "type": "tree"}, {"surfaceType": "a", "type": "line"}], "engineDeadline")",
+         "field supports[1].surfaceType must differ from those of the other supports"},
+        {R"("engineDeadline")", R"("partExport": {"formats": ["STEP"]}, "engineDeadline")",
+         R"(field partExport.formats must hold some of "3MF", "STL", "OBJ", "PLY")"},
         {R"("engineDeadline": 60)", R"("engineDeadline": 0)", "field engineDeadline must be a number from 1 to 86400"},
         {R"("materials")", R"("defaultMaterial": "ABS", "materials")",
          "field defaultMaterial must be the name of one of the materials"},
@@ -94,12 +107,42 @@ TEST(Profile, ShippedPrintersCoverEveryKindUnderDifferentIds)
         small = small || (profile.technology == Technology::Fff && width <= 200);
         large = large || (profile.technology == Technology::Fff && width >= 300);
         EXPECT_TRUE(data.configurationTime);
+        EXPECT_TRUE(profile.rules.partToWall && profile.plateThickness && !profile.rules.supports.empty() &&
+                    !profile.partExport.formats.empty());
         EXPECT_EQ(data.buildVolume->isCircular, profile.bed.shape == BedShape::Circle);
     }
     EXPECT_GE(ids.size(), 4U);
     EXPECT_EQ(ids.size(), GetShippedProfiles().size());
     EXPECT_EQ(technologies.size(), 2U);
     EXPECT_TRUE(shapes.contains(BedShape::Circle) && small && large);
+}
+
+TEST(FolderWatcher, WithoutAWatchTheFolderIsReadNowAndAgainAndWhoWakesNeedNotWait)
+{
+    using Event = FolderWatcher::Event;
+    // A name that is too long can be watched as little as any where the system has no watches left.
+    FolderWatcher watcher(std::filesystem::temp_directory_path() / std::string(300, 'x'));
+    const auto wait = [&] {
+        const auto begin = std::chrono::steady_clock::now();
+        watcher.Arm();
+        EXPECT_FALSE(watcher.IsWatching());
+        const Event event = watcher.Wait();
+        return std::pair(event, std::chrono::steady_clock::now() - begin);
+    };
+    const auto pause = std::chrono::milliseconds(500);
+    for (int count = 0; count < 2; ++count) {
+        const auto [event, time] = wait();
+        EXPECT_EQ(event, Event::Changed);
+        EXPECT_GE(time, pause - std::chrono::milliseconds(5));
+        EXPECT_LT(time, 2 * pause);
+    }
+    watcher.Wake();
+    const auto [woken, untilWoken] = wait();
+    EXPECT_EQ(woken, Event::Woken);
+    watcher.Stop();
+    const auto [stopped, untilStopped] = wait();
+    EXPECT_EQ(stopped, Event::Stopped);
+    EXPECT_LT(untilWoken + untilStopped, pause);
 }
 
 TEST(JobName, BecomesAFileNameThatStaysWhereItBelongs)
