@@ -63,6 +63,91 @@
         <source>--set gives &apos;%1&apos; more than one value.</source>
         <translation>--set gibt „%1“ mehr als einen Wert.</translation>
     </message>
+    <message>
+        <source>Write the configuration of the attached printer as XML, check it against its schemas and end.</source>
+        <translation>Die Konfiguration des zugeordneten Druckers als XML schreiben, gegen ihre Schemas prüfen und enden.</translation>
+    </message>
+    <message>
+        <source>--export-config takes neither meshes nor --command.</source>
+        <translation>--export-config nimmt weder Netze noch --command.</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::ConfigurationExport</name>
+    <message>
+        <source>the schema %1 was not found</source>
+        <translation>das Schema %1 wurde nicht gefunden</translation>
+    </message>
+    <message>
+        <source>xmllint was not found: install the package libxml2-utils</source>
+        <translation>xmllint wurde nicht gefunden: Installieren Sie das Paket libxml2-utils</translation>
+    </message>
+    <message>
+        <source>xmllint did not come to an end</source>
+        <translation>xmllint kam zu keinem Ende</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not keep to its schemas: %2</source>
+        <translation>„%1“ hält sich nicht an die Schemas: %2</translation>
+    </message>
+    <message>
+        <source>The platform tells nothing about its machine.</source>
+        <translation>Die Plattform sagt nichts über ihre Maschine.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold what was written.</source>
+        <translation>„%1“ enthält nicht das, was geschrieben wurde.</translation>
+    </message>
+    <message>
+        <source>  configuration %1 (read back, the same)</source>
+        <translation>  Konfiguration %1 (zurückgelesen, dasselbe)</translation>
+    </message>
+    <message>
+        <source>  valid, as checked against the schemas</source>
+        <translation>  gültig, geprüft gegen die Schemas</translation>
+    </message>
+    <message>
+        <source>  not checked, %1; its schemas are</source>
+        <translation>  nicht geprüft, %1; die Schemas sind</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::Figures</name>
+    <message>
+        <source>layers</source>
+        <translation type="unfinished">Schichten</translation>
+    </message>
+    <message>
+        <source>time</source>
+        <translation type="unfinished">Zeit</translation>
+    </message>
+    <message>
+        <source>material</source>
+        <translation type="unfinished">Material</translation>
+    </message>
+    <message>
+        <source>  %1 %2 layers %3 cm³</source>
+        <translation type="unfinished">  %1 %2 Schichten %3 cm³</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::MachineChoice</name>
+    <message>
+        <source>size unknown</source>
+        <translation type="unfinished">Größe unbekannt</translation>
+    </message>
+    <message>
+        <source>⌀ %1 × %2 mm</source>
+        <translation type="unfinished">⌀ %1 × %2 mm</translation>
+    </message>
+    <message>
+        <source>%1 × %2 × %3 mm</source>
+        <translation type="unfinished">%1 × %2 × %3 mm</translation>
+    </message>
+    <message>
+        <source>No machine is called &apos;%1&apos;; --list shows the catalog.</source>
+        <translation type="unfinished">Keine Maschine heißt „%1“; --list zeigt den Katalog.</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::PlatformComparison</name>
@@ -155,6 +240,21 @@
     </message>
 </context>
 <context>
+    <name>Workbench::ResultFiles</name>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation type="unfinished">„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold one platform.</source>
+        <translation type="unfinished">„%1“ enthält nicht genau eine Plattform.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold what was saved. %2</source>
+        <translation type="unfinished">„%1“ enthält nicht, was gespeichert wurde. %2</translation>
+    </message>
+</context>
+<context>
     <name>Workbench::Ribbon</name>
     <message>
         <source>the scene is empty</source>
@@ -174,22 +274,6 @@
     <message>
         <source>The example mesh &apos;%1&apos; was not found: install the package prusa-slicer, or name a mesh.</source>
         <translation>Das Beispielnetz „%1“ wurde nicht gefunden: Installieren Sie das Paket prusa-slicer oder geben Sie ein Netz an.</translation>
-    </message>
-    <message>
-        <source>size unknown</source>
-        <translation>Größe unbekannt</translation>
-    </message>
-    <message>
-        <source>⌀ %1 × %2 mm</source>
-        <translation>⌀ %1 × %2 mm</translation>
-    </message>
-    <message>
-        <source>%1 × %2 × %3 mm</source>
-        <translation>%1 × %2 × %3 mm</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; cannot be written: %2.</source>
-        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
     </message>
     <message>
         <source>Interrupted.</source>
@@ -222,10 +306,6 @@
     <message>
         <source>  %1  %2 × %3 × %4 mm</source>
         <translation>  %1  %2 × %3 × %4 mm</translation>
-    </message>
-    <message>
-        <source>No machine is called &apos;%1&apos;; --list shows the catalog.</source>
-        <translation>Keine Maschine heißt „%1“; --list zeigt den Katalog.</translation>
     </message>
     <message>
         <source>The machine &apos;%1&apos; could not be attached.</source>
@@ -272,36 +352,12 @@
         <translation>  keine: Es wurde nichts gebaut</translation>
     </message>
     <message>
-        <source>layers</source>
-        <translation>Schichten</translation>
-    </message>
-    <message>
-        <source>time</source>
-        <translation>Zeit</translation>
-    </message>
-    <message>
-        <source>material</source>
-        <translation>Material</translation>
-    </message>
-    <message>
-        <source>  %1 %2 layers %3 cm³</source>
-        <translation>  %1 %2 Schichten %3 cm³</translation>
-    </message>
-    <message>
         <source>  machine file  %1</source>
         <translation>  Druckdatei    %1</translation>
     </message>
     <message>
         <source>The machine returned no machine file.</source>
         <translation>Die Maschine hat keine Druckdatei geliefert.</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; does not hold one platform.</source>
-        <translation>„%1“ enthält nicht genau eine Plattform.</translation>
-    </message>
-    <message>
-        <source>&apos;%1&apos; does not hold what was saved. %2</source>
-        <translation>„%1“ enthält nicht, was gespeichert wurde. %2</translation>
     </message>
     <message>
         <source>  platform      %1 (reopened, the same)</source>

@@ -32,10 +32,13 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         Texts::tr("Choose this for the platform, as the machine offers it; may be given several times."),
         QStringLiteral("ID=VALUE"));
     const QCommandLineOption list(QStringLiteral("list"), Texts::tr("List the machines of the catalog and end."));
+    const QCommandLineOption exportConfig(
+        QStringLiteral("export-config"),
+        Texts::tr("Write the configuration of the attached printer as XML, check it against its schemas and end."));
     const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Texts::tr("Show this help and end."));
     const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")},
                                      Texts::tr("Show the version and end."));
-    parser.addOptions({machine, command, set, list, help, version});
+    parser.addOptions({machine, command, set, list, exportConfig, help, version});
     parser.addPositionalArgument(
         QStringLiteral("mesh"),
         Texts::tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
@@ -87,9 +90,14 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         result.meshes.emplace_back(mesh.toStdString());
     }
     if (parser.isSet(list)) {
-        if (!result.meshes.empty() || parser.isSet(machine) || parser.isSet(command) || parser.isSet(set))
+        if (!result.meshes.empty() || parser.isSet(machine) || parser.isSet(command) || parser.isSet(set) ||
+            parser.isSet(exportConfig))
             return refuse(Texts::tr("--list takes neither meshes nor other options."));
         result.action = CommandLine::Action::List;
+    } else if (parser.isSet(exportConfig)) {
+        if (!result.meshes.empty() || parser.isSet(command))
+            return refuse(Texts::tr("--export-config takes neither meshes nor --command."));
+        result.action = CommandLine::Action::ExportConfiguration;
     }
     return result;
 }

@@ -14,10 +14,11 @@ struct CommandLine
 {
     enum class Action
     {
-        Run,      ///< take the meshes to a machine file
-        List,     ///< only list the machines
-        ShowText, ///< print `text` to standard output and end with 0
-        Refuse,   ///< print `text` to standard error and end with 2
+        Run,                 ///< take the meshes to a machine file
+        List,                ///< only list the machines
+        ExportConfiguration, ///< write the configuration of the machine that is attached
+        ShowText,            ///< print `text` to standard output and end with 0
+        Refuse,              ///< print `text` to standard error and end with 2
     };
 
     Action action = Action::Run;

@@ -1,9 +1,12 @@
 #include "Tour.h"
 
+#include "ConfigurationExport.h"
 #include "ConsoleProgress.h"
+#include "Figures.h"
 #include "InterruptWatcher.h"
-#include "PlatformComparison.h"
+#include "MachineChoice.h"
 #include "PlatformSetup.h"
+#include "ResultFiles.h"
 #include "Ribbon.h"
 #include "RowPlacement.h"
 #include "Transcript.h"
@@ -11,8 +14,6 @@
 
 #include "commands/CommandNames.h"
 #include "commands/PrinterCommandManager.h"
-#include "tavam/AMXFileReader.h"
-#include "tavam/AMXFileWriter.h"
 #include "tavam/PropertyNames.h"
 #include "vexlorcore/MeshImporter.h"
 #include "vexlorui/MessageDialogs.h"
@@ -34,21 +35,16 @@ namespace Workbench {
 namespace {
 
 using MachineService::Machine;
-using MachineService::MachineData;
 
 constexpr std::chrono::seconds ServicesDeadline(10);
 constexpr std::chrono::seconds AnswersDeadline(3);
+constexpr char ConfigurationFile[] = "machine-configuration.xml";
 
 // A class, because the translation tools take the context from it.
 struct Texts
 {
     Q_DECLARE_TR_FUNCTIONS(Workbench::Tour)
 };
-
-QString FromPath(const std::filesystem::path& i_path)
-{
-    return QString::fromStdString(i_path.string());
-}
 
 /// Ends the tour with one sentence for the user. what(): UTF-8.
 class TourError : public std::runtime_error
@@ -75,46 +71,6 @@ std::vector<std::filesystem::path> FindExampleMeshes()
     return meshes;
 }
 
-QString DescribeVolume(const MachineData& i_data)
-{
-    if (!i_data.buildVolume)
-        return Texts::tr("size unknown");
-    const auto& volume = *i_data.buildVolume;
-    if (volume.isCircular)
-        return Texts::tr("⌀ %1 × %2 mm").arg(volume.maxX - volume.minX).arg(volume.height);
-    return Texts::tr("%1 × %2 × %3 mm")
-        .arg(volume.maxX - volume.minX)
-        .arg(volume.maxY - volume.minY)
-        .arg(volume.height);
-}
-
-bool Fits(const std::vector<TavAM::Part>& i_parts, const MachineService::BuildVolume& i_volume)
-{
-    auto placed = i_parts;
-    PlaceInRows(placed, i_volume);
-    TavAM::BoundingBox all;
-    for (const auto& part : placed)
-        all.Add(part.GetBoundingBox());
-    return all.IsEmpty() || (all.min.x >= i_volume.minX && all.max.x <= i_volume.maxX && all.min.y >= i_volume.minY &&
-                             all.max.y <= i_volume.maxY && all.max.z <= i_volume.height);
-}
-
-/// Copies under a temporary name and renames, so that a file of a former run is replaced as a whole or not at all.
-void CopyFile(const std::filesystem::path& i_from, const std::filesystem::path& i_to)
-{
-    const std::filesystem::path temporary = i_to.string() + ".part";
-    std::error_code error;
-    std::filesystem::copy_file(i_from, temporary, std::filesystem::copy_options::overwrite_existing, error);
-    if (!error)
-        std::filesystem::rename(temporary, i_to, error);
-    if (error) {
-        std::error_code ignored;
-        std::filesystem::remove(temporary, ignored);
-        throw TourError(
-            Texts::tr("'%1' cannot be written: %2.").arg(FromPath(i_to), QString::fromStdString(error.message())));
-    }
-}
-
 class Tour
 {
 public:
@@ -126,8 +82,8 @@ public:
 private:
     void _Run();
     void _ListMachines();
+    void _MakeScene();
     void _ReadMeshes();
-    Machine _ChooseMachine();
     Machine _Attach(const Machine& i_machine);
     void _CreatePlatform(const Machine& i_machine);
     void _LoadParts(const Machine& i_machine);
@@ -136,9 +92,9 @@ private:
     bool _MustBuild() const;
     void _ShowFigures();
     void _KeepResults();
+    void _ShowTranscript();
     void _RemoveTraces();
     void _ThrowIfInterrupted() const;
-    QString _Property(const TavAM::Object& i_object, const wchar_t* ip_name) const;
 
     struct Interruption
     {};
@@ -218,14 +174,25 @@ void Tour::_Run()
     if (_commandLine.action == CommandLine::Action::List)
         return;
 
-    _ReadMeshes();
+    const bool isExport = _commandLine.action == CommandLine::Action::ExportConfiguration;
+    if (isExport)
+        _MakeScene();
+    else
+        _ReadMeshes();
     _ThrowIfInterrupted();
     _transcript.Line(Texts::tr("Printer"));
-    const Machine machine = _Attach(_ChooseMachine());
+    const Machine machine = _Attach(ChooseMachine(_host.GetClient().GetMachines(), _commandLine.machine, _parts));
     _ThrowIfInterrupted();
     _transcript.Line(Texts::tr("Platform"));
     _CreatePlatform(machine);
     _ThrowIfInterrupted();
+    if (isExport) {
+        _transcript.Line(Texts::tr("Files"));
+        ExportConfiguration(*_scene, _outDir / ConfigurationFile, _transcript);
+        _ThrowIfInterrupted();
+        _ShowTranscript();
+        return;
+    }
     _transcript.Line(Texts::tr("Scene"));
     _LoadParts(machine);
     _ThrowIfInterrupted();
@@ -259,6 +226,12 @@ void Tour::_ListMachines()
     }
 }
 
+void Tour::_MakeScene()
+{
+    _scene = _host.GetDatabase().CreateDataSet();
+    _host.GetDatabase().SetActiveDataSet(_scene);
+}
+
 void Tour::_ReadMeshes()
 {
     const auto meshes = _commandLine.meshes.empty() ? FindExampleMeshes() : _commandLine.meshes;
@@ -266,29 +239,9 @@ void Tour::_ReadMeshes()
         for (auto& part : VexlorCore::ImportMeshFile(mesh))
             _parts.push_back(std::move(part));
     }
-    _scene = _host.GetDatabase().CreateDataSet();
+    _MakeScene();
     // The job takes the scene's name, the scene that of its first mesh.
     _scene->SetFileName(QString(FromPath(meshes.front().stem()) + QStringLiteral(".TavAMX")).toStdWString());
-    _host.GetDatabase().SetActiveDataSet(_scene);
-}
-
-Machine Tour::_ChooseMachine()
-{
-    const auto machines = _host.GetClient().GetMachines();
-    for (const auto& machine : machines) {
-        const auto data = machine.GetMachineData();
-        const QString id = QString::fromStdString(boost::uuids::to_string(data.id));
-        const bool isWanted =
-            _commandLine.machine.isEmpty()
-                ? data.buildVolume && Fits(_parts, *data.buildVolume)
-                : QString::fromStdString(data.name).compare(_commandLine.machine, Qt::CaseInsensitive) == 0 ||
-                      id.compare(_commandLine.machine, Qt::CaseInsensitive) == 0;
-        if (isWanted)
-            return machine;
-    }
-    if (_commandLine.machine.isEmpty())
-        return machines.front(); // It will name the parts that do not fit.
-    throw TourError(Texts::tr("No machine is called '%1'; --list shows the catalog.").arg(_commandLine.machine));
 }
 
 Machine Tour::_Attach(const Machine& i_machine)
@@ -382,11 +335,6 @@ void Tour::_RunCommand(Vexlor::UICommands::UiCommand& io_command)
                                                    : _criticalMessage);
 }
 
-QString Tour::_Property(const TavAM::Object& i_object, const wchar_t* ip_name) const
-{
-    return QString::fromStdWString(i_object.GetAMXProperties().GetText(ip_name).value_or(L""));
-}
-
 bool Tour::_MustBuild() const
 {
     return _commandLine.command.isEmpty() ||
@@ -395,36 +343,17 @@ bool Tour::_MustBuild() const
 
 void Tour::_ShowFigures()
 {
-    namespace Names = TavAM::PropertyNames::Print3D;
-    const auto& platform = _scene->GetPlatform();
-    const auto show = [&](const QString& i_label, const wchar_t* ip_name, const QString& i_unit) {
-        const QString value = _Property(platform, ip_name);
-        if (!value.isEmpty())
-            _transcript.Line(QStringLiteral("  %1 %2 %3").arg(i_label, -10).arg(value, 12).arg(i_unit));
-    };
-    if (_Property(platform, Names::LayerCount).isEmpty()) {
-        if (_MustBuild())
-            throw TourError(Texts::tr("The machine returned no figures."));
-        _transcript.Line(Texts::tr("  none: nothing was built"));
+    if (ShowFigures(_scene->GetPlatform(), _transcript))
         return;
-    }
-    show(Texts::tr("layers"), Names::LayerCount, {});
-    show(Texts::tr("time"), Names::PrintTimeSeconds, QStringLiteral("s"));
-    show(Texts::tr("material"), Names::MaterialMillimetres, QStringLiteral("mm"));
-    show(QString(), Names::MaterialCubicCentimetres, QStringLiteral("cm³"));
-    show(QString(), Names::MaterialGrams, QStringLiteral("g"));
-    for (const auto& part : platform.GetParts()) {
-        _transcript.Line(Texts::tr("  %1 %2 layers %3 cm³")
-                             .arg(QString::fromStdWString(part.GetName()), -24)
-                             .arg(_Property(part, Names::LayerCount), 6)
-                             .arg(_Property(part, Names::MaterialCubicCentimetres), 10));
-    }
+    if (_MustBuild())
+        throw TourError(Texts::tr("The machine returned no figures."));
+    _transcript.Line(Texts::tr("  none: nothing was built"));
 }
 
 void Tour::_KeepResults()
 {
     const std::filesystem::path machineFile =
-        _Property(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
+        GetProperty(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
     if (!machineFile.empty()) {
         const auto copy = _outDir / machineFile.filename();
         CopyFile(machineFile, copy);
@@ -438,17 +367,13 @@ void Tour::_KeepResults()
         _transcript.Line(Texts::tr("  document      %1").arg(FromPath(document)));
 
     const auto path = _outDir / "platform.TavAMX";
-    TavAM::AMXFileWriter().WriteFile(path, _scene->GetPlatform());
-    TavAM::AMXFileReader reader;
-    TavAM::Database database;
-    if (!reader.ReadFile(path, database))
-        throw TourError(QString::fromStdString(reader.GetError()));
-    if (database.GetNumPlatforms() != 1)
-        throw TourError(Texts::tr("'%1' does not hold one platform.").arg(FromPath(path)));
-    const QString difference = FindDifference(_scene->GetPlatform(), *database.GetPlatform(0));
-    if (!difference.isEmpty())
-        throw TourError(Texts::tr("'%1' does not hold what was saved. %2").arg(FromPath(path), difference));
+    SavePlatform(*_scene, path);
     _transcript.Line(Texts::tr("  platform      %1 (reopened, the same)").arg(FromPath(path)));
+    _ShowTranscript();
+}
+
+void Tour::_ShowTranscript()
+{
     _transcript.Line(Texts::tr("  transcript    %1").arg(FromPath(_outDir / "transcript.txt")));
 }
 
@@ -458,12 +383,14 @@ void Tour::_RemoveTraces()
     if (_scene) {
         // The job may have been finished in the moment in which it was cancelled.
         const std::filesystem::path machineFile =
-            _Property(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
+            GetProperty(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
         if (!machineFile.empty())
             std::filesystem::remove_all(machineFile.parent_path(), ignored);
     }
     for (const auto& document : _documents)
         std::filesystem::remove(document, ignored);
+    if (_commandLine.action == CommandLine::Action::ExportConfiguration)
+        std::filesystem::remove(_outDir / ConfigurationFile, ignored);
     // The printer's own settings and empty folders.
     if (!_hadMachines)
         std::filesystem::remove_all(_outDir / "machines", ignored);

@@ -18,8 +18,8 @@ enum ExitStatus : int
 /// The main job without a window: catalog, attachment, platform, meshes, Build, figures, files. Prints each step as it
 /// happens.
 ///
-/// Leaves in the folder the machine file, platform.TavAMX and transcript.txt; after an interruption nothing of this
-/// run. Thread: UI thread. Never throws.
+/// Leaves in the folder the machine file, platform.TavAMX and transcript.txt, or machine-configuration.xml and
+/// transcript.txt when that is asked for; after an interruption nothing of this run. Thread: UI thread. Never throws.
 ExitStatus RunTour(const CommandLine& i_command_line, const std::filesystem::path& i_out_dir);
 
 } // namespace Workbench

@@ -42,6 +42,7 @@ int main(int i_argc, char** ip_argv)
         return Workbench::WrongUsage;
     case Workbench::CommandLine::Action::Run:
     case Workbench::CommandLine::Action::List:
+    case Workbench::CommandLine::Action::ExportConfiguration:
         break;
     }
     return Workbench::RunTour(commandLine,

@@ -11,6 +11,8 @@
 #include <QCoreApplication>
 #include <QString>
 
+#include <algorithm>
+
 namespace MachineService {
 
 using namespace ConfigurationFormat;
@@ -46,6 +48,14 @@ void Write(const PlatformMachineConfiguration& i_configuration, TavSDK::XmlWrite
     }
 }
 
+ConfigurationSchema MakeSchema(std::string_view i_path)
+{
+    ConfigurationSchema schema = {std::string(GetTag(i_path)), MakeNamespace(i_path), {}};
+    schema.fileName.append(schema.element).append("-").append(GetVersion(i_path)).append(".xsd");
+    std::replace(schema.fileName.begin(), schema.fileName.end(), '/', '-');
+    return schema;
+}
+
 } // namespace
 
 PlatformMachineConfiguration MachineConfigurationFromMachineData(const MachineLayer::IMachineData& i_machine_data)
@@ -79,6 +89,16 @@ PlatformMachineConfiguration ReadMachineConfiguration(std::string_view i_documen
         QCoreApplication::translate("MachineService", "The machine configuration cannot be read: %1")
             .arg(QString::fromStdString(error));
     throw CommunicationException(ErrorCode::FileError, message.toUtf8().constData());
+}
+
+std::vector<ConfigurationSchema> GetConfigurationSchemas(const PlatformMachineConfiguration& i_configuration)
+{
+    std::vector<ConfigurationSchema> schemas = {MakeSchema(ConfigurationPath)};
+    for (const IConfigurationSection* section : ConfigurationSections()) {
+        if (section->Has(i_configuration))
+            schemas.push_back(MakeSchema(section->GetPath()));
+    }
+    return schemas;
 }
 
 } // namespace MachineService

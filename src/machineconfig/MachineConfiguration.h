@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace MachineLayer {
 class IMachineData;
@@ -34,5 +35,17 @@ MACHINESERVICE_EXPORT std::string WriteMachineConfiguration(const PlatformMachin
 /// \throws CommunicationException FileError for what is no such document, a section whose version is not known, a
 ///         document without any section; the text names line and field.
 MACHINESERVICE_EXPORT PlatformMachineConfiguration ReadMachineConfiguration(std::string_view i_document);
+
+/// Describes a document or one of its sections.
+struct ConfigurationSchema
+{
+    std::string element; ///< name of the element that it is for
+    std::string nameSpace;
+    std::string fileName; ///< in the folder in which the library's schemas are installed
+};
+
+/// The schemas that a configuration's document keeps to: that of the document, then those of the sections that it has.
+MACHINESERVICE_EXPORT std::vector<ConfigurationSchema>
+GetConfigurationSchemas(const PlatformMachineConfiguration& i_configuration);
 
 } // namespace MachineService

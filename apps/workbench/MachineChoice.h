@@ -1,0 +1,22 @@
+#pragma once
+
+#include "client/interface/Machine.h"
+#include "tavam/Part.h"
+
+#include <QString>
+
+#include <vector>
+
+namespace Workbench {
+
+/// For example "180 × 180 × 180 mm".
+QString DescribeVolume(const MachineService::MachineData& i_data);
+
+/// The machine of this name or id; without one, the first that the parts fit into, or the very first: it will name the
+/// parts that do not fit.
+/// \param i_machines at least one.
+/// \throws std::runtime_error with one sentence for the user, UTF-8, when no machine is called so.
+MachineService::Machine ChooseMachine(const std::vector<MachineService::Machine>& i_machines, const QString& i_wanted,
+                                      const std::vector<TavAM::Part>& i_parts);
+
+} // namespace Workbench
