@@ -115,38 +115,38 @@
     <name>Workbench::Figures</name>
     <message>
         <source>layers</source>
-        <translation type="unfinished">Schichten</translation>
+        <translation>Schichten</translation>
     </message>
     <message>
         <source>time</source>
-        <translation type="unfinished">Zeit</translation>
+        <translation>Zeit</translation>
     </message>
     <message>
         <source>material</source>
-        <translation type="unfinished">Material</translation>
+        <translation>Material</translation>
     </message>
     <message>
         <source>  %1 %2 layers %3 cm³</source>
-        <translation type="unfinished">  %1 %2 Schichten %3 cm³</translation>
+        <translation>  %1 %2 Schichten %3 cm³</translation>
     </message>
 </context>
 <context>
     <name>Workbench::MachineChoice</name>
     <message>
         <source>size unknown</source>
-        <translation type="unfinished">Größe unbekannt</translation>
+        <translation>Größe unbekannt</translation>
     </message>
     <message>
         <source>⌀ %1 × %2 mm</source>
-        <translation type="unfinished">⌀ %1 × %2 mm</translation>
+        <translation>⌀ %1 × %2 mm</translation>
     </message>
     <message>
         <source>%1 × %2 × %3 mm</source>
-        <translation type="unfinished">%1 × %2 × %3 mm</translation>
+        <translation>%1 × %2 × %3 mm</translation>
     </message>
     <message>
         <source>No machine is called &apos;%1&apos;; --list shows the catalog.</source>
-        <translation type="unfinished">Keine Maschine heißt „%1“; --list zeigt den Katalog.</translation>
+        <translation>Keine Maschine heißt „%1“; --list zeigt den Katalog.</translation>
     </message>
 </context>
 <context>
@@ -243,15 +243,15 @@
     <name>Workbench::ResultFiles</name>
     <message>
         <source>&apos;%1&apos; cannot be written: %2.</source>
-        <translation type="unfinished">„%1“ kann nicht geschrieben werden: %2.</translation>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
     </message>
     <message>
         <source>&apos;%1&apos; does not hold one platform.</source>
-        <translation type="unfinished">„%1“ enthält nicht genau eine Plattform.</translation>
+        <translation>„%1“ enthält nicht genau eine Plattform.</translation>
     </message>
     <message>
         <source>&apos;%1&apos; does not hold what was saved. %2</source>
-        <translation type="unfinished">„%1“ enthält nicht, was gespeichert wurde. %2</translation>
+        <translation>„%1“ enthält nicht, was gespeichert wurde. %2</translation>
     </message>
 </context>
 <context>
