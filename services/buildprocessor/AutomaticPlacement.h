@@ -37,7 +37,7 @@ struct PlacementResult
 /// begins above it. The places are searched among the convex hulls of the footprints: no part is put into
 /// the hollow of another. The same input gives the same result, and the result is checked with FindPlacementFaults
 /// before it counts. \throws CommunicationException ProcessingAborted when the token asks; InternalError for more than
-/// 1,000 parts and when the
+/// 500 parts and when the
 ///         check objects. The platform is then as it was.
 PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, double i_height,
                            const PlacementOptions& i_options);

@@ -259,6 +259,8 @@ TEST(ReceivedConfiguration, ADocumentThatCannotBeReadIsRefusedInOneSentence)
         {MakeDocument(Nesting(Zone(5, 4))), "Nesting/NoBuildZone ends before it begins"},
         {MakeDocument(Nesting("<NoBuildZone/>")), "Nesting/NoBuildZone lacks MinX"},
         {MakeDocument(Nesting(zones)), "Nesting/NoBuildZone stands more than 1000 times"},
+        {Replaced(good, ">a<", "><"), "SupportProfiles/SupportProfile/SurfaceType is empty"},
+        {Replaced(good, ">Block<", ">Wall\n<!-- -->s<"), "SupportType is \"Wall s\""},
         {Replaced(good, ">Block<", ">Wall<"), "SupportProfiles/SupportProfile/SupportType is \"Wall\""},
         {MakeDocument(Supports(Support("a", "Block", "") + Support("a", "Tree", ""))),
          "SupportProfiles/SupportProfile has the surface type \"a\" of another"},
