@@ -5,9 +5,11 @@ namespace Bench {
 int RunAll(int i_argc, char** ip_argv);
 void AddCanRunBenchmarks();
 void AddCommandBenchmarks();
+void AddConfigurationBenchmarks();
 void AddFileBenchmarks();
 void AddManagerBenchmarks();
 void AddNewsBenchmarks();
+void AddPlatformBenchmarks();
 void AddProxyBenchmarks();
 void AddXmlBenchmarks();
 
@@ -21,6 +23,8 @@ int main(int i_argc, char** ip_argv)
     Bench::AddNewsBenchmarks();
     Bench::AddXmlBenchmarks();
     Bench::AddFileBenchmarks();
+    Bench::AddPlatformBenchmarks();
+    Bench::AddConfigurationBenchmarks();
     Bench::AddCommandBenchmarks();
     Bench::AddManagerBenchmarks();
     return Bench::RunAll(i_argc, ip_argv);

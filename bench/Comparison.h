@@ -11,8 +11,9 @@ namespace Bench {
 /// Called in a loop of the benchmark library; the time of one call counts.
 using Body = std::function<void()>;
 
-/// Compares the time of one call of each. \param i_bound on ours / floor.
-void Compare(const std::string& i_name, double i_bound, Body i_ours, Body i_floor);
+/// Compares the time of one call of each. \param i_bound on ours / floor. \param i_enough seconds of ours that will do
+/// whatever the floor needs; 0: none.
+void Compare(const std::string& i_name, double i_bound, Body i_ours, Body i_floor, double i_enough = 0);
 
 /// As above for bodies that need something prepared: it is made before the measurement and goes after it.
 void ComparePrepared(const std::string& i_name, double i_bound, std::function<Body()> i_make_ours,

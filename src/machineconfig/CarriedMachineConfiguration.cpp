@@ -60,15 +60,23 @@ std::optional<std::wstring> MakeDocument(const MachineLayer::Data::Machine& i_ma
 }
 
 /// The document that belongs to the machine data, made anew only when they changed.
-std::optional<std::wstring> GetDocument(VexlorCore::PropertyCollection& io_properties,
-                                        const MachineLayer::Data::Machine& i_machine)
+const std::optional<std::wstring>& GetDocument(VexlorCore::PropertyCollection& io_properties,
+                                               const MachineLayer::Data::Machine& i_machine)
 {
-    if (const auto* const carried = dynamic_cast<const CarriedProperty*>(io_properties.Get(CarriedKey));
-        carried != nullptr && carried->GetValue().machine == i_machine)
-        return carried->GetValue().document;
-    Carried carried = {i_machine, MakeDocument(i_machine)};
-    io_properties.Set(CarriedKey, std::make_unique<CarriedProperty>(carried));
-    return std::move(carried.document);
+    const auto* carried = dynamic_cast<const CarriedProperty*>(io_properties.Get(CarriedKey));
+    if (!carried || carried->GetValue().machine != i_machine) {
+        auto made = std::make_unique<CarriedProperty>(Carried{i_machine, MakeDocument(i_machine)});
+        carried = made.get();
+        io_properties.Set(CarriedKey, std::move(made));
+    }
+    return carried->GetValue().document;
+}
+
+/// Without copying either: they may be long.
+bool Carries(const PersistentProperties& i_properties, const std::wstring& i_document)
+{
+    const auto found = i_properties.GetAll().find(MachineConfiguration);
+    return found != i_properties.GetAll().end() && found->second == i_document;
 }
 
 } // namespace
@@ -97,10 +105,11 @@ void Utilities::UpdateMachineConfiguration(VexlorCore::DataSet* ip_data_set)
     PersistentProperties& properties = ip_data_set->GetAMObject().GetAMXProperties();
     try {
         const auto* const data = MachineLayer::Utilities::GetMachineDataMutable(ip_data_set);
-        const auto document = data ? GetDocument(ip_data_set->GetPropertyCollection(), data->Get()) : std::nullopt;
+        const std::optional<std::wstring> none;
+        const auto& document = data ? GetDocument(ip_data_set->GetPropertyCollection(), data->Get()) : none;
         if (!document)
             properties.Remove(MachineConfiguration);
-        else if (properties.GetText(MachineConfiguration) != document)
+        else if (!Carries(properties, *document))
             properties.SetText(MachineConfiguration, *document);
     } catch (...) {
         // What it carried belongs to machine data of before.
