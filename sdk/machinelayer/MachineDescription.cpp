@@ -60,6 +60,13 @@ void Check(const MachineElements& i_elements)
         if (field.minX >= field.maxX || field.minY >= field.maxY)
             throw std::invalid_argument("ScanField: " + Shown(WriteText(field.name)) + " is empty.");
     }
+    if (i_elements.zCompensation && i_elements.zCompensation->tableKey == Data::ZCompensationKey::Angle) {
+        for (const Data::ZCompensationEntry& entry : i_elements.zCompensation->table) {
+            if (!Angle.Holds(entry.key))
+                throw std::invalid_argument("Entry: key " + WriteNumber(entry.key) + " is not " + Angle.GetText() +
+                                            ".");
+        }
+    }
     if (!i_elements.nesting)
         return;
     for (const Data::NoBuildZone& zone : i_elements.nesting->noBuildZones) {

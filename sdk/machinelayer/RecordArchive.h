@@ -51,6 +51,13 @@ public:
         if (!i_text.empty())
             _Add(ip_name, WriteText(i_text));
     }
+    /// A text without which the record means nothing.
+    void Name(const char* ip_name, const std::wstring& i_text)
+    {
+        if (i_text.empty())
+            throw std::invalid_argument(_node.name + ": " + ip_name + " is missing.");
+        Text(ip_name, i_text);
+    }
     void Number(const char* ip_name, double i_number, const Range& i_range)
     {
         if (!i_range.Holds(i_number))
@@ -106,6 +113,12 @@ public:
     {
         if (const std::string* text = _Find(ip_name))
             o_text = ParseText(*text);
+    }
+    void Name(const char* ip_name, std::wstring& o_text)
+    {
+        Text(ip_name, o_text);
+        if (o_text.empty())
+            _Fail(ip_name, "is missing");
     }
     void Number(const char* ip_name, double& o_number, const Range& i_range)
     {
@@ -187,6 +200,7 @@ public:
     {}
 
     void Text(const char* ip_name, std::wstring&) { _schema.attributes.emplace_back(ip_name); }
+    void Name(const char* ip_name, std::wstring&) { _schema.attributes.emplace_back(ip_name); }
     template <class T>
     void Number(const char* ip_name, T&, const Range&)
     {

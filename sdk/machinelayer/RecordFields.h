@@ -176,7 +176,7 @@ void Describe(A& io_archive, Data::SupportContact& io_record)
 template <class A>
 void Describe(A& io_archive, NamedProfile& io_record)
 {
-    io_archive.Text("name", io_record.name);
+    io_archive.Name("name", io_record.name);
     io_archive.Choice("type", io_record.profile.type);
     io_archive.Number("spacing", io_record.profile.spacing, Length);
     io_archive.Number("criticalAngle", io_record.profile.criticalAngle, Angle);
@@ -189,7 +189,7 @@ template <class A>
 void Describe(A& io_archive, ProfileUse& io_record)
 {
     io_archive.Choice("type", io_record.type);
-    io_archive.Text("profile", io_record.profile);
+    io_archive.Name("profile", io_record.profile);
 }
 
 struct ProfileSetElement
@@ -261,7 +261,7 @@ void Describe(A& io_archive, Data::ZCompensation& io_record)
 template <class A>
 void Describe(A& io_archive, Format& io_record)
 {
-    io_archive.Text("name", io_record.name);
+    io_archive.Name("name", io_record.name);
 }
 
 struct PartExportElement

@@ -154,6 +154,11 @@ TEST_F(PldfTest, RefusesDamagedDocumentsWithTheReason)
         {Document("<SupportProfile name='a' type='line'/><SupportProfile name='a' type='line'/>"),
          "\"a\" stands twice."},
         {Document("<Setting name='a'/><Setting name='a'/>"), "\"a\" stands twice."},
+        {Document("<SupportProfile type='line'/>"), "SupportProfile: name is missing."},
+        {Document("<SupportProfileSet><Use type='line' profile=''/></SupportProfileSet>"), "Use: profile is missing."},
+        {Document("<PartExport unit='inch'><Format/></PartExport>"), "Format: name is missing."},
+        {Document("<ZCompensation tableKey='angle'><Entry key='361' offset='0'/></ZCompensation>"),
+         "Entry: key 361 is not between 0 and 360."},
     };
     for (const auto& [document, reason] : rows) {
         EXPECT_THAT(_GetError(document), HasSubstr(reason)) << document;
