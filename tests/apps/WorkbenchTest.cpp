@@ -11,6 +11,10 @@
 #include <algorithm>
 #include <csignal>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 using ::testing::HasSubstr;
@@ -220,6 +224,43 @@ TEST_F(WorkbenchTest, EndsWith130AndLeavesNothingWhenInterruptedWhileTheEngineRu
     // A process that was ended but not waited for yet counts as ended.
     QFile state(QStringLiteral("/proc/%1/stat").arg(pid.readAll().trimmed().toInt()));
     EXPECT_TRUE(!state.open(QIODevice::ReadOnly) || state.readAll().contains(") Z ")) << "the engine still runs";
+}
+
+TEST_F(WorkbenchTest, EndsWith130AndLeavesNothingWhenInterruptedWhileAMachineIsAwaited)
+{
+    const QByteArray pipe = QFile::encodeName(Path("pipe"));
+    ASSERT_EQ(::mkfifo(pipe.constData(), S_IRUSR | S_IWUSR), 0);
+    SetVariable("HELD_PIPE", Path("pipe"));
+    SetVariable("LD_PRELOAD", QStringLiteral(HELD_MACHINE));
+    // Where the program has one, its sanitizer wants to be first.
+    SetVariable("ASAN_OPTIONS", qEnvironmentVariable("ASAN_OPTIONS") + QStringLiteral(":verify_asan_link_order=0"));
+    const struct
+    {
+        const char* folder;
+        const char* title;
+        int signal;
+    } rows[] = {{"1", "Get Platform Information", SIGINT}, {"2", "Get Empty Platform", SIGTERM}};
+    for (const auto& row : rows) {
+        SetVariable("HELD_FOLDER", QLatin1String(row.folder));
+        _process.start(QStringLiteral(WORKBENCH), {});
+        QByteArray output;
+        ASSERT_TRUE(
+            QTest::qWaitFor([&] { return (output += _process.readAllStandardOutput()).contains(row.title); }, 30'000))
+            << output.constData();
+        ::kill(static_cast<pid_t>(_process.processId()), row.signal);
+        QByteArray errors;
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !(errors += _process.readAllStandardError()).isEmpty(); }, 1500));
+        // Only now the machine may go on.
+        int writer = -1;
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] { return (writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }, 5000));
+        ::close(writer);
+        const auto outcome = Finish();
+        EXPECT_EQ(outcome.status, 130) << output.constData() << outcome.output;
+        EXPECT_EQ(errors.toStdString() + outcome.errors, "Interrupted.\n");
+        EXPECT_EQ(FilesIn("tmp"), QStringList());
+        EXPECT_EQ(FilesIn("out"), QStringList());
+    }
 }
 
 } // namespace
