@@ -15,10 +15,10 @@ namespace TavAM {
 
 namespace {
 
-// Bytes of UTF-8. Even when each becomes an entity of six, a tag stays within what a reader of XML takes.
+// Bytes of UTF-8. Even when each becomes an entity of six, a tag with its value stays within what a reader of XML
+// takes.
 constexpr std::size_t LargestName = std::size_t{64} << 10U;
-constexpr std::size_t LargestValue = PersistentProperties::LargestText;
-static_assert(6 * (LargestValue + LargestName) < TavSDK::XmlBounds::Text);
+static_assert(PersistentProperties::LargestText + 7 * LargestName < TavSDK::XmlBounds::Text);
 
 } // namespace
 
@@ -161,9 +161,10 @@ std::size_t AMXDocumentWriter::_Collect(const Mesh& i_mesh)
 void AMXDocumentWriter::_WriteText(std::string_view i_attribute, std::wstring_view i_text)
 {
     const std::string text = AMXFormat::EncodeText(i_text);
-    const std::size_t largest = i_attribute == "value" ? LargestValue : LargestName;
-    if (text.size() > largest)
-        throw FileError("a " + std::string(i_attribute) + " is longer than " + std::to_string(largest) + " bytes");
+    const bool isValue = i_attribute == "value";
+    const std::size_t largest = isValue ? PersistentProperties::LargestText : LargestName;
+    if ((isValue ? AMXFormat::CountAttributeBytes(text) : text.size()) > largest)
+        throw FileError("a " + std::string(i_attribute) + " takes more than " + std::to_string(largest) + " bytes");
     _xml.WriteAttribute(i_attribute, text);
 }
 

@@ -4,6 +4,7 @@
 
 #include "tavsdk/Utf8.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 
@@ -42,6 +43,15 @@ std::string EncodeText(std::wstring_view i_text)
         }
     }
     return text;
+}
+
+std::size_t CountAttributeBytes(std::string_view i_text)
+{
+    static constexpr std::string_view Escaped = "<>&\"\t\n\r";
+    constexpr std::size_t LongestEntity = std::string_view("&quot;").size();
+    const auto count = std::count_if(i_text.begin(), i_text.end(),
+                                     [](char i_byte) { return Escaped.find(i_byte) != std::string_view::npos; });
+    return i_text.size() + static_cast<std::size_t>(count) * (LongestEntity - 1);
 }
 
 std::wstring DecodeText(std::string_view i_text)

@@ -35,6 +35,8 @@ static_assert(sizeof(MeshHeader) == 16);
 /// Text as the document carries it. XML has no control characters and no halves of surrogate pairs: these become
 /// "\{hexadecimal number}", and a backslash becomes two.
 std::string EncodeText(std::wstring_view i_text);
+/// Bytes that such a text takes at most as the value of an attribute.
+std::size_t CountAttributeBytes(std::string_view i_text);
 /// \throws FileError when it is not what EncodeText() makes.
 std::wstring DecodeText(std::string_view i_text);
 

@@ -1,6 +1,13 @@
 #include "tavam/PersistentProperties.h"
 
+#include "tavam/AMXFormat_p.h"
+
 namespace TavAM {
+
+std::size_t PersistentProperties::CountSavedBytes(const std::wstring& i_text)
+{
+    return AMXFormat::CountAttributeBytes(AMXFormat::EncodeText(i_text));
+}
 
 bool PersistentProperties::Has(const std::wstring& i_name) const
 {

@@ -17,8 +17,11 @@ class TAVAM_EXPORT PersistentProperties
 public:
     using Map = std::map<std::wstring, std::optional<std::wstring>>;
 
-    /// Longest text that can be saved, in bytes of UTF-8 with each backslash counted twice.
-    static constexpr std::size_t LargestText = std::size_t{1} << 20U;
+    /// Longest text that can be saved, as CountSavedBytes() counts.
+    static constexpr std::size_t LargestText = std::size_t{7} << 20U;
+    /// Bytes that a text takes in a platform file, or more: UTF-8, in which markup, quotes, tabs and line ends take
+    /// six.
+    static std::size_t CountSavedBytes(const std::wstring& i_text);
 
     bool Has(const std::wstring& i_name) const;
     /// Empty when the property is missing or holds no defined value.

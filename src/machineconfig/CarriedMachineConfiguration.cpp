@@ -13,7 +13,6 @@
 #include <QCoreApplication>
 #include <QLoggingCategory>
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -27,10 +26,13 @@ Q_LOGGING_CATEGORY(ConfigurationLog, "machineservice.machineconfig")
 using TavAM::PersistentProperties;
 using TavAM::PropertyNames::Print3D::MachineConfiguration;
 
-bool FitsPlatformFile(const std::string& i_document)
+/// As a property has it; empty when it is too long for one.
+std::optional<std::wstring> ToProperty(const std::string& i_document)
 {
-    const auto backslashes = std::count(i_document.begin(), i_document.end(), '\\');
-    return i_document.size() + static_cast<std::size_t>(backslashes) <= PersistentProperties::LargestText;
+    std::optional<std::wstring> text = TavSDK::FromUtf8(i_document).value();
+    if (PersistentProperties::CountSavedBytes(*text) > PersistentProperties::LargestText)
+        text.reset();
+    return text;
 }
 
 /// What a scene was made to carry last, and the machine data that it was made from.
@@ -51,12 +53,13 @@ std::optional<std::wstring> MakeDocument(const MachineLayer::Data::Machine& i_ma
     if (!ConfigurationFormat::HasSection(configuration))
         return std::nullopt;
     const std::string document = WriteMachineConfiguration(configuration);
-    if (FitsPlatformFile(document))
-        return TavSDK::FromUtf8(document).value();
-    qCWarning(ConfigurationLog,
-              "The configuration of the machine '%s' is too long for a platform file (%zu bytes) and left out.",
-              TavSDK::ToUtf8(i_machine.properties.name).c_str(), document.size());
-    return std::nullopt;
+    auto text = ToProperty(document);
+    if (!text) {
+        qCWarning(ConfigurationLog,
+                  "The configuration of the machine '%s' is too long for a platform file (%zu bytes) and left out.",
+                  TavSDK::ToUtf8(i_machine.properties.name).c_str(), document.size());
+    }
+    return text;
 }
 
 /// The document that belongs to the machine data, made anew only when they changed.
@@ -83,13 +86,13 @@ bool Carries(const PersistentProperties& i_properties, const std::wstring& i_doc
 
 void SetMachineConfiguration(TavAM::Platform& io_platform, const PlatformMachineConfiguration& i_configuration)
 {
-    const std::string document = WriteMachineConfiguration(i_configuration);
-    if (!FitsPlatformFile(document)) {
+    const auto text = ToProperty(WriteMachineConfiguration(i_configuration));
+    if (!text) {
         const QString message = QCoreApplication::translate(
             "MachineService", "The machine's configuration is too long for a platform file.");
         throw CommunicationException(ErrorCode::InternalError, message.toUtf8().constData());
     }
-    io_platform.GetAMXProperties().SetText(MachineConfiguration, TavSDK::FromUtf8(document).value());
+    io_platform.GetAMXProperties().SetText(MachineConfiguration, *text);
 }
 
 std::optional<PlatformMachineConfiguration> GetMachineConfiguration(const TavAM::Platform& i_platform)

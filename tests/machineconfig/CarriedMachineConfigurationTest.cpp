@@ -5,6 +5,7 @@
 #include "tavam/AMXFileWriter.h"
 #include "tavam/MachineParameters.h"
 #include "tavam/PropertyNames.h"
+#include "tavsdk/Utf8.h"
 #include "vexlorcore/Database.h"
 #include "vexlorcore/SceneFile.h"
 #include "vexlorcore/SceneMachineData.h"
@@ -26,7 +27,8 @@ PlatformMachineConfiguration MakeConfigurationOf(std::size_t i_bytes)
 {
     PlatformMachineConfiguration configuration = Convert(MakeFullMachine());
     configuration.partExport->naming = L"x";
-    const std::size_t rest = WriteMachineConfiguration(configuration).size() - 1;
+    const std::string document = WriteMachineConfiguration(configuration);
+    const std::size_t rest = PersistentProperties::CountSavedBytes(TavSDK::FromUtf8(document).value()) - 1;
     // Backslashes take two.
     configuration.partExport->naming.assign((i_bytes - rest) / 2, L'\\');
     return configuration;
@@ -147,6 +149,26 @@ TEST(CarriedMachineConfiguration, FollowsTheSceneStepByStep)
         }
         EXPECT_NO_THROW(VexlorCore::SaveScene(scene, folder.filePath(QStringLiteral("a.TavAMX")).toStdString()));
     }
+}
+
+TEST(CarriedMachineConfiguration, IsLeftOutWhenItIsTooLongAndTheRestOfTheSceneIsSaved)
+{
+    VexlorCore::Database database;
+    VexlorCore::DataSet& scene = *database.CreateDataSet();
+    scene.GetPlatform().SetMachine(TavAM::MachineParameters());
+    Data::Machine& machine = MachineLayer::Utilities::GetMachineDataMutable(&scene)->Edit();
+    const Data::SupportProfile profile = MakeFullMachine().surfaceTypeProfiles.begin()->second;
+    for (int number = 0; number < 10'000; ++number)
+        machine.surfaceTypeProfiles[L"Surface " + std::to_wstring(number)] = profile;
+    MachineLayer::Utilities::StoreMachineData(&scene);
+    Utilities::UpdateMachineConfiguration(&scene);
+
+    QTemporaryDir folder;
+    const std::filesystem::path path = folder.filePath(QStringLiteral("large.TavAMX")).toStdString();
+    VexlorCore::SaveScene(scene, path);
+    VexlorCore::DataSet* const reopened = VexlorCore::LoadScene(database, path);
+    EXPECT_EQ(GetMachineConfiguration(reopened->GetPlatform()), std::nullopt);
+    EXPECT_EQ(MachineLayer::Utilities::GetMachineDataMutable(reopened)->Get(), machine);
 }
 
 } // namespace

@@ -100,9 +100,9 @@ TEST(AMXFile, WhatTheWriterTakesTheReaderTakes)
         {Representation::FromMesh(flat), Representation::FromBrep(std::string(3000000, 'x'))}));
     // The longest texts, each byte of which XML has to escape.
     for (const wchar_t* name : {L"1", L"2"})
-        platform.GetAMXProperties().SetText(name, std::wstring(std::size_t{1} << 20U, L'"'));
+        platform.GetAMXProperties().SetText(name, std::wstring(PersistentProperties::LargestText / 6, L'"'));
     const std::wstring longest(std::size_t{64} << 10U, L'"');
-    platform.GetAMXProperties().SetText(longest, std::wstring(std::size_t{1} << 20U, L'"'));
+    platform.GetAMXProperties().SetText(longest, std::wstring(PersistentProperties::LargestText / 6, L'"'));
     platform.SetMachine(MachineParameters{longest, longest, longest, {}});
     AMXFileWriter().WriteFile(path, platform);
     ExpectEqual(platform, *ReadOne(path));
@@ -121,7 +121,8 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
     Platform placedNowhere = MakePlatform(Representation());
     placedNowhere.GetParts()[0].SetPlacement(Transform::Translation(0, std::numeric_limits<double>::infinity(), 0));
     Platform longName = MakePlatform(Representation());
-    longName.GetParts()[0].GetAMXProperties().SetText(L"x", std::wstring((std::size_t{1} << 20U) + 1, L'x'));
+    longName.GetParts()[0].GetAMXProperties().SetText(L"x",
+                                                      std::wstring(PersistentProperties::LargestText / 6 + 1, L'"'));
     Platform longText;
     for (int index = 0; index < 65; ++index)
         longText.GetAMXProperties().SetText(std::to_wstring(index), std::wstring(std::size_t{1} << 20U, L'x'));
@@ -135,7 +136,7 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
         {withDefect([](Mesh& io_mesh) { io_mesh.vertices[2].y = std::nanf(""); }), "vertex 2"},
         {MakePlatform(Nest(33)), "deeper than 32"},
         {placedNowhere, "placement is not finite"},
-        {longName, "longer than 1048576 bytes"},
+        {longName, "a value takes more than 7340032 bytes"},
         {longText, "more than 67108864 bytes"},
         {MakePlatform(Representation::FromMembers(std::vector<Representation>(10000, Representation::FromBrep("")))),
          "more than 9999 different"},
