@@ -2,6 +2,7 @@
 
 #include "buildprocessor/MachineSettings.h"
 #include "buildprocessor/ProfileReader.h"
+#include "buildprocessor/ShippedProfiles.h"
 #include "client/interface/ICommunicationServiceAPI.h"
 #include "services/ServiceFixture.h"
 #include "tavam/AMXFileReader.h"
@@ -78,9 +79,9 @@ protected:
 
     Machine GetMachine() const { return catalog->GetMachine(TestId); }
 
-    TavAM::Platform MakeEmptyPlatform(const std::string& i_parameters)
+    TavAM::Platform MakeEmptyPlatform(const std::string& i_parameters, const boost::uuids::uuid& i_machine = TestId)
     {
-        const auto [result, item] = GetMachine().GetEmptyPlatform(i_parameters).get();
+        const auto [result, item] = catalog->GetMachine(i_machine).GetEmptyPlatform(i_parameters).get();
         EXPECT_TRUE(result.completed);
         EXPECT_EQ(result.dataFormat, DataFormat::Platform);
         EXPECT_EQ(item.kind, PlatformDataKind::Platform);
@@ -143,6 +144,26 @@ TEST_F(PlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
     for (const char* line : {"\n; layer_height = 0.3\n", "\n; temperature = 210\n", "\n; bed_temperature = 60\n",
                              "\n; nozzle_diameter = 0.4\n"})
         EXPECT_NE(defaultFile.find(line), std::string::npos) << line;
+}
+
+TEST_F(PlatformInformationTest, ThePlateOfAResinPrinterChangesItsFirstExposure)
+{
+    const auto& profiles = BuildProcessor::GetShippedProfiles();
+    const auto lumen = std::find_if(profiles.begin(), profiles.end(),
+                                    [](const auto& i_file) { return i_file.first == "lumen-8k.json"; });
+    ASSERT_NE(lumen, profiles.end());
+    const auto profile = BuildProcessor::ReadProfile(lumen->second, lumen->first).profile;
+    const std::pair<std::string, double> rows[] = {
+        {MakeValue("Material", "Tough resin") + MakeValue("Plate", "Magnetic steel"), 1.4 * 32},
+        {MakeValue("Material", "Tough resin") + MakeValue("Plate", "Sandblasted aluminium"), 32},
+        {MakeValue("Material", "Standard resin"), 28},
+    };
+    for (const auto& [values, exposure] : rows) {
+        std::vector<std::string> notes;
+        const auto chosen = BuildProcessor::ApplyPlatformSettings(
+            profile, {}, MakeEmptyPlatform(MakeParameters(values), profile.id), notes);
+        EXPECT_DOUBLE_EQ(chosen.GetFirstExposureTime(), exposure) << values;
+    }
 }
 
 TEST_F(PlatformInformationTest, RefusesWhatItDidNotOfferInASentenceThatNamesIt)
