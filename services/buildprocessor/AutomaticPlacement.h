@@ -34,11 +34,11 @@ struct PlacementResult
 ///
 /// A part is moved, dropped to the bed, and turned around the vertical, as far as it may be, only where it does not fit
 /// as it stands; other parts of its placement stay. It keeps out of a zone with its whole footprint, unless the zone
-/// begins above it. The places are searched among the convex hulls of the footprints: no part is put into
-/// the hollow of another. The same input gives the same result, and the result is checked with FindPlacementFaults
-/// before it counts. \throws CommunicationException ProcessingAborted when the token asks; InternalError for more than
-/// 500 parts and when the
-///         check objects. The platform is then as it was.
+/// begins above it. The places are searched among the convex hulls of the footprints: no part is put into the hollow of
+/// another. The same input gives the same result, and the result is checked with FindPlacementFaults before it counts.
+///
+/// \throws CommunicationException ProcessingAborted when the token asks; InternalError for more than 500 parts and when
+///         the check objects. The platform is then as it was.
 PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, double i_height,
                            const PlacementOptions& i_options);
 

@@ -1,7 +1,9 @@
 #include "buildprocessor/BuildJob.h"
 
+#include "buildprocessor/Failure.h"
 #include "buildprocessor/JobFolder.h"
 #include "tavam/PropertyNames.h"
+#include "tavsdk/Utf8.h"
 
 #include <QString>
 
@@ -31,6 +33,9 @@ CommandResult Build(const JobInput& i_input)
     progress.Report(98, "Writing the platform");
     auto result = WriteResult(i_input, *platform, DataFormat::Platform,
                               AddLines("The machine file is '" + machineFile.string() + "'.", sliced->notes));
+    // A client that cancelled never learns where the job is.
+    if (i_input.stop.stop_requested())
+        throw CommunicationException(ErrorCode::ProcessingAborted);
     job.Keep();
     progress.Finish();
     return result;
@@ -42,7 +47,7 @@ std::string GetMachineFolderName(const MachineProfile& i_profile)
 {
     constexpr std::size_t longest = 60;
     const std::string id = boost::uuids::to_string(i_profile.id);
-    return i_profile.name.substr(0, longest) + " - " + id.substr(id.size() - 8);
+    return std::string(TavSDK::CutUtf8(i_profile.name, longest)) + " - " + id.substr(id.size() - 8);
 }
 
 CommandResult RunBuild(const JobInput& i_input)

@@ -42,6 +42,19 @@ private:
     bool _given = false;
 };
 
+/// Tells listeners. What one of them throws is its own fault: the service goes on with the rest of the news.
+template <class Signal>
+void Tell(const Signal& i_signal)
+{
+    try {
+        i_signal();
+    } catch (const std::exception& failure) {
+        qCWarning(ServiceLog, "A listener of the Build Processors failed: %s", failure.what());
+    } catch (...) {
+        qCWarning(ServiceLog, "A listener of the Build Processors failed.");
+    }
+}
+
 } // namespace
 
 struct BuildProcessorCatalog::Impl
@@ -61,28 +74,43 @@ struct BuildProcessorCatalog::Impl
     // The service's thread.
     void Run();
     void Publish();
+    void TellStatus(ServiceStatus i_status)
+    {
+        Tell([&] { owner._serviceStatusUpdated(ServiceId::BuildProcessors, i_status); });
+    }
+    void End(const char* ip_reason);
 
     BuildProcessorCatalog& owner;
     const std::shared_ptr<ServiceContext> context;
     ProfileFolder folder; ///< used by the service's thread only
     FolderWatcher watcher;
-    std::mutex mutex; ///< guards thread and isStopped
-    bool isStopped = false;
+    std::mutex mutex;       ///< guards thread and isStopped
+    bool isStopped = false; ///< for good: by Stop() or by a failure
     std::thread thread;
 };
 
 void BuildProcessorCatalog::Impl::Run()
 {
-    owner._serviceStatusUpdated(ServiceId::BuildProcessors, ServiceStatus::Starting);
+    TellStatus(ServiceStatus::Starting);
     watcher.Arm();
     if (!watcher.IsWatching())
         qCWarning(ServiceLog, "The system cannot watch the folder of profiles; it is read every half second.");
     Publish();
-    owner._serviceStatusUpdated(ServiceId::BuildProcessors, ServiceStatus::Running);
+    TellStatus(ServiceStatus::Running);
     while (watcher.Wait() != FolderWatcher::Event::Stopped) {
         watcher.Arm();
         Publish();
     }
+}
+
+void BuildProcessorCatalog::Impl::End(const char* ip_reason)
+{
+    qCCritical(ServiceLog, "The service of the Build Processors ended: %s", ip_reason);
+    {
+        const std::lock_guard lock(mutex);
+        isStopped = true;
+    }
+    TellStatus(ServiceStatus::Failed);
 }
 
 void BuildProcessorCatalog::Impl::Publish()
@@ -92,11 +120,11 @@ void BuildProcessorCatalog::Impl::Publish()
     for (const std::string& problem : problems)
         qCWarning(ServiceLog, "%s", problem.c_str());
     for (const auto& id : news.removed)
-        owner._machineRemoved(id);
+        Tell([&] { owner._machineRemoved(id); });
     for (const auto& [id, changes] : news.updated)
-        owner._machineUpdated(id, changes);
+        Tell([&] { owner._machineUpdated(id, changes); });
     for (const auto& id : news.added)
-        owner._machineAdded(id);
+        Tell([&] { owner._machineAdded(id); });
 }
 
 BuildProcessorCatalog::BuildProcessorCatalog(std::unique_ptr<AbstractPluginUtility> ip_utility)
@@ -138,17 +166,13 @@ bool BuildProcessorCatalog::Start(ServiceId i_service)
         return false;
     if (!_impl->thread.joinable()) {
         try {
-            // A slot that throws must not take down the host; the service then ends and says so.
-            _impl->thread = std::thread([this] {
+            _impl->thread = std::thread([impl = _impl.get()] {
                 try {
-                    _impl->Run();
+                    impl->Run();
                 } catch (const std::exception& failure) {
-                    qCCritical(ServiceLog, "The service of the Build Processors ended: %s", failure.what());
-                    try {
-                        _serviceStatusUpdated(ServiceId::BuildProcessors, ServiceStatus::Failed);
-                    } catch (const std::exception& second) {
-                        qCCritical(ServiceLog, "Nobody could be told: %s", second.what());
-                    }
+                    impl->End(failure.what());
+                } catch (...) {
+                    impl->End("for an unknown reason");
                 }
             });
         } catch (const std::system_error& failure) {
@@ -164,7 +188,7 @@ bool BuildProcessorCatalog::Refresh(ServiceId i_service)
     if (i_service != ServiceId::BuildProcessors)
         return false;
     const std::lock_guard lock(_impl->mutex);
-    if (!_impl->thread.joinable())
+    if (_impl->isStopped || !_impl->thread.joinable())
         return false;
     _impl->watcher.Wake();
     return true;

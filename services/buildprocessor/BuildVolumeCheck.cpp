@@ -1,6 +1,7 @@
 #include "buildprocessor/BuildVolumeCheck.h"
 
 #include "buildprocessor/Failure.h"
+#include "tavsdk/Utf8.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +16,8 @@ constexpr std::size_t MaxNameLength = 60;
 bool LeavesVolume(const MachineProfile& i_profile, const PartGeometry& i_part)
 {
     return std::any_of(i_part.vertices.begin(), i_part.vertices.end(), [&](const TavAM::Point3d& i_point) {
-        return i_point.z < -VolumeTolerance || i_point.z > i_profile.height + VolumeTolerance ||
+        // Said this way round, so that what is no number is outside.
+        return !(i_point.z >= -VolumeTolerance && i_point.z <= i_profile.height + VolumeTolerance) ||
                !IsOnBed(i_profile.bed, i_point.x, i_point.y);
     });
 }
@@ -30,12 +32,8 @@ std::string JoinNames(const std::vector<std::string>& i_names)
         std::replace_if(
             name.begin(), name.end(), [](char i_character) { return static_cast<unsigned char>(i_character) < 0x20; },
             ' ');
-        if (name.size() > MaxNameLength) {
-            std::size_t end = MaxNameLength;
-            while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xc0) == 0x80)
-                --end;
-            name = name.substr(0, end) + "...";
-        }
+        if (name.size() > MaxNameLength)
+            name = std::string(TavSDK::CutUtf8(name, MaxNameLength)) + "...";
         text += (index == 0 ? "'" : ", '") + name + '\'';
     }
     if (i_names.size() > MaxNames)
@@ -53,7 +51,7 @@ bool IsOnBed(const Bed& i_bed, double i_x, double i_y, double i_tolerance)
         const BedPoint& a = i_bed.outline[index];
         const BedPoint& b = i_bed.outline[(index + 1) % count];
         const double cross = (b.x - a.x) * (i_y - a.y) - (b.y - a.y) * (i_x - a.x);
-        if (cross < -i_tolerance * std::hypot(b.x - a.x, b.y - a.y))
+        if (!(cross >= -i_tolerance * std::hypot(b.x - a.x, b.y - a.y)))
             return false;
     }
     return true;

@@ -39,6 +39,7 @@ CommandResult ConfigureConnection(const JobInput& i_input)
     const auto folder = std::filesystem::absolute(i_input.jobsDir / ToFileName(GetMachineFolderName(profile)));
     const std::string text = "A test of the connection; it may be removed.\n";
     const auto test = folder / ".connection-test";
+    MakePrivateFolder(folder);
     WritePrivateFile(test, text);
     const bool isSame = ReadBoundedFile(test, text.size()) == text;
     std::error_code error;

@@ -96,7 +96,9 @@ void WriteMachineSettings(const std::filesystem::path& i_settings_dir, const Mac
     object.insert(QStringLiteral("material"), QString::fromStdString(i_settings.material));
     object.insert(QStringLiteral("clearance"), i_settings.clearance);
     object.insert(QStringLiteral("wallClearance"), i_settings.wallClearance);
-    WritePrivateFile(GetSettingsPath(i_settings_dir, i_profile), QJsonDocument(object).toJson().toStdString());
+    const auto path = GetSettingsPath(i_settings_dir, i_profile);
+    MakePrivateFolder(path.parent_path());
+    WritePrivateFile(path, QJsonDocument(object).toJson().toStdString());
 }
 
 MachineProfile ApplyPlatformSettings(const MachineProfile& i_profile, const MachineSettings& i_settings,

@@ -135,6 +135,9 @@ CommandResult MakeReportDocument(const JobInput& i_input)
     const std::wstring name = job && !job->empty() ? *job : scene.platform.GetName();
     const std::string fileName =
         ToFileName("Build report " + QString::fromStdWString(name).left(60).toStdString()) + ".html";
+    // Whoever cancelled may have taken the folder away already.
+    if (i_input.stop.stop_requested())
+        throw CommunicationException(ErrorCode::ProcessingAborted);
     WritePrivateFile(i_input.parameters.outputDir / fileName, report);
     CommandResult result;
     result.dataFormat = DataFormat::Document;

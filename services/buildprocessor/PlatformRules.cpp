@@ -169,6 +169,8 @@ PlatformRules GetPlatformRules(const TavAM::Platform& i_platform, const MachineP
     result.zones = std::move(rules.zones);
     AddMargins(rules, i_profile, result.zones);
     for (NoBuildZone& zone : result.zones) {
+        if (zone.name.empty())
+            zone.name = "no. " + std::to_string(&zone - result.zones.data() + 1);
         Thicken(zone.minX, zone.maxX);
         Thicken(zone.minY, zone.maxY);
         Thicken(zone.minZ, zone.maxZ);

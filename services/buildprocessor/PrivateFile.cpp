@@ -21,18 +21,22 @@ namespace {
 
 } // namespace
 
-void WritePrivateFile(const std::filesystem::path& i_path, const std::string& i_text)
+void MakePrivateFolder(const std::filesystem::path& i_folder)
 {
     std::error_code error;
-    std::filesystem::path missing = i_path.parent_path();
+    std::filesystem::path missing = i_folder;
     std::vector<std::filesystem::path> folders;
     for (; !missing.empty() && !std::filesystem::exists(missing, error); missing = missing.parent_path())
         folders.push_back(missing);
     for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
         if (mkdir(folder->c_str(), S_IRWXU) != 0 && errno != EEXIST)
-            FailWrite(i_path, ErrorText(errno));
+            Fail(ErrorCode::FileError,
+                 "The folder '" + folder->string() + "' cannot be made: " + ErrorText(errno) + '.');
     }
+}
 
+void WritePrivateFile(const std::filesystem::path& i_path, const std::string& i_text)
+{
     std::string temporary = (i_path.parent_path() / ("." + i_path.filename().string() + ".XXXXXX")).string();
     // Made for its owner alone, whatever the umask is.
     const UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));

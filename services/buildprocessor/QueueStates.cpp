@@ -77,6 +77,7 @@ void SetQueueState(const std::filesystem::path& i_folder, const boost::uuids::uu
 {
     const auto path = i_folder / (boost::uuids::to_string(i_machine) + Extension);
     if (i_state) {
+        MakePrivateFolder(i_folder);
         WritePrivateFile(path, std::string(GetStateName(*i_state)) + '\n');
         return;
     }

@@ -158,17 +158,23 @@ public:
     bool HasExited() const
     {
         siginfo_t info = {};
-        return waitid(P_PID, static_cast<id_t>(_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == _pid;
+        if (waitid(P_PID, static_cast<id_t>(_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0)
+            return info.si_pid == _pid;
+        // A host that ignores SIGCHLD has its programs reaped by the system.
+        return errno == ECHILD;
     }
-    int Reap()
+    /// Empty when somebody else was told how it ended.
+    std::optional<int> Reap()
     {
         // Before the number of the group can be given away: whatever the program started goes with it.
         Signal(SIGKILL);
         int status = 0;
-        while (waitpid(_pid, &status, 0) < 0 && errno == EINTR) {
-        }
+        pid_t reaped = -1;
+        do {
+            reaped = waitpid(_pid, &status, 0);
+        } while (reaped < 0 && errno == EINTR);
         _reaped = true;
-        return status;
+        return reaped == _pid ? std::optional(status) : std::nullopt;
     }
 
 private:
@@ -236,10 +242,14 @@ SubprocessResult RunSubprocess(const SubprocessOptions& i_options, std::stop_tok
         if (fds[1].revents != 0)
             ReadAvailable(output.read.Get(), lines, isOpen);
     }
-    const int status = child.Reap();
+    const std::optional<int> reaped = child.Reap();
     // What is still in the pipe; not more, should something that left the group hold it open.
     ReadAvailable(output.read.Get(), lines, isOpen);
     lines.Flush();
+    if (!reaped && !ending)
+        Fail(ErrorCode::InternalError, "Nobody knows how the program '" + i_options.command.front() +
+                                           "' ended: this process ignores the end of its programs (SIGCHLD).");
+    const int status = reaped.value_or(0);
     if (ending)
         result.end = *ending;
     else if (WIFSIGNALED(status))
