@@ -209,6 +209,10 @@ TEST(Utf8, ConvertsBothWaysAndRefusesWhatIsNoText)
 {
     const std::wstring text = L"a\u00e9\u05d0\uffff\U0001F600\U0010FFFF";
     EXPECT_EQ(TavSDK::FromUtf8(TavSDK::ToUtf8(text)), text);
+    std::string appended = "x";
+    TavSDK::AppendUtf8(L"ab", appended);
+    TavSDK::AppendUtf8(L"\u00e9", appended);
+    EXPECT_EQ(appended, "xab\u00e9");
     EXPECT_EQ(TavSDK::ToUtf8(std::wstring{static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0x110000)}),
               "\uFFFD\uFFFD");
     for (const char* bytes : {"\x80", "\xc0\x80", "\xc3", "\xe0\x80\x80", "\xed\xa0\x80", "\xf0\x80\x80\x80",

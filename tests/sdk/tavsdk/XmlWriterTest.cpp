@@ -109,7 +109,9 @@ TEST(XmlWriter, RefusesWhatWouldBeNoDocument)
             io_writer.WriteCharacterData("x");
             io_writer.WriteAttribute("a", "");
         },
-        [](XmlWriter& io_writer) { io_writer.WriteStartTag("1<"); },
+        [](XmlWriter& io_writer) { io_writer.WriteStartTag("-a"); },
+        [](XmlWriter& io_writer) { io_writer.WriteStartTag("a<"); },
+        [](XmlWriter& io_writer) { io_writer.WriteStartTag("\xff"); },
         [](XmlWriter& io_writer) { io_writer.WriteEndTag("f"); },
         [](XmlWriter& io_writer) { io_writer.Close(); },
         [](XmlWriter& io_writer) {
