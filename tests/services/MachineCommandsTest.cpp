@@ -191,7 +191,7 @@ TEST_F(MachineCommandsTest, ConfiguringThePrinterWritesSettingsThatPlatformsThen
                 AllOf(HasSubstr("layers of 0.1 mm in 'PLA'"), HasSubstr("'Gold'")));
     Run(CommandType::ConfigurePrinter, empty);
     EXPECT_THAT(ReadText(file), AllOf(HasSubstr("\"layerHeight\": 0.1"), HasSubstr("\"material\": \"PLA\""),
-                                      HasSubstr("\"clearance\": 9")));
+                                      HasSubstr("\"clearance\": 9"), HasSubstr("\"wallClearance\": 9")));
 
     for (const char* const damage : {"{", "[]", R"({"layerHeight": "x"})", R"({"colour": 1})"}) {
         WriteText(file, damage);
