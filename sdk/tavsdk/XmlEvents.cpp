@@ -11,7 +11,7 @@ namespace TavSDK {
 
 namespace {
 
-// What is kept of a chunk stays in the processor's nearer caches, and below the size of which the heap makes a fuss.
+// Small enough that a chunk's events stay in the nearer caches, and that the heap does not tidy up when they are freed.
 constexpr std::size_t SmallestChunk = std::size_t{16} << 10U;
 
 std::uint32_t ToSize(std::size_t i_size)
