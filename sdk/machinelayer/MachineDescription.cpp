@@ -70,8 +70,8 @@ void Check(const MachineElements& i_elements)
     if (!i_elements.nesting)
         return;
     for (const Data::NoBuildZone& zone : i_elements.nesting->noBuildZones) {
-        if (zone.minX >= zone.maxX || zone.minY >= zone.maxY || zone.minZ >= zone.maxZ)
-            throw std::invalid_argument("NoBuildZone: " + Shown(WriteText(zone.name)) + " is empty.");
+        if (zone.minX > zone.maxX || zone.minY > zone.maxY || zone.minZ > zone.maxZ)
+            throw std::invalid_argument("NoBuildZone: " + Shown(WriteText(zone.name)) + " ends before it begins.");
     }
 }
 

@@ -167,6 +167,11 @@ AMXDocumentReader::Answer AMXDocumentReader::_ReadShape(std::string_view i_name,
         shape.representation = Representation::FromBrep(_entries.readDefinition(entry()));
     else if (kind != "composed")
         Fail("a part has a shape of the unknown kind " + Quote(kind));
+    try {
+        _shapeCounter.Add(kind == "mesh" ? shape.representation.GetMesh().get() : nullptr);
+    } catch (const FileError& error) {
+        Fail(error.what());
+    }
     shape.representation.SetPlacement(_GetPlacement(i_attributes));
     _shapes.push_back(std::move(shape));
     return Taken(kind == "composed" ? &AMXDocumentReader::_ReadShape : nullptr, &AMXDocumentReader::_EndShape);
@@ -225,11 +230,11 @@ Transform AMXDocumentReader::_GetPlacement(const Attributes& i_attributes)
         if (&number != placement.rows.data())
             isSound = isSound && position != end && *position++ == ' ';
         const auto result = std::from_chars(position, end, number);
-        isSound = isSound && result.ec == std::errc() && std::isfinite(number);
+        isSound = isSound && result.ec == std::errc() && std::abs(number) <= AMXFormat::LargestPlacementNumber;
         position = result.ptr;
     }
     if (!isSound || position != end)
-        Fail("a placement is not twelve finite numbers");
+        Fail("a placement is not twelve numbers between -1,000,000 and 1,000,000");
     return placement;
 }
 

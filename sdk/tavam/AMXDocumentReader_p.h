@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tavam/AMXFormat_p.h"
 #include "tavam/Platform.h"
 
 #include "tavsdk/XmlReader.h"
@@ -35,7 +36,6 @@ private:
     Answer _ReadRoot(std::string_view i_name, const Attributes& i_attributes);
     Answer _ReadPlatform(std::string_view i_name, const Attributes& i_attributes);
     Answer _ReadPlatformContent(std::string_view i_name, const Attributes& i_attributes);
-    Answer _ReadMachineContent(std::string_view i_name, const Attributes& i_attributes);
     Answer _ReadPart(std::string_view i_name, const Attributes& i_attributes);
     Answer _ReadPartContent(std::string_view i_name, const Attributes& i_attributes);
     Answer _ReadProperty(std::string_view i_name, const Attributes& i_attributes);
@@ -69,6 +69,7 @@ private:
     Part _part;
     Part::Strategies _strategies;
     std::vector<OpenShape> _shapes;
+    AMXFormat::ShapeCounter _shapeCounter;
     std::set<std::string, std::less<>> _seenInPlatform;
     std::set<std::string, std::less<>> _seenInPart;
 };

@@ -111,6 +111,8 @@ void AMXDocumentWriter::_WriteShape(const Representation& i_representation, unsi
 {
     if (i_depth > AMXFormat::LargestDepth)
         throw FileError("its members are nested deeper than " + std::to_string(AMXFormat::LargestDepth));
+    _shapeCounter.Add(i_representation.GetKind() == RepresentationKind::Mesh ? i_representation.GetMesh().get()
+                                                                             : nullptr);
     _xml.WriteStartTag("Shape");
     switch (i_representation.GetKind()) {
     case RepresentationKind::Mesh:
@@ -172,8 +174,8 @@ void AMXDocumentWriter::_WritePlacement(const Transform& i_placement)
 {
     _numbers.clear();
     for (const double number : i_placement.rows) {
-        if (!std::isfinite(number))
-            throw FileError("its placement is not finite");
+        if (!(std::abs(number) <= AMXFormat::LargestPlacementNumber))
+            throw FileError("its placement is not twelve numbers between -1,000,000 and 1,000,000");
         if (!_numbers.empty())
             _numbers += ' ';
         AMXFormat::AppendNumber(number, _numbers);

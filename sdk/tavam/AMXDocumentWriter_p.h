@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tavam/AMXFormat_p.h"
 #include "tavam/Platform.h"
 
 #include "tavsdk/XmlWriter.h"
@@ -44,6 +45,7 @@ private:
     std::vector<const Mesh*> _meshes;
     std::map<const Mesh*, std::size_t> _meshIndices;
     std::vector<const std::string*> _definitions;
+    AMXFormat::ShapeCounter _shapeCounter;
     std::string _numbers;
 };
 

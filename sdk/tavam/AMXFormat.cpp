@@ -10,17 +10,18 @@
 
 namespace TavAM::AMXFormat {
 
-namespace {
-
-bool CanXmlCarry(char32_t i_character)
+void ShapeCounter::Add(const Mesh* ip_mesh)
 {
-    if (i_character < 0x20)
-        return i_character == '\t' || i_character == '\n' || i_character == '\r';
-    return i_character < 0xD800 || (i_character > 0xDFFF && i_character < 0xFFFE) ||
-           (i_character > 0xFFFF && i_character <= 0x10FFFF);
+    if (++_count > LargestShapeCount)
+        throw FileError("there are more than " + std::to_string(LargestShapeCount) + " shapes");
+    if (!ip_mesh)
+        return;
+    _bytes += ip_mesh->vertices.size() * sizeof(ip_mesh->vertices[0]) +
+              ip_mesh->triangles.size() * sizeof(ip_mesh->triangles[0]);
+    if (_bytes > LargestUnpackedSize)
+        throw FileError("the meshes of all shapes together take more than " + std::to_string(LargestUnpackedSize) +
+                        " bytes");
 }
-
-} // namespace
 
 std::string EncodeText(std::wstring_view i_text)
 {
@@ -30,7 +31,7 @@ std::string EncodeText(std::wstring_view i_text)
         const auto character = static_cast<char32_t>(unit);
         if (character == '\\') {
             text += "\\\\";
-        } else if (CanXmlCarry(character)) {
+        } else if (TavSDK::IsXmlCharacter(character)) {
             TavSDK::AppendUtf8(character, text);
         } else {
             std::array<char, 8> digits = {};

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tavam/Geometry.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -14,6 +16,9 @@ inline constexpr unsigned Version = 1;
 
 /// Members within members.
 inline constexpr unsigned LargestDepth = 32;
+/// Of the numbers of a placement, either way: what placements within one another do to a mesh stays a number.
+inline constexpr double LargestPlacementNumber = 1e6;
+inline constexpr std::size_t LargestShapeCount = 100'000;
 
 // Bounds of the package.
 inline constexpr std::uint64_t LargestEntryCount = 10000;
@@ -21,6 +26,19 @@ inline constexpr std::uint64_t LargestUnpackedSize = std::uint64_t{4} << 30U;
 inline constexpr std::uint64_t LargestRatio = 100;
 /// Ratios count only past this many bytes.
 inline constexpr std::uint64_t FreeUnpackedSize = 100000;
+
+/// Counts the shapes of a file. Any number of them may share an entry; what they unfold to must not be more than what a
+/// package without shared entries could hold.
+class ShapeCounter
+{
+public:
+    /// \param ip_mesh null for a shape that is none. \throws FileError beyond the bounds.
+    void Add(const Mesh* ip_mesh);
+
+private:
+    std::size_t _count = 0;
+    std::uint64_t _bytes = 0;
+};
 
 /// First bytes of a mesh entry; vertices and triangles follow as they lie in memory, little endian.
 struct MeshHeader

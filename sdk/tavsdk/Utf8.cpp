@@ -132,4 +132,22 @@ bool IsUtf8(std::string_view i_text)
     return true;
 }
 
+bool IsXmlCharacter(char32_t i_character)
+{
+    if (i_character < 0x20)
+        return i_character == '\t' || i_character == '\n' || i_character == '\r';
+    return IsCharacter(i_character) && i_character != 0xFFFE && i_character != 0xFFFF;
+}
+
+std::string_view CutUtf8(std::string_view i_text, std::size_t i_longest)
+{
+    std::size_t end = std::min(i_text.size(), i_longest);
+    const auto isWithin = [&] {
+        return end > 0 && end < i_text.size() && (static_cast<unsigned char>(i_text[end]) & 0xC0U) == 0x80U;
+    };
+    while (isWithin())
+        --end;
+    return i_text.substr(0, end);
+}
+
 } // namespace TavSDK

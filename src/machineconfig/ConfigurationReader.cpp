@@ -9,6 +9,9 @@ namespace MachineService::ConfigurationFormat {
 
 namespace {
 
+/// Far more than the largest machine has; a document of XML's own bounds could make millions of texts.
+constexpr std::size_t LargestElementCount = 1'000'000;
+
 std::string Quote(std::string_view i_text)
 {
     return "\"" + std::string(i_text.substr(0, 200)) + "\"";
@@ -73,6 +76,8 @@ ConfigurationReader::Answer ConfigurationReader::_ReadField(std::string_view i_t
 {
     if (i_attributes.Find("xmlns").value_or(_namespace) != _namespace)
         return NotTaken();
+    if (++_elementCount > LargestElementCount)
+        Fail("there are more than " + std::to_string(LargestElementCount) + " elements");
     const std::size_t depth = _open.size();
     try {
         FieldReader::Field* const field = _open.back().fields.Meet(i_tag);

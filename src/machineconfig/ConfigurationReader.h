@@ -5,6 +5,7 @@
 
 #include "tavsdk/XmlReader.h"
 
+#include <cstddef>
 #include <deque>
 #include <optional>
 #include <string>
@@ -52,6 +53,7 @@ private:
     std::deque<OpenElement> _open;
     bool _hasMachine = false;
     bool _hasSection = false;
+    std::size_t _elementCount = 0;
 };
 
 } // namespace MachineService::ConfigurationFormat

@@ -10,14 +10,6 @@ namespace MachineService::ConfigurationFormat {
 
 namespace {
 
-bool CanXmlCarry(char32_t i_character)
-{
-    if (i_character < 0x20)
-        return i_character == '\t' || i_character == '\n' || i_character == '\r';
-    return i_character < 0xD800 || (i_character > 0xDFFF && i_character < 0xFFFE) ||
-           (i_character > 0xFFFF && i_character <= 0x10FFFF);
-}
-
 std::string ToText(double i_number)
 {
     std::array<char, 32> digits = {};
@@ -59,7 +51,7 @@ std::string EncodeText(const std::wstring& i_text)
     text.reserve(i_text.size());
     for (const wchar_t unit : i_text) {
         const auto character = static_cast<char32_t>(unit);
-        if (!CanXmlCarry(character)) {
+        if (!TavSDK::IsXmlCharacter(character)) {
             std::array<char, 8> digits = {};
             const auto value = static_cast<unsigned long>(character);
             char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;

@@ -123,6 +123,8 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
     Platform longName = MakePlatform(Representation());
     longName.GetParts()[0].GetAMXProperties().SetText(L"x",
                                                       std::wstring(PersistentProperties::LargestText / 6 + 1, L'"'));
+    const auto large = MakeTetrahedron(1);
+    large->triangles.resize(120'000, {0, 1, 2});
     Platform longText;
     for (int index = 0; index < 65; ++index)
         longText.GetAMXProperties().SetText(std::to_wstring(index), std::wstring(std::size_t{1} << 20U, L'x'));
@@ -135,11 +137,13 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
         {withDefect([](Mesh& io_mesh) { io_mesh.triangles[1][2] = 4; }), "vertex 4 of 4"},
         {withDefect([](Mesh& io_mesh) { io_mesh.vertices[2].y = std::nanf(""); }), "vertex 2"},
         {MakePlatform(Nest(33)), "deeper than 32"},
-        {placedNowhere, "placement is not finite"},
+        {placedNowhere, "placement is not twelve numbers"},
         {longName, "a value takes more than 7340032 bytes"},
         {longText, "more than 67108864 bytes"},
         {MakePlatform(Representation::FromMembers(std::vector<Representation>(10000, Representation::FromBrep("")))),
          "more than 9999 different"},
+        {MakePlatform(Representation::FromMembers(std::vector<Representation>(3000, Representation::FromMesh(large)))),
+         "the meshes of all shapes together"},
     };
     for (const auto& row : rows) {
         EXPECT_THAT(GetWriteError(path, row.platform), AllOf(HasSubstr(path.string()), HasSubstr(row.error)));
