@@ -44,9 +44,10 @@ public:
 
 /// What the library may ask of its host. The host implements it and hands out a getter.
 ///
-/// Thread: every operation may be called from any thread; whatever touches scenes or windows is brought to the UI
-/// thread by the implementation, which waits for it there. Nothing else in the library marshals. The destructor counts
-/// as the first operation; the order is part of the interface and new operations go to its end.
+/// Thread: RunJobWithTitle and RunJob on the UI thread; every other operation may be called from any thread. Whatever
+/// touches scenes or windows is brought to the UI thread by the implementation, which waits for it there. Nothing else
+/// in the library marshals. The destructor counts as the first operation; the order is part of the interface and new
+/// operations go to its end.
 class IVexlorApiProvider
 {
 public:
@@ -69,14 +70,14 @@ public:
     /// \throws TavAM::FileError; std::runtime_error "The scene was closed.".
     virtual void SaveProcessorInput(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                                     const std::filesystem::path& i_path) = 0;
-    /// 8. Lets the host bring pending edits of the scene to an end, so that the parts may be sent as they are. False:
-    /// the user declined. \throws std::runtime_error "The scene was closed.".
+    /// 8. Lets the host bring pending edits of the scene to an end, so that the parts may be sent as they are. For
+    /// whoever needs it before an operation on the scene; the commands of printers do not. False: the user declined.
+    /// \throws std::runtime_error "The scene was closed.".
     virtual bool PrepareScene(VexlorCore::DataSet* ip_data_set) = 0;
     /// 9. Takes the files of a machine into the scene.
     /// \param i_import_kind 1 whole platform: parts are matched by revision id and replaced, unknown ones added, the
-    /// scene's
-    ///        others stay, and so does its attachment to a machine when the file has none; 2 placements; 3 properties
-    ///        of platform and parts; 4 strategies; 5 additional parts, also from mesh files.
+    ///        scene's others stay; 2 placements; 3 properties of platform and parts; 4 strategies; 5 additional parts,
+    ///        also from mesh files. The scene's attachment to a machine stays as it is.
     /// \param i_on_platform_loaded called on the UI thread for each platform after it was taken in; may be empty.
     /// \param i_options 0; reserved.
     /// \throws TavAM::FileError; std::runtime_error "The scene was closed.". The scene is then unchanged.

@@ -46,7 +46,9 @@ void CheckStl(std::string_view i_bytes, MeshFileFacts& io_facts)
 {
     if (IsTextStl(i_bytes) && !IsExactBinaryStl(i_bytes)) {
         const auto end = i_bytes.rfind("endsolid");
-        if (end == i_bytes.npos || i_bytes.find("facet", end) != i_bytes.npos)
+        // The solid's name stands on the rest of that line.
+        if (end == i_bytes.npos ||
+            i_bytes.find("facet", std::min(i_bytes.find('\n', end), i_bytes.size())) != i_bytes.npos)
             throw std::runtime_error("it breaks off before the end of its solid");
         io_facts.faces = CountWords(i_bytes, "endfacet");
     } else {

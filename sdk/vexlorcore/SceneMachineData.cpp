@@ -90,8 +90,11 @@ void StoreMachineData(VexlorCore::DataSet* ip_data_set)
     IMachineData* const data = GetMachineDataMutable(ip_data_set);
     if (data == nullptr)
         return;
-    const QString document = QString::fromStdString(WriteMachineData(*data));
-    ip_data_set->GetAMObject().GetAMXProperties().SetText(SavedName, document.toStdWString());
+    const std::wstring document = QString::fromStdString(WriteMachineData(*data)).toStdWString();
+    using TavAM::PersistentProperties;
+    if (PersistentProperties::CountSavedBytes(document) > PersistentProperties::LargestText)
+        throw std::runtime_error("the machine data are too long for a platform file");
+    ip_data_set->GetAMObject().GetAMXProperties().SetText(SavedName, document);
     FindValue(*ip_data_set)->origin = GetOrigin(*ip_data_set);
 }
 

@@ -18,9 +18,8 @@ namespace MachineLayer::Utilities {
 VEXLORCORE_EXPORT IMachineData* GetMachineDataMutable(VexlorCore::DataSet* ip_data_set);
 
 /// Lets the scene's machine data be saved with it, as they are now. Harmless without machine data.
-/// \throws std::runtime_error for a text in them that a document cannot carry; std::invalid_argument for a number out
-/// of
-///         its range.
+/// \throws std::runtime_error for a text in them that a document cannot carry, or when they are too long for a platform
+///         file; std::invalid_argument for a number out of its range. What was saved with the scene then stays.
 VEXLORCORE_EXPORT void StoreMachineData(VexlorCore::DataSet* ip_data_set);
 
 } // namespace MachineLayer::Utilities

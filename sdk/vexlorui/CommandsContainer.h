@@ -25,6 +25,11 @@ class CommandsContainer final : public ICommandsContainer
 
 public:
     using ICommandsContainer::ICommandsContainer;
+    ~CommandsContainer() override
+    {
+        for (auto& command : _commands)
+            _Drop(std::move(command));
+    }
 
     /// False, with nothing changed or announced, for null and for an id that is there already.
     bool Add(std::shared_ptr<T> ip_command)

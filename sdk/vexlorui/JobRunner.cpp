@@ -1,5 +1,6 @@
 #include "JobRunner.h"
 
+#include "tavsdk/Utf8.h"
 #include "vexlorcore/UiThread.h"
 #include "vexlorui/ReferenceApiProvider.h"
 
@@ -49,7 +50,7 @@ public:
     void SetProgress(int i_percent, const std::string& i_stage) override
     {
         const std::lock_guard lock(_mutex);
-        _news = News{std::clamp(i_percent, 0, 100), i_stage.substr(0, MaxStage)};
+        _news = News{std::clamp(i_percent, 0, 100), std::string(TavSDK::CutUtf8(i_stage, MaxStage))};
         _Wake();
     }
 
@@ -138,6 +139,8 @@ private:
                                   QString::fromUtf8(news->stage.data(), static_cast<int>(news->stage.size())));
         } catch (const std::exception& error) {
             qCWarning(log, "The progress display failed: %s", error.what());
+        } catch (...) {
+            qCWarning(log, "The progress display failed.");
         }
         _isDelivering = false;
         if (!shared.IsDone())
@@ -194,6 +197,8 @@ bool JobRunner::Run(const QString& i_title, const VexlorCore::Job& i_job, std::s
                         display->End();
                 } catch (const std::exception& error) {
                     qCWarning(log, "The progress display failed: %s", error.what());
+                } catch (...) {
+                    qCWarning(log, "The progress display failed.");
                 }
             }
             IProgressDisplay* display;

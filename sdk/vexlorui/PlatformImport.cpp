@@ -30,28 +30,9 @@ void AddProperties(TavAM::PersistentProperties& io_properties, const TavAM::Pers
     }
 }
 
-/// The attachment is one thing of several properties: a file brings all of it or nothing.
-void KeepAttachment(const TavAM::PersistentProperties& i_former, TavAM::PersistentProperties& io_properties)
-{
-    if (io_properties.Has(Names::SelectedQueueID) || io_properties.Has(Names::OldSelectedQueueID))
-        return;
-    for (const auto* name : {Names::SelectedQueueID, Names::OldSelectedQueueID, Names::MachineInformationTimestamp}) {
-        io_properties.Remove(name);
-        const auto found = i_former.GetAll().find(name);
-        if (found == i_former.GetAll().end())
-            continue;
-        if (found->second)
-            io_properties.SetText(name, *found->second);
-        else
-            io_properties.SetUndefined(name);
-    }
-}
-
 void TakeWhole(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded)
 {
-    auto properties = i_loaded.GetAMXProperties();
-    KeepAttachment(std::as_const(io_scene).GetAMXProperties(), properties);
-    io_scene.GetAMXProperties() = properties;
+    io_scene.GetAMXProperties() = i_loaded.GetAMXProperties();
     io_scene.SetName(i_loaded.GetName());
     if (const auto* machine = i_loaded.GetMachine())
         io_scene.SetMachine(*machine);
@@ -132,6 +113,22 @@ void MergePlatform(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded, I
     for (const auto& part : i_loaded.GetParts()) {
         if (auto* known = io_scene.FindPart(part.GetRevisionId()))
             TakePart(*known, part, i_kind);
+    }
+}
+
+void KeepAttachment(const TavAM::Platform& i_scene, TavAM::Platform& io_platform)
+{
+    const auto& kept = i_scene.GetAMXProperties().GetAll();
+    auto& properties = io_platform.GetAMXProperties();
+    for (const auto* name : {Names::SelectedQueueID, Names::OldSelectedQueueID, Names::MachineInformationTimestamp}) {
+        properties.Remove(name);
+        const auto found = kept.find(name);
+        if (found == kept.end())
+            continue;
+        if (found->second)
+            properties.SetText(name, *found->second);
+        else
+            properties.SetUndefined(name);
     }
 }
 

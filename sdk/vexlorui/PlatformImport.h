@@ -30,6 +30,9 @@ Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_me
 
 /// Takes one platform of a machine into the platform of a scene.
 void MergePlatform(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded, ImportKind i_kind);
+/// Gives the platform the attachment to a machine that the scene has, and no other: what a machine sends back changes
+/// nothing about it.
+void KeepAttachment(const TavAM::Platform& i_scene, TavAM::Platform& io_platform);
 /// VexlorCore::DatabaseAction flags of that.
 std::uint32_t GetActions(ImportKind i_kind);
 

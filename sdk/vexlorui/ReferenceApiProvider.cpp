@@ -54,9 +54,15 @@ void ReplacePlatform(DataSet& io_scene, TavAM::Platform i_platform, const QStrin
     auto& application = GetApplication();
     application.GetOperationManager()->Execute(
         i_name.toStdWString(), i_actions, [&] { io_scene.SetPlatform(std::move(i_platform)); },
-        [scene, former] {
-            if (const auto open = scene.lock())
-                open->SetPlatform(*former);
+        [scene, former, i_actions] {
+            const auto open = scene.lock();
+            if (!open)
+                return;
+            auto platform = *former;
+            // Another platform comes with its machine; the same one stays with the machine that it has by now.
+            if ((i_actions & static_cast<std::uint32_t>(VexlorCore::DatabaseAction::PlatformChanged)) == 0)
+                KeepAttachment(open->GetPlatform(), platform);
+            open->SetPlatform(std::move(platform));
         });
     application.Invalidate3d();
 }
@@ -208,6 +214,7 @@ void ReferenceApiProvider::LoadProcessorFiles(
         auto platform = scene.GetPlatform();
         for (const auto& one : loaded)
             MergePlatform(platform, *one, kind);
+        KeepAttachment(scene.GetPlatform(), platform);
         ReplacePlatform(scene, std::move(platform),
                         QCoreApplication::translate("Vexlor::ReferenceApiProvider", "Load machine output"),
                         GetActions(kind));

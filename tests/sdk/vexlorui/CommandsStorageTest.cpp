@@ -131,20 +131,23 @@ TEST_F(CommandsStorageTest, IsSilentAsFactoryWithinBracketsThatNest)
 
 TEST_F(CommandsStorageTest, KeepsACommandThatIsDroppedWhileItRunsUntilItsEnd)
 {
-    bool isDestroyed = false;
     const auto id = QStringLiteral("a");
-    auto command = std::make_shared<TestCommand>(id, [&] {
-        _storage.Clear();
-        EXPECT_EQ(_storage.GetCommand(id), nullptr);
-        EXPECT_FALSE(isDestroyed);
-        return true;
-    });
-    command->onDestroyed = [&] {
-        isDestroyed = true;
-    };
-    _storage.AddCommand(std::move(command));
-    EXPECT_TRUE(_storage.GetCommand(id)->Exec());
-    EXPECT_TRUE(isDestroyed);
+    auto storage = std::make_unique<TestStorage>();
+    for (const std::function<void()>& drop :
+         {std::function<void()>([&] { storage->Clear(); }), std::function<void()>([&] { storage.reset(); })}) {
+        bool isDestroyed = false;
+        auto command = std::make_shared<TestCommand>(id, [&] {
+            drop();
+            EXPECT_FALSE(isDestroyed);
+            return true;
+        });
+        command->onDestroyed = [&] {
+            isDestroyed = true;
+        };
+        storage->AddCommand(std::move(command));
+        EXPECT_TRUE(storage->GetCommand(id)->Exec());
+        EXPECT_TRUE(isDestroyed);
+    }
 }
 
 TEST_F(CommandsStorageTest, AnnouncesChangesOfACommandOncePerChange)

@@ -163,13 +163,23 @@ TEST_F(ReferenceApiProviderFilesTest, TakesInWhatTheImportKindNamesAndCanUndoIt)
     }
 }
 
-TEST_F(ReferenceApiProviderFilesTest, TakesTheAttachmentOfAFileThatHasOne)
+TEST_F(ReferenceApiProviderFilesTest, LeavesTheAttachmentAsItIsByNow)
 {
     auto output = _MakeOutput();
     output.GetAMXProperties().SetText(Names::SelectedQueueID, L"other");
-    _Load({_Write("output.TavAMX", output)}, 1);
-    EXPECT_EQ(_host.scene->GetPlatform().GetAMXProperties().GetText(Names::SelectedQueueID), L"other");
-    EXPECT_FALSE(_host.scene->GetPlatform().GetAMXProperties().Has(L"own"));
+    output.GetAMXProperties().SetText(Names::MachineInformationTimestamp, L"then");
+    const auto file = _Write("output.TavAMX", output);
+    auto& scene = *_host.scene;
+    for (const std::int32_t kind : {1, 3}) {
+        scene.GetPlatform().GetAMXProperties().SetText(Names::SelectedQueueID, L"attached");
+        _Load({file}, kind);
+        EXPECT_EQ(scene.GetPlatform().GetAMXProperties().GetText(Names::SelectedQueueID), L"attached");
+        EXPECT_FALSE(scene.GetPlatform().GetAMXProperties().Has(Names::MachineInformationTimestamp));
+        // Detached after loading: undoing the load does not attach again.
+        scene.GetPlatform().GetAMXProperties().Remove(Names::SelectedQueueID);
+        EXPECT_TRUE(_host.application.GetOperationManager()->Undo());
+        EXPECT_FALSE(scene.GetPlatform().GetAMXProperties().Has(Names::SelectedQueueID));
+    }
 }
 
 TEST_F(ReferenceApiProviderFilesTest, LeavesTheSceneAloneWhenAnythingFails)
