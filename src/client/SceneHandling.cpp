@@ -55,6 +55,21 @@ void StopExceptions(const char* ip_what, const Function& i_function)
     }
 }
 
+/// What is sent about a scene may make a listener close it.
+class SceneWatch
+{
+public:
+    explicit SceneWatch(VexlorCore::DataSet* ip_data_set)
+        : _scene(ip_data_set ? ip_data_set->weak_from_this() : std::weak_ptr<VexlorCore::DataSet>())
+        , _isWatched(!_scene.expired())
+    {}
+    bool IsGone() const { return _isWatched && _scene.expired(); }
+
+private:
+    std::weak_ptr<VexlorCore::DataSet> _scene;
+    bool _isWatched;
+};
+
 /// The scene is of use all the same, and who saves or sends it learns what is wrong.
 void UpdateConfiguration(VexlorCore::DataSet* ip_data_set)
 {
@@ -100,14 +115,18 @@ void CommunicationClient::HandleModeChanged(EProgramModeType i_mode)
 
 void CommunicationClient::HandleMachineChanged(VexlorCore::DataSet* ip_data_set, const QUuid& i_machine_id)
 {
+    const QPointer<CommunicationClient> alive(this);
     _HandleMachineIdChanged(ip_data_set, i_machine_id, false);
-    Q_EMIT MachinesChanged();
+    if (alive)
+        Q_EMIT MachinesChanged();
 }
 
 void CommunicationClient::HandleMachineChangedForceDetach(VexlorCore::DataSet* ip_data_set, const QUuid& i_machine_id)
 {
+    const QPointer<CommunicationClient> alive(this);
     _HandleMachineIdChanged(ip_data_set, i_machine_id, true);
-    Q_EMIT MachinesChanged();
+    if (alive)
+        Q_EMIT MachinesChanged();
 }
 
 void CommunicationClient::HandleMachineUpdated(VexlorCore::DataSet* ip_data_set)
@@ -118,8 +137,10 @@ void CommunicationClient::HandleMachineUpdated(VexlorCore::DataSet* ip_data_set)
 
 void CommunicationClient::FillReportProperties(VexlorCore::DataSet* ip_data_set) const
 {
+    // A copy: the event loop turns until the report is filled, and the client may go meanwhile.
+    const auto api_provider = _impl->apiProvider;
     if (const auto printer = TryGetPrinter(ip_data_set))
-        Helpers::FillReportProperties(*printer, _impl->apiProvider, [ip_data_set] { return ip_data_set; });
+        Helpers::FillReportProperties(*printer, api_provider, [ip_data_set] { return ip_data_set; });
 }
 
 void CommunicationClient::_HandleMachineIdChanged(VexlorCore::DataSet* ip_data_set, const QUuid& i_machine_id,
@@ -137,25 +158,32 @@ void CommunicationClient::_HandleMachineIdChanged(VexlorCore::DataSet* ip_data_s
         qCWarning(ClientLog, "The machine of no scene was said to have changed.");
         return;
     }
+    const SceneWatch scene(ip_data_set);
     if (printer)
         Utilities::AttachPrinter(ip_data_set, *printer);
     else if (i_force_detach)
         Utilities::DetachPrinter(ip_data_set);
     else
         Utilities::ClearCachedMachineData(ip_data_set);
+    if (scene.IsGone())
+        return;
     UpdateConfiguration(ip_data_set);
     Send(*ip_data_set, VexlorCore::BPQueueChanged(ip_data_set));
 }
 
 void CommunicationClient::_HandleSceneActivated(VexlorCore::DataSet* ip_data_set)
 {
+    const QPointer<CommunicationClient> alive(this);
+    const SceneWatch scene(ip_data_set);
     // A scene file may hold a time that nobody can read: the scene is active all the same.
     StopExceptions("The configuration time of the active scene's printer could not be checked", [&] {
         if (const auto printer = TryGetPrinter(ip_data_set))
             Utilities::UpdatePldfTimestamp(ip_data_set, *printer);
     });
-    UpdateConfiguration(ip_data_set);
-    Q_EMIT MachinesChanged();
+    if (!scene.IsGone())
+        UpdateConfiguration(ip_data_set);
+    if (alive)
+        Q_EMIT MachinesChanged();
 }
 
 void CommunicationClient::_HandleMachineCopied(VexlorCore::DataSet* ip_original_data_set,

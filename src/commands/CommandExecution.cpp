@@ -60,25 +60,12 @@ std::vector<PartParameters> GetPartParameters(const VexlorCore::DataSet& i_scene
     return all;
 }
 
-/// Takes the host's last recorded operation out of its history at the end, whatever happens until then.
-class PurgeAtEnd
+void PurgeLastOperation()
 {
-public:
-    explicit PurgeAtEnd(bool i_active)
-        : _active(i_active)
-    {}
-    PurgeAtEnd(const PurgeAtEnd&) = delete;
-    PurgeAtEnd& operator=(const PurgeAtEnd&) = delete;
-    ~PurgeAtEnd()
-    {
-        const VexlorCore::Application* const application = VexlorCore::Application::GetInstance();
-        if (_active && application && application->GetOperationManager())
-            application->GetOperationManager()->PurgeLastOperation();
-    }
-
-private:
-    bool _active;
-};
+    const VexlorCore::Application* const application = VexlorCore::Application::GetInstance();
+    if (application && application->GetOperationManager())
+        application->GetOperationManager()->PurgeLastOperation();
+}
 
 bool TrySubmitJob(const CommandDescription& i_description, const Machine& i_machine,
                   const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
@@ -106,9 +93,11 @@ bool TrySubmitJob(const CommandDescription& i_description, const Machine& i_mach
     parameters.jobName = job_name.toStdString();
     parameters.parts = GetPartParameters(scene);
 
-    const PurgeAtEnd purge(needs_confirmation);
-    return RunCommand(scene, i_machine, parameters, i_description.dataFormat, GetTitle(i_description, data),
-                      i_api_provider);
+    const bool has_succeeded = RunCommand(scene, i_machine, parameters, i_description.dataFormat,
+                                          GetTitle(i_description, data), i_api_provider);
+    if (needs_confirmation)
+        PurgeLastOperation();
+    return has_succeeded;
 }
 
 } // namespace

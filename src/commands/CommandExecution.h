@@ -28,7 +28,8 @@ using DataSetGetter = std::function<VexlorCore::DataSet*()>;
 /// Builds the scene, or sends it as a job: for the commands Build, PostJob and CreateJobUrl.
 ///
 /// For a machine of the Machine Manager the host confirms the submission first; a refusal ends quietly in false. After
-/// a confirmed submission the host's last recorded operation is taken out of its history, whatever became of the job.
+/// a confirmed submission the host's last recorded operation is taken out of its history, whatever became of the job;
+/// not when the job could not be started.
 MACHINESERVICE_EXPORT bool SubmitJob(const CommandDescription& i_description, const Machine& i_machine,
                                      const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set);
 

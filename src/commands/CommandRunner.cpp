@@ -13,6 +13,7 @@
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <algorithm>
 #include <atomic>
@@ -27,6 +28,8 @@
 namespace MachineService::Helpers {
 
 namespace {
+
+Q_LOGGING_CATEGORY(RunnerLog, "machineservice.commands.run")
 
 bool IsPlatformFormat(DataFormat i_format)
 {
@@ -82,14 +85,31 @@ struct Run
     ApiProviderGetter apiProvider;
 };
 
+std::vector<std::filesystem::path> GetOutputFiles(const ScopedTempDir& i_output, DataFormat i_format)
+{
+    if (!IsPlatformFormat(i_format))
+        return i_output.GetFilesByFilter("*");
+    auto paths = i_output.GetFilesByFilter("*.TavAMX");
+    if (i_format == DataFormat::AdditionalParts) {
+        for (const char* const meshes : {"*.stl", "*.3mf", "*.obj", "*.ply"}) {
+            const auto found = i_output.GetFilesByFilter(meshes);
+            paths.insert(paths.end(), found.begin(), found.end());
+        }
+    }
+    return paths;
+}
+
 void LoadOutput(const Run& i_run, const CommandResult& i_result, const ScopedTempDir& i_output)
 {
     const DataFormat format = i_result.dataFormat == DataFormat::Undefined ? i_run.dataFormat : i_result.dataFormat;
     if (format == DataFormat::None)
         return;
-    const auto paths = i_output.GetFilesByFilter(IsPlatformFormat(format) ? "*.TavAMX" : "*");
-    if (paths.empty())
+    const auto paths = GetOutputFiles(i_output, format);
+    if (paths.empty()) {
+        if (!i_output.GetFilesByFilter("*").empty())
+            throw CommunicationException(ErrorCode::UnexpectedOutput);
         return;
+    }
     std::vector<std::wstring> files;
     std::transform(paths.begin(), paths.end(), std::back_inserter(files),
                    [](const auto& i_path) { return QString::fromStdString(i_path.string()).toStdWString(); });
@@ -114,7 +134,14 @@ CommandResult RunInTemporaryFolders(const Run& i_run, VexlorCore::IJobProgress& 
 
     IVexlorApiProvider& provider = i_run.apiProvider();
     // The machine goes by what the scene's machine data say now, and not by what they said when it was last saved.
-    provider.InvokeOnUiThread([&i_run] { Utilities::UpdateMachineConfiguration(i_run.scene.Get()); });
+    provider.InvokeOnUiThread([&i_run] {
+        try {
+            Utilities::UpdateMachineConfiguration(i_run.scene.Get());
+        } catch (const std::invalid_argument& failure) {
+            // Parameters of some other maker's machine: nobody here shows them, and the machine may know what they say.
+            qCWarning(RunnerLog, "The scene goes without a machine configuration: %s", failure.what());
+        }
+    });
     provider.SaveProcessorInput(i_run.scene.Get(), static_cast<std::int32_t>(i_run.dataFormat), parameters.inputFile);
     ThrowIfCancelled(io_progress);
     CommandResult result = AwaitServiceAnswer(i_run.operation, std::move(parameters), io_progress);
@@ -166,11 +193,10 @@ private:
 bool Execute(const Run& i_run, const std::function<bool(IVexlorApiProvider&, const VexlorCore::Job&)>& i_start)
 {
     SelectionWatch selection;
-    IVexlorApiProvider& provider = i_run.apiProvider();
     const auto was_reported = std::make_shared<std::atomic<bool>>(false);
     bool succeeded = false;
     try {
-        succeeded = i_start(provider, [i_run, was_reported](VexlorCore::IJobProgress& io_progress) {
+        succeeded = i_start(i_run.apiProvider(), [i_run, was_reported](VexlorCore::IJobProgress& io_progress) {
             const bool job_succeeded = RunCommandWrapper(i_run, io_progress);
             *was_reported = !job_succeeded;
             return job_succeeded;
@@ -182,7 +208,7 @@ bool Execute(const Run& i_run, const std::function<bool(IVexlorApiProvider&, con
     }
     // Buttons that depend on the selection were not checked while the command ran.
     if (selection.HasChanged())
-        provider.UpdateCommands();
+        i_run.apiProvider().UpdateCommands();
     return succeeded;
 }
 

@@ -24,7 +24,7 @@ PrinterCommand::~PrinterCommand() = default;
 
 bool PrinterCommand::_ExecUiCommand()
 {
-    // The event loop turns while a command runs: when its machine goes meanwhile, this object goes too.
+    // The event loop turns while a command runs, and whoever owns this object may let go of it meanwhile.
     const std::shared_ptr<const Impl> impl = _impl;
     return impl->exec();
 }

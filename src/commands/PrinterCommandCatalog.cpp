@@ -50,8 +50,11 @@ bool CanRun(const Context& i_command)
 {
     try {
         std::future<bool> answer = i_command.machine.CanRunCommand(i_command.description.id);
-        // The ribbon asks on the UI thread: an answer that is not there yet counts as a refusal until the next check.
-        return answer.valid() && answer.wait_for(std::chrono::seconds(0)) == std::future_status::ready && answer.get();
+        // The ribbon asks on the UI thread: an answer that is not there yet counts as a refusal. The printers of scenes
+        // answer from a cache at once, and let the host ask again when the cache learned something new. A deferred
+        // answer is made by asking for it.
+        return answer.valid() && answer.wait_for(std::chrono::seconds(0)) != std::future_status::timeout &&
+               answer.get();
     } catch (...) {
         return false;
     }
@@ -106,12 +109,8 @@ bool Run(const Context& i_command)
 ContextPtr MakeContext(const CommandDescription& i_description, const Machine& i_machine,
                        const CommandGetters& i_getters)
 {
-    CommandDescription description;
-    description.type = i_description.type;
-    description.id = i_description.id;
-    description.dataFormat = i_description.dataFormat;
-    description.name = i_description.name;
-    description.description = i_description.description;
+    CommandDescription description = i_description;
+    description.icon = {}; // the command itself holds it
     return std::make_shared<const Context>(Context{std::move(description), i_machine, i_getters});
 }
 
@@ -131,7 +130,7 @@ bool IsKnown(CommandType i_type)
 std::vector<CommandDescription> GetKnownCommands(const Machine& i_machine)
 {
     std::future<std::vector<CommandDescription>> list = i_machine.GetCommands();
-    if (!list.valid() || list.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+    if (!list.valid() || list.wait_for(std::chrono::seconds(0)) == std::future_status::timeout)
         return {};
     std::vector<CommandDescription> commands = list.get();
     std::erase_if(commands, [](const CommandDescription& i_command) { return !IsKnown(i_command.type); });

@@ -28,6 +28,19 @@ Q_LOGGING_CATEGORY(ManagerLog, "machineservice.commands.manager")
 
 constexpr std::size_t MaxPrinterNameLength = 200;
 
+/// For calls by those who expect no exception of ours.
+template <class Function>
+void StopExceptions(const Function& i_function)
+{
+    try {
+        i_function();
+    } catch (const std::exception& exception) {
+        qCWarning(ManagerLog) << "The commands of the printer could not be checked:" << exception.what();
+    } catch (...) {
+        qCWarning(ManagerLog) << "The commands of the printer could not be checked.";
+    }
+}
+
 } // namespace
 
 /// Hears of scenes and their printers.
@@ -113,7 +126,20 @@ PrinterCommandManager::PrinterCommandManager(std::function<VexlorCore::DataSet*(
     connect(&GetContainer(), &ICommandsContainer::CommandsRemoved, this, forget);
 }
 
-PrinterCommandManager::~PrinterCommandManager() = default;
+PrinterCommandManager::~PrinterCommandManager()
+{
+    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands())
+        Vexlor::UICommands::IconUpdater::RegisterIcon(command->GetId(), QIcon());
+}
+
+bool PrinterCommandManager::event(QEvent* ip_event)
+{
+    // Queued calls of the slots come through here, some of them without a sender: it may be gone by now. What they
+    // throw would end the host's event loop.
+    bool is_handled = true;
+    StopExceptions([&] { is_handled = BaseCommandsStorage::event(ip_event); });
+    return is_handled;
+}
 
 QString PrinterCommandManager::PrinterName() const
 {
@@ -149,24 +175,20 @@ void PrinterCommandManager::Deactivate()
 
 void PrinterCommandManager::_CheckAndTell()
 {
-    try {
+    const auto check = [this] {
         if (_CheckCommands())
             Q_EMIT PrinterNameUpdated(_impl->printerName);
-    } catch (const std::exception& exception) {
-        // A caller can handle it; the event loop, which called when there is a sender, would end the host.
-        if (!sender())
-            throw;
-        qCWarning(ManagerLog) << "The commands of the printer could not be checked:" << exception.what();
-    }
+    };
+    // A caller can handle an exception; whoever raises a signal knows nothing of this manager.
+    if (sender())
+        StopExceptions(check);
+    else
+        check();
 }
 
 void PrinterCommandManager::_DoOnNotify()
 {
-    try {
-        _CheckAndTell();
-    } catch (const std::exception& exception) {
-        qCWarning(ManagerLog) << "The commands of the printer could not be checked:" << exception.what();
-    }
+    StopExceptions([this] { _CheckAndTell(); });
 }
 
 bool PrinterCommandManager::_CheckCommands()
@@ -192,18 +214,18 @@ bool PrinterCommandManager::_CheckCommands()
     const std::vector<CommandDescription> offered = GetKnownCommands(*machine);
     if (_impl->IsShown(offered, data))
         return true;
-    // Only what is missing is built.
-    std::vector<const CommandDescription*> missing;
-    QSet<QString> names;
-    names.reserve(static_cast<int>(offered.size()));
-    for (const CommandDescription& description : offered) {
-        const QString name = GetCommandName(description, data).value_or(QString());
-        names.insert(name);
-        if (!GetCommand(name))
-            missing.push_back(&description);
-    }
-    _RemoveAllBut(names);
+    std::vector<QString> names;
+    names.reserve(offered.size());
+    for (const CommandDescription& description : offered)
+        names.push_back(GetCommandName(description, data).value_or(QString()));
+    _RemoveAllBut(QSet<QString>(names.begin(), names.end()));
 
+    // Only what is missing is built; asked after the removals, of which listeners hear.
+    std::vector<const CommandDescription*> missing;
+    for (std::size_t index = 0; index < offered.size(); ++index) {
+        if (!GetCommand(names[index]))
+            missing.push_back(&offered[index]);
+    }
     for (const CommandDescription* const description : missing) {
         std::shared_ptr<PrinterCommand> command = CreatePrinterCommand(*description, *machine, _impl->getters);
         command->moveToThread(thread());
@@ -217,10 +239,8 @@ bool PrinterCommandManager::_CheckCommands()
 
 void PrinterCommandManager::_RemoveAllBut(const QSet<QString>& i_names)
 {
-    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands()) {
-        const QString name = command->GetId();
-        if (i_names.contains(name))
-            continue;
+    // Names, because listeners of a removal may remove others.
+    for (const QString& name : GetContainer().GetIds() - i_names) {
         RemoveCommand(name);
         Vexlor::UICommands::IconUpdater::RegisterIcon(name, QIcon());
     }
@@ -228,16 +248,15 @@ void PrinterCommandManager::_RemoveAllBut(const QSet<QString>& i_names)
 
 void PrinterCommandManager::_Clear()
 {
-    QSet<QString> ids;
-    for (const Vexlor::UICommands::UiCommand* const command : GetAllCommands())
-        ids.insert(command->GetId());
+    const QSet<QString> ids = GetContainer().GetIds();
     if (ids.isEmpty())
         return;
     // Once for all of them, not once more for what the container announces.
     Q_EMIT BeforeCommandsRemoved(ids);
-    _BeginCommandsUpdate();
-    Clear();
-    _EndCommandsUpdate();
+    {
+        const Vexlor::UICommands::BaseCommandsStorageScopedSignalBlocker blocker(_GetBlockDepth());
+        Clear();
+    }
     for (const QString& id : ids)
         Vexlor::UICommands::IconUpdater::RegisterIcon(id, QIcon());
     Q_EMIT CommandsRemoved(ids);

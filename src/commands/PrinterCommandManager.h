@@ -69,6 +69,9 @@ public Q_SLOTS:
     void Activate();
     void Deactivate();
 
+protected:
+    bool event(QEvent* ip_event) override;
+
 private:
     class Listener;
     struct Impl;

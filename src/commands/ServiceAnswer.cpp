@@ -2,6 +2,7 @@
 
 #include "client/interface/CommunicationException.h"
 
+#include "tavsdk/Utf8.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <algorithm>
@@ -32,7 +33,7 @@ public:
 
     void Put(int i_percent, const std::string& i_stage)
     {
-        Report report(std::clamp(i_percent, 0, 100), i_stage.substr(0, MaxStageBytes));
+        Report report(std::clamp(i_percent, 0, 100), std::string(TavSDK::CutUtf8(i_stage, MaxStageBytes)));
         const std::lock_guard lock(_mutex);
         _latest = std::move(report);
     }

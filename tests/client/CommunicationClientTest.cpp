@@ -35,14 +35,18 @@ class Notifications final : public VexlorCore::MListener
 public:
     std::vector<std::string> log;
     std::function<void()> onDetached;
+    std::function<void()> onRevision;
 
 private:
     void ExecuteSelf(const VexlorCore::INotification& i_notification) override
     {
         if (dynamic_cast<const VexlorCore::BPQueueChanged*>(&i_notification))
             log.push_back("queue");
-        if (dynamic_cast<const VexlorCore::BPPlatformRevisionChanged*>(&i_notification))
+        if (dynamic_cast<const VexlorCore::BPPlatformRevisionChanged*>(&i_notification)) {
             log.push_back("revision");
+            if (onRevision)
+                onRevision();
+        }
         if (dynamic_cast<const VexlorCore::BPPlatformDetached*>(&i_notification)) {
             log.push_back("detached");
             if (onDetached)
@@ -305,6 +309,25 @@ TEST_P(ReentranceTest, AListenerMayDoAnythingWhileScenesAreVisited)
     EXPECT_EQ(_notifications.log.size(),
               GetParam() == Deed::RaiseAgain ? 3U : 1U); // what was raised meanwhile is dropped
     EXPECT_EQ(_redraws, 1);
+}
+
+TEST_F(CommunicationClientTest, AListenerMayCloseTheSceneOrTheClientThatIsAttachedAgain)
+{
+    for (const bool takesClient : {false, true}) {
+        _SetMachineAt(1, 1000);
+        _catalog->RaiseAdded(MakeId(1));
+        auto* const scene = _host.GetDatabase().CreateDataSet();
+        _client->HandleMachineChanged(scene, MakeQId(1));
+        _SetMachineAt(1, 2000);
+        _notifications.log.clear();
+        _notifications.onRevision = [&] {
+            _host.GetDatabase().CloseDataSet(scene);
+            if (takesClient)
+                _client.reset();
+        };
+        _client->HandleMachineChanged(scene, MakeQId(1));
+        EXPECT_THAT(_notifications.log, ElementsAre("revision"));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Deeds, ReentranceTest,

@@ -38,6 +38,10 @@ TEST_F(CommandExecution, FormatDecidesWhatGoesToTheMachineAndWhatIsLoaded)
     }
     // The machine may tell that it made something else, or nothing.
     CommandResult result;
+    result.dataFormat = DataFormat::AdditionalParts;
+    _script->run = Leave({"supports.STL", "a.txt"}, result);
+    EXPECT_TRUE(_Submit());
+    EXPECT_EQ("load 5 supports.STL", _provider.log.back());
     for (const auto& [format, load] :
          {std::pair(DataFormat::Document, "open a.txt"), {DataFormat::None, "save 1 .TavAMX"}}) {
         result.dataFormat = format;
@@ -99,6 +103,13 @@ TEST_F(CommandExecution, SubmissionToTheMachineManagerIsConfirmedAndPurged)
     EXPECT_TRUE(_messages.empty());
     EXPECT_EQ(1u, operations.GetHistory().size()) << "a refusal purges nothing";
     _provider.confirms = true;
+    _provider.onStart = [] {
+        throw std::runtime_error("Another command is still running.");
+    };
+    EXPECT_FALSE(_Submit());
+    EXPECT_EQ(1u, operations.GetHistory().size()) << "nothing was run";
+    _messages.clear();
+    _provider.onStart = nullptr;
     _provider.onSave = [] {
         throw std::runtime_error("failed");
     };

@@ -92,6 +92,8 @@ const FailureRow mgp_failures[] = {
          io_script.run = Leave({"a"}, result);
      },
      "Unsupported input file format."},
+    {"no file of the format", [](Script& io_script, ScriptedProvider&) { io_script.run = Leave({"result.xml"}); },
+     "Unexpected Build Processor output."},
     {"saving fails",
      [](Script&, ScriptedProvider& io_provider) {
          io_provider.onSave = [] {

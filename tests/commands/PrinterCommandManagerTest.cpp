@@ -152,6 +152,8 @@ TEST_F(PrinterCommandManagerTest, FailuresReachTheCallerButNotTheEventLoop)
         throw std::runtime_error("gone");
     };
     EXPECT_THROW(_manager.CheckCommands(), std::runtime_error);
+    QMetaObject::invokeMethod(&_manager, "CheckCommands", Qt::QueuedConnection);
+    EXPECT_NO_THROW(QCoreApplication::processEvents());
     EXPECT_NO_THROW(_host.application.GetDatabase()->Send(VexlorCore::BPQueueChanged(_scene)));
 }
 
