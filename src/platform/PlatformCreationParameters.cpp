@@ -6,30 +6,33 @@
 #include "tavsdk/XmlWriter.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <QString>
 
+#include <stdexcept>
 #include <string>
 
 namespace MachineService {
 
 namespace {
 
+Q_LOGGING_CATEGORY(ParametersLog, "machineservice.platform.parameters")
+
 constexpr char Namespace[] = "https://www.vexlor.example/BuildProcessor/2014";
 constexpr char RootTag[] = "PlatformCreationParameters";
 constexpr char ValueTag[] = "ParameterValue";
 
-} // namespace
-
-void WritePlatformCreationParameters(const wchar_t* ip_path, const ParameterValues& i_values)
+[[noreturn]] void ThrowNotCreated(const wchar_t* ip_path)
 {
-    TavSDK::XmlWriter writer;
-    if (!writer.Open(ip_path)) {
-        const QString message = QCoreApplication::translate("MachineService", "Failed to create '%1'.")
-                                    .arg(QString::fromWCharArray(ip_path));
-        throw CommunicationException(ErrorCode::FileError, message.toUtf8().constData());
-    }
-    writer.WriteStartTag(RootTag);
-    writer.WriteAttribute("xmlns", Namespace);
+    const QString message =
+        QCoreApplication::translate("MachineService", "Failed to create '%1'.").arg(QString::fromWCharArray(ip_path));
+    throw CommunicationException(ErrorCode::FileError, message.toUtf8().constData());
+}
+
+void Write(const ParameterValues& i_values, TavSDK::XmlWriter& io_writer)
+{
+    io_writer.WriteStartTag(RootTag);
+    io_writer.WriteAttribute("xmlns", Namespace);
     std::string text;
     const auto narrow = [&text](const std::wstring& i_text) -> const std::string& {
         text.clear();
@@ -37,13 +40,28 @@ void WritePlatformCreationParameters(const wchar_t* ip_path, const ParameterValu
         return text;
     };
     for (const auto& [id, value] : i_values) {
-        writer.WriteStartTag(ValueTag);
-        writer.WriteAttribute("id", narrow(id));
-        writer.WriteCharacterData(narrow(value));
-        writer.WriteEndTag(ValueTag);
+        io_writer.WriteStartTag(ValueTag);
+        io_writer.WriteAttribute("id", narrow(id));
+        io_writer.WriteCharacterData(narrow(value));
+        io_writer.WriteEndTag(ValueTag);
     }
-    writer.WriteEndTag(RootTag);
-    writer.Close();
+    io_writer.WriteEndTag(RootTag);
+    io_writer.Close();
+}
+
+} // namespace
+
+void WritePlatformCreationParameters(const wchar_t* ip_path, const ParameterValues& i_values)
+{
+    TavSDK::XmlWriter writer;
+    if (!writer.Open(ip_path))
+        ThrowNotCreated(ip_path);
+    try {
+        Write(i_values, writer);
+    } catch (const std::runtime_error& failure) {
+        qCWarning(ParametersLog, "The parameters of a platform cannot be written: %s", failure.what());
+        ThrowNotCreated(ip_path);
+    }
 }
 
 } // namespace MachineService

@@ -106,8 +106,8 @@ std::unique_ptr<ScopedTemporaryFile> MakeTemporaryFile(const std::wstring& i_ste
 try {
     return std::make_unique<ScopedTemporaryFile>(i_stem, i_extension);
 } catch (const TavAM::FileError& error) {
-    // There is no place for the file, so the reason is all that there is to tell.
-    throw CommunicationException(ErrorCode::FileError, error.what());
+    LogReason("Temporary file", error.what());
+    ThrowUnreadable(i_stem + i_extension);
 }
 
 std::string Translated(const char* ip_text)

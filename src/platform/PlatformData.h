@@ -35,7 +35,8 @@ bool UpdatePlatformGeometry(MachineLayer::IMachineData& io_data, const std::vect
 /// \return false when there are none or they cannot be read.
 bool TakeMachineData(MachineLayer::IMachineData& io_data, const std::vector<Platform>& i_items);
 
-/// \throws CommunicationException FileError with the reason.
+/// \throws CommunicationException FileError with the sentence of ThrowUnreadable about a file of that stem and
+/// extension.
 std::unique_ptr<VexlorCore::ScopedTemporaryFile> MakeTemporaryFile(const std::wstring& i_stem,
                                                                    const std::wstring& i_extension);
 /// Replaces the content of a file. \return false when that fails.
