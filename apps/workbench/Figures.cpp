@@ -29,7 +29,8 @@ bool ShowFigures(const TavAM::Platform& i_platform, Transcript& io_transcript)
     const auto show = [&](const QString& i_label, const wchar_t* ip_name, const QString& i_unit) {
         const QString value = GetProperty(i_platform, ip_name);
         if (!value.isEmpty())
-            io_transcript.Line(QStringLiteral("  %1 %2 %3").arg(i_label, -10).arg(value, 12).arg(i_unit));
+            io_transcript.Line(
+                QStringLiteral("  %1 %2 %3").arg(i_label.leftJustified(10), value.rightJustified(12), i_unit));
     };
     show(Texts::tr("layers"), Names::LayerCount, {});
     show(Texts::tr("time"), Names::PrintTimeSeconds, QStringLiteral("s"));
@@ -38,9 +39,9 @@ bool ShowFigures(const TavAM::Platform& i_platform, Transcript& io_transcript)
     show(QString(), Names::MaterialGrams, QStringLiteral("g"));
     for (const auto& part : i_platform.GetParts()) {
         io_transcript.Line(Texts::tr("  %1 %2 layers %3 cm³")
-                               .arg(QString::fromStdWString(part.GetName()), -24)
-                               .arg(GetProperty(part, Names::LayerCount), 6)
-                               .arg(GetProperty(part, Names::MaterialCubicCentimetres), 10));
+                               .arg(QString::fromStdWString(part.GetName()).leftJustified(24),
+                                    GetProperty(part, Names::LayerCount).rightJustified(6),
+                                    GetProperty(part, Names::MaterialCubicCentimetres).rightJustified(10)));
     }
     return true;
 }

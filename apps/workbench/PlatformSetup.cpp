@@ -59,8 +59,7 @@ void ShowChoice(const IPlatformParameterChoice& i_choice, Transcript& io_transcr
     if (i_choice.IsRequired())
         name = Texts::tr("%1, required").arg(name);
     io_transcript.Line(QStringLiteral("  %1  %2: %3")
-                           .arg(FromWide(i_choice.GetId()), -26)
-                           .arg(name, items.join(QStringLiteral(", "))));
+                           .arg(FromWide(i_choice.GetId()).leftJustified(26), name, items.join(QStringLiteral(", "))));
 }
 
 void ShowInformation(const IPlatformCreator& i_creator, Transcript& io_transcript)

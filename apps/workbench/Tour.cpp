@@ -104,6 +104,7 @@ private:
     /// Folders that were there before this run stay when it is interrupted.
     const bool _hadMachines;
     const bool _hadDocuments;
+    bool _hasExported = false;
     Transcript _transcript;
     WorkbenchHost _host;
     std::shared_ptr<ConsoleProgress> _progress;
@@ -189,6 +190,7 @@ void Tour::_Run()
     if (isExport) {
         _transcript.Line(Texts::tr("Files"));
         ExportConfiguration(*_scene, _outDir / ConfigurationFile, _transcript);
+        _hasExported = true;
         _ThrowIfInterrupted();
         _ShowTranscript();
         return;
@@ -219,10 +221,10 @@ void Tour::_ListMachines()
     for (const auto& machine : machines) {
         const auto data = machine.GetMachineData();
         _transcript.Line(QStringLiteral("  %1  %2  %3  %4")
-                             .arg(QString::fromStdString(data.name), -24)
-                             .arg(QString::fromStdString(data.manufacturer), -20)
-                             .arg(DescribeVolume(data), -20)
-                             .arg(QString::fromStdString(boost::uuids::to_string(data.id))));
+                             .arg(QString::fromStdString(data.name).leftJustified(24),
+                                  QString::fromStdString(data.manufacturer).leftJustified(20),
+                                  DescribeVolume(data).leftJustified(20),
+                                  QString::fromStdString(boost::uuids::to_string(data.id))));
     }
 }
 
@@ -270,13 +272,14 @@ void Tour::_CreatePlatform(const Machine& i_machine)
 
 void Tour::_LoadParts(const Machine& i_machine)
 {
+    const auto size = [](double i_min, double i_max) {
+        return QString::number(i_max - i_min, 'f', 1);
+    };
     for (const auto& part : _parts) {
         const auto box = part.GetBoundingBox();
         _transcript.Line(Texts::tr("  %1  %2 × %3 × %4 mm")
-                             .arg(QString::fromStdWString(part.GetName()), -24)
-                             .arg(box.max.x - box.min.x, 0, 'f', 1)
-                             .arg(box.max.y - box.min.y, 0, 'f', 1)
-                             .arg(box.max.z - box.min.z, 0, 'f', 1));
+                             .arg(QString::fromStdWString(part.GetName()).leftJustified(24), size(box.min.x, box.max.x),
+                                  size(box.min.y, box.max.y), size(box.min.z, box.max.z)));
     }
     if (const auto volume = i_machine.GetMachineData().buildVolume)
         PlaceInRows(_parts, *volume);
@@ -303,10 +306,10 @@ void Tour::_RunCommands()
         const QString id = row.command->GetId();
         _transcript.Line(
             QStringLiteral("  %1  %2  %3  %4")
-                .arg(row.place, 2)
-                .arg(row.command->GetTitle(), -28)
-                .arg(row.whyNot.isEmpty() ? Texts::tr("enabled") : Texts::tr("disabled: %1").arg(row.whyNot), -9)
-                .arg(id));
+                .arg(QString::number(row.place).rightJustified(2), row.command->GetTitle().leftJustified(28),
+                     (row.whyNot.isEmpty() ? Texts::tr("enabled") : Texts::tr("disabled: %1").arg(row.whyNot))
+                         .leftJustified(9),
+                     id));
         if (_commandLine.command.isEmpty() || id.compare(_commandLine.command, Qt::CaseInsensitive) == 0)
             wanted << id;
     }
@@ -381,15 +384,17 @@ void Tour::_RemoveTraces()
 {
     std::error_code ignored;
     if (_scene) {
-        // The job may have been finished in the moment in which it was cancelled.
+        // The job may have been finished in the moment in which it was cancelled. Where it lies is what a machine said:
+        // only what is below this host's own folder goes.
         const std::filesystem::path machineFile =
             GetProperty(_scene->GetPlatform(), TavAM::PropertyNames::Print3D::MachineFile).toStdString();
-        if (!machineFile.empty())
-            std::filesystem::remove_all(machineFile.parent_path(), ignored);
+        const auto job = machineFile.parent_path().lexically_relative(_outDir / "machines").lexically_normal();
+        if (!job.empty() && job != "." && *job.begin() != "..")
+            std::filesystem::remove_all(_outDir / "machines" / job, ignored);
     }
     for (const auto& document : _documents)
         std::filesystem::remove(document, ignored);
-    if (_commandLine.action == CommandLine::Action::ExportConfiguration)
+    if (_hasExported)
         std::filesystem::remove(_outDir / ConfigurationFile, ignored);
     // The printer's own settings and empty folders.
     if (!_hadMachines)
