@@ -14,7 +14,8 @@
 #include <functional>
 #include <optional>
 
-/// The printer of a scene. Nothing else writes or reads the attachment.
+/// The printer of a scene. Nothing else writes or reads the attachment; a host leaves it as it is when it takes in what
+/// a machine made.
 ///
 /// A scene keeps a copy of the machine as a transient property, and the machine's id as an AMX property that is saved
 /// with the project. Ids of earlier versions, under another name, win over present ones until another machine is
