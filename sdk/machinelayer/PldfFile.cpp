@@ -2,15 +2,11 @@
 
 #include "machinelayer/MachineDescription.h"
 
+#include "tavam/AtomicFile.h"
 #include "tavam/FileError.h"
 
-#include <cerrno>
-#include <cstring>
 #include <stdexcept>
 #include <utility>
-
-#include <stdlib.h>
-#include <unistd.h>
 
 namespace MachineLayer::Utilities {
 
@@ -25,56 +21,6 @@ std::string Write(Node i_node, const char* ip_root)
     i_node.name = ip_root;
     return WriteDocument(i_node);
 }
-
-/// A file that is removed unless it was renamed.
-class UnfinishedFile
-{
-public:
-    explicit UnfinishedFile(const std::filesystem::path& i_final_path)
-        : _path(i_final_path.string() + ".XXXXXX")
-        , _descriptor(::mkstemp(_path.data()))
-    {
-        if (_descriptor < 0)
-            _Fail();
-    }
-    ~UnfinishedFile()
-    {
-        if (_descriptor >= 0)
-            ::close(_descriptor);
-        if (!_path.empty())
-            ::unlink(_path.c_str());
-    }
-    UnfinishedFile(const UnfinishedFile&) = delete;
-    UnfinishedFile& operator=(const UnfinishedFile&) = delete;
-
-    void Write(std::string_view i_bytes)
-    {
-        while (!i_bytes.empty()) {
-            const ssize_t count = ::write(_descriptor, i_bytes.data(), i_bytes.size());
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count < 0)
-                _Fail();
-            i_bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
-    }
-
-    void RenameTo(const std::filesystem::path& i_final_path)
-    {
-        // Without it a power cut after the rename may leave an empty file under the final name.
-        if (::fsync(_descriptor) != 0)
-            _Fail();
-        if (::close(std::exchange(_descriptor, -1)) != 0 || ::rename(_path.c_str(), i_final_path.c_str()) != 0)
-            _Fail();
-        _path.clear();
-    }
-
-private:
-    [[noreturn]] static void _Fail() { throw std::runtime_error(std::string(std::strerror(errno)) + "."); }
-
-    std::string _path;
-    int _descriptor;
-};
 
 } // namespace
 
@@ -91,9 +37,15 @@ void SaveMachineDataPLDF(const std::filesystem::path& i_path, const IMachineData
 {
     try {
         const std::string document = WriteMachineDataPLDF(i_data);
-        UnfinishedFile file(i_path);
+        TavAM::AtomicFile file(i_path);
         file.Write(document);
-        file.RenameTo(i_path);
+        // Without it a power cut after the rename may leave an empty file under the final name.
+        file.Sync();
+        file.TakeRightsOfTarget();
+        file.Commit();
+    } catch (const TavAM::FileError& error) {
+        throw TavAM::FileError("The machine configuration " + i_path.string() + " cannot be written: " + error.what() +
+                               ".");
     } catch (const std::exception& error) {
         throw TavAM::FileError("The machine configuration " + i_path.string() + " cannot be written: " + error.what());
     }

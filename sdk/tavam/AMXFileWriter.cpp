@@ -2,19 +2,14 @@
 
 #include "tavam/AMXDocumentWriter_p.h"
 #include "tavam/AMXFormat_p.h"
+#include "tavam/AtomicFile.h"
 #include "tavam/FileError.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <memory>
-#include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <zip.h>
 
 namespace TavAM {
@@ -28,57 +23,11 @@ constexpr std::uint64_t LargestWrittenRatio = AMXFormat::LargestRatio / 2;
 /// 1 January 1980: the same platform makes the same file.
 constexpr zip_uint16_t EntryDate = 0x21;
 
-[[noreturn]] void ThrowErrno()
-{
-    throw FileError(std::generic_category().message(errno));
-}
-
 struct ZipDiscarder
 {
     void operator()(zip_t* ip_zip) const { zip_discard(ip_zip); }
 };
 using Zip = std::unique_ptr<zip_t, ZipDiscarder>;
-
-/// A temporary file beside the target, for its owner only; removed unless it took the target's place.
-class FileBeside
-{
-public:
-    explicit FileBeside(std::filesystem::path i_target)
-        : _target(std::move(i_target))
-    {
-        const std::filesystem::path folder = _target.has_parent_path() ? _target.parent_path() : ".";
-        // Not made from the target's name, which may have the longest length that a name can have.
-        std::string path = (folder / ".platform-XXXXXX").string();
-        const int file = mkostemp(path.data(), O_CLOEXEC);
-        if (file < 0)
-            ThrowErrno();
-        close(file);
-        _path = path;
-    }
-    ~FileBeside()
-    {
-        if (!_path.empty())
-            unlink(_path.c_str());
-    }
-    FileBeside(const FileBeside&) = delete;
-    FileBeside& operator=(const FileBeside&) = delete;
-
-    const std::string& GetPath() const { return _path; }
-
-    void TakeTargetsPlace()
-    {
-        struct stat status = {};
-        if (stat(_target.c_str(), &status) == 0 && chmod(_path.c_str(), status.st_mode & 0777U) != 0)
-            ThrowErrno();
-        if (rename(_path.c_str(), _target.c_str()) != 0)
-            ThrowErrno();
-        _path.clear();
-    }
-
-private:
-    std::filesystem::path _target;
-    std::string _path;
-};
 
 /// Lets libzip read pieces of memory one after the other, without a copy of them in one piece.
 class Pieces
@@ -274,9 +223,10 @@ void WritePackage(const std::string& i_path, const std::vector<const Platform*>&
 void WritePlatforms(const std::filesystem::path& i_path, const std::vector<const Platform*>& i_platforms)
 {
     try {
-        FileBeside file(i_path);
-        WritePackage(file.GetPath(), i_platforms);
-        file.TakeTargetsPlace();
+        AtomicFile file(i_path);
+        WritePackage(file.GetTemporaryPath(), i_platforms);
+        file.TakeRightsOfTarget();
+        file.Commit();
     } catch (const std::bad_alloc&) {
         throw FileError("The file \"" + i_path.string() + "\" cannot be written: there is not enough memory.");
     } catch (const std::exception& error) {

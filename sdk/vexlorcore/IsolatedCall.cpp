@@ -1,6 +1,8 @@
 #include "IsolatedCall.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <mutex>
@@ -91,31 +93,28 @@ bool WriteAll(int i_file, const char* ip_bytes, std::size_t i_size)
     ::_exit(isWritten ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
-/// False when the child had to be killed at the deadline.
+/// Reaps the child. False when it had to be killed at the deadline.
 bool AwaitChild(pid_t i_child, std::chrono::seconds i_deadline, int& o_status)
 {
+    using Clock = std::chrono::steady_clock;
     // Not the library's wrapper: its header lacks the linkage for C++.
     const Descriptor handle(static_cast<int>(::syscall(SYS_pidfd_open, i_child, 0)));
+    // A system that refuses the handle tells of the end in no other way than by being asked.
+    const auto longestWait = std::chrono::milliseconds(handle.Get() >= 0 ? 3'600'000 : 20);
+    const auto end = Clock::now() + i_deadline;
     bool isInTime = true;
-    if (handle.Get() >= 0) {
-        const auto end = std::chrono::steady_clock::now() + i_deadline;
-        pollfd event = {handle.Get(), POLLIN, 0};
-        for (;;) {
-            const auto left =
-                std::chrono::duration_cast<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
-            const int ready = left.count() > 0 ? ::poll(&event, 1, static_cast<int>(left.count())) : 0;
-            if (ready > 0 || (ready < 0 && errno != EINTR))
-                break;
-            if (ready == 0) {
-                isInTime = false;
-                ::kill(i_child, SIGKILL);
-                break;
-            }
+    for (;;) {
+        const pid_t ended = ::waitpid(i_child, &o_status, WNOHANG);
+        if (ended == i_child || (ended < 0 && errno != EINTR))
+            return isInTime;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        if (isInTime && left.count() <= 0) {
+            isInTime = false;
+            ::kill(i_child, SIGKILL);
         }
+        pollfd event = {handle.Get(), POLLIN, 0};
+        ::poll(&event, 1, static_cast<int>((isInTime ? std::min(left, longestWait) : longestWait).count()));
     }
-    while (::waitpid(i_child, &o_status, 0) < 0 && errno == EINTR) {
-    }
-    return isInTime;
 }
 
 std::string ReadAll(int i_file)

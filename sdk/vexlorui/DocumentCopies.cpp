@@ -1,15 +1,15 @@
 #include "DocumentCopies.h"
 
+#include "tavam/AtomicFile.h"
 #include "tavam/FileError.h"
 
 #include <QString>
 
 #include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
+#include <functional>
+#include <optional>
 #include <system_error>
-#include <utility>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,72 +24,18 @@ std::string DescribeErrno()
     return std::generic_category().message(errno);
 }
 
-/// A file under a temporary name, which goes unless it is renamed.
-class TemporaryFile
+/// Names the file in what the action fails with.
+template <class Action>
+auto Writing(const std::filesystem::path& i_path, const Action& i_action)
 {
-public:
-    explicit TemporaryFile(const std::filesystem::path& i_folder)
-        : _path((i_folder / ".copy-XXXXXX").string())
-        , _file(::mkostemp(_path.data(), O_CLOEXEC))
-    {
-        if (_file < 0)
-            throw TavAM::FileError("A file cannot be made in '" + i_folder.string() + "': " + DescribeErrno() + ".");
-        ::fchmod(_file, S_IRUSR | S_IWUSR);
+    try {
+        return i_action();
+    } catch (const TavAM::FileError& error) {
+        throw TavAM::FileError("'" + i_path.string() + "' cannot be written: " + error.what() + ".");
     }
-    ~TemporaryFile()
-    {
-        if (_file >= 0)
-            ::close(_file);
-        if (!_isRenamed)
-            ::unlink(_path.c_str());
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    bool Write(const char* ip_bytes, std::size_t i_size)
-    {
-        while (i_size > 0) {
-            const auto written = ::write(_file, ip_bytes, i_size);
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written < 0)
-                return false;
-            ip_bytes += written;
-            i_size -= static_cast<std::size_t>(written);
-        }
-        return true;
-    }
-
-    /// Some file systems report a full disk only here.
-    bool Close() { return ::close(std::exchange(_file, -1)) == 0; }
-
-    bool Rename(const std::filesystem::path& i_path)
-    {
-        return _isRenamed = ::rename(_path.c_str(), i_path.c_str()) == 0;
-    }
-    /// False with EEXIST when the name is taken.
-    bool RenameToFreeName(const std::filesystem::path& i_path)
-    {
-        if (::renameat2(AT_FDCWD, _path.c_str(), AT_FDCWD, i_path.c_str(), RENAME_NOREPLACE) == 0)
-            _isRenamed = true;
-        else if (errno == EINVAL || errno == ENOSYS) // a file system that cannot; the linked name is as exclusive
-            return ::link(_path.c_str(), i_path.c_str()) == 0;
-        return _isRenamed;
-    }
-
-private:
-    std::string _path;
-    int _file;
-    bool _isRenamed = false;
-};
-
-[[noreturn]] void ThrowNotWritten(const std::filesystem::path& i_path)
-{
-    const auto reason = DescribeErrno();
-    throw TavAM::FileError("'" + i_path.string() + "' cannot be written: " + reason + ".");
 }
 
-void CopyBytes(const std::filesystem::path& i_from, TemporaryFile& io_to, const std::filesystem::path& i_folder)
+void CopyBytes(const std::filesystem::path& i_from, const std::function<void(std::string_view)>& i_write)
 {
     // Not through links or pipes: the file comes from a machine.
     const int from = ::open(i_from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
@@ -116,8 +62,7 @@ void CopyBytes(const std::filesystem::path& i_from, TemporaryFile& io_to, const 
             throw TavAM::FileError("'" + i_from.string() + "' cannot be read: " + DescribeErrno() + ".");
         if (read == 0)
             return;
-        if (!io_to.Write(buffer.data(), static_cast<std::size_t>(read)))
-            ThrowNotWritten(i_folder / i_from.filename());
+        i_write({buffer.data(), static_cast<std::size_t>(read)});
     }
 }
 
@@ -125,20 +70,18 @@ std::filesystem::path CopyDocument(const std::filesystem::path& i_file, const st
 {
     constexpr int maxNumber = 10'000;
     const std::filesystem::path name = SanitizeFileName(i_file.filename().string());
-    TemporaryFile copy(i_folder);
-    CopyBytes(i_file, copy, i_folder);
-    if (!copy.Close())
-        ThrowNotWritten(i_folder / name);
+    const auto target = i_folder / name;
+    std::optional<TavAM::AtomicFile> copy;
+    Writing(target, [&] { copy.emplace(target); });
+    CopyBytes(i_file, [&](std::string_view i_bytes) { Writing(target, [&] { copy->Write(i_bytes); }); });
     for (int number = 1; number <= maxNumber; ++number) {
-        auto path = i_folder / name;
+        auto path = target;
         if (number > 1)
             path = i_folder / (name.stem().string() + " (" + std::to_string(number) + ")" + name.extension().string());
-        if (copy.RenameToFreeName(path))
+        if (Writing(target, [&] { return copy->TryCommitAs(path); }))
             return path;
-        if (errno != EEXIST)
-            break;
     }
-    ThrowNotWritten(i_folder / name);
+    throw TavAM::FileError("'" + target.string() + "' cannot be written: too many files have its name.");
 }
 
 /// Cut between characters, never within one.
@@ -153,9 +96,11 @@ QString CutToBytes(QString i_text, int i_bytes)
 
 void WriteFileAtomically(const std::filesystem::path& i_path, std::string_view i_bytes)
 {
-    TemporaryFile file(i_path.has_parent_path() ? i_path.parent_path() : ".");
-    if (!file.Write(i_bytes.data(), i_bytes.size()) || !file.Close() || !file.Rename(i_path))
-        ThrowNotWritten(i_path);
+    Writing(i_path, [&] {
+        TavAM::AtomicFile file(i_path);
+        file.Write(i_bytes);
+        file.Commit();
+    });
 }
 
 std::string SanitizeFileName(const std::string& i_name)

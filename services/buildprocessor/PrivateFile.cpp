@@ -2,6 +2,8 @@
 
 #include "buildprocessor/Failure.h"
 #include "buildprocessor/UniqueFd.h"
+#include "tavam/AtomicFile.h"
+#include "tavam/FileError.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,15 +13,6 @@
 #include <vector>
 
 namespace MachineService::BuildProcessor {
-
-namespace {
-
-[[noreturn]] void FailWrite(const std::filesystem::path& i_path, const std::string& i_reason)
-{
-    Fail(ErrorCode::FileError, "The file '" + i_path.string() + "' cannot be written: " + i_reason + '.');
-}
-
-} // namespace
 
 void MakePrivateFolder(const std::filesystem::path& i_folder)
 {
@@ -37,27 +30,13 @@ void MakePrivateFolder(const std::filesystem::path& i_folder)
 
 void WritePrivateFile(const std::filesystem::path& i_path, const std::string& i_text)
 {
-    std::string temporary = (i_path.parent_path() / ("." + i_path.filename().string() + ".XXXXXX")).string();
-    // Made for its owner alone, whatever the umask is.
-    const UniqueFd file(mkostemp(temporary.data(), O_CLOEXEC));
-    if (!file)
-        FailWrite(i_path, ErrorText(errno));
-    int failure = 0;
-    std::size_t written = 0;
-    while (failure == 0 && written < i_text.size()) {
-        const ssize_t count = write(file.Get(), i_text.data() + written, i_text.size() - written);
-        if (count >= 0)
-            written += static_cast<std::size_t>(count);
-        else if (errno != EINTR)
-            failure = errno;
-    }
-    if (failure == 0 && fsync(file.Get()) != 0)
-        failure = errno;
-    if (failure == 0 && rename(temporary.c_str(), i_path.c_str()) != 0)
-        failure = errno;
-    if (failure != 0) {
-        unlink(temporary.c_str());
-        FailWrite(i_path, ErrorText(failure));
+    try {
+        TavAM::AtomicFile file(i_path);
+        file.Write(i_text);
+        file.Sync();
+        file.Commit();
+    } catch (const TavAM::FileError& failure) {
+        Fail(ErrorCode::FileError, "The file '" + i_path.string() + "' cannot be written: " + failure.what() + '.');
     }
 }
 

@@ -107,6 +107,14 @@ TEST_F(PldfTest, KeepsEverythingInEveryForm)
         read->Edit() = MakeFullMachine();
         Utilities::ReadMachineData(Utilities::WriteMachineData(*original), *read);
         EXPECT_EQ(read->Get(), machine);
+
+        const auto geometry = CreateMachineData();
+        Utilities::ReadPlatformGeometry(Utilities::WritePlatformGeometry(*original), *geometry);
+        Data::Machine expected;
+        expected.platformShape = machine.platformShape;
+        expected.platformGeometry = machine.platformGeometry;
+        expected.scanFields = machine.scanFields;
+        EXPECT_EQ(geometry->Get(), expected);
     }
     std::filesystem::directory_iterator files(_path.parent_path());
     EXPECT_EQ(std::distance(begin(files), end(files)), 1) << "something is left beside the file";
