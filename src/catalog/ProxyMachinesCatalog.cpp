@@ -144,13 +144,14 @@ void ProxyMachinesCatalog::_HandleMachineAdded(const boost::uuids::uuid& i_id)
 {
     using Outcome = AcceptedMachines::Outcome;
     Outcome outcome = Outcome::AskAgain;
-    {
-        AcceptedMachines::Evaluation evaluation(_impl->accepted, AcceptedMachines::Evaluation::Kind::Announcement);
-        while (outcome == Outcome::AskAgain)
-            outcome = evaluation.Apply(i_id, _impl->IsAcceptedByRule(i_id));
-    }
-    if (outcome == Outcome::Added || outcome == Outcome::Confirmed)
-        _machineAdded(i_id);
+    AcceptedMachines::Evaluation evaluation(_impl->accepted, AcceptedMachines::Evaluation::Kind::Announcement);
+    while (outcome == Outcome::AskAgain)
+        outcome = evaluation.Apply(i_id, _impl->IsAcceptedByRule(i_id));
+    if (outcome != Outcome::Added && outcome != Outcome::Confirmed)
+        return;
+    _machineAdded(i_id);
+    if (evaluation.HasGone(i_id))
+        _machineRemoved(i_id);
 }
 
 void ProxyMachinesCatalog::Invalidate()
@@ -180,9 +181,11 @@ void ProxyMachinesCatalog::Invalidate()
             Outcome outcome = Outcome::AskAgain;
             while (outcome == Outcome::AskAgain)
                 outcome = evaluate(some[index], were_accepted[index]);
-            if (outcome == Outcome::Added)
+            if (outcome == Outcome::Added) {
                 _machineAdded(some[index]);
-            else if (outcome == Outcome::Removed)
+                if (evaluation.HasGone(some[index]))
+                    _machineRemoved(some[index]);
+            } else if (outcome == Outcome::Removed)
                 _machineRemoved(some[index]);
         }
     }

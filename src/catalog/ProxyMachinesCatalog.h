@@ -14,10 +14,11 @@ namespace MachineService {
 /// announces it and when Invalidate() asks again, never otherwise: a machine that changes keeps its place.
 ///
 /// Thread: any. Signals are raised on the source's thread, before the source's own signal returns, or on that of
-/// Invalidate(). Destroying it waits for signals of the source that are being handled on other threads; it is not
-/// destroyed inside one of its own signals.
-/// Ownership: the source is not owned and must live as long as the proxy is used; the proxy's destructor does not touch
-/// it. Errors: exceptions of the source and of the rule reach whoever called, or raised the source's signal.
+/// Invalidate(). A machine that goes while it is being announced may be announced as removed twice, the last time after
+/// it was announced as added: who keeps a list has the right one in the end. Destroying it waits for signals of the
+/// source that are being handled on other threads; it is not destroyed inside one of its own signals. Ownership: the
+/// source is not owned and must live as long as the proxy is used; the proxy's destructor does not touch it. Errors:
+/// exceptions of the source and of the rule reach whoever called, or raised the source's signal.
 class MACHINESERVICE_EXPORT ProxyMachinesCatalog final : public AbstractMachinesCatalog
 {
 public:

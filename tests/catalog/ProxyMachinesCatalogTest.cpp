@@ -138,6 +138,17 @@ TEST_F(ProxyMachinesCatalogTest, AnExceptionEndsInvalidateAndKeepsWhatWasDone)
     EXPECT_THAT(_proxy->GetMachineIds(), ElementsAre(MakeId(1)));
 }
 
+TEST_F(ProxyMachinesCatalogTest, WhatGoesWhileItIsAnnouncedEndsRemoved)
+{
+    std::string later;
+    _proxy->ConnectMachineAdded([this](const auto&) { _source.Take(1); });
+    _proxy->ConnectMachineAdded([&](const auto&) { later += '+'; });
+    _proxy->ConnectMachineRemoved([&](const auto&) { later += '-'; });
+    _source.Put(1);
+    EXPECT_EQ(later, "-+-");
+    EXPECT_FALSE(_proxy->HasMachine(MakeId(1)));
+}
+
 TEST_F(ProxyMachinesCatalogTest, ConstructionNamesTheFirstThingMissing)
 {
     const auto message = [](AbstractMachinesCatalog* ip_source, const std::function<bool(const MachineData&)>& i_rule) {
