@@ -6,7 +6,6 @@
 #include "vexlorcore/SceneMachineData.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <QTemporaryDir>
 

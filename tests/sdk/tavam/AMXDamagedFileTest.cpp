@@ -1,8 +1,6 @@
 #include "sdk/tavam/PlatformSamples.h"
 
 #include <cmath>
-#include <cstdint>
-#include <functional>
 
 #include <zip.h>
 
@@ -203,7 +201,7 @@ TEST_F(AMXDamagedFile, APackageThatTricksIsRefused)
 
     // libzip makes no package with the same name twice: the name is changed afterwards.
     WritePackage(_path, {document, {"platform.xm_", "x"}});
-    WriteBytes(_path, ReplaceAll(ReadBytes(_path), "platform.xm_", "platform.xml"));
+    WriteAnew(_path, ReplaceAll(ReadFile(_path), "platform.xm_", "platform.xml"));
     EXPECT_THAT(GetReadError(), HasSubstr("has an entry twice"));
 
     std::string bomb = "<a>" + std::string(20000000, ' ') + "</a>";
@@ -223,7 +221,7 @@ TEST_F(AMXDamagedFile, WhatIsNoPackageIsRefused)
 {
     EXPECT_THAT(GetReadError(), HasSubstr("No such file"));
     for (const std::string& bytes : {std::string(), std::string("text"), std::string(100000, 'P')}) {
-        WriteBytes(_path, bytes);
+        WriteAnew(_path, bytes);
         EXPECT_THAT(GetReadError(), HasSubstr("no sound zip package"));
     }
     std::filesystem::remove(_path);
@@ -235,9 +233,9 @@ TEST_F(AMXDamagedFile, CutOrFlippedItFailsOrIsTheSame)
 {
     const Platform original = MakeRichPlatform();
     AMXFileWriter().WriteFile(_path, original);
-    const std::string sound = ReadBytes(_path);
+    const std::string sound = ReadFile(_path);
     for (std::size_t size = 0; size < sound.size(); ++size) {
-        WriteBytes(_path, sound.substr(0, size));
+        WriteAnew(_path, sound.substr(0, size));
         ASSERT_NE(GetReadError(), "") << size;
     }
     std::size_t refused = 0;
@@ -245,7 +243,7 @@ TEST_F(AMXDamagedFile, CutOrFlippedItFailsOrIsTheSame)
         for (const char mask : {'\x01', '\x80', '\xff'}) {
             std::string damaged = sound;
             damaged[offset] = static_cast<char>(damaged[offset] ^ mask);
-            WriteBytes(_path, damaged);
+            WriteAnew(_path, damaged);
             if (GetReadError().empty())
                 ExpectEqual(original, *_platform);
             else

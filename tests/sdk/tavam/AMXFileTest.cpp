@@ -57,15 +57,15 @@ TEST(AMXFile, EverythingSurvivesWritingAndReading)
     // The mesh that two parts share is still shared.
     EXPECT_EQ(read->GetParts()[1].GetRepresentation().GetMesh(),
               read->GetParts()[0].GetRepresentation().GetMembers()[0].GetMesh());
-    const std::string bytes = ReadBytes(path);
+    const std::string bytes = ReadFile(path);
     AMXFileWriter().WriteFile(path, *read);
-    EXPECT_EQ(ReadBytes(path), bytes) << "the same platform makes the same file";
+    EXPECT_EQ(ReadFile(path), bytes) << "the same platform makes the same file";
 
     AMXFileWriter().WriteFile(path, Platform());
     ExpectEqual(Platform(), *ReadOne(path));
     AMXFileWriter().WriteFile(path, MakePlatform(Nest(32)));
     ExpectEqual(MakePlatform(Nest(32)), *ReadOne(path));
-    EXPECT_THAT(folder.GetNames(), ElementsAre(path.filename().string()));
+    EXPECT_THAT(TestSupport::GetFileNames(folder.path), ElementsAre(path.filename().string()));
 }
 
 TEST(AMXFile, ADatabaseKeepsItsPlatformsInOrder)
@@ -112,7 +112,7 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
 {
     const TestFolder folder;
     const auto path = folder.path / "x.TavAMX";
-    WriteBytes(path, "old");
+    WriteAnew(path, "old");
     const auto withDefect = [](const std::function<void(Mesh&)>& i_change) {
         const auto mesh = MakeTetrahedron(1);
         i_change(*mesh);
@@ -147,8 +147,8 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
     };
     for (const auto& row : rows) {
         EXPECT_THAT(GetWriteError(path, row.platform), AllOf(HasSubstr(path.string()), HasSubstr(row.error)));
-        EXPECT_EQ(ReadBytes(path), "old");
-        EXPECT_EQ(folder.GetNames().size(), 1U);
+        EXPECT_EQ(ReadFile(path), "old");
+        EXPECT_EQ(TestSupport::GetFileNames(folder.path).size(), 1U);
     }
 }
 
@@ -156,7 +156,7 @@ TEST(AMXFile, WithoutRoomOrFolderNothingIsLost)
 {
     const TestFolder folder;
     const auto path = folder.path / "x.TavAMX";
-    WriteBytes(path, "old");
+    WriteAnew(path, "old");
     EXPECT_THAT(GetWriteError(path / "x.TavAMX", MakeRichPlatform()), HasSubstr("Not a directory"));
     EXPECT_THAT(GetWriteError(folder.path / "none" / "x", MakeRichPlatform()), HasSubstr("No such file"));
     EXPECT_THAT(GetWriteError(folder.path, MakeRichPlatform()), HasSubstr(folder.path.string()));
@@ -174,8 +174,8 @@ TEST(AMXFile, WithoutRoomOrFolderNothingIsLost)
         const std::string error = GetWriteError(path, MakePlatform(Representation::FromMesh(mesh)));
         setrlimit(RLIMIT_FSIZE, &old);
         EXPECT_THAT(error, AllOf(HasSubstr(path.string()), HasSubstr("File too large"))) << size;
-        EXPECT_EQ(ReadBytes(path), "old");
-        EXPECT_EQ(folder.GetNames().size(), 1U);
+        EXPECT_EQ(ReadFile(path), "old");
+        EXPECT_EQ(TestSupport::GetFileNames(folder.path).size(), 1U);
     }
     std::signal(SIGXFSZ, oldHandler);
     EXPECT_EQ(GetWriteError(path, MakePlatform(Representation::FromMesh(mesh))), "");

@@ -1,15 +1,10 @@
 #pragma once
 
+#include "support/Files.h"
 #include "tavam/AMXFileReader.h"
 #include "tavam/AMXFileWriter.h"
 
 #include <boost/uuid/string_generator.hpp>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -25,28 +20,16 @@ public:
     }
     ~TestFolder() { std::filesystem::remove_all(path); }
 
-    std::vector<std::string> GetNames() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(path))
-            names.push_back(entry.path().filename().string());
-        return names;
-    }
-
     const std::filesystem::path path;
 };
 
-inline std::string ReadBytes(const std::filesystem::path& i_path)
-{
-    std::ifstream file(i_path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
+using TestSupport::ReadFile;
 
-inline void WriteBytes(const std::filesystem::path& i_path, const std::string& i_bytes)
+inline void WriteAnew(const std::filesystem::path& i_path, const std::string& i_bytes)
 {
     // Some file systems write a file to disk at once when it replaces its own content.
     std::filesystem::remove(i_path);
-    std::ofstream(i_path, std::ios::binary) << i_bytes;
+    TestSupport::WriteFile(i_path, i_bytes);
 }
 
 inline std::shared_ptr<TavAM::Mesh> MakeTetrahedron(float i_size)

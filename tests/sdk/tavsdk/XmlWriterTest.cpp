@@ -1,14 +1,12 @@
 #include "tavsdk/XmlWriter.h"
+#include "support/Files.h"
 #include "tavsdk/Utf8.h"
 #include "tavsdk/XmlReader.h"
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <stdexcept>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 namespace {
@@ -57,7 +55,7 @@ TEST(XmlWriter, TextsArriveAsTheyWere)
 TEST(XmlWriter, WritesAFileOverAnother)
 {
     const std::string path = testing::TempDir() + "xmlwriter \u05d0 " + std::to_string(getpid());
-    std::ofstream(path) << std::string(1000, 'x');
+    TestSupport::WriteFile(path, std::string(1000, 'x'));
     XmlWriter writer;
     ASSERT_TRUE(writer.Open(TavSDK::FromUtf8(path)->c_str()));
     writer.WriteStartTag("PlatformCreationParameters");
@@ -68,11 +66,9 @@ TEST(XmlWriter, WritesAFileOverAnother)
     writer.WriteEndTag("ParameterValue");
     writer.WriteEndTag("PlatformCreationParameters");
     writer.Close();
-    std::ifstream file(path);
-    const std::string content((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(content, "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                       "<PlatformCreationParameters xmlns=\"https://www.vexlor.example/x\">"
-                       "<ParameterValue id=\"B\"></ParameterValue></PlatformCreationParameters>\n");
+    EXPECT_EQ(TestSupport::ReadFile(path), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                                           "<PlatformCreationParameters xmlns=\"https://www.vexlor.example/x\">"
+                                           "<ParameterValue id=\"B\"></ParameterValue></PlatformCreationParameters>\n");
     std::filesystem::remove(path);
     EXPECT_FALSE(writer.Open(L"/nonexistent/x.xml"));
 }

@@ -14,7 +14,6 @@
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>

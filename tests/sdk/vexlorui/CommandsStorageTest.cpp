@@ -1,14 +1,8 @@
 #include "support/HostFixture.h"
 #include "vexlorui/ActiveSceneContext.h"
 #include "vexlorui/BaseCommandsStorage.h"
-#include "vexlorui/IconUpdater.h"
 
 #include <gmock/gmock.h>
-
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -183,21 +177,6 @@ TEST(ActiveSceneContextTest, ReportsWhatTheActiveSceneHolds)
     EXPECT_TRUE(isEnabled());
     host.GetDatabase().SetActiveDataSet(nullptr);
     EXPECT_FALSE(isEnabled());
-}
-
-TEST(IconUpdaterTest, KeepsIconsByCommand)
-{
-    QPixmap pixmap(2, 2);
-    pixmap.fill(Qt::red);
-    const auto id = QStringLiteral("a");
-    QStringList updated;
-    const auto former = IconUpdater::SetHandler([&](const QString& i_id) { updated << i_id; });
-    IconUpdater::RegisterIcon(id, QIcon(pixmap));
-    EXPECT_FALSE(IconUpdater::GetIcon(id).isNull());
-    IconUpdater::RegisterIcon(id, QIcon());
-    EXPECT_TRUE(IconUpdater::GetIcon(id).isNull());
-    EXPECT_EQ(updated, (QStringList{id, id}));
-    IconUpdater::SetHandler(former);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
+#include "support/Files.h"
 #include "support/HostFixture.h"
 #include "tavam/AMXFileReader.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavam/FileError.h"
 #include "tavam/PropertyNames.h"
-#include "tavsdk/XmlReader.h"
 #include "vexlorcore/SceneFile.h"
 
 #include <gmock/gmock.h>
@@ -12,50 +12,16 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <map>
-#include <memory>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include <sys/stat.h>
 
 namespace {
 
 namespace Names = TavAM::PropertyNames::Print3D;
+using ::testing::HasSubstr;
 using TestSupport::MakePart;
-
-std::string ReadFile(const std::filesystem::path& i_path)
-{
-    std::ifstream file(i_path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// Collects the attributes of all parts of a scene description.
-class DescriptionReader final : public TavSDK::XmlReader<DescriptionReader>
-{
-public:
-    DescriptionReader()
-        : XmlReader(&DescriptionReader::_Read)
-    {}
-    std::map<std::string, std::string> values; ///< by "Element.attribute" or "Element"
-
-private:
-    Answer _Read(std::string_view i_name, const TavSDK::XmlAttributes& i_attributes)
-    {
-        const std::string name(i_name);
-        for (const auto* attribute : {"id", "name", "supports", "min", "max", "role", "modelId", "undefined"}) {
-            if (const auto value = i_attributes.Find(attribute))
-                values[name + '.' + attribute] = *value;
-        }
-        if (name == "Placement" || name == "Property")
-            ReadValue(values[name]);
-        return Taken(&DescriptionReader::_Read);
-    }
-};
+using TestSupport::ReadFile;
 
 class ReferenceApiProviderFilesTest : public TestSupport::HostFixture
 {
@@ -212,12 +178,7 @@ TEST_F(ReferenceApiProviderFilesTest, SaysThatTheSceneWasClosed)
         [&] { _host.provider.PrepareScene(scene); },
     };
     for (const auto& call : calls) {
-        try {
-            call();
-            ADD_FAILURE() << "nothing was thrown";
-        } catch (const std::runtime_error& error) {
-            EXPECT_STREQ(error.what(), "The scene was closed.");
-        }
+        EXPECT_THAT(call, ::testing::ThrowsMessage<std::runtime_error>("The scene was closed."));
     }
     EXPECT_FALSE(std::filesystem::exists(_host.GetDir() / "documents"));
     EXPECT_FALSE(std::filesystem::exists(_host.GetDir() / "x.TavAMX"));
@@ -240,16 +201,13 @@ TEST_F(ReferenceApiProviderFilesTest, SavesTheSceneInTheFormOfTheFormat)
     part.GetAMXProperties().SetUndefined(L"later");
     const auto path = _host.GetDir() / "input.xml";
     _host.provider.SaveProcessorInput(_host.scene, 6, path);
-    DescriptionReader reader;
-    ASSERT_TRUE(reader.ParseText(ReadFile(path))) << reader.GetError();
-    EXPECT_EQ(reader.values["Part.id"], boost::uuids::to_string(part.GetRevisionId()));
-    EXPECT_EQ(reader.values["Part.name"], "<Winkel> \xEF\xBF\xBD\xE4\xB8\xAD");
-    EXPECT_EQ(reader.values["Part.supports"], "true");
-    EXPECT_EQ(reader.values["Placement"], "1 0 0 20 0 1 0 0 0 0 1 0");
-    EXPECT_EQ(reader.values["BoundingBox.min"], "20 0 0");
-    EXPECT_EQ(reader.values["BoundingBox.max"], "30 10 10");
-    EXPECT_EQ(reader.values["Strategy.id"], "fine");
-    EXPECT_EQ(reader.values["Property.undefined"], "true");
+    for (const std::string& text : {"<Part id=\"" + boost::uuids::to_string(part.GetRevisionId()) +
+                                        "\" name=\"&lt;Winkel&gt; \xEF\xBF\xBD\xE4\xB8\xAD\" supports=\"true\"",
+                                    std::string(">1 0 0 20 0 1 0 0 0 0 1 0</Placement>"),
+                                    std::string("<BoundingBox min=\"20 0 0\" max=\"30 10 10\""),
+                                    std::string("<Strategy role=\"support\" id=\"fine\""),
+                                    std::string("<Property name=\"later\" undefined=\"true\"")})
+        EXPECT_THAT(ReadFile(path), HasSubstr(text));
     struct stat status = {};
     ASSERT_EQ(::stat(path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777U, 0600U);

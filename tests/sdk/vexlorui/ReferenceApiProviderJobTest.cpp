@@ -9,12 +9,10 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <stop_token>
 #include <thread>
-#include <vector>
 
 namespace {
 
