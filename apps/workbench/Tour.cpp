@@ -222,7 +222,7 @@ void Tour::_ListMachines()
         const auto data = machine.GetMachineData();
         _transcript.Line(QStringLiteral("  %1  %2  %3  %4")
                              .arg(QString::fromStdString(data.name).leftJustified(24),
-                                  QString::fromStdString(data.manufacturer).leftJustified(20),
+                                  QString::fromStdString(data.manufacturer).leftJustified(22),
                                   DescribeVolume(data).leftJustified(20),
                                   QString::fromStdString(boost::uuids::to_string(data.id))));
     }
