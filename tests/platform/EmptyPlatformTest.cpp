@@ -18,6 +18,8 @@ namespace MachineService {
 namespace {
 
 using ::testing::HasSubstr;
+using TestSupport::Failure;
+using TestSupport::GetFailure;
 
 class EmptyPlatformTest : public PlatformCreatorFixture
 {};
@@ -96,13 +98,8 @@ TEST_F(EmptyPlatformTest, EndsByWhatTheMachineAnswers)
     EXPECT_EQ(data->Get().baseplate->thickness, 12);
     EXPECT_EQ(data->Get().platformShape, creator->GetMachineData()->Get().platformShape);
     configuration.second.data = "*";
-    try {
-        creator->CreatePlatform(_host.scene, false);
-        ADD_FAILURE() << "no exception";
-    } catch (const CommunicationException& error) {
-        EXPECT_EQ(error.code(), ErrorCode::PldfError);
-        EXPECT_STREQ(error.what(), "PLDF decoding failed.");
-    }
+    EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }),
+              (Failure{ErrorCode::PldfError, "PLDF decoding failed."}));
 }
 
 TEST_F(EmptyPlatformTest, ADamagedOneLeavesTheSceneAsItWas)
@@ -120,12 +117,8 @@ TEST_F(EmptyPlatformTest, ADamagedOneLeavesTheSceneAsItWas)
         _script.getPlatform = [&answer] {
             return MakeReady(answer);
         };
-        try {
-            creator->CreatePlatform(_host.scene, false);
-            ADD_FAILURE() << "no exception";
-        } catch (const TavAM::FileError& error) {
-            EXPECT_THAT(error.what(), HasSubstr(message));
-        }
+        EXPECT_THAT([&] { creator->CreatePlatform(_host.scene, false); },
+                    ::testing::ThrowsMessage<TavAM::FileError>(HasSubstr(message)));
         EXPECT_TRUE(std::filesystem::is_empty(_temp)) << message;
     }
     EXPECT_EQ(_host.scene->GetPlatform().GetName(), L"");
@@ -190,13 +183,8 @@ TEST_F(EmptyPlatformTest, WaitingKeepsTheEventLoopTurningAndCanBeCancelled)
     EXPECT_LT(clock.restart(), 1000);
 
     const auto expectAborted = [&] {
-        try {
-            creator->CreatePlatform(_host.scene, false);
-            ADD_FAILURE() << "no exception";
-        } catch (const CommunicationException& error) {
-            EXPECT_EQ(error.code(), ErrorCode::ProcessingAborted);
-            EXPECT_STREQ(error.what(), "Job processing was aborted.");
-        }
+        EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }),
+                  (Failure{ErrorCode::ProcessingAborted, "Job processing was aborted."}));
     };
     turns = 0;
     expectAborted();
@@ -242,12 +230,7 @@ TEST_F(EmptyPlatformTest, ASceneThatIsClosedMeanwhileIsNotTouched)
         _host.GetDatabase().CloseDataSet(_host.scene);
         platform.set_value(_MakeAnswer());
     });
-    try {
-        creator->CreatePlatform(_host.scene, false);
-        FAIL() << "no exception";
-    } catch (const CommunicationException& error) {
-        EXPECT_STREQ(error.what(), "The scene was closed.");
-    }
+    EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }).text, "The scene was closed.");
 }
 
 } // namespace

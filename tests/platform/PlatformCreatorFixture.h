@@ -1,38 +1,28 @@
 #pragma once
 
-#include "client/interface/CommunicationException.h"
 #include "platform/IPlatformCreator.h"
+#include "support/Failures.h"
+#include "support/Files.h"
 #include "support/HostFixture.h"
+#include "support/MachineParts.h"
 
 #include "machinelayer/PldfFile.h"
 #include "tavam/AMXFileWriter.h"
 #include "vexlorcore/Base64.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <functional>
-#include <future>
 #include <optional>
-#include <sstream>
 
 namespace MachineService {
 
 using Answer = std::pair<CommandResult, Platform>;
 
-template <class T>
-std::future<T> MakeReady(T i_value)
-{
-    std::promise<T> promise;
-    promise.set_value(std::move(i_value));
-    return promise.get_future();
-}
+using TestSupport::MakeReady;
 
 template <class T>
 std::future<T> MakeFailed(ErrorCode i_code)
 {
-    std::promise<T> promise;
-    promise.set_exception(std::make_exception_ptr(CommunicationException(i_code, "own text")));
-    return promise.get_future();
+    return TestSupport::MakeFailed<T>(std::make_exception_ptr(CommunicationException(i_code, "own text")));
 }
 
 /// What the machine answers, and what it was sent.
@@ -43,11 +33,11 @@ struct Script
     std::vector<std::string> parameters;
 };
 
-class ScriptedMachine final : public MachineStrategy
+class ScriptedMachine final : public TestSupport::SilentMachine
 {
 public:
     ScriptedMachine(const MachineData& i_data, Script& io_script)
-        : MachineStrategy(i_data)
+        : SilentMachine(i_data)
         , _script(io_script)
     {}
     ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override { return _script.getInformation(); }
@@ -56,13 +46,6 @@ public:
         _script.parameters.push_back(i_parameters);
         return _script.getPlatform();
     }
-    std::future<std::vector<CommandDescription>> GetCommands() const override { return {}; }
-    std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override { return {}; }
-    std::future<CommandResult> RunCommand(const CommandParameters&) const override { return {}; }
-    ProgressWatcherFuture<void> ModifyPlatform(const Platform&) const override { return {}; }
-    std::future<CommandResult> FillReportProperties(const CommandParameters&) const override { return {}; }
-    std::future<CommandResult> Preprocessing(const CommandParameters&) const override { return {}; }
-    std::future<ProfileAssignments> GetProfileAssignments() const override { return {}; }
 
 private:
     Script& _script;
@@ -124,9 +107,7 @@ protected:
         }
         const std::filesystem::path path = _host.GetDir() / "made.TavAMX";
         TavAM::AMXFileWriter().WriteFile(path, database);
-        std::ostringstream bytes;
-        bytes << std::ifstream(path, std::ios::binary).rdbuf();
-        return bytes.str();
+        return TestSupport::ReadFile(path);
     }
     static std::string _MakePldf()
     {

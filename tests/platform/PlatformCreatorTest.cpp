@@ -1,6 +1,7 @@
 #include "platform/PlatformCreatorFixture.h"
 
 #include "platform/ErrorMessages.h"
+#include "support/Texts.h"
 
 #include "machinelayer/Pldf.h"
 
@@ -71,15 +72,11 @@ TEST_F(PlatformCreatorTest, DamagedInformationGivesTheMessageOfItsKind)
     const std::string amx = "An error occurred while reading file .*/tmp/VexlorGetPlatformInformation[^/]+\\.TavAMX";
     const std::string noMachine = "An error occurred while loading the machine\\.";
     const std::string noPldf = "Error loading PLDF file\\.";
-    std::string deep = "<PlatformInformation>";
-    for (int level = 0; level < 100'000; ++level)
-        deep += "<a>";
-    std::string notUtf8 = InformationXml;
-    notUtf8.replace(notUtf8.find("PLA"), 3, "\xC3(\xFF");
+    const std::string deep = "<PlatformInformation>" + TestSupport::Repeat("<a>", 100'000);
+    const std::string notUtf8 = TestSupport::Replaced(InformationXml, "PLA", "\xC3(\xFF");
     TavAM::MachineParameters nan = _MakeParameters();
     nan.values.SetText(L"platform.height", L"nan");
-    std::string newer = _MakePldf();
-    newer.replace(newer.find("version=\"1\""), 11, "version=\"2\"");
+    const std::string newer = TestSupport::Replaced(_MakePldf(), "version=\"1\"", "version=\"2\"");
 
     using Kind = PlatformDataKind;
     struct Row

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "client/interface/CommunicationException.h"
+#include "client/interface/Machine.h"
+
+#include <exception>
+#include <future>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What machines of tests are made of.
+namespace TestSupport {
+
+template <class T>
+std::future<T> MakeReady(T i_value)
+{
+    std::promise<T> promise;
+    promise.set_value(std::move(i_value));
+    return promise.get_future();
+}
+
+template <class T>
+std::future<T> MakeFailed(std::exception_ptr ip_exception)
+{
+    std::promise<T> promise;
+    promise.set_exception(std::move(ip_exception));
+    return promise.get_future();
+}
+
+/// Answers everything with a future that is not valid; tests override what they ask.
+class SilentMachine : public MachineService::MachineStrategy
+{
+public:
+    using MachineStrategy::MachineStrategy;
+    std::future<std::vector<MachineService::CommandDescription>> GetCommands() const override { return {}; }
+    std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override { return {}; }
+    std::future<MachineService::CommandResult> RunCommand(const MachineService::CommandParameters&) const override
+    {
+        return {};
+    }
+    std::future<MachineService::CommandResult>
+    FillReportProperties(const MachineService::CommandParameters&) const override
+    {
+        return {};
+    }
+    std::future<MachineService::CommandResult> Preprocessing(const MachineService::CommandParameters&) const override
+    {
+        return {};
+    }
+    MachineService::ProgressWatcherFuture<MachineService::PlatformInfo> GetPlatformInformation() const override
+    {
+        return {};
+    }
+    std::future<std::pair<MachineService::CommandResult, MachineService::Platform>>
+    GetEmptyPlatform(const std::string&) const override
+    {
+        return {};
+    }
+    MachineService::ProgressWatcherFuture<void> ModifyPlatform(const MachineService::Platform&) const override
+    {
+        return {};
+    }
+    std::future<MachineService::ProfileAssignments> GetProfileAssignments() const override { return {}; }
+};
+
+} // namespace TestSupport
