@@ -1,15 +1,13 @@
 #include "catalog/ProxyMachinesCatalog.h"
 
-#include "client/interface/CommunicationException.h"
+#include "support/Failures.h"
 #include "support/FakeMachineService.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
 #include <latch>
-#include <mutex>
 #include <set>
 #include <thread>
 
@@ -86,13 +84,7 @@ TEST_F(ProxyMachinesCatalogTest, InvalidateAcceptsWhatTheRuleAcceptsInTheSources
     EXPECT_THAT(_TakeLog(), ElementsAre("+3", "+2"));
     EXPECT_THAT(_proxy->GetMachineIds(), ElementsAre(MakeId(3), MakeId(2)));
     EXPECT_EQ(_proxy->GetMachines().at(1).GetMachineData().name, "Machine 2");
-    try {
-        _proxy->GetMachine(MakeId(1));
-        FAIL();
-    } catch (const CommunicationException& exception) {
-        EXPECT_EQ(exception.code(), ErrorCode::MachineNotFound);
-        EXPECT_STREQ(exception.what(), "");
-    }
+    EXPECT_EQ(GetFailure([this] { _proxy->GetMachine(MakeId(1)); }), (Failure{ErrorCode::MachineNotFound, ""}));
     EXPECT_TRUE(_proxy->TryGetMachine(ServiceId::BuildProcessors, MakeId(1), MachineRepresentation::Machine));
 
     _proxy->Invalidate();
@@ -152,12 +144,7 @@ TEST_F(ProxyMachinesCatalogTest, WhatGoesWhileItIsAnnouncedEndsRemoved)
 TEST_F(ProxyMachinesCatalogTest, ConstructionNamesTheFirstThingMissing)
 {
     const auto message = [](AbstractMachinesCatalog* ip_source, const std::function<bool(const MachineData&)>& i_rule) {
-        try {
-            const ProxyMachinesCatalog proxy(ip_source, i_rule);
-        } catch (const std::runtime_error& exception) {
-            return std::string(exception.what());
-        }
-        return std::string();
+        return GetFailure<std::runtime_error>([&] { const ProxyMachinesCatalog proxy(ip_source, i_rule); }).text;
     };
     EXPECT_EQ(message(nullptr, {}), "machines catalog is nullptr");
     EXPECT_EQ(message(&_source, {}), "filtering rule is empty");

@@ -54,12 +54,10 @@ TEST_F(CommandExecution, FormatDecidesWhatGoesToTheMachineAndWhatIsLoaded)
 
 TEST_F(CommandExecution, JobIsNamedAfterTheScenesFileAndCarriesItsParts)
 {
-    TavAM::Part part;
+    auto part = TestSupport::MakePart({});
     part.SetHasSupports(true);
     part.SetStrategies(TavAM::Part::Strategies{{L"part", L"fine"}});
-    _scene->GetParts() = {TavAM::Part(), part};
-    _scene->GetParts()[0].SetRepresentation(TestSupport::MakePart({}).GetRepresentation());
-    _scene->GetParts()[1].SetRepresentation(TestSupport::MakePart({}).GetRepresentation());
+    _scene->GetParts() = {TestSupport::MakePart({}), part};
     const std::pair<const wchar_t*, const char*> names[] = {{L"/x/bracket.final.stl", "bracket.final"},
                                                             {L"/x.y/bracket", "bracket"},
                                                             {L"/x/\u6a5f\u68b0.stl", "\u6a5f\u68b0"},
@@ -67,7 +65,7 @@ TEST_F(CommandExecution, JobIsNamedAfterTheScenesFileAndCarriesItsParts)
     CommandParameters seen;
     _script->run = [&](const CommandParameters& i_parameters) {
         seen = i_parameters;
-        return Ready(CommandResult());
+        return MakeReady(CommandResult());
     };
     for (const auto& [file, name] : names) {
         _scene->SetFileName(file);
@@ -310,7 +308,7 @@ TEST_F(CommandExecution, EachCommandHasItsTracesCheckAndProcessName)
         CommandParameters seen;
         _script->run = _script->fillReport = [&](const CommandParameters& i_parameters) {
             seen = i_parameters;
-            return Ready(CommandResult());
+            return MakeReady(CommandResult());
         };
         VexlorCore::Statistic::Clear();
         _provider.log.clear();
@@ -339,7 +337,8 @@ TEST_F(CommandExecution, EachCommandHasItsTracesCheckAndProcessName)
         EXPECT_EQ(row.checks ? 1u : 0u, _messages.size());
     }
     _script->fillReport = [](const CommandParameters&) {
-        return Failed(std::make_exception_ptr(CommunicationException(ErrorCode::ReportNotSupported)));
+        return MakeFailed<CommandResult>(
+            std::make_exception_ptr(CommunicationException(ErrorCode::ReportNotSupported)));
     };
     EXPECT_FALSE(Helpers::FillReportProperties(_MakeMachine(), _getProvider, _getScene));
     _ExpectOneFailure("The Build Process doesn't support report generation");

@@ -34,25 +34,42 @@ struct FailureRow
     int format = 1;
 };
 
-CommandResult MakeResult(int i_status, bool i_completed, const char* ip_message)
+CommandResult MakeResult(int i_status, bool i_completed, const char* ip_message = "",
+                         DataFormat i_format = DataFormat::Undefined)
 {
     CommandResult result;
     result.status = i_status;
     result.completed = i_completed;
     result.message = ip_message;
+    result.dataFormat = i_format;
     return result;
+}
+
+FailureRow Runs(const char* ip_name, std::function<std::future<CommandResult>(const CommandParameters&)> i_run,
+                std::string i_text)
+{
+    return {ip_name, [i_run](Script& io_script, ScriptedProvider&) { io_script.run = i_run; }, std::move(i_text)};
 }
 
 template <class T>
 FailureRow ServiceThrows(const char* ip_name, T i_exception, std::string i_text)
 {
-    return {ip_name,
-            [i_exception](Script& io_script, ScriptedProvider&) {
-                io_script.run = [i_exception](const CommandParameters&) {
-                    return Failed(std::make_exception_ptr(i_exception));
-                };
-            },
-            std::move(i_text)};
+    const auto run = [i_exception](const CommandParameters&) {
+        return MakeFailed<CommandResult>(std::make_exception_ptr(i_exception));
+    };
+    return Runs(ip_name, run, std::move(i_text));
+}
+
+template <class T>
+FailureRow HostThrows(const char* ip_name, std::function<void()> ScriptedProvider::*ip_step, T i_exception,
+                      std::string i_text)
+{
+    const auto arrange = [=](Script&, ScriptedProvider& io_provider) {
+        io_provider.*ip_step = [i_exception] {
+            throw i_exception;
+        };
+    };
+    return {ip_name, arrange, std::move(i_text)};
 }
 
 const FailureRow mgp_failures[] = {
@@ -64,43 +81,24 @@ const FailureRow mgp_failures[] = {
     ServiceThrows("standard exception", std::runtime_error("r\u00fcn"), "r\u00fcn"),
     ServiceThrows("host exception by value", VexlorCore::HostException(L"h\u00f6st"), "h\u00f6st"),
     ServiceThrows("unknown exception", 42, "The command failed for an unknown reason."),
-    {"service throws at once",
-     [](Script& io_script, ScriptedProvider&) {
-         io_script.run = [](const CommandParameters&) -> std::future<CommandResult> {
-             throw CommunicationException(ErrorCode::MachineNotFound);
-         };
-     },
-     "Machine cannot be found. Please check the machines added to the Build Processor Manager."},
-    {"no future",
-     [](Script& io_script, ScriptedProvider&) {
-         io_script.run = [](const CommandParameters&) {
-             return std::future<CommandResult>();
-         };
-     },
-     "Unexpected Build Processor output."},
-    {"result with status",
-     [](Script& io_script, ScriptedProvider&) { io_script.run = Leave({"a.TavAMX"}, MakeResult(3, true, "own")); },
-     "own"},
-    {"result not completed",
-     [](Script& io_script, ScriptedProvider&) { io_script.run = Leave({"a.TavAMX"}, MakeResult(0, false, "own")); },
-     "An error occurred while processing the job."},
+    Runs(
+        "service throws at once",
+        [](const CommandParameters&) -> std::future<CommandResult> {
+            throw CommunicationException(ErrorCode::MachineNotFound);
+        },
+        "Machine cannot be found. Please check the machines added to the Build Processor Manager."),
+    Runs(
+        "no future", [](const CommandParameters&) { return std::future<CommandResult>(); },
+        "Unexpected Build Processor output."),
+    Runs("result with status", Leave({"a.TavAMX"}, MakeResult(3, true, "own")), "own"),
+    Runs("result not completed", Leave({"a.TavAMX"}, MakeResult(0, false, "own")),
+         "An error occurred while processing the job."),
     {"unknown format", [](Script&, ScriptedProvider&) {}, "Unsupported input file format.", 9},
-    {"unknown format of the result",
-     [](Script& io_script, ScriptedProvider&) {
-         CommandResult result;
-         result.dataFormat = static_cast<DataFormat>(9);
-         io_script.run = Leave({"a"}, result);
-     },
-     "Unsupported input file format."},
-    {"no file of the format", [](Script& io_script, ScriptedProvider&) { io_script.run = Leave({"result.xml"}); },
-     "Unexpected Build Processor output."},
-    {"saving fails",
-     [](Script&, ScriptedProvider& io_provider) {
-         io_provider.onSave = [] {
-             throw TavAM::FileError("disk full");
-         };
-     },
-     "disk full"},
+    Runs("unknown format of the result", Leave({"a"}, MakeResult(0, true, "", static_cast<DataFormat>(9))),
+         "Unsupported input file format."),
+    Runs("no file of the format", Leave({"result.xml"}), "Unexpected Build Processor output."),
+    HostThrows("saving fails", &ScriptedProvider::onSave, TavAM::FileError("disk full"), "disk full"),
+    HostThrows("the host cannot run a job", &ScriptedProvider::onStart, std::runtime_error("no job"), "no job"),
     {"loading fails, host exception by pointer",
      [](Script& io_script, ScriptedProvider& io_provider) {
          io_script.run = Leave({"a.TavAMX"});
@@ -109,13 +107,6 @@ const FailureRow mgp_failures[] = {
          };
      },
      "h\u00f6st"},
-    {"the host cannot run a job",
-     [](Script&, ScriptedProvider& io_provider) {
-         io_provider.onStart = [] {
-             throw std::runtime_error("no job");
-         };
-     },
-     "no job"},
 };
 
 TEST_F(CommandExecution, EveryFailureIsOneCriticalMessageAndFalse)
@@ -182,7 +173,7 @@ TEST_F(CommandExecution, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond)
              _script->run = [&](const CommandParameters& i_parameters) {
                  cancel();
                  EXPECT_TRUE(i_parameters.stopToken.stop_requested());
-                 return Failed(std::make_exception_ptr(std::runtime_error("engine killed")));
+                 return MakeFailed<CommandResult>(std::make_exception_ptr(std::runtime_error("engine killed")));
              };
          }},
         {"the service has succeeded already",

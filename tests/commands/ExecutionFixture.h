@@ -3,9 +3,6 @@
 #include "commands/CommandExecution.h"
 #include "commands/CommandsFixture.h"
 
-#include <exception>
-#include <fstream>
-
 namespace MachineService {
 
 inline CommandDescription Describe(CommandType i_type, int i_format = 1)
@@ -18,20 +15,13 @@ inline CommandDescription Describe(CommandType i_type, int i_format = 1)
     return description;
 }
 
-inline std::future<CommandResult> Failed(std::exception_ptr ip_exception)
-{
-    std::promise<CommandResult> promise;
-    promise.set_exception(ip_exception);
-    return promise.get_future();
-}
-
 /// A run that leaves these files and ends in this result.
 inline auto Leave(std::vector<std::string> i_files, CommandResult i_result = {})
 {
     return [i_files, i_result](const CommandParameters& i_parameters) {
         for (const std::string& file : i_files)
             std::ofstream(i_parameters.outputDir / file) << "output";
-        return Ready(i_result);
+        return MakeReady(i_result);
     };
 }
 

@@ -117,17 +117,18 @@ TEST_F(PrinterCommandCatalog, KindDecidesNameTextsIconAndEnabling)
         _host.application.GetSettings().SetDisableBuildButton(true);
         EXPECT_EQ(row.asksMachine, is_enabled(1));
         _host.application.GetSettings().SetDisableBuildButton(false);
-        const std::function<std::future<bool>()> refusals[] = {
-            [] { return Ready(false); }, [] { return std::future<bool>(); }, [&] { return (never = {}).get_future(); },
-            []() -> std::future<bool> {
-                throw CommunicationException(ErrorCode::QueueError);
-            }};
+        const std::function<std::future<bool>()> refusals[] = {[] { return MakeReady(false); },
+                                                               [] { return std::future<bool>(); },
+                                                               [&] { return (never = {}).get_future(); },
+                                                               []() -> std::future<bool> {
+                                                                   throw CommunicationException(ErrorCode::QueueError);
+                                                               }};
         for (const auto& refusal : refusals) {
             _script->canRun = refusal;
             EXPECT_EQ(!row.asksMachine, is_enabled(1));
         }
         _script->canRun = [] {
-            return Ready(true);
+            return MakeReady(true);
         };
     }
 }

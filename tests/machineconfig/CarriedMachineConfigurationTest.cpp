@@ -63,11 +63,11 @@ TEST(CarriedMachineConfiguration, TravelsWithThePlatformAndCanBeReadWithoutThisL
 
     // Nothing is carried that a platform file could not give back, and what is there stays.
     const PlatformMachineConfiguration large = MakeConfigurationOf(PersistentProperties::LargestText + 2);
-    EXPECT_EQ(Failure([&] { SetMachineConfiguration(platform, large); }).first, ErrorCode::InternalError);
+    EXPECT_EQ(GetFailure([&] { SetMachineConfiguration(platform, large); }).code, ErrorCode::InternalError);
     EXPECT_EQ(GetMachineConfiguration(platform), configuration);
     EXPECT_EQ(ReadMachineConfiguration(WriteMachineConfiguration(large)), large);
     platform.GetAMXProperties().SetText(MachineConfiguration, L"<Nesting>");
-    EXPECT_EQ(Failure([&] { GetMachineConfiguration(platform); }).first, ErrorCode::FileError);
+    EXPECT_EQ(GetFailure([&] { GetMachineConfiguration(platform); }).code, ErrorCode::FileError);
 }
 
 TEST(CarriedMachineConfiguration, FollowsTheSceneStepByStep)

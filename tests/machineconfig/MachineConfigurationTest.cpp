@@ -1,10 +1,12 @@
 #include "machineconfig/MachineConfigurations.h"
 
 #include "machineconfig/MachineConfigurationFile.h"
+#include "support/Files.h"
+#include "support/Texts.h"
+#include "support/Xmllint.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include <limits>
@@ -15,9 +17,9 @@ namespace {
 using Configuration = PlatformMachineConfiguration;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
+using TestSupport::Replaced;
 
 constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr char Schema[] = MACHINESERVICE_SCHEMAS "/MachineConfiguration-2026-11.xsd";
 
 template <class Change>
 Configuration Make(const Change& i_change)
@@ -47,27 +49,6 @@ std::vector<Configuration> MakeConfigurations()
             Make([](Configuration& o_c) { o_c.partExport.emplace(); })};
 }
 
-/// What xmllint says of the documents; empty when all are valid.
-QByteArray Validate(const QString& i_folder, const QStringList& i_files)
-{
-    QProcess xmllint;
-    xmllint.setWorkingDirectory(i_folder);
-    xmllint.setProcessChannelMode(QProcess::MergedChannels);
-    xmllint.start(QStringLiteral("xmllint"), QStringList({QStringLiteral("--noout"), QStringLiteral("--nonet"),
-                                                          QStringLiteral("--schema"), QLatin1String(Schema)}) +
-                                                 i_files);
-    if (!xmllint.waitForFinished(60000))
-        return "xmllint did not run";
-    return xmllint.exitCode() == 0 ? QByteArray() : xmllint.readAll();
-}
-
-void WriteFile(const QString& i_path, const std::string& i_text)
-{
-    QFile file(i_path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(i_text.data(), static_cast<qint64>(i_text.size())), static_cast<qint64>(i_text.size()));
-}
-
 TEST(MachineConfiguration, ReadsBackWhatItWritesAndAllOfItIsValid)
 {
     QTemporaryDir folder;
@@ -79,7 +60,7 @@ TEST(MachineConfiguration, ReadsBackWhatItWritesAndAllOfItIsValid)
         SaveMachineConfiguration(folder.filePath(files.back()).toStdString(), configuration);
         EXPECT_EQ(LoadMachineConfiguration(folder.filePath(files.back()).toStdString()), configuration);
     }
-    EXPECT_EQ(Validate(folder.path(), files).toStdString(), "");
+    EXPECT_EQ(TestSupport::ValidateConfigurations(folder.path(), files), "");
 }
 
 TEST(MachineConfiguration, TakesOverWhatTheMachineHasAndLeavesOutWhatItHasNot)
@@ -147,21 +128,21 @@ TEST(MachineConfiguration, RefusesMachineDataThatNoDocumentCanCarry)
     for (const Row& row : rows) {
         Data::Machine machine = MakeFullMachine();
         row.spoil(machine);
-        const auto [code, text] = Failure([&] { Convert(machine); });
+        const auto [code, text] = GetFailure([&] { Convert(machine); });
         EXPECT_EQ(code, ErrorCode::InternalError);
         EXPECT_THAT(text, HasSubstr(row.reason));
     }
     // A configuration that was made otherwise leaves no file and does not touch the one that is there.
     const Configuration bad = Make([](Configuration& o_c) { o_c.zBrace.emplace().angle = 361; });
-    EXPECT_EQ(Failure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).first, ErrorCode::InternalError);
+    EXPECT_EQ(GetFailure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).code, ErrorCode::InternalError);
     EXPECT_TRUE(QDir(folder.path()).isEmpty());
-    WriteFile(path, "before");
-    EXPECT_EQ(Failure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).first, ErrorCode::InternalError);
+    TestSupport::WriteFile(path.toStdString(), "before");
+    EXPECT_EQ(GetFailure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).code, ErrorCode::InternalError);
     EXPECT_EQ(QFile(path).size(), 6);
-    EXPECT_EQ(Failure([&] {
+    EXPECT_EQ(GetFailure([&] {
                   SaveMachineConfiguration(path.toStdString() + "/x",
                                            Make([](Configuration& o_c) { o_c.zBrace.emplace(); }));
-              }).first,
+              }).code,
               ErrorCode::FileError);
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
@@ -172,13 +153,6 @@ std::string Nest(const std::string& i_content, const std::string& i_version = "2
     return "<MachineConfiguration xmlns=\"https://www.vexlor.example/AM/MachineData/MachineConfiguration/2026/11\">"
            "<Machine/><Nesting xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/" +
            i_version + "\">" + i_content + "</Nesting></MachineConfiguration>";
-}
-
-std::string Replaced(std::string i_text, const std::string& i_old, const std::string& i_new)
-{
-    const std::size_t position = i_text.find(i_old);
-    EXPECT_NE(position, std::string::npos) << i_old;
-    return i_text.replace(position, i_old.size(), i_new);
 }
 
 TEST(MachineConfiguration, PassesOverWhatItDoesNotKnow)
@@ -242,30 +216,26 @@ TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
         {Replaced(full, "<MaxX unit=\"mm\">1e+06", "<MaxX unit=\"mm\">-9"), "NoBuildZone ends before it begins", false},
         {Replaced(good, "Nesting xmlns=\"https", "Nesting xmlns=\"urn"), "It has no section"},
         {"<!DOCTYPE a>" + good, "a DOCTYPE is not accepted", false},
-        {Nest([] {
-             std::string deep;
-             for (int i = 0; i < 100000; ++i)
-                 deep += "<a>";
-             return deep;
-         }()),
-         "nested deeper than 64"},
+        {Nest(TestSupport::Repeat("<a>", 100'000)), "nested deeper than 64"},
     };
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("bad.xml"));
     for (const Row& row : rows) {
-        const auto [code, text] = Failure([&] { ReadMachineConfiguration(row.document); });
+        const auto [code, text] = GetFailure([&] { ReadMachineConfiguration(row.document); });
         EXPECT_EQ(code, ErrorCode::FileError);
         EXPECT_THAT(text, HasSubstr(row.reason));
-        WriteFile(path, row.document);
-        EXPECT_THAT(Failure([&] { LoadMachineConfiguration(path.toStdString()); }).second,
+        TestSupport::WriteFile(path.toStdString(), row.document);
+        EXPECT_THAT(GetFailure([&] { LoadMachineConfiguration(path.toStdString()); }).text,
                     AllOf(HasSubstr("bad.xml"), HasSubstr(row.reason)));
         if (row.isKnownToSchema) {
-            EXPECT_NE(Validate(folder.path(), {QStringLiteral("bad.xml")}).size(), 0) << row.document.substr(0, 1000);
+            EXPECT_NE(TestSupport::ValidateConfigurations(folder.path(), {QStringLiteral("bad.xml")}), "")
+                << row.document.substr(0, 1000);
         }
     }
     // Broken off anywhere, a document is never taken for a shorter one.
     for (std::size_t size = 0; size < full.size() - 2; size += 7)
-        EXPECT_EQ(Failure([&] { ReadMachineConfiguration(full.substr(0, size)); }).first, ErrorCode::FileError) << size;
+        EXPECT_EQ(GetFailure([&] { ReadMachineConfiguration(full.substr(0, size)); }).code, ErrorCode::FileError)
+            << size;
 }
 
 } // namespace

@@ -2,19 +2,15 @@
 
 #include "machineconfig/MachineConfiguration.h"
 
-#include "client/interface/CommunicationException.h"
-
 #include "machinelayer/IMachineData.h"
+#include "support/Failures.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <utility>
 
 namespace MachineService {
 
 namespace Data = MachineLayer::Data;
+using TestSupport::GetFailure;
 
 /// Has everything, and texts that need care.
 inline Data::Machine MakeFullMachine()
@@ -47,18 +43,6 @@ inline PlatformMachineConfiguration Convert(const Data::Machine& i_machine)
     const auto data = MachineLayer::CreateMachineData();
     data->Edit() = i_machine;
     return MachineConfigurationFromMachineData(*data);
-}
-
-/// The failure's code and text.
-template <class Function>
-std::pair<ErrorCode, std::string> Failure(const Function& i_function)
-{
-    try {
-        i_function();
-    } catch (const CommunicationException& exception) {
-        return {exception.code(), exception.what()};
-    }
-    return {ErrorCode::None, "no exception"};
 }
 
 } // namespace MachineService

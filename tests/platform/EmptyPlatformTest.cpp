@@ -30,9 +30,7 @@ TEST_F(EmptyPlatformTest, SendsTheChoicesAndBringsThePlatformIntoTheScene)
     properties.SetText(L"höhe", L"from the scene");
     properties.SetText(L"plate", L"from the scene");
     properties.SetText(L"other", L"not asked for");
-    _script.getPlatform = [this] {
-        return MakeReady(_MakeAnswer());
-    };
+    _SetAnswer(_MakeAnswer());
     const auto creator = _Create(_MakeInfo());
     creator->SetParameterValue(L"höhe", L"0.1");
     creator->SetParameterValue(L"höhe", L"0.2 ä<");
@@ -77,17 +75,13 @@ TEST_F(EmptyPlatformTest, EndsByWhatTheMachineAnswers)
     const auto creator = _Create(_MakeInfo());
     Answer nothing = _MakeAnswer();
     nothing.first.dataFormat = DataFormat::None;
-    _script.getPlatform = [&nothing] {
-        return MakeReady(nothing);
-    };
+    _SetAnswer(nothing);
     EXPECT_FALSE(creator->CreatePlatform(_host.scene, false));
     EXPECT_EQ(_host.scene->GetPlatform().GetName(), L"");
 
     // Data of another kind: without a machine in the scene there is nothing to update.
     Answer configuration = {CommandResult(), _MakeInfo().items.at(1)};
-    _script.getPlatform = [&configuration] {
-        return MakeReady(configuration);
-    };
+    _SetAnswer(configuration);
     EXPECT_TRUE(creator->CreatePlatform(_host.scene, false));
     TavAM::Platform platform;
     platform.SetMachine(_MakeParameters());
@@ -98,6 +92,7 @@ TEST_F(EmptyPlatformTest, EndsByWhatTheMachineAnswers)
     EXPECT_EQ(data->Get().baseplate->thickness, 12);
     EXPECT_EQ(data->Get().platformShape, creator->GetMachineData()->Get().platformShape);
     configuration.second.data = "*";
+    _SetAnswer(configuration);
     EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }),
               (Failure{ErrorCode::PldfError, "PLDF decoding failed."}));
 }
@@ -114,9 +109,7 @@ TEST_F(EmptyPlatformTest, ADamagedOneLeavesTheSceneAsItWas)
     for (const auto& [data, message] : rows) {
         Answer answer = _MakeAnswer();
         answer.second.data = data;
-        _script.getPlatform = [&answer] {
-            return MakeReady(answer);
-        };
+        _SetAnswer(answer);
         EXPECT_THAT([&] { creator->CreatePlatform(_host.scene, false); },
                     ::testing::ThrowsMessage<TavAM::FileError>(HasSubstr(message)));
         EXPECT_TRUE(std::filesystem::is_empty(_temp)) << message;
@@ -208,9 +201,7 @@ TEST_F(EmptyPlatformTest, WaitingKeepsTheEventLoopTurningAndCanBeCancelled)
     };
     const auto display = std::make_shared<Cancelling>(_host.provider);
     _host.provider.SetProgressDisplay(display);
-    _script.getPlatform = [this] {
-        return MakeReady(_MakeAnswer());
-    };
+    _SetAnswer(_MakeAnswer());
     expectAborted();
     EXPECT_EQ(display->titles, QStringList(QStringLiteral("Get Empty Platform")));
     EXPECT_EQ(_host.scene->GetPlatform().GetName(), L"");

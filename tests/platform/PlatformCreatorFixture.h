@@ -33,7 +33,7 @@ struct Script
     std::vector<std::string> parameters;
 };
 
-class ScriptedMachine final : public TestSupport::SilentMachine
+class ScriptedMachine final : public SilentMachine
 {
 public:
     ScriptedMachine(const MachineData& i_data, Script& io_script)
@@ -134,6 +134,13 @@ protected:
         CommandResult result;
         result.dataFormat = DataFormat::Platform;
         return {result, {PlatformDataKind::Platform, _MakeAmx()}};
+    }
+
+    void _SetAnswer(const Answer& i_answer)
+    {
+        _script.getPlatform = [i_answer] {
+            return MakeReady(i_answer);
+        };
     }
 
     std::unique_ptr<IPlatformCreator> _Create(ProgressWatcherFuture<PlatformInfo> i_information)

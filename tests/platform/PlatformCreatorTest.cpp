@@ -176,9 +176,7 @@ TEST_F(PlatformCreatorTest, ReplacesItsInformation)
     EXPECT_EQ(creator->GetMachineData()->Get(), MachineLayer::Data::Machine());
 
     // It remembers that there were parameters, and what was recorded for them.
-    _script.getPlatform = [this] {
-        return MakeReady(_MakeAnswer());
-    };
+    _SetAnswer(_MakeAnswer());
     EXPECT_TRUE(creator->CreatePlatform(_host.scene, false));
     EXPECT_THAT(_script.parameters.at(0), HasSubstr("<ParameterValue id=\"plate\">1</ParameterValue>"));
 }

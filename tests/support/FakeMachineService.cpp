@@ -1,6 +1,5 @@
 #include "support/FakeMachineService.h"
 
-#include "client/interface/CommunicationException.h"
 #include "client/interface/ICommunicationServiceAPI.h"
 
 #include <algorithm>
@@ -14,11 +13,11 @@ using namespace MachineService;
 std::unique_ptr<FakeMachinesCatalog> mgp_next_catalog;
 std::vector<std::string> mgp_service_calls;
 
-class FakeStrategy final : public MachineStrategy
+class FakeStrategy final : public SilentMachine
 {
 public:
     FakeStrategy(const MachineData& i_data, FakeBehaviour i_behaviour)
-        : MachineStrategy(i_data)
+        : SilentMachine(i_data)
         , _behaviour(std::move(i_behaviour))
     {}
 
@@ -35,11 +34,6 @@ public:
     {
         return _behaviour.fillReport ? _behaviour.fillReport(i_parameters) : std::future<CommandResult>();
     }
-    ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override { return {}; }
-    std::future<std::pair<CommandResult, Platform>> GetEmptyPlatform(const std::string&) const override { return {}; }
-    ProgressWatcherFuture<void> ModifyPlatform(const Platform&) const override { return {}; }
-    std::future<CommandResult> Preprocessing(const CommandParameters&) const override { return {}; }
-    std::future<ProfileAssignments> GetProfileAssignments() const override { return {}; }
 
 private:
     const FakeBehaviour _behaviour;

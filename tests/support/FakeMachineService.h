@@ -1,17 +1,13 @@
 #pragma once
 
 #include "client/interface/AbstractMachinesCatalog.h"
+#include "support/MachineParts.h"
 
 #include <boost/uuid/uuid.hpp>
 
 #include <cstdint>
 #include <functional>
-#include <future>
-#include <memory>
 #include <mutex>
-#include <string>
-#include <utility>
-#include <vector>
 
 /// Machine services without a service: what stands behind the contract of client/interface, and nothing of the library.
 namespace TestSupport {
@@ -19,14 +15,6 @@ namespace TestSupport {
 /// An id that differs in its last byte, so that ids are ordered as their numbers.
 boost::uuids::uuid MakeId(std::uint8_t i_number);
 MachineService::MachineData MakeMachineData(std::uint8_t i_number);
-
-template <class T>
-std::future<T> MakeReady(T i_value)
-{
-    std::promise<T> promise;
-    promise.set_value(std::move(i_value));
-    return promise.get_future();
-}
 
 /// What a fake machine answers. An operation without a function gives a future that is not valid.
 struct FakeBehaviour

@@ -28,40 +28,24 @@ std::future<T> MakeFailed(std::exception_ptr ip_exception)
     return promise.get_future();
 }
 
+} // namespace TestSupport
+
+namespace MachineService {
+
 /// Answers everything with a future that is not valid; tests override what they ask.
-class SilentMachine : public MachineService::MachineStrategy
+class SilentMachine : public MachineStrategy
 {
 public:
     using MachineStrategy::MachineStrategy;
-    std::future<std::vector<MachineService::CommandDescription>> GetCommands() const override { return {}; }
+    std::future<std::vector<CommandDescription>> GetCommands() const override { return {}; }
     std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override { return {}; }
-    std::future<MachineService::CommandResult> RunCommand(const MachineService::CommandParameters&) const override
-    {
-        return {};
-    }
-    std::future<MachineService::CommandResult>
-    FillReportProperties(const MachineService::CommandParameters&) const override
-    {
-        return {};
-    }
-    std::future<MachineService::CommandResult> Preprocessing(const MachineService::CommandParameters&) const override
-    {
-        return {};
-    }
-    MachineService::ProgressWatcherFuture<MachineService::PlatformInfo> GetPlatformInformation() const override
-    {
-        return {};
-    }
-    std::future<std::pair<MachineService::CommandResult, MachineService::Platform>>
-    GetEmptyPlatform(const std::string&) const override
-    {
-        return {};
-    }
-    MachineService::ProgressWatcherFuture<void> ModifyPlatform(const MachineService::Platform&) const override
-    {
-        return {};
-    }
-    std::future<MachineService::ProfileAssignments> GetProfileAssignments() const override { return {}; }
+    std::future<CommandResult> RunCommand(const CommandParameters&) const override { return {}; }
+    std::future<CommandResult> FillReportProperties(const CommandParameters&) const override { return {}; }
+    std::future<CommandResult> Preprocessing(const CommandParameters&) const override { return {}; }
+    ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override { return {}; }
+    std::future<std::pair<CommandResult, Platform>> GetEmptyPlatform(const std::string&) const override { return {}; }
+    ProgressWatcherFuture<void> ModifyPlatform(const Platform&) const override { return {}; }
+    std::future<ProfileAssignments> GetProfileAssignments() const override { return {}; }
 };
 
-} // namespace TestSupport
+} // namespace MachineService
