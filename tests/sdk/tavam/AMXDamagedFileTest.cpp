@@ -1,4 +1,5 @@
 #include "sdk/tavam/PlatformSamples.h"
+#include "support/Texts.h"
 
 #include <cmath>
 
@@ -9,6 +10,7 @@ namespace {
 using namespace TavAM;
 using testing::AllOf;
 using testing::HasSubstr;
+using TestSupport::Repeat;
 
 struct PackageEntry
 {
@@ -36,14 +38,6 @@ std::string ReplaceAll(std::string i_text, const std::string& i_from, const std:
     for (std::size_t at = i_text.find(i_from); at != std::string::npos; at = i_text.find(i_from, at + i_to.size()))
         i_text.replace(at, i_from.size(), i_to);
     return i_text;
-}
-
-std::string Repeat(const std::string& i_text, std::size_t i_count)
-{
-    std::string text;
-    for (std::size_t index = 0; index < i_count; ++index)
-        text += i_text;
-    return text;
 }
 
 template <class Number>

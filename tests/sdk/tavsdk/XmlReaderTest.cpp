@@ -1,8 +1,8 @@
 #include "tavsdk/XmlReader.h"
+#include "support/Files.h"
+#include "support/Texts.h"
 #include "tavsdk/Utf8.h"
 
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <vector>
 
@@ -15,6 +15,7 @@ namespace {
 using TavSDK::XmlAttributes;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using TestSupport::Repeat;
 
 /// Logs what it takes of <Root><Text/><Group><Item/></Group><Leaf/></Root>.
 class LoggingReader : public TavSDK::XmlReader<LoggingReader>
@@ -63,21 +64,6 @@ private:
     }
     void _EndText() { log.emplace_back("/Text"); }
     void _EndGroup() { log.emplace_back("/Group"); }
-};
-
-std::string Repeat(const std::string& i_text, std::size_t i_count)
-{
-    std::string text;
-    for (std::size_t index = 0; index < i_count; ++index)
-        text += i_text;
-    return text;
-}
-
-struct TemporaryFile
-{
-    explicit TemporaryFile(const std::string& i_content) { std::ofstream(path, std::ios::binary) << i_content; }
-    ~TemporaryFile() { std::filesystem::remove(path); }
-    const std::string path = testing::TempDir() + "xml \u05d0\u00e9 " + std::to_string(getpid());
 };
 
 TEST(XmlReader, HandlersGetWhatTheyAskForAndNothingElse)
@@ -184,13 +170,15 @@ TEST(XmlReader, ExceptionsOfHandlersArriveAndTheReaderStaysUsable)
 TEST(XmlReader, FilesAndMemoryGiveTheSame)
 {
     const std::string document = "<Root>" + Repeat("\n<Leaf/>", 50000) + "\n<Fail/></Root>";
-    const TemporaryFile file(document);
+    const std::string path = testing::TempDir() + "xml \u05d0\u00e9 " + std::to_string(getpid());
+    TestSupport::WriteFile(path, document);
     for (const bool isFile : {true, false}) {
         LoggingReader reader;
-        EXPECT_FALSE(isFile ? reader.Parse(*TavSDK::FromUtf8(file.path)) : reader.ParseText(document));
+        EXPECT_FALSE(isFile ? reader.Parse(*TavSDK::FromUtf8(path)) : reader.ParseText(document));
         EXPECT_EQ(reader.GetError(), "Line 50002: this element is not wanted.");
         EXPECT_EQ(reader.log.size(), 50000U);
     }
+    std::filesystem::remove(path);
 }
 
 TEST(XmlReader, SaysWhyAFileCannotBeRead)
