@@ -1,11 +1,9 @@
 #include "services/PlacementFixture.h"
 
 #include "buildprocessor/PlacementCheck.h"
-#include "client/interface/CommunicationException.h"
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <random>
 
 namespace MachineService::BuildProcessor {
@@ -218,12 +216,8 @@ TEST(AutomaticPlacement, StopsInEveryPhaseAndMovesNothing)
             if (i_percent >= percent)
                 stop.request_stop();
         };
-        try {
-            PlaceParts(platform, Rectangle(300, 300), 100, options);
-            ADD_FAILURE() << "not stopped at " << percent;
-        } catch (const CommunicationException& failure) {
-            EXPECT_EQ(failure.code(), ErrorCode::ProcessingAborted);
-        }
+        const auto failure = Testing::GetFailure([&] { PlaceParts(platform, Rectangle(300, 300), 100, options); });
+        EXPECT_EQ(failure.code, ErrorCode::ProcessingAborted) << "not stopped at " << percent;
         EXPECT_EQ(GetPlacements(platform), before);
     }
 }

@@ -1,14 +1,14 @@
 #include "buildprocessor/BuildReport.h"
 
-#include "client/interface/CommunicationException.h"
 #include "client/interface/ScopedTempDir.h"
+#include "support/Failures.h"
+#include "support/Files.h"
+#include "support/Texts.h"
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Utf8.h"
 #include "tavsdk/XmlReader.h"
 
 #include <gmock/gmock.h>
-
-#include <fstream>
 
 namespace MachineService::BuildProcessor {
 
@@ -33,7 +33,7 @@ HostScene Read(const std::string& i_text)
 {
     const ScopedTempDir dir;
     const auto path = dir.GetAbsoluteFileNameInTempDir("scene.xml");
-    std::ofstream(path) << i_text;
+    TestSupport::WriteFile(path, i_text);
     return ReadHostScene(path);
 }
 
@@ -79,28 +79,20 @@ TEST(HostScene, ReadsWhatTheHostWritesAndSkipsTheRest)
 TEST(HostScene, NamesTheFileAndWhatIsDamaged)
 {
     const std::string good = Scene;
-    const auto replaced = [&](const std::string& i_from, const std::string& i_to) {
-        std::string text = good;
-        return text.replace(text.find(i_from), i_from.size(), i_to);
-    };
     const std::pair<std::string, const char*> rows[] = {
         {good.substr(0, good.size() / 2), "scene.xml"},
         {"<HostScene/>", "There is no platform in it."},
-        {replaced("1 0 0 20", "1 0 0"), "too short"},
-        {replaced("1 0 0 20", "1 0 nan 20"), "numbers is damaged"},
-        {replaced("1 0 0 20", "1 0 0 0 20"), "numbers is damaged"},
-        {replaced("max=\"30", "max=\"1e30"), "numbers is damaged"},
-        {replaced("0f7c3c1e-", "zf7c3c1e-"), "id of a part"},
-        {replaced("<HostScene", "<!DOCTYPE a><HostScene"), "scene.xml"},
+        {TestSupport::Replaced(good, "1 0 0 20", "1 0 0"), "too short"},
+        {TestSupport::Replaced(good, "1 0 0 20", "1 0 nan 20"), "numbers is damaged"},
+        {TestSupport::Replaced(good, "1 0 0 20", "1 0 0 0 20"), "numbers is damaged"},
+        {TestSupport::Replaced(good, "max=\"30", "max=\"1e30"), "numbers is damaged"},
+        {TestSupport::Replaced(good, "0f7c3c1e-", "zf7c3c1e-"), "id of a part"},
+        {TestSupport::Replaced(good, "<HostScene", "<!DOCTYPE a><HostScene"), "scene.xml"},
     };
     for (const auto& [text, reason] : rows) {
-        try {
-            Read(text);
-            ADD_FAILURE() << reason;
-        } catch (const CommunicationException& failure) {
-            EXPECT_EQ(failure.code(), ErrorCode::FileError);
-            EXPECT_THAT(failure.what(), AllOf(HasSubstr("scene.xml"), HasSubstr(reason)));
-        }
+        const auto failure = TestSupport::GetFailure([&, &text = text] { Read(text); });
+        EXPECT_EQ(failure.code, ErrorCode::FileError);
+        EXPECT_THAT(failure.text, AllOf(HasSubstr("scene.xml"), HasSubstr(reason)));
     }
 }
 

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 /// False also for a process that nobody has waited for yet.
 bool IsAlive(pid_t i_process)
 {
-    const std::string state = ReadText("/proc/" + std::to_string(i_process) + "/stat");
+    const std::string state = ReadFile("/proc/" + std::to_string(i_process) + "/stat");
     return !state.empty() && state.find(") Z ") == std::string::npos;
 }
 
@@ -31,7 +31,7 @@ protected:
     /// \param i_engine lines of a shell script in the engine's place.
     void StartWith(const std::string& i_engine, const std::string& i_profile = MakeProfile())
     {
-        WriteText(dir / "engine.sh",
+        WriteFile(dir / "engine.sh",
                   "#!/bin/sh\nwhile [ \"$1\" != --output ]; do shift; done\noutput=$2\n" + i_engine + '\n');
         chmod((dir / "engine.sh").c_str(), 0700);
         Start(i_profile, {{"engine.path", (dir / "engine.sh").string()}});
@@ -81,7 +81,7 @@ TEST_F(BuildTest, RealMeshesBecomeAMachineFileWithFiguresOfEachPart)
         QString::fromStdWString(*platform.GetAMXProperties().GetText(Names::MachineFile)).toStdString();
     EXPECT_EQ(file.parent_path().parent_path().parent_path(), dir / "data" / "jobs");
     EXPECT_EQ(file.filename(), "_bracket.gcode");
-    const std::string gcode = ReadText(file);
+    const std::string gcode = ReadFile(file);
     EXPECT_EQ(gcode.find("\nM104 S400"), std::string::npos);
     EXPECT_NE(gcode.find("; estimated printing time"), std::string::npos);
     struct stat info = {};
@@ -100,7 +100,7 @@ TEST_F(BuildTest, RealMeshesBecomeAMachineFileWithFiguresOfEachPart)
     const fs::path second =
         QString::fromStdWString(*ReadOutput().GetAMXProperties().GetText(Names::MachineFile)).toStdString();
     EXPECT_EQ(second.parent_path().filename(), "_bracket (2)");
-    EXPECT_EQ(ReadText(file), gcode);
+    EXPECT_EQ(ReadFile(file), gcode);
 }
 
 TEST_F(BuildTest, ResinAndEveryShippedPrinterBuild)
@@ -142,8 +142,10 @@ TEST_F(BuildTest, InputThatCannotBeBuiltIsRefusedWithItsReason)
     };
     const std::pair<std::vector<TavAM::Part>, std::string> rows[] = {
         {{}, "There is no part on the platform."},
-        {{MakePart(L"far", box(95))}, "These parts leave the build volume of 'Test printer': 'far'."},
-        {{MakePart(L"a", box(0)), MakePart(L"b", box(5))}, "These parts are in one another's way: 'a', 'b'."},
+        {{MakePart(L"far", box(95)), MakePart(L"in", box(0)), MakePart(L"off", box(-9))},
+         "These parts leave the build volume of 'Test printer': 'far', 'off'."},
+        {{MakePart(L"a", box(0)), MakePart(L"free", box(40)), MakePart(L"b", box(5))},
+         "These parts are in one another's way: 'a', 'b'."},
         {{MakePart(L"soft", TavAM::Representation::FromImplicit("f(x)"))},
          "These parts are not meshes, or not altogether, and cannot be built: 'soft'."},
     };
@@ -153,7 +155,7 @@ TEST_F(BuildTest, InputThatCannotBeBuiltIsRefusedWithItsReason)
         EXPECT_EQ(failure.text, text);
     }
     auto parameters = MakeCube();
-    WriteText(parameters.inputFile, ReadText(parameters.inputFile).substr(0, 300));
+    WriteFile(parameters.inputFile, ReadFile(parameters.inputFile).substr(0, 300));
     const auto truncated = Fail(parameters);
     EXPECT_EQ(truncated.code, ErrorCode::FileError);
     EXPECT_NE(truncated.text.find("input.TavAMX"), std::string::npos) << truncated.text;
@@ -204,7 +206,7 @@ TEST_F(BuildTest, MissingEngineAndBlockedJobFolderSayWhatToDo)
     EXPECT_NE(missing.text.find("install the package prusa-slicer"), std::string::npos) << missing.text;
     if (!IsEngineInstalled())
         return;
-    WriteText(dir / "data", "a file where the folder should be");
+    WriteFile(dir / "data", "a file where the folder should be");
     const auto blocked = Fail(parameters);
     EXPECT_EQ(blocked.code, ErrorCode::FileError);
     EXPECT_NE(blocked.text.find((dir / "data").string()), std::string::npos) << blocked.text;
@@ -226,7 +228,7 @@ TEST_F(BuildTest, CancellingEndsTheEngineAndItsChildrenWithinASecond)
     auto waiting = GetMachine().RunCommand(parameters);
     ASSERT_TRUE(progress.WaitFor(
         [](const auto& i_all) { return !i_all.empty() && i_all.back().second == "Infilling layers"; }));
-    std::istringstream numbers(ReadText(dir / "pid"));
+    std::istringstream numbers(ReadFile(dir / "pid"));
     pid_t engine = 0;
     pid_t child = 0;
     numbers >> engine >> child;

@@ -102,7 +102,7 @@ TEST_F(MachineCommandsTest, AStateSetAtRunTimeRefusesCommandsAndIsNewsOfTheState
         EXPECT_THAT(Run(CommandType::AdditionalForPlatform, platform).message, HasSubstr("none collide"));
     }
     // A damaged state counts as none: the profile's own comes back.
-    WriteText(profiles / (TestId + ".queue"), "asleep");
+    WriteFile(profiles / (TestId + ".queue"), "asleep");
     ASSERT_TRUE(expectNews());
     EXPECT_TRUE(machine.CanRunCommand(Find(CommandType::Build).id).get());
     BuildProcessor::SetQueueState(profiles, machine.GetMachineData().id, QueueState::Paused);
@@ -183,18 +183,18 @@ TEST_F(MachineCommandsTest, ConfiguringThePrinterWritesSettingsThatPlatformsThen
     struct stat info = {};
     ASSERT_EQ(stat(file.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0600U);
-    EXPECT_THAT(ReadText(file), AllOf(HasSubstr("\"layerHeight\": 0.3"), HasSubstr("\"material\": \"PLA\""),
+    EXPECT_THAT(ReadFile(file), AllOf(HasSubstr("\"layerHeight\": 0.3"), HasSubstr("\"material\": \"PLA\""),
                                       HasSubstr("\"clearance\": 3")));
 
-    WriteText(file, R"({"layerHeight": 0.1, "material": "Gold", "clearance": 9})");
+    WriteFile(file, R"({"layerHeight": 0.1, "material": "Gold", "clearance": 9})");
     EXPECT_THAT(Run(CommandType::ConfigurePlatform, empty).message,
                 AllOf(HasSubstr("layers of 0.1 mm in 'PLA'"), HasSubstr("'Gold'")));
     Run(CommandType::ConfigurePrinter, empty);
-    EXPECT_THAT(ReadText(file), AllOf(HasSubstr("\"layerHeight\": 0.1"), HasSubstr("\"material\": \"PLA\""),
+    EXPECT_THAT(ReadFile(file), AllOf(HasSubstr("\"layerHeight\": 0.1"), HasSubstr("\"material\": \"PLA\""),
                                       HasSubstr("\"clearance\": 9"), HasSubstr("\"wallClearance\": 9")));
 
     for (const char* const damage : {"{", "[]", R"({"layerHeight": "x"})", R"({"colour": 1})"}) {
-        WriteText(file, damage);
+        WriteFile(file, damage);
         const auto failure = Fail(CommandType::ConfigurePlatform, empty);
         EXPECT_EQ(failure.code, ErrorCode::FileError);
         EXPECT_THAT(failure.text, HasSubstr(file.string()));
@@ -222,7 +222,7 @@ TEST_F(MachineCommandsTest, AConnectionIsTestedAtTheFolderOfJobs)
     EXPECT_TRUE(fs::is_empty(jobs));
 
     fs::remove_all(dir / "data" / "jobs");
-    WriteText(dir / "data" / "jobs", "not a folder");
+    WriteFile(dir / "data" / "jobs", "not a folder");
     const auto failure = Fail(CommandType::ConfigurePrinter, MakePlatform({}));
     EXPECT_EQ(failure.code, ErrorCode::FileError);
     EXPECT_THAT(failure.text, HasSubstr((dir / "data" / "jobs").string()));
@@ -259,17 +259,17 @@ TEST_F(MachineCommandsTest, ReportsAreMadeOfTheSceneDescription)
     Start();
     auto parameters = MakeParameters(MakePlatform({}), CommandType::Additional);
     parameters.inputFile = dir / "scene.xml";
-    WriteText(parameters.inputFile, R"(<?xml version="1.0"?><HostScene><Platform name="../a/&lt;b&gt;"><Properties>
+    WriteFile(parameters.inputFile, R"(<?xml version="1.0"?><HostScene><Platform name="../a/&lt;b&gt;"><Properties>
         <Property name="BuildProcessor.Material">Heavy</Property></Properties><Parts/></Platform></HostScene>)");
     EXPECT_EQ(GetMachine().RunCommand(parameters).get().dataFormat, DataFormat::Document);
     std::vector<fs::path> files(fs::directory_iterator(dir / "output"), fs::directory_iterator());
     ASSERT_EQ(files.size(), 1U);
     EXPECT_EQ(files[0].extension(), ".html");
-    EXPECT_THAT(ReadText(files[0]), AllOf(HasSubstr("<title>Build report: ../a/&lt;b&gt;</title>"),
+    EXPECT_THAT(ReadFile(files[0]), AllOf(HasSubstr("<title>Build report: ../a/&lt;b&gt;</title>"),
                                           HasSubstr("<bdi>Test printer</bdi>"), HasSubstr("<bdi>Heavy</bdi>, 2.50 g")));
 
     fs::remove(files[0]);
-    WriteText(parameters.inputFile, "<HostScene><Platform>");
+    WriteFile(parameters.inputFile, "<HostScene><Platform>");
     const auto failure = GetFailure([&] { GetMachine().RunCommand(parameters).get(); });
     EXPECT_EQ(failure.code, ErrorCode::FileError);
     EXPECT_THAT(failure.text, HasSubstr("scene.xml"));
@@ -302,7 +302,7 @@ TEST_F(MachineCommandsTest, ReportPropertiesHoldPrinterAndFigures)
 TEST_F(MachineCommandsTest, CommandsThatDoNotSliceDoNotWaitForThoseThatDoAndBothCanBeStopped)
 {
     const auto engine = dir / "engine.sh";
-    WriteText(engine, "#!/bin/sh\necho '10 => Processing triangulated mesh'\nexec sleep 600\n");
+    WriteFile(engine, "#!/bin/sh\necho '10 => Processing triangulated mesh'\nexec sleep 600\n");
     ASSERT_EQ(chmod(engine.c_str(), 0700), 0);
     Start(MakeRichProfile(), {{"engine.path", engine.string()}});
     auto parameters = MakeParameters(MakePlatform({MakeCube(L"a", 20)}), CommandType::ConsumptionEstimations);

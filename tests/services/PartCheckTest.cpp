@@ -78,12 +78,6 @@ TEST(BuildVolume, ExactVerticesDecideAndEveryOffenderIsNamed)
         EXPECT_EQ(failure.code, *row.refusal ? ErrorCode::FileError : ErrorCode::None);
         EXPECT_NE(failure.text.find(row.refusal), std::string::npos) << failure.text;
     }
-    const auto outside = MakeBox(200, 0, 0, 10, 10, 10);
-    const auto both = GetFailure([&] {
-        CheckBuildVolume(square, {ToGeometry("one", {outside}), ToGeometry("in", {MakeBox(0, 0, 0, 9, 9, 9)}),
-                                  ToGeometry("two", {outside})});
-    });
-    EXPECT_EQ(both.text, "These parts leave the build volume of 'Test printer': 'one', 'two'.");
 }
 
 TEST(Collision, SurfacesAndContainmentDecideNotBoxes)
@@ -127,12 +121,6 @@ TEST(Collision, SurfacesAndContainmentDecideNotBoxes)
             EXPECT_EQ(failure.code, row.collides ? ErrorCode::FileError : ErrorCode::None) << row.what << failure.text;
         }
     }
-    const auto many = GetFailure([&] {
-        CheckCollisions({ToGeometry("left", {box(0, 0, 0, 10)}), ToGeometry("free", {box(40, 0, 0, 10)}),
-                         ToGeometry("right", {box(5, 5, 0, 10)})},
-                        {});
-    });
-    EXPECT_EQ(many.text, "These parts are in one another's way: 'left', 'right'.");
 }
 
 } // namespace

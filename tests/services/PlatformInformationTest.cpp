@@ -3,18 +3,11 @@
 #include "buildprocessor/MachineSettings.h"
 #include "buildprocessor/ProfileReader.h"
 #include "buildprocessor/ShippedProfiles.h"
-#include "client/interface/ICommunicationServiceAPI.h"
-#include "services/ServiceFixture.h"
-#include "tavam/AMXFileReader.h"
+#include "services/ServiceTest.h"
 
 #include <gmock/gmock.h>
 
-#include <QByteArray>
-
-#include <boost/uuid/string_generator.hpp>
-
-#include <algorithm>
-#include <cstdlib>
+#include <boost/uuid/uuid_io.hpp>
 
 namespace MachineService {
 
@@ -25,8 +18,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 namespace Own = BuildProcessor::PropertyName;
 namespace fs = std::filesystem;
-
-const boost::uuids::uuid TestId = boost::uuids::string_generator()("11111111-2222-3333-4444-555555555555");
 
 /// Two of everything that there is to choose; texts outside ASCII, and with characters that XML escapes.
 std::string MakeChoosableProfile()
@@ -39,7 +30,7 @@ std::string MakeChoosableProfile()
                         "nozzleTemperature": 250, "bedTemperature": 80}])");
 }
 
-std::string MakeParameters(const std::string& i_values)
+std::string MakeChoices(const std::string& i_values)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><PlatformCreationParameters "
            "xmlns=\"https://www.vexlor.example/BuildProcessor/2014\">" +
@@ -51,82 +42,46 @@ std::string MakeValue(const std::string& i_id, const std::string& i_value)
     return "<ParameterValue id=\"BuildProcessor." + i_id + "\">" + i_value + "</ParameterValue>";
 }
 
-class PlatformInformationTest : public ::testing::Test
+class PlatformInformationTest : public ServiceTest
 {
 protected:
-    PlatformInformationTest()
-    {
-        fs::create_directories(dir / "temp");
-        fs::create_directories(dir / "output");
-        formerTemp = qgetenv("TMPDIR");
-        qputenv("TMPDIR", (dir / "temp").c_str());
-        WriteText(dir / "configuration" / "profiles" / "test.json", MakeChoosableProfile());
-        const auto api = CreateCommunicationService();
-        catalog = api->CreateMachinesCatalog(
-            [&](ServiceId) { return std::make_unique<TestUtility>(dir, std::map<std::string, std::string>()); });
-        Journal<ServiceStatus> status;
-        const auto connection =
-            catalog->ConnectServiceStatusUpdated([&](ServiceId, ServiceStatus i_status) { status.Add(i_status); });
-        catalog->Start(ServiceId::BuildProcessors);
-        EXPECT_TRUE(status.WaitFor([](const auto& i_all) { return i_all.size() == 2; }));
-        connection.disconnect();
-    }
-    ~PlatformInformationTest() override
-    {
-        catalog.reset();
-        formerTemp.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", formerTemp);
-    }
+    PlatformInformationTest() { Start(MakeChoosableProfile()); }
 
-    Machine GetMachine() const { return catalog->GetMachine(TestId); }
-
-    TavAM::Platform MakeEmptyPlatform(const std::string& i_parameters, const boost::uuids::uuid& i_machine = TestId)
+    TavAM::Platform MakeEmptyPlatform(const std::string& i_parameters, const std::string& i_machine = TestId)
     {
-        const auto [result, item] = catalog->GetMachine(i_machine).GetEmptyPlatform(i_parameters).get();
+        const auto [result, item] = GetMachine(i_machine).GetEmptyPlatform(i_parameters).get();
         EXPECT_TRUE(result.completed);
         EXPECT_EQ(result.dataFormat, DataFormat::Platform);
         EXPECT_EQ(item.kind, PlatformDataKind::Platform);
         EXPECT_TRUE(fs::is_empty(dir / "temp"));
-        WriteText(dir / "empty.TavAMX", item.data);
-        TavAM::AMXFileReader reader;
-        TavAM::Database database;
-        EXPECT_TRUE(reader.ReadFile(dir / "empty.TavAMX", database)) << reader.GetError();
-        return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
+        WriteFile(dir / "empty.TavAMX", item.data);
+        return ReadPlatform(dir / "empty.TavAMX");
     }
 
     /// The machine file of one small part on the platform.
     std::string Build(TavAM::Platform i_platform)
     {
         i_platform.GetParts().push_back(MakePart(L"cube", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 3))));
-        CommandParameters parameters;
-        parameters.jobName = "cube";
-        parameters.inputFile = dir / "input.TavAMX";
-        parameters.outputDir = dir / "output";
-        parameters.commandId = GetMachine().GetCommands().get().at(0).id;
-        TavAM::AMXFileWriter().WriteFile(parameters.inputFile, i_platform);
+        const auto parameters = MakeParameters(i_platform);
         fs::remove_all(dir / "data" / "jobs");
         GetMachine().RunCommand(parameters).get();
         for (const auto& entry : fs::recursive_directory_iterator(dir / "data" / "jobs")) {
             if (entry.path().extension() == ".gcode")
-                return ReadText(entry.path());
+                return ReadFile(entry.path());
         }
         return {};
     }
-
-    const ScopedTempDir folder;
-    const fs::path dir = folder.GetAbsoluteDir();
-    QByteArray formerTemp;
-    std::unique_ptr<AbstractMachinesCatalog> catalog;
 };
 
 } // namespace
 
 TEST_F(PlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
 {
-    if (std::system("command -v prusa-slicer >/dev/null 2>&1") != 0)
-        GTEST_SKIP() << "the slicing engine is not installed";
+    if (!IsEngineInstalled())
+        GTEST_SKIP() << "the package prusa-slicer is not installed";
     const auto chosen =
-        MakeEmptyPlatform(MakeParameters(MakeValue("Material", "Zäh &amp; hart") + MakeValue("LayerHeight", "0.2") +
-                                         MakeValue("Nozzle", "0.6") + MakeValue("Plate", "Riffelblech &lt;ß&gt;")));
+        MakeEmptyPlatform(MakeChoices(MakeValue("Material", "Zäh &amp; hart") + MakeValue("LayerHeight", "0.2") +
+                                      MakeValue("Nozzle", "0.6") + MakeValue("Plate", "Riffelblech &lt;ß&gt;")));
     EXPECT_TRUE(chosen.GetParts().empty());
     ASSERT_TRUE(chosen.GetMachine());
     EXPECT_EQ(chosen.GetMachine()->values.GetText(L"machine.material"), L"Zäh & hart");
@@ -140,7 +95,7 @@ TEST_F(PlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
 
     // What is empty was not chosen.
     const std::string defaultFile =
-        Build(MakeEmptyPlatform(MakeParameters(MakeValue("Material", "PLA") + MakeValue("Plate", ""))));
+        Build(MakeEmptyPlatform(MakeChoices(MakeValue("Material", "PLA") + MakeValue("Plate", ""))));
     for (const char* line : {"\n; layer_height = 0.3\n", "\n; temperature = 210\n", "\n; bed_temperature = 60\n",
                              "\n; nozzle_diameter = 0.4\n"})
         EXPECT_NE(defaultFile.find(line), std::string::npos) << line;
@@ -148,10 +103,10 @@ TEST_F(PlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
 
 TEST_F(PlatformInformationTest, ThePlateOfAResinPrinterChangesItsFirstExposure)
 {
-    const auto& profiles = BuildProcessor::GetShippedProfiles();
-    const auto lumen = std::find_if(profiles.begin(), profiles.end(),
+    const auto& shipped = BuildProcessor::GetShippedProfiles();
+    const auto lumen = std::find_if(shipped.begin(), shipped.end(),
                                     [](const auto& i_file) { return i_file.first == "lumen-8k.json"; });
-    ASSERT_NE(lumen, profiles.end());
+    ASSERT_NE(lumen, shipped.end());
     const auto profile = BuildProcessor::ReadProfile(lumen->second, lumen->first).profile;
     const std::pair<std::string, double> rows[] = {
         {MakeValue("Material", "Tough resin") + MakeValue("Plate", "Magnetic steel"), 1.4 * 32},
@@ -161,7 +116,7 @@ TEST_F(PlatformInformationTest, ThePlateOfAResinPrinterChangesItsFirstExposure)
     for (const auto& [values, exposure] : rows) {
         std::vector<std::string> notes;
         const auto chosen = BuildProcessor::ApplyPlatformSettings(
-            profile, {}, MakeEmptyPlatform(MakeParameters(values), profile.id), notes);
+            profile, {}, MakeEmptyPlatform(MakeChoices(values), boost::uuids::to_string(profile.id)), notes);
         EXPECT_DOUBLE_EQ(chosen.GetFirstExposureTime(), exposure) << values;
     }
 }
@@ -172,23 +127,23 @@ TEST_F(PlatformInformationTest, RefusesWhatItDidNotOfferInASentenceThatNamesIt)
     const std::string large(2'000'000, 'x');
     const std::pair<std::string, const char*> rows[] = {
         {"", "The printer 'Test printer' needs a value of BuildProcessor.Material; it has 'PLA', 'Zäh & hart'."},
-        {MakeParameters(MakeValue("Material", "")), "needs a value of BuildProcessor.Material"},
-        {MakeParameters(MakeValue("LayerHeight", "0.2")), "needs a value of BuildProcessor.Material"},
-        {MakeParameters(MakeValue("Material", "Weiß")),
+        {MakeChoices(MakeValue("Material", "")), "needs a value of BuildProcessor.Material"},
+        {MakeChoices(MakeValue("LayerHeight", "0.2")), "needs a value of BuildProcessor.Material"},
+        {MakeChoices(MakeValue("Material", "Weiß")),
          "does not offer the value 'Weiß' of BuildProcessor.Material; it has 'PLA', 'Zäh & hart'."},
-        {MakeParameters(material + MakeValue("LayerHeight", "0.20")), "the value '0.20' of BuildProcessor.LayerHeight"},
-        {MakeParameters(material + MakeValue("Farbe", "rot")),
+        {MakeChoices(material + MakeValue("LayerHeight", "0.20")), "the value '0.20' of BuildProcessor.LayerHeight"},
+        {MakeChoices(material + MakeValue("Farbe", "rot")),
          "does not offer the choice 'BuildProcessor.Farbe'; it has BuildProcessor.Material, "
          "BuildProcessor.LayerHeight, BuildProcessor.Nozzle, BuildProcessor.Plate."},
-        {MakeParameters(material + material), "more than one value of 'BuildProcessor.Material'"},
-        {MakeParameters(material + "<ParameterValue>1</ParameterValue>"), "does not offer the choice ''"},
+        {MakeChoices(material + material), "more than one value of 'BuildProcessor.Material'"},
+        {MakeChoices(material + "<ParameterValue>1</ParameterValue>"), "does not offer the choice ''"},
         {"<PlatformCreationParameters/>", "is not PlatformCreationParameters of https://"},
-        {Replaced(MakeParameters(material), "2014", "2015"), "is not PlatformCreationParameters of https://"},
+        {Replaced(MakeChoices(material), "2014", "2015"), "is not PlatformCreationParameters of https://"},
         {"<Other xmlns=\"https://www.vexlor.example/BuildProcessor/2014\"/>", "is not PlatformCreationParameters"},
-        {MakeParameters(material).substr(0, 120), "cannot be read: Line 1"},
-        {"<!DOCTYPE a>" + MakeParameters(material), "cannot be read"},
-        {MakeParameters("<ParameterValue id=\"\xff\">1</ParameterValue>"), "cannot be read"},
-        {MakeParameters(MakeValue("Material", large)), "larger than 1000000 bytes"},
+        {MakeChoices(material).substr(0, 120), "cannot be read: Line 1"},
+        {"<!DOCTYPE a>" + MakeChoices(material), "cannot be read"},
+        {MakeChoices("<ParameterValue id=\"\xff\">1</ParameterValue>"), "cannot be read"},
+        {MakeChoices(MakeValue("Material", large)), "larger than 1000000 bytes"},
         {"no XML", "cannot be read"},
     };
     for (const auto& [parameters, text] : rows) {
@@ -217,7 +172,7 @@ TEST_F(PlatformInformationTest, DefaultsAreThoseOfTheSettingsAndProgressAndStopR
     // Settings that the profile no longer has are told, not fatal; damaged ones are.
     BuildProcessor::WriteMachineSettings(dir / "data" / "machines", profile, {0.15, "PLA", 4});
     EXPECT_THAT(GetMachine().GetPlatformInformation().get().message, HasSubstr("0.15 mm"));
-    WriteText(BuildProcessor::GetSettingsPath(dir / "data" / "machines", profile), "{");
+    WriteFile(BuildProcessor::GetSettingsPath(dir / "data" / "machines", profile), "{");
     EXPECT_EQ(GetFailure([&] { GetMachine().GetPlatformInformation().get(); }).code, ErrorCode::FileError);
 
     std::stop_source stop;

@@ -5,6 +5,8 @@
 #include "buildprocessor/ProfileReader.h"
 #include "buildprocessor/ShippedProfiles.h"
 
+#include <gmock/gmock.h>
+
 #include <set>
 
 namespace MachineService::BuildProcessor {
@@ -13,6 +15,7 @@ namespace {
 
 using Testing::MakeProfile;
 using Testing::Replaced;
+using ::testing::ThrowsMessage;
 
 struct Damage
 {
@@ -72,21 +75,14 @@ TEST(Profile, DamagedFieldIsNamedWithItsFileAndPath)
          "field defaultMaterial must be the name of one of the materials"},
     };
     for (const Damage& damage : damages) {
-        try {
-            ReadProfile(Replaced(MakeProfile(), damage.what, damage.by), "profiles/foo.json");
-            ADD_FAILURE() << "accepted: " << damage.by;
-        } catch (const ProfileError& error) {
-            EXPECT_EQ(error.what(), std::string("profiles/foo.json: ") + damage.message);
-        }
+        EXPECT_THAT([&] { ReadProfile(Replaced(MakeProfile(), damage.what, damage.by), "profiles/foo.json"); },
+                    ThrowsMessage<ProfileError>(std::string("profiles/foo.json: ") + damage.message));
     }
     for (const std::string& text : {std::string(), MakeProfile().substr(0, 200), std::string("[]"),
                                     std::string(1'000'001, ' '), std::string(100'000, '[')}) {
-        try {
-            ReadProfile(text, "profiles/foo.json");
-            ADD_FAILURE() << "accepted: " << text.substr(0, 20);
-        } catch (const ProfileError& error) {
-            EXPECT_TRUE(std::string(error.what()).starts_with("profiles/foo.json: ")) << error.what();
-        }
+        EXPECT_THAT([&] { ReadProfile(text, "profiles/foo.json"); },
+                    ThrowsMessage<ProfileError>(::testing::StartsWith("profiles/foo.json: ")))
+            << text.substr(0, 20);
     }
 }
 

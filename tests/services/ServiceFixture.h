@@ -1,9 +1,11 @@
 #pragma once
 
 #include "client/interface/AbstractPluginUtility.h"
-#include "client/interface/CommunicationException.h"
 #include "client/interface/Machine.h"
 #include "client/interface/ScopedTempDir.h"
+#include "support/Failures.h"
+#include "support/Files.h"
+#include "support/Texts.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavam/Platform.h"
 
@@ -11,13 +13,9 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <sstream>
-#include <string>
 
 namespace MachineService::Testing {
 
@@ -76,26 +74,11 @@ private:
     std::vector<Item> _items;
 };
 
-inline void WriteText(const std::filesystem::path& i_path, const std::string& i_text)
-{
-    std::filesystem::create_directories(i_path.parent_path());
-    std::ofstream(i_path, std::ios::binary) << i_text;
-}
-
-inline std::string ReadText(const std::filesystem::path& i_path)
-{
-    std::ostringstream text;
-    text << std::ifstream(i_path, std::ios::binary).rdbuf();
-    return text.str();
-}
-
-inline std::string Replaced(std::string i_text, const std::string& i_what, const std::string& i_by)
-{
-    const auto at = i_text.find(i_what);
-    if (at == std::string::npos)
-        throw std::logic_error("'" + i_what + "' is not there to be replaced");
-    return i_text.replace(at, i_what.size(), i_by);
-}
+using TestSupport::Failure;
+using TestSupport::GetFailure;
+using TestSupport::ReadFile;
+using TestSupport::Replaced;
+using TestSupport::WriteFile;
 
 /// A profile of a small printer, to be varied.
 inline std::string MakeProfile(const std::string& i_id = "11111111-2222-3333-4444-555555555555")
@@ -134,24 +117,6 @@ inline TavAM::Part MakePart(const std::wstring& i_name, TavAM::Representation i_
     part.SetName(i_name);
     part.SetRepresentation(std::move(i_representation));
     return part;
-}
-
-/// Code and text of the failure that a future holds or a function throws.
-struct Failure
-{
-    ErrorCode code = ErrorCode::None;
-    std::string text;
-};
-
-template <class Action>
-Failure GetFailure(const Action& i_action)
-{
-    try {
-        i_action();
-    } catch (const CommunicationException& failure) {
-        return {failure.code(), failure.what()};
-    }
-    return {};
 }
 
 } // namespace MachineService::Testing

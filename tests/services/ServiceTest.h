@@ -9,10 +9,10 @@
 
 #include <boost/uuid/string_generator.hpp>
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdlib>
+
+#include <sys/stat.h>
 
 namespace MachineService::Testing {
 
@@ -42,6 +42,14 @@ inline TavAM::Platform MakePlatform(std::vector<TavAM::Part> i_parts)
     return platform;
 }
 
+inline TavAM::Platform ReadPlatform(const std::filesystem::path& i_path)
+{
+    TavAM::AMXFileReader reader;
+    TavAM::Database database;
+    EXPECT_TRUE(reader.ReadFile(i_path, database)) << reader.GetError();
+    return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
+}
+
 inline TavAM::Part MakeCube(const std::wstring& i_name, float i_x, const wchar_t* ip_strategy = nullptr)
 {
     auto part = MakePart(i_name, ToRepresentation(MakeBox(i_x, 20, 0, 15, 15, 6)));
@@ -69,7 +77,7 @@ protected:
 
     void Start(const std::string& i_profile = MakeProfile(), std::map<std::string, std::string> i_settings = {})
     {
-        WriteText(profiles / "test.json", i_profile);
+        WriteFile(profiles / "test.json", i_profile);
         const auto api = CreateCommunicationService();
         catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<TestUtility>(dir, i_settings); });
         Journal<ServiceStatus> status;
@@ -139,13 +147,7 @@ protected:
         return Fail(MakeParameters(i_platform, i_type));
     }
 
-    TavAM::Platform ReadOutput()
-    {
-        TavAM::AMXFileReader reader;
-        TavAM::Database database;
-        EXPECT_TRUE(reader.ReadFile(dir / "output" / "platform.TavAMX", database)) << reader.GetError();
-        return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
-    }
+    TavAM::Platform ReadOutput() const { return ReadPlatform(dir / "output" / "platform.TavAMX"); }
 
     const ScopedTempDir folder;
     const std::filesystem::path dir = folder.GetAbsoluteDir();

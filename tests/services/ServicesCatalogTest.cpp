@@ -103,26 +103,26 @@ TEST_F(ServicesCatalogTest, FolderThatComesGoesAndIsEditedIsFollowedWithinASecon
 {
     Start();
     const auto profiles = ProfilePath("").parent_path();
-    WriteText(ProfilePath("a.json"), MakeProfile(IdA));
+    WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
     ASSERT_TRUE(Expect("added " + IdA));
     const auto time = GetMachine(IdA).GetMachineData().configurationTime;
     ASSERT_TRUE(time);
 
     // As editors save: beside it, then renamed.
-    WriteText(ProfilePath(".a.json.tmp"), Replaced(MakeProfile(IdA), "Test printer", "Renamed"));
+    WriteFile(ProfilePath(".a.json.tmp"), Replaced(MakeProfile(IdA), "Test printer", "Renamed"));
     std::filesystem::rename(ProfilePath(".a.json.tmp"), ProfilePath("a.json"));
     ASSERT_TRUE(Expect("updated " + IdA + " 9"));
     EXPECT_EQ(GetMachine(IdA).GetMachineData().name, "Renamed");
-    WriteText(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", "paused"));
+    WriteFile(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", "paused"));
     ASSERT_TRUE(Expect("updated " + IdA + " 11"));
 
     // Damaged: the last good one stays, and the others live on.
-    WriteText(ProfilePath("a.json"), "{ damaged");
-    WriteText(ProfilePath("b.json"), MakeProfile(IdB));
+    WriteFile(ProfilePath("a.json"), "{ damaged");
+    WriteFile(ProfilePath("b.json"), MakeProfile(IdB));
     ASSERT_TRUE(Expect("added " + IdB));
     EXPECT_NO_THROW(GetMachine(IdA));
     // A second file of that id is left out, and takes its place when the first goes.
-    WriteText(ProfilePath("c.json"), Replaced(MakeProfile(IdB), "Test printer", "Second"));
+    WriteFile(ProfilePath("c.json"), Replaced(MakeProfile(IdB), "Test printer", "Second"));
     ASSERT_TRUE(catalog->Refresh(Service));
     std::filesystem::remove(ProfilePath("b.json"));
     ASSERT_TRUE(Expect("updated " + IdB + " 9"));
@@ -133,13 +133,13 @@ TEST_F(ServicesCatalogTest, FolderThatComesGoesAndIsEditedIsFollowedWithinASecon
     ASSERT_TRUE(Expect("removed " + IdA));
     ASSERT_TRUE(Expect("removed " + IdB));
     std::filesystem::remove_all(profiles.parent_path());
-    WriteText(ProfilePath("b.json"), MakeProfile(IdB));
+    WriteFile(ProfilePath("b.json"), MakeProfile(IdB));
     ASSERT_TRUE(Expect("added " + IdB));
     // Nothing but its time changes: nothing is told.
     journal.Take();
     std::filesystem::last_write_time(ProfilePath("b.json"), std::filesystem::file_time_type::clock::now());
-    WriteText(ProfilePath("b.json"), MakeProfile(IdB));
-    WriteText(ProfilePath("a.json"), MakeProfile(IdA));
+    WriteFile(ProfilePath("b.json"), MakeProfile(IdB));
+    WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
     ASSERT_TRUE(Expect("added " + IdA));
     EXPECT_EQ(journal.Take(), std::vector{"added " + IdA});
 }
@@ -148,7 +148,7 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
 {
     const std::pair<const char*, ErrorCode> states[] = {
         {"paused", ErrorCode::QueuePaused}, {"error", ErrorCode::QueueError}, {"offline", ErrorCode::QueueOffline}};
-    WriteText(ProfilePath("a.json"), MakeProfile(IdA));
+    WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
     Start();
     const Machine machine = GetMachine(IdA);
     const auto commands = machine.GetCommands().get();
@@ -168,7 +168,7 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
               "The printer 'Test printer' does not offer preprocessing.");
     parameters.commandId = commands[0].id;
     for (const auto& [state, code] : states) {
-        WriteText(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", state));
+        WriteFile(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", state));
         ASSERT_TRUE(Expect("updated " + IdA + " 3"));
         journal.Take();
         EXPECT_FALSE(machine.CanRunCommand(parameters.commandId).get());
@@ -198,7 +198,7 @@ TEST_F(ServicesCatalogTest, GoesDownWhileItsThreadAsksItAndOthersAsk)
     Start();
     EXPECT_GT(asked.load(), 0);
     for (int number = 0; number < 20; ++number) {
-        WriteText(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "Test", "Test " + std::to_string(number)));
+        WriteFile(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "Test", "Test " + std::to_string(number)));
         catalog->Refresh(Service);
         catalog->GetMachines();
     }
