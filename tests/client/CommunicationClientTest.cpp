@@ -2,7 +2,7 @@
 
 #include "catalog/PrinterAttachment.h"
 #include "client/events/UIJobEvent.h"
-#include "client/interface/CommunicationException.h"
+#include "support/Failures.h"
 #include "support/FakeMachineService.h"
 #include "support/HostFixture.h"
 
@@ -70,12 +70,7 @@ protected:
     }
     std::string _GetMessageOfAttaching(const QUuid& i_id)
     {
-        try {
-            _client->HandleMachineChanged(_host.scene, i_id);
-        } catch (const CommunicationException& exception) {
-            return exception.what();
-        }
-        return {};
+        return GetFailure([&] { _client->HandleMachineChanged(_host.scene, i_id); }).text;
     }
     void _SetMachineAt(std::uint8_t i_number, int i_seconds)
     {
