@@ -1,6 +1,6 @@
 #include "vexlorcore/UiThread.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <QCoreApplication>
 #include <QEventLoop>
@@ -69,23 +69,17 @@ TEST(UiThreadTest, WakesWhoeverWaitsWhenItGoes)
 {
     auto ui = std::make_unique<UiThread>();
     bool hasPostRun = false;
-    std::atomic<int> shutDown = 0;
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
-            try {
-                UiThread::Invoke([] { ADD_FAILURE() << "ran without an event loop"; });
-            } catch (const std::runtime_error& error) {
-                EXPECT_STREQ(error.what(), "The host is shutting down.");
-                ++shutDown;
-            }
+            EXPECT_THAT([] { UiThread::Invoke([] { ADD_FAILURE() << "ran without an event loop"; }); },
+                        ::testing::ThrowsMessage<std::runtime_error>("The host is shutting down."));
         });
     }
     UiThread::Post([&] { hasPostRun = true; });
     ui.reset();
     for (auto& thread : threads)
         thread.join();
-    EXPECT_EQ(shutDown, 4);
     QCoreApplication::processEvents();
     EXPECT_FALSE(hasPostRun);
     EXPECT_FALSE(UiThread::IsCurrent());

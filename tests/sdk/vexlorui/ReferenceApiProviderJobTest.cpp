@@ -21,6 +21,7 @@ using VexlorCore::IJobProgress;
 class RecordingDisplay final : public Vexlor::IProgressDisplay
 {
 public:
+    RecordingDisplay() { _clock.start(); }
     void Begin(const QString& i_title) override { log << QStringLiteral("begin ") + i_title; }
     void SetProgress(int i_percent, const QString& i_stage) override
     {
@@ -36,11 +37,7 @@ public:
     std::function<void()> onProgress;
 
 private:
-    QElapsedTimer _clock = [] {
-        QElapsedTimer clock;
-        clock.start();
-        return clock;
-    }();
+    QElapsedTimer _clock;
 };
 
 /// Waits as a service would: until it is told to stop. False after a deadline that no test should meet.
@@ -122,18 +119,17 @@ TEST_F(ReferenceApiProviderJobTest, DeliversProgressAtItsPaceAndNeverAfterTheEnd
 
 TEST_F(ReferenceApiProviderJobTest, RefusesASecondJobAndAJobFromAnotherThread)
 {
-    std::string refusal;
     EXPECT_TRUE(_host.provider.RunJob(_title, [&](IJobProgress&) {
         EXPECT_TRUE(_host.provider.IsJobRunning());
         EXPECT_THROW(_host.provider.RunJob(_title, [](IJobProgress&) { return true; }), std::logic_error);
-        try {
-            _host.provider.InvokeOnUiThread([&] { _host.provider.RunJob(_title, [](IJobProgress&) { return true; }); });
-        } catch (const std::runtime_error& error) {
-            refusal = error.what();
-        }
+        EXPECT_THAT(
+            [&] {
+                _host.provider.InvokeOnUiThread(
+                    [&] { _host.provider.RunJob(_title, [](IJobProgress&) { return true; }); });
+            },
+            ::testing::ThrowsMessage<std::runtime_error>("Another command is still running."));
         return true;
     }));
-    EXPECT_EQ(refusal, "Another command is still running.");
     EXPECT_TRUE(_host.provider.RunJob(_title, [](IJobProgress&) { return true; }));
 }
 
