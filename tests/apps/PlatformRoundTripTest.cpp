@@ -1,7 +1,11 @@
 #include "client/CommunicationClient.h"
+#include "machineconfig/CarriedMachineConfiguration.h"
+#include "machineconfig/MachineConfiguration.h"
+#include "machineconfig/MachineConfigurationFile.h"
 #include "platform/IPlatformCreator.h"
 #include "services/ServiceFixture.h"
 #include "support/HostFixture.h"
+#include "support/Xmllint.h"
 #include "tavam/PropertyNames.h"
 #include "vexlorcore/SceneFile.h"
 #include "vexlorcore/SceneMachineData.h"
@@ -9,9 +13,6 @@
 #include <QTest>
 
 #include <boost/uuid/uuid_io.hpp>
-
-#include <algorithm>
-#include <cstdlib>
 
 namespace MachineService {
 namespace {
@@ -48,6 +49,25 @@ protected:
         client.HandleMachineChanged(
             scene, QUuid::fromString(QString::fromStdString(boost::uuids::to_string(i_machine.GetMachineData().id))));
         return scene;
+    }
+
+    /// The platform carries what the machine data say, and as a file that is valid.
+    void ExpectConfiguration(const TavAM::Platform& i_platform, const MachineLayer::IMachineData& i_data,
+                             const std::string& i_name) const
+    {
+        const auto carried = GetMachineConfiguration(i_platform);
+        ASSERT_TRUE(carried);
+        EXPECT_EQ(carried, MachineConfigurationFromMachineData(i_data));
+        EXPECT_EQ(QString::fromStdWString(carried->machineName).toStdString(), i_name);
+        std::vector<std::string> elements;
+        for (const ConfigurationSchema& schema : GetConfigurationSchemas(*carried))
+            elements.push_back(schema.element);
+        EXPECT_EQ(elements, (std::vector<std::string>{"MachineConfiguration", "SupportProfiles", "Nesting",
+                                                      "ParametersBaseplate", "ParametersExportPart"}));
+        const auto file = _host.GetDir() / "configuration.xml";
+        SaveMachineConfiguration(file, *carried);
+        EXPECT_EQ(LoadMachineConfiguration(file), carried);
+        EXPECT_EQ(TestSupport::ValidateConfigurations({}, {QString::fromStdString(file.string())}), "");
     }
 
     CommunicationClient client;
@@ -112,6 +132,7 @@ TEST_F(PlatformRoundTripTest, EachShippedPrinterGivesAPlatformThatSurvivesSaving
         for (const auto& [id, value] : chosen)
             EXPECT_EQ(std::as_const(scene->GetPlatform()).GetAMXProperties().GetText(id), value);
         scene->GetParts().push_back(TestSupport::MakePart(L"part"));
+        Utilities::UpdateMachineConfiguration(scene);
 
         const auto path = _host.GetDir() / "scene.TavAMX";
         VexlorCore::SaveScene(*scene, path);
@@ -130,6 +151,7 @@ TEST_F(PlatformRoundTripTest, EachShippedPrinterGivesAPlatformThatSurvivesSaving
         ASSERT_TRUE(dataBefore && dataAfter);
         EXPECT_TRUE(dataAfter->Get() == dataBefore->Get());
         ExpectShape(dataAfter->Get(), *data.buildVolume);
+        ExpectConfiguration(after, *dataBefore, data.name);
         const auto attached = client.TryGetPrinter(reopened);
         ASSERT_TRUE(attached);
         EXPECT_EQ(attached->GetMachineData().id, data.id);

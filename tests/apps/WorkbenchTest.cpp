@@ -1,11 +1,9 @@
+#include "apps/WorkbenchFixture.h"
+
 #include <gmock/gmock.h>
 
-#include <QDir>
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <algorithm>
@@ -18,76 +16,7 @@
 namespace {
 
 using ::testing::HasSubstr;
-
-struct Outcome
-{
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-/// The real program with folders of its own.
-class WorkbenchTest : public ::testing::Test
-{
-protected:
-    WorkbenchTest()
-    {
-        QDir(_dir.path()).mkdir(QStringLiteral("tmp"));
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("minimal"));
-        environment.insert(QStringLiteral("TMPDIR"), Path("tmp"));
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), Path("config"));
-        environment.insert(QStringLiteral("MACHINESERVICE_OUT_DIR"), Path("out"));
-        // Whatever the tester speaks.
-        environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-        environment.remove(QStringLiteral("LANGUAGE"));
-        _process.setProcessEnvironment(environment);
-    }
-
-    QString Path(const char* ip_name) const { return _dir.filePath(QLatin1String(ip_name)); }
-
-    void SetVariable(const char* ip_name, const QString& i_value)
-    {
-        auto environment = _process.processEnvironment();
-        environment.insert(QLatin1String(ip_name), i_value);
-        _process.setProcessEnvironment(environment);
-    }
-
-    void WriteFile(const QString& i_path, const QByteArray& i_bytes, bool i_executable = false)
-    {
-        QFile file(i_path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(i_bytes);
-        if (i_executable)
-            file.setPermissions(file.permissions() | QFileDevice::ExeUser);
-    }
-
-    Outcome Finish()
-    {
-        EXPECT_TRUE(_process.waitForFinished(120'000));
-        return {_process.exitStatus() == QProcess::NormalExit ? _process.exitCode() : -1,
-                _process.readAllStandardOutput().toStdString(), _process.readAllStandardError().toStdString()};
-    }
-
-    Outcome Run(const QStringList& i_arguments)
-    {
-        _process.start(QStringLiteral(WORKBENCH), i_arguments);
-        return Finish();
-    }
-
-    QStringList FilesIn(const char* ip_folder) const
-    {
-        QStringList files;
-        QDirIterator all(Path(ip_folder), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                         QDirIterator::Subdirectories);
-        while (all.hasNext())
-            files << all.next();
-        return files;
-    }
-
-    QTemporaryDir _dir;
-    QProcess _process;
-};
+using WorkbenchTest = TestSupport::WorkbenchFixture;
 
 TEST_F(WorkbenchTest, TakesMeshesToAMachineFileAndLeavesItsResults)
 {
