@@ -1,6 +1,7 @@
 #include "ConfigurationExport.h"
 
 #include "ResultFiles.h"
+#include "TourError.h"
 
 #include "machineconfig/MachineConfiguration.h"
 #include "machineconfig/MachineConfigurationFile.h"
@@ -13,7 +14,6 @@
 #include <QProcess>
 
 #include <chrono>
-#include <stdexcept>
 #include <vector>
 
 namespace Workbench {
@@ -29,11 +29,6 @@ struct Texts
 {
     Q_DECLARE_TR_FUNCTIONS(Workbench::ConfigurationExport)
 };
-
-[[noreturn]] void Refuse(const QString& i_sentence)
-{
-    throw std::runtime_error(i_sentence.toStdString());
-}
 
 /// Where the schemas lie, seen from the program: as they are installed, or as they are built. Empty when there are
 /// none.
@@ -68,7 +63,7 @@ QString CheckWithXmllint(const QString& i_file, const QString& i_schema_name)
     }
     if (xmllint.exitCode() != 0) {
         const QString reason = QString::fromUtf8(xmllint.readAll()).section(QLatin1Char('\n'), 0, 0);
-        Refuse(Texts::tr("'%1' does not keep to its schemas: %2").arg(i_file, reason));
+        throw TourError(Texts::tr("'%1' does not keep to its schemas: %2").arg(i_file, reason));
     }
     return {};
 }
@@ -79,11 +74,11 @@ void ExportConfiguration(VexlorCore::DataSet& io_scene, const std::filesystem::p
 {
     const auto* data = MachineLayer::Utilities::GetMachineDataMutable(&io_scene);
     if (!data)
-        Refuse(Texts::tr("The platform tells nothing about its machine."));
+        throw TourError(Texts::tr("The platform tells nothing about its machine."));
     const auto configuration = MachineService::MachineConfigurationFromMachineData(*data);
     MachineService::SaveMachineConfiguration(i_path, configuration);
     if (MachineService::LoadMachineConfiguration(i_path) != configuration)
-        Refuse(Texts::tr("'%1' does not hold what was written.").arg(FromPath(i_path)));
+        throw TourError(Texts::tr("'%1' does not hold what was written.").arg(FromPath(i_path)));
     io_transcript.Line(Texts::tr("  configuration %1 (read back, the same)").arg(FromPath(i_path)));
 
     const std::vector<ConfigurationSchema> schemas = MachineService::GetConfigurationSchemas(configuration);

@@ -1,5 +1,7 @@
 #include "PlatformSetup.h"
 
+#include "TourError.h"
+
 #include "platform/IPlatformCreator.h"
 
 #include <QCoreApplication>
@@ -8,7 +10,6 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 
 namespace Workbench {
 
@@ -22,11 +23,6 @@ struct Texts
 {
     Q_DECLARE_TR_FUNCTIONS(Workbench::PlatformSetup)
 };
-
-[[noreturn]] void Refuse(const QString& i_sentence)
-{
-    throw std::runtime_error(i_sentence.toStdString());
-}
 
 QString FromWide(const std::wstring& i_text)
 {
@@ -82,8 +78,8 @@ void CheckIds(const IPlatformCreator& i_creator, const ChosenValues& i_chosen)
         ids << FromWide(i_creator.GetParameter(index)->GetId());
     for (const auto& [id, value] : i_chosen) {
         if (!ids.contains(id))
-            Refuse(Texts::tr("The machine '%1' does not offer the choice '%2'; it offers %3.")
-                       .arg(FromWide(i_creator.GetName()), id, ids.join(QStringLiteral(", "))));
+            throw TourError(Texts::tr("The machine '%1' does not offer the choice '%2'; it offers %3.")
+                                .arg(FromWide(i_creator.GetName()), id, ids.join(QStringLiteral(", "))));
     }
 }
 
@@ -96,8 +92,8 @@ std::optional<QString> GetValue(const IPlatformParameterChoice& i_choice, const 
     if (chosen != i_chosen.end()) {
         const QStringList offered = GetItemIds(i_choice);
         if (!offered.contains(chosen->second))
-            Refuse(Texts::tr("The choice '%1' does not offer the value '%2'; it offers %3.")
-                       .arg(id, chosen->second, offered.join(QStringLiteral(", "))));
+            throw TourError(Texts::tr("The choice '%1' does not offer the value '%2'; it offers %3.")
+                                .arg(id, chosen->second, offered.join(QStringLiteral(", "))));
         return chosen->second;
     }
     for (std::size_t index = 0; index < i_choice.GetItemCount(); ++index) {
@@ -105,8 +101,8 @@ std::optional<QString> GetValue(const IPlatformParameterChoice& i_choice, const 
             return FromWide(i_choice.GetItem(index)->GetId());
     }
     if (i_choice.IsRequired())
-        Refuse(Texts::tr("The choice '%1' needs a value: --set %1=…; it offers %2.")
-                   .arg(id, GetItemIds(i_choice).join(QStringLiteral(", "))));
+        throw TourError(Texts::tr("The choice '%1' needs a value: --set %1=…; it offers %2.")
+                            .arg(id, GetItemIds(i_choice).join(QStringLiteral(", "))));
     return std::nullopt;
 }
 
@@ -120,7 +116,7 @@ void CreatePlatform(const MachineService::Machine& i_machine, VexlorCore::DataSe
     std::wstring message;
     const auto creator = MachineService::TryCreatePlatformCreator(i_machine, information, i_api_provider, message);
     if (!creator)
-        Refuse(message.empty() ? Texts::tr("The machine offers no platform.") : FromWide(message));
+        throw TourError(message.empty() ? Texts::tr("The machine offers no platform.") : FromWide(message));
     if (!message.empty())
         io_transcript.Line(QStringLiteral("  %1").arg(FromWide(message)));
     ShowInformation(*creator, io_transcript);
@@ -137,7 +133,7 @@ void CreatePlatform(const MachineService::Machine& i_machine, VexlorCore::DataSe
         io_transcript.Line(Texts::tr("  sent: %1 = %2").arg(id, value));
     }
     if (!creator->CreatePlatform(&io_scene, false))
-        Refuse(Texts::tr("The machine '%1' gave no platform.").arg(FromWide(creator->GetName())));
+        throw TourError(Texts::tr("The machine '%1' gave no platform.").arg(FromWide(creator->GetName())));
 }
 
 } // namespace Workbench

@@ -1,6 +1,7 @@
 #include "ResultFiles.h"
 
 #include "PlatformComparison.h"
+#include "TourError.h"
 
 #include "machineconfig/CarriedMachineConfiguration.h"
 #include "tavam/AMXFileReader.h"
@@ -9,7 +10,6 @@
 
 #include <QCoreApplication>
 
-#include <stdexcept>
 #include <system_error>
 
 namespace Workbench {
@@ -21,11 +21,6 @@ struct Texts
 {
     Q_DECLARE_TR_FUNCTIONS(Workbench::ResultFiles)
 };
-
-[[noreturn]] void Refuse(const QString& i_sentence)
-{
-    throw std::runtime_error(i_sentence.toStdString());
-}
 
 } // namespace
 
@@ -44,7 +39,8 @@ void CopyFile(const std::filesystem::path& i_from, const std::filesystem::path& 
     if (error) {
         std::error_code ignored;
         std::filesystem::remove(temporary, ignored);
-        Refuse(Texts::tr("'%1' cannot be written: %2.").arg(FromPath(i_to), QString::fromStdString(error.message())));
+        throw TourError(
+            Texts::tr("'%1' cannot be written: %2.").arg(FromPath(i_to), QString::fromStdString(error.message())));
     }
 }
 
@@ -55,12 +51,12 @@ void SavePlatform(VexlorCore::DataSet& io_scene, const std::filesystem::path& i_
     TavAM::AMXFileReader reader;
     TavAM::Database database;
     if (!reader.ReadFile(i_path, database))
-        Refuse(QString::fromStdString(reader.GetError()));
+        throw TourError(QString::fromStdString(reader.GetError()));
     if (database.GetNumPlatforms() != 1)
-        Refuse(Texts::tr("'%1' does not hold one platform.").arg(FromPath(i_path)));
+        throw TourError(Texts::tr("'%1' does not hold one platform.").arg(FromPath(i_path)));
     const QString difference = FindDifference(io_scene.GetPlatform(), *database.GetPlatform(0));
     if (!difference.isEmpty())
-        Refuse(Texts::tr("'%1' does not hold what was saved. %2").arg(FromPath(i_path), difference));
+        throw TourError(Texts::tr("'%1' does not hold what was saved. %2").arg(FromPath(i_path), difference));
 }
 
 } // namespace Workbench

@@ -9,6 +9,7 @@
 #include "ResultFiles.h"
 #include "Ribbon.h"
 #include "RowPlacement.h"
+#include "TourError.h"
 #include "Transcript.h"
 #include "WorkbenchHost.h"
 
@@ -44,15 +45,6 @@ constexpr char ConfigurationFile[] = "machine-configuration.xml";
 struct Texts
 {
     Q_DECLARE_TR_FUNCTIONS(Workbench::Tour)
-};
-
-/// Ends the tour with one sentence for the user. what(): UTF-8.
-class TourError : public std::runtime_error
-{
-public:
-    explicit TourError(const QString& i_sentence)
-        : std::runtime_error(i_sentence.toStdString())
-    {}
 };
 
 /// Meshes that come with the slicing engine's package.

@@ -1,6 +1,7 @@
 #include "buildprocessor/JobFolder.h"
 
 #include "buildprocessor/Failure.h"
+#include "buildprocessor/PrivateFile.h"
 #include "buildprocessor/UniqueFd.h"
 
 #include <QString>
@@ -34,18 +35,6 @@ bool IsReserved(const QString& i_name)
         return names;
     }();
     return reserved.contains(i_name.section(QLatin1Char('.'), 0, 0).trimmed().toUpper());
-}
-
-void MakePrivateFolders(const std::filesystem::path& i_dir)
-{
-    std::filesystem::path folder;
-    for (const auto& step : i_dir) {
-        folder /= step;
-        // Folders that are there already, and the root, are left as they are.
-        if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST && !std::filesystem::is_directory(folder))
-            Fail(ErrorCode::FileError,
-                 "The folder '" + folder.string() + "' for jobs cannot be made: " + ErrorText(errno));
-    }
 }
 
 void WriteAll(const UniqueFd& i_file, const char* ip_data, std::size_t i_size, const std::filesystem::path& i_path)
@@ -98,7 +87,7 @@ JobFolder::JobFolder(const std::filesystem::path& i_jobs_dir, const std::string&
     : _name(ToFileName(i_job_name))
 {
     const auto machineDir = i_jobs_dir / ToFileName(i_machine);
-    MakePrivateFolders(machineDir);
+    MakePrivateFolder(machineDir);
     for (int number = 1; number <= MaxJobsOfName; ++number) {
         _dir = machineDir / (number == 1 ? _name : _name + " (" + std::to_string(number) + ')');
         if (mkdir(_dir.c_str(), 0700) == 0)

@@ -10,21 +10,23 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <vector>
+#include <system_error>
 
 namespace MachineService::BuildProcessor {
 
 void MakePrivateFolder(const std::filesystem::path& i_folder)
 {
-    std::error_code error;
-    std::filesystem::path missing = i_folder;
-    std::vector<std::filesystem::path> folders;
-    for (; !missing.empty() && !std::filesystem::exists(missing, error); missing = missing.parent_path())
-        folders.push_back(missing);
-    for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) {
-        if (mkdir(folder->c_str(), S_IRWXU) != 0 && errno != EEXIST)
+    std::filesystem::path folder;
+    for (const auto& step : i_folder) {
+        folder /= step;
+        if (mkdir(folder.c_str(), S_IRWXU) == 0)
+            continue;
+        const int failure = errno;
+        // Folders that are there already, and the root, are left as they are.
+        std::error_code ignored;
+        if (failure != EEXIST && !std::filesystem::is_directory(folder, ignored))
             Fail(ErrorCode::FileError,
-                 "The folder '" + folder->string() + "' cannot be made: " + ErrorText(errno) + '.');
+                 "The folder '" + folder.string() + "' cannot be made: " + ErrorText(failure) + '.');
     }
 }
 
