@@ -11,6 +11,7 @@ void AddManagerBenchmarks();
 void AddNewsBenchmarks();
 void AddPlatformBenchmarks();
 void AddProxyBenchmarks();
+void AddSlicingBenchmarks();
 void AddXmlBenchmarks();
 
 } // namespace Bench
@@ -27,5 +28,6 @@ int main(int i_argc, char** ip_argv)
     Bench::AddConfigurationBenchmarks();
     Bench::AddCommandBenchmarks();
     Bench::AddManagerBenchmarks();
+    Bench::AddSlicingBenchmarks();
     return Bench::RunAll(i_argc, ip_argv);
 }

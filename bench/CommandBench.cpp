@@ -30,7 +30,7 @@ struct Host
     void Run()
     {
         const bool done =
-            Helpers::RunCommand(*scene, machine, CommandParameters(), DataFormat::Platform, QStringLiteral("Empty"),
+            Helpers::RunCommand(VexlorCore::HeldScene(*scene), machine, CommandParameters(), DataFormat::Platform, QStringLiteral("Empty"),
                                 [this]() -> IVexlorApiProvider& { return provider; });
         if (!done)
             std::abort();

@@ -15,7 +15,7 @@ target_compile_definitions(machineservice_options INTERFACE
     QT_USE_QSTRINGBUILDER QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
     QT_DEPRECATED_WARNINGS_SINCE=0x050F00 QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
 
-# machineservice_add_library(NAME <STATIC|SHARED> ROOT <sdk|src|services>
+# machineservice_add_library(NAME <STATIC|SHARED> ROOT <sdk|src|services|apps|examples>
 #     SOURCES ... HEADERS <public headers> [PUBLIC <libraries>] [PRIVATE <libraries>] [QT])
 #
 # Public headers form the library's FILE_SET; a SHARED library gets <name>_export.h and is installed. Includes are
@@ -27,6 +27,7 @@ function(machineservice_add_library i_name i_kind)
     add_library(MachineService::${i_name} ALIAS ${i_name})
     target_sources(${i_name} PUBLIC FILE_SET HEADERS BASE_DIRS ${root_dir} FILES ${ARG_HEADERS})
     target_include_directories(${i_name} PUBLIC $<BUILD_INTERFACE:${root_dir}>)
+    target_compile_features(${i_name} PUBLIC cxx_std_20)
     target_link_libraries(${i_name} PUBLIC ${ARG_PUBLIC} PRIVATE ${ARG_PRIVATE} $<BUILD_INTERFACE:machineservice_options>)
     set_target_properties(${i_name} PROPERTIES
         CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
@@ -65,6 +66,7 @@ endfunction()
 function(machineservice_add_app i_name)
     cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
     add_executable(${i_name} ${ARG_SOURCES})
+    target_include_directories(${i_name} PRIVATE ${PROJECT_SOURCE_DIR}/apps)
     target_link_libraries(${i_name} PRIVATE ${ARG_LIBRARIES} machineservice_options)
     set_target_properties(${i_name} PROPERTIES AUTOMOC ON)
     install(TARGETS ${i_name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

@@ -20,10 +20,6 @@
         <translation>„%1“ konnte nicht gelesen werden: %2</translation>
     </message>
     <message>
-        <source>It has no section.</source>
-        <translation>Sie enthält keinen Abschnitt.</translation>
-    </message>
-    <message>
         <source>The machine&apos;s configuration is too long for a platform file.</source>
         <translation>Die Konfiguration der Maschine ist zu lang für eine Plattformdatei.</translation>
     </message>
@@ -92,10 +88,6 @@
         <translation>Leere Plattform abrufen</translation>
     </message>
     <message>
-        <source>The scene was closed.</source>
-        <translation>Die Szene wurde geschlossen.</translation>
-    </message>
-    <message>
         <source>Unexpected input file.</source>
         <translation>Unerwartete Eingabedatei.</translation>
     </message>
@@ -115,16 +107,16 @@
         <source>Error loading PLDF file.</source>
         <translation>Fehler beim Laden der PLDF-Datei.</translation>
     </message>
+    <message>
+        <source>What the scene stored of its machine cannot be read. Please detach the machine from the scene, then attach it again.</source>
+        <translation>Was die Szene von ihrer Maschine gespeichert hat, kann nicht gelesen werden. Bitte trennen Sie die Maschine von der Szene und fügen Sie sie dann wieder hinzu.</translation>
+    </message>
 </context>
 <context>
     <name>PrinterHelpers</name>
     <message>
         <source>Untitled</source>
         <translation>Unbenannt</translation>
-    </message>
-    <message>
-        <source>The scene was closed.</source>
-        <translation>Die Szene wurde geschlossen.</translation>
     </message>
     <message>
         <source>There is no active scene.</source>
@@ -178,12 +170,61 @@
         <source>OK</source>
         <translation>OK</translation>
     </message>
+    <message>
+        <source>&apos;%1&apos; cannot be read or written: %2.</source>
+        <translation>„%1“ kann nicht gelesen oder geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>The service of the machine ended without an answer.</source>
+        <translation>Der Dienst der Maschine wurde ohne Antwort beendet.</translation>
+    </message>
+    <message>
+        <source>There is not enough memory.</source>
+        <translation>Der Speicher reicht nicht aus.</translation>
+    </message>
+</context>
+<context>
+    <name>Vexlor::DocumentCopies</name>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be read: %2.</source>
+        <translation>„%1“ kann nicht gelesen werden: %2.</translation>
+    </message>
+    <message>
+        <source>too many files have its name</source>
+        <translation>zu viele Dateien tragen seinen Namen</translation>
+    </message>
+    <message>
+        <source>The folder &apos;%1&apos; cannot be made: %2.</source>
+        <translation>Der Ordner „%1“ kann nicht angelegt werden: %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Vexlor::JobRunner</name>
+    <message>
+        <source>Another command is still running.</source>
+        <translation>Ein anderer Befehl läuft noch.</translation>
+    </message>
 </context>
 <context>
     <name>Vexlor::MessageDialogs</name>
     <message>
         <source>OK</source>
         <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>Vexlor::PlatformImport</name>
+    <message>
+        <source>The host does not know the import kind %1.</source>
+        <translation>Das Programm kennt die Importart %1 nicht.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; holds no platform.</source>
+        <translation>„%1“ enthält keine Plattform.</translation>
     </message>
 </context>
 <context>
@@ -196,6 +237,21 @@
         <source>Load platform</source>
         <translation>Plattform laden</translation>
     </message>
+    <message>
+        <source>Unsupported input file format.</source>
+        <translation>Das Format der Eingabedatei wird nicht unterstützt.</translation>
+    </message>
+    <message>
+        <source>Loading the platform was cancelled.</source>
+        <translation>Das Laden der Plattform wurde abgebrochen.</translation>
+    </message>
+    <message>
+        <source>The machine&apos;s files hold %1 platforms; a scene takes exactly one.</source>
+        <translation>Die Dateien der Maschine enthalten %1 Plattformen; eine Szene nimmt genau eine auf.</translation>
+    </message>
+</context>
+<context>
+    <name>VexlorCore::HeldScene</name>
     <message>
         <source>The scene was closed.</source>
         <translation>Die Szene wurde geschlossen.</translation>

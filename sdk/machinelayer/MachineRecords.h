@@ -242,6 +242,31 @@ struct PartExport
     bool operator==(const PartExport&) const = default;
 };
 
+/// How surfaces are supported.
+struct Supports
+{
+    SupportProfiles surfaceTypes; ///< by name of the surface type, which is not empty
+    std::optional<SupportProfileSet> inUse;
+    bool operator==(const Supports&) const = default;
+};
+
+/// What platforms for one machine are prepared with: the part of its data that leaves the host with a platform.
+///
+/// Each optional member is a section of a document; docs/machine-configuration.md describes them.
+struct MachineConfiguration
+{
+    std::wstring machineName;
+    std::wstring manufacturer;
+    std::wstring modelId;
+    std::optional<Supports> supportProfiles;
+    std::optional<Nesting> nesting;
+    std::optional<Baseplate> baseplate;
+    std::optional<ZBrace> zBrace;
+    std::optional<ZCompensation> zCompensation;
+    std::optional<PartExport> partExport;
+    bool operator==(const MachineConfiguration&) const = default;
+};
+
 /// Everything that is known of one machine.
 struct Machine
 {

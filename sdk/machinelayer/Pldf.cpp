@@ -1,41 +1,24 @@
 #include "machinelayer/Pldf.h"
 
-#include "machinelayer/MachineDescription.h"
+#include "machinelayer/MachineNodes.h"
+#include "machinelayer/ParameterNames.h"
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 
 namespace MachineLayer::PLDF {
 
-namespace {
-
-/// Parameters have fields of their own for these.
-bool IsOwnField(const std::string& i_attribute)
-{
-    return i_attribute == "name" || i_attribute == "manufacturer" || i_attribute == "modelId";
-}
-
-/// Settings keep their own names among parameters.
-Schema MakeParameterSchema()
-{
-    Schema schema = MakeMachineSchema("MachineParameters");
-    std::erase_if(schema.children, [](const Schema& i_child) { return i_child.name == "Setting"; });
-    for (Schema& child : schema.children) {
-        if (child.name == "Machine") {
-            std::erase_if(child.attributes, IsOwnField);
-        }
-    }
-    return schema;
-}
-
-} // namespace
-
 void ConvertFromPLDF(IMachineData& io_data, const TavAM::MachineParameters& i_parameters,
                      const PldfConvertOptions& i_options)
 {
     std::map<std::wstring, std::wstring> rest;
-    const Node tree = GrowTree(i_parameters.values, MakeParameterSchema(), rest);
-    Data::Machine parameters = ReadMachine(tree);
+    Data::Machine parameters;
+    try {
+        parameters = NodeToMachine(GrowMachine(i_parameters.values, rest));
+    } catch (const FieldError& error) {
+        throw std::invalid_argument(std::string(error.what()) + '.');
+    }
 
     Data::Machine& machine = io_data.Edit();
     if (i_options.properties) {
@@ -71,13 +54,7 @@ TavAM::MachineParameters ConvertToMachineParameters(const IMachineData& i_data)
     // First, so that a setting with the name of a parameter gives way to it.
     for (const auto& [name, text] : machine.settings)
         parameters.values.SetText(name, text);
-    Node tree = DescribeMachine(machine);
-    for (Node& child : tree.children) {
-        if (child.name == "Machine") {
-            std::erase_if(child.attributes, [](const auto& i_attribute) { return IsOwnField(i_attribute.first); });
-        }
-    }
-    FlattenTree(tree, MakeParameterSchema(), parameters.values);
+    FlattenMachine(MachineToNode(machine, false), parameters.values);
     return parameters;
 }
 

@@ -1,9 +1,11 @@
 #include "machinelayer/PldfFile.h"
 
-#include "machinelayer/MachineDescription.h"
+#include "machinelayer/MachineNodes.h"
+#include "machinelayer/PldfXml.h"
 
-#include "tavam/AtomicFile.h"
 #include "tavam/FileError.h"
+#include "tavsdk/AtomicFile.h"
+#include "tavsdk/Path.h"
 
 #include <stdexcept>
 #include <utility>
@@ -16,20 +18,15 @@ constexpr char ConfigurationRoot[] = "MachineConfiguration";
 constexpr char GeometryRoot[] = "PlatformGeometry";
 constexpr char MachineDataRoot[] = "MachineData";
 
-std::string Write(Node i_node, const char* ip_root)
-{
-    i_node.name = ip_root;
-    return WriteDocument(i_node);
-}
-
 } // namespace
 
-void LoadMachineDataPLDF(const std::filesystem::path& i_path, IMachineData& o_data)
+void LoadMachineDataPLDF(const std::filesystem::path& i_path, IMachineData& o_data,
+                         std::vector<std::string>* op_remarks)
 {
     try {
-        o_data.Edit() = ReadMachine(ReadDocument(i_path, MakeMachineSchema(ConfigurationRoot)));
+        o_data.Edit() = NodeToMachine(ReadPldf(i_path, ConfigurationRoot, op_remarks));
     } catch (const std::exception& error) {
-        throw TavAM::FileError("The machine configuration " + i_path.string() + " cannot be read: " + error.what());
+        throw TavAM::FileError("The PLDF file " + TavSDK::ShowPath(i_path) + " cannot be read: " + error.what());
     }
 }
 
@@ -37,28 +34,24 @@ void SaveMachineDataPLDF(const std::filesystem::path& i_path, const IMachineData
 {
     try {
         const std::string document = WriteMachineDataPLDF(i_data);
-        TavAM::AtomicFile file(i_path);
+        TavSDK::AtomicFile file(i_path);
         file.Write(document);
-        // Without it a power cut after the rename may leave an empty file under the final name.
-        file.Sync();
         file.TakeRightsOfTarget();
         file.Commit();
-    } catch (const TavAM::FileError& error) {
-        throw TavAM::FileError("The machine configuration " + i_path.string() + " cannot be written: " + error.what() +
-                               ".");
     } catch (const std::exception& error) {
-        throw TavAM::FileError("The machine configuration " + i_path.string() + " cannot be written: " + error.what());
+        throw TavAM::FileError("The PLDF file " + TavSDK::ShowPath(i_path) + " cannot be written: " + error.what() +
+                               ".");
     }
 }
 
 std::string WriteMachineDataPLDF(const IMachineData& i_data)
 {
-    return Write(DescribeMachine(i_data.Get()), ConfigurationRoot);
+    return WritePldf(MachineToNode(i_data.Get(), true), ConfigurationRoot);
 }
 
-void ReadPlatformGeometry(std::string_view i_document, IMachineData& o_data)
+void ReadPlatformGeometry(std::string_view i_document, IMachineData& o_data, std::vector<std::string>* op_remarks)
 {
-    const Data::Machine read = ReadMachine(ReadDocument(i_document, MakeMachineSchema(GeometryRoot)));
+    const Data::Machine read = NodeToMachine(ReadPldf(i_document, GeometryRoot, op_remarks));
     Data::Machine& machine = o_data.Edit();
     machine.platformShape = read.platformShape;
     machine.platformGeometry = read.platformGeometry;
@@ -67,17 +60,17 @@ void ReadPlatformGeometry(std::string_view i_document, IMachineData& o_data)
 
 std::string WritePlatformGeometry(const IMachineData& i_data)
 {
-    return Write(DescribePlatform(i_data.Get()), GeometryRoot);
+    return WritePldf(PlatformToNode(i_data.Get()), GeometryRoot);
 }
 
-void ReadMachineData(std::string_view i_document, IMachineData& o_data)
+void ReadMachineData(std::string_view i_document, IMachineData& o_data, std::vector<std::string>* op_remarks)
 {
-    o_data.Edit() = ReadMachine(ReadDocument(i_document, MakeMachineSchema(MachineDataRoot)));
+    o_data.Edit() = NodeToMachine(ReadPldf(i_document, MachineDataRoot, op_remarks));
 }
 
 std::string WriteMachineData(const IMachineData& i_data)
 {
-    return Write(DescribeMachine(i_data.Get()), MachineDataRoot);
+    return WritePldf(MachineToNode(i_data.Get(), true), MachineDataRoot);
 }
 
 } // namespace MachineLayer::Utilities

@@ -2,6 +2,7 @@
 
 #include "tavam/AMXFormat_p.h"
 #include "tavam/FileError.h"
+#include "tavsdk/Text.h"
 
 #include <boost/uuid/string_generator.hpp>
 
@@ -12,14 +13,7 @@
 
 namespace TavAM {
 
-namespace {
-
-std::string Quote(std::string_view i_text)
-{
-    return "\"" + std::string(i_text) + "\"";
-}
-
-} // namespace
+using TavSDK::Quote;
 
 AMXDocumentReader::AMXDocumentReader(Entries i_entries)
     : XmlReader(&AMXDocumentReader::_ReadRoot)

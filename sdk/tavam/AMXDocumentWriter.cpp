@@ -3,6 +3,7 @@
 #include "tavam/AMXFormat_p.h"
 #include "tavam/FileError.h"
 
+#include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"
 #include "tavsdk/XmlReader.h"
 
@@ -55,7 +56,7 @@ void AMXDocumentWriter::WritePlatform(const Platform& i_platform)
         try {
             _WritePart(part);
         } catch (const FileError& error) {
-            throw FileError("part \"" + TavSDK::ToUtf8(part.GetName()) + "\": " + error.what());
+            throw FileError("part " + TavSDK::Quote(TavSDK::ToUtf8(part.GetName())) + ": " + error.what());
         }
     }
     _xml.WriteEndTag("Parts");
@@ -178,7 +179,7 @@ void AMXDocumentWriter::_WritePlacement(const Transform& i_placement)
             throw FileError("its placement is not twelve numbers between -1,000,000 and 1,000,000");
         if (!_numbers.empty())
             _numbers += ' ';
-        AMXFormat::AppendNumber(number, _numbers);
+        TavSDK::AppendNumber(number, _numbers);
     }
     _xml.WriteAttribute("placement", _numbers);
 }

@@ -3,6 +3,7 @@
 #include "tavam/FileError.h"
 
 #include "tavsdk/Utf8.h"
+#include "tavsdk/ZipBounds.h"
 
 #include <algorithm>
 #include <array>
@@ -18,9 +19,9 @@ void ShapeCounter::Add(const Mesh* ip_mesh)
         return;
     _bytes += ip_mesh->vertices.size() * sizeof(ip_mesh->vertices[0]) +
               ip_mesh->triangles.size() * sizeof(ip_mesh->triangles[0]);
-    if (_bytes > LargestUnpackedSize)
-        throw FileError("the meshes of all shapes together take more than " + std::to_string(LargestUnpackedSize) +
-                        " bytes");
+    if (_bytes > TavSDK::ZipBounds().unpackedSize)
+        throw FileError("the meshes of all shapes together take more than " +
+                        std::to_string(TavSDK::ZipBounds().unpackedSize) + " bytes");
 }
 
 std::string EncodeText(std::wstring_view i_text)
@@ -88,13 +89,6 @@ std::wstring DecodeText(std::string_view i_text)
         position = close;
     }
     return text;
-}
-
-void AppendNumber(double i_number, std::string& io_text)
-{
-    std::array<char, 32> digits = {};
-    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), i_number).ptr;
-    io_text.append(digits.data(), end);
 }
 
 } // namespace TavAM::AMXFormat

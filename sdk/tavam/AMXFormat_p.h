@@ -20,13 +20,6 @@ inline constexpr unsigned LargestDepth = 32;
 inline constexpr double LargestPlacementNumber = 1e6;
 inline constexpr std::size_t LargestShapeCount = 100'000;
 
-// Bounds of the package.
-inline constexpr std::uint64_t LargestEntryCount = 10000;
-inline constexpr std::uint64_t LargestUnpackedSize = std::uint64_t{4} << 30U;
-inline constexpr std::uint64_t LargestRatio = 100;
-/// Ratios count only past this many bytes.
-inline constexpr std::uint64_t FreeUnpackedSize = 100000;
-
 /// Counts the shapes of a file. Any number of them may share an entry; what they unfold to must not be more than what a
 /// package without shared entries could hold.
 class ShapeCounter
@@ -57,8 +50,5 @@ std::string EncodeText(std::wstring_view i_text);
 std::size_t CountAttributeBytes(std::string_view i_text);
 /// \throws FileError when it is not what EncodeText() makes.
 std::wstring DecodeText(std::string_view i_text);
-
-/// Shortest decimal text that gives the same number when read; independent of the locale.
-void AppendNumber(double i_number, std::string& io_text);
 
 } // namespace TavAM::AMXFormat

@@ -82,6 +82,12 @@ Point3d Transform::Apply(const Point3d& i_point) const
     return {apply(0), apply(4), apply(8)};
 }
 
+double Transform::GetDeterminant() const
+{
+    return TavAM::GetDeterminant({rows[0], rows[1], rows[2]}, {rows[4], rows[5], rows[6]},
+                                 {rows[8], rows[9], rows[10]});
+}
+
 std::string FindMeshDefect(const Mesh& i_mesh)
 {
     if (i_mesh.triangles.empty())
@@ -116,9 +122,7 @@ double GetVolume(const Mesh& i_mesh, const Transform& i_placement)
                               Subtract(ToDouble(i_mesh.vertices.at(triangle[1])), origin),
                               Subtract(ToDouble(i_mesh.vertices.at(triangle[2])), origin));
     }
-    const auto& rows = i_placement.rows;
-    return sum / 6 *
-           GetDeterminant({rows[0], rows[1], rows[2]}, {rows[4], rows[5], rows[6]}, {rows[8], rows[9], rows[10]});
+    return sum / 6 * i_placement.GetDeterminant();
 }
 
 BoundingBox GetBoundingBox(const Mesh& i_mesh, const Transform& i_placement)

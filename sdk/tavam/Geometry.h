@@ -46,6 +46,8 @@ struct TAVAM_EXPORT Transform
     /// This after i_first: point -> this(i_first(point)).
     Transform After(const Transform& i_first) const;
     Point3d Apply(const Point3d& i_point) const;
+    /// By how much it multiplies volumes; negative when it mirrors.
+    double GetDeterminant() const;
     bool operator==(const Transform&) const = default;
 };
 

@@ -22,4 +22,8 @@ inline constexpr wchar_t MaterialGrams[] = L"Print3D.Figures.MaterialGrams";
 inline constexpr wchar_t MachineFile[] = L"Print3D.Figures.MachineFile";
 inline constexpr wchar_t JobName[] = L"Print3D.Figures.JobName";
 
+/// What the machine told beside the outcome of its last command, for the user: sentences, a line each; empty or absent
+/// when there was nothing.
+inline constexpr wchar_t Notes[] = L"Print3D.Notes";
+
 } // namespace TavAM::PropertyNames::Print3D

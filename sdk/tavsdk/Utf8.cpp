@@ -11,11 +11,6 @@ namespace {
 
 constexpr char32_t NoCharacter = 0xFFFFFFFF;
 
-bool IsCharacter(char32_t i_character)
-{
-    return i_character <= 0x10FFFF && (i_character < 0xD800 || i_character > 0xDFFF);
-}
-
 /// The character at the position, which moves behind it; NoCharacter when the bytes there are none.
 char32_t Next(std::string_view i_text, std::size_t& io_position)
 {
@@ -60,6 +55,11 @@ bool IsAscii(std::wstring_view i_text)
 }
 
 } // namespace
+
+bool IsCharacter(char32_t i_character)
+{
+    return i_character <= 0x10FFFF && (i_character < 0xD800 || i_character > 0xDFFF);
+}
 
 void AppendUtf8(char32_t i_character, std::string& io_text)
 {
@@ -119,6 +119,27 @@ std::optional<std::wstring> FromUtf8(std::string_view i_text)
         text += static_cast<wchar_t>(character);
     }
     return text;
+}
+
+std::string ReplaceInvalid(std::string_view i_text)
+{
+    std::string text;
+    for (std::size_t position = 0; position < i_text.size();) {
+        const std::size_t begin = position;
+        if (Next(i_text, position) != NoCharacter) {
+            text += i_text.substr(begin, position - begin);
+        } else {
+            AppendUtf8(U'\uFFFD', text);
+            ++position;
+        }
+    }
+    return text;
+}
+
+std::wstring ToWide(std::string_view i_text)
+{
+    auto text = FromUtf8(i_text);
+    return text ? *std::move(text) : *FromUtf8(ReplaceInvalid(i_text));
 }
 
 bool IsUtf8(std::string_view i_text)

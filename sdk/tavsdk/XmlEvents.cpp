@@ -1,10 +1,10 @@
 #include "tavsdk/XmlEvents_p.h"
 
+#include "tavsdk/FileError.h"
+
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <new>
-#include <system_error>
 #include <utility>
 
 namespace TavSDK {
@@ -24,10 +24,15 @@ std::uint32_t ToSize(std::size_t i_size)
 
 std::size_t XmlSource::Read(char* op_bytes, std::size_t i_count)
 {
+    if (_stream)
+        return _stream(op_bytes, i_count);
     if (_file) {
-        const std::size_t count = std::fread(op_bytes, 1, i_count, _file.get());
-        _failure = std::ferror(_file.get()) != 0 ? errno : 0;
-        return count;
+        try {
+            return _file->Read(op_bytes, i_count);
+        } catch (const FileError& failure) {
+            _failure = failure.what();
+            return 0;
+        }
     }
     const std::size_t count = std::min(i_count, _text.size() - _position);
     std::memcpy(op_bytes, _text.data() + _position, count);
@@ -37,8 +42,10 @@ std::size_t XmlSource::Read(char* op_bytes, std::size_t i_count)
 
 std::size_t XmlSource::FindLine(std::uint64_t i_position)
 {
+    if (_stream)
+        return 0;
     if (_file)
-        std::rewind(_file.get());
+        _file->Rewind();
     _position = 0;
     std::size_t line = 1;
     std::vector<char> bytes(SmallestChunk);
@@ -167,7 +174,7 @@ void XMLCALL XmlEvents::_OnDoctype(void* ip_self, const XML_Char*, const XML_Cha
 
 void XmlEvents::_SetError(std::size_t i_line, const std::string& i_reason)
 {
-    _error = "Line " + std::to_string(i_line) + ": " + i_reason + ".";
+    _error = (i_line > 0 ? "Line " + std::to_string(i_line) + ": " : "") + i_reason + ".";
 }
 
 void XmlEvents::Fail(std::uint64_t i_position, const std::string& i_reason)
@@ -187,14 +194,14 @@ void XmlEvents::_Feed(Buffer& io_buffer)
     if (bytes == nullptr)
         throw std::bad_alloc();
     const std::size_t count = _source.Read(static_cast<char*>(bytes), wanted);
-    if (const int failure = _source.GetFailure(); failure != 0) {
-        _error = "The file cannot be read: " + std::generic_category().message(failure) + ".";
+    if (!_source.GetFailure().empty()) {
+        _error = "The file cannot be read: " + _source.GetFailure() + ".";
         _isComplete = true;
         return;
     }
     _fed += count;
-    if (_fed > XmlBounds::Document) {
-        _error = "The document is longer than " + std::to_string(XmlBounds::Document) + " bytes.";
+    if (_fed > _source.GetLargestSize()) {
+        _error = "The document is longer than " + std::to_string(_source.GetLargestSize()) + " bytes.";
         _isComplete = true;
         return;
     }

@@ -1,49 +1,55 @@
 #pragma once
 
+#include "tavsdk/InputFile.h"
 #include "tavsdk/XmlReader.h"
 
 #include <expat.h>
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace TavSDK {
 
-/// Where the bytes come from: a file, or a text in memory.
+/// Where the bytes come from: a file, a text in memory, or a stream.
 class XmlSource
 {
 public:
-    struct FileCloser
-    {
-        void operator()(std::FILE* ip_file) const { std::fclose(ip_file); }
-    };
-
     explicit XmlSource(std::string_view i_text)
         : _text(i_text)
     {}
-    explicit XmlSource(std::unique_ptr<std::FILE, FileCloser> ip_file)
-        : _file(std::move(ip_file))
+    explicit XmlSource(InputFile i_file)
+        : _file(std::move(i_file))
+    {}
+    XmlSource(XmlReaderBase::Stream i_stream, std::uint64_t i_largest_size)
+        : _stream(std::move(i_stream))
+        , _largestSize(i_largest_size)
     {}
 
-    /// Number of bytes; fewer than asked for only at the end.
+    /// Number of bytes; fewer than asked for only at the end, or when the file fails.
+    /// \throws what the stream throws.
     std::size_t Read(char* op_bytes, std::size_t i_count);
-    /// errno of the last Read(); 0 when it did well.
-    int GetFailure() const { return _failure; }
-    /// Line, counted from 1, that the byte stands in. Moves the position: for when reading has ended.
+    /// Why the file failed, if it did.
+    const std::string& GetFailure() const { return _failure; }
+    std::uint64_t GetLargestSize() const { return _largestSize; }
+    /// Line, counted from 1, that the byte stands in; 0 when that cannot be told of a stream. Moves the position: for
+    /// when reading has ended.
     std::size_t FindLine(std::uint64_t i_position);
 
 private:
-    std::unique_ptr<std::FILE, FileCloser> _file;
+    std::optional<InputFile> _file;
+    XmlReaderBase::Stream _stream;
     std::string_view _text;
     std::size_t _position = 0;
-    int _failure = 0;
+    std::uint64_t _largestSize = XmlBounds::Document;
+    std::string _failure;
 };
 
 struct XmlEvent

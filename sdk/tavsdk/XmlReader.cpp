@@ -1,12 +1,10 @@
 #include "tavsdk/XmlReader.h"
 
-#include "tavsdk/Utf8.h"
+#include "tavsdk/FileError.h"
+#include "tavsdk/Path.h"
 #include "tavsdk/XmlEvents_p.h"
 
-#include <cerrno>
-#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 namespace TavSDK {
@@ -32,6 +30,18 @@ std::optional<std::string_view> XmlAttributes::Find(std::string_view i_name) con
     return std::nullopt;
 }
 
+bool XmlAttributes::HasPrefixed(std::string_view i_name) const
+{
+    const char* text = _texts;
+    for (std::size_t index = 0; index < _count; ++index) {
+        const std::string_view name(text, _sizes[index].name);
+        if (name.size() > i_name.size() && name.ends_with(i_name) && name[name.size() - i_name.size() - 1] == ':')
+            return true;
+        text += _sizes[index].name + _sizes[index].value;
+    }
+    return false;
+}
+
 class XmlReaderBase::Impl
 {
 public:
@@ -41,6 +51,7 @@ public:
 
     void Dispatch(XmlReaderBase& i_reader);
     bool ReadValue(std::string& o_text);
+    bool TakeStrayContent() { return std::exchange(_hasStrayContent, false); }
     [[noreturn]] void Fail(const std::string& i_reason);
 
 private:
@@ -59,6 +70,7 @@ private:
     std::array<Wanted, XmlBounds::Depth> _wanted = {};
     std::uint64_t _handlerPosition = 0; ///< of the element whose handler runs
     Element _element = Element::Ended;  ///< the element whose handler runs
+    bool _hasStrayContent = false;
 };
 
 void XmlReaderBase::Impl::Fail(const std::string& i_reason)
@@ -86,8 +98,11 @@ XmlReaderBase::Impl::Element XmlReaderBase::Impl::_ReadText(std::string& o_text)
             return Element::Ended;
         if (event->kind == XmlEvent::Kind::Text)
             o_text.append(_events.GetText(*event));
-        else if (_SkipElement() == Element::Broken)
-            break;
+        else {
+            _hasStrayContent = true;
+            if (_SkipElement() == Element::Broken)
+                break;
+        }
     }
     return Element::Broken;
 }
@@ -104,8 +119,11 @@ bool XmlReaderBase::Impl::ReadValue(std::string& o_text)
 void XmlReaderBase::Impl::Dispatch(XmlReaderBase& i_reader)
 {
     while (const XmlEvent* event = _events.Next()) {
-        if (event->kind == XmlEvent::Kind::Text)
+        if (event->kind == XmlEvent::Kind::Text) {
+            if (_events.GetText(*event).find_first_not_of(" \t\r\n") != std::string_view::npos)
+                _hasStrayContent = true;
             continue;
+        }
         if (event->kind == XmlEvent::Kind::End) {
             --_level;
             if (_wanted[_level].end)
@@ -146,23 +164,34 @@ bool XmlReaderBase::_Run(std::unique_ptr<Impl> ip_impl)
     return _error.empty();
 }
 
+template <class Source>
+bool XmlReaderBase::_ParseSource(const Source& i_make)
+{
+    _error.clear();
+    std::unique_ptr<Impl> impl;
+    try {
+        impl = std::make_unique<Impl>(XmlSource(InputFile(i_make())), _error);
+    } catch (const FileError& failure) {
+        _error = std::string("The file cannot be read: ") + failure.what() + ".";
+        return false;
+    }
+    return _Run(std::move(impl));
+}
+
 bool XmlReaderBase::Parse(const std::wstring& i_path)
 {
-    const std::string path = ToUtf8(i_path);
+    return _ParseSource([&i_path] { return PathFromWide(i_path); });
+}
+
+bool XmlReaderBase::ParseFile(const std::filesystem::path& i_path)
+{
+    return _ParseSource([&i_path] { return i_path; });
+}
+
+bool XmlReaderBase::ParseStream(const Stream& i_stream, std::uint64_t i_largest_size)
+{
     _error.clear();
-    std::error_code failure;
-    // Opening a pipe would wait for its writer, maybe for ever.
-    if (!std::filesystem::is_regular_file(path, failure)) {
-        _error =
-            "The file cannot be read: " + (failure ? failure.message() : std::string("it is no regular file")) + ".";
-        return false;
-    }
-    std::unique_ptr<std::FILE, XmlSource::FileCloser> file(std::fopen(path.c_str(), "rbe"));
-    if (!file) {
-        _error = "The file cannot be read: " + std::generic_category().message(errno) + ".";
-        return false;
-    }
-    return _Run(std::make_unique<Impl>(XmlSource(std::move(file)), _error));
+    return _Run(std::make_unique<Impl>(XmlSource(i_stream, i_largest_size), _error));
 }
 
 bool XmlReaderBase::ParseText(std::string_view i_document)
@@ -175,6 +204,11 @@ bool XmlReaderBase::ReadValue(std::string& o_text)
 {
     o_text.clear();
     return _impl && _impl->ReadValue(o_text);
+}
+
+bool XmlReaderBase::TakeStrayContent()
+{
+    return _impl && _impl->TakeStrayContent();
 }
 
 void XmlReaderBase::Fail(const std::string& i_reason)

@@ -5,6 +5,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -17,7 +19,7 @@ namespace XmlBounds {
 inline constexpr unsigned Depth = 64;                      ///< nested elements
 inline constexpr int Attributes = 256;                     ///< of one element
 inline constexpr std::size_t Text = std::size_t{8} << 20U; ///< bytes of one element's text, and of one tag or comment
-inline constexpr std::size_t Document = std::size_t{64} << 20U; ///< bytes
+inline constexpr std::size_t Document = std::size_t{64} << 20U; ///< bytes, unless ParseStream() is told otherwise
 } // namespace XmlBounds
 
 /// Attributes of the element that a handler is called for. Valid until the handler returns.
@@ -41,6 +43,20 @@ public:
     std::optional<std::string_view> Find(std::string_view i_name) const;
     /// The same, with an empty text when there is none.
     std::string_view Get(std::string_view i_name) const { return Find(i_name).value_or(std::string_view()); }
+    /// Is there an attribute of that name in whatever namespace (with whatever prefix), but for none?
+    bool HasPrefixed(std::string_view i_name) const;
+    /// In the order of the document. i_function(name, value)
+    template <class Function>
+    void ForEach(const Function& i_function) const
+    {
+        const char* text = _texts;
+        for (const Sizes* sizes = _sizes; sizes != _sizes + _count; ++sizes) {
+            const std::string_view name(text, sizes->name);
+            const std::string_view value(text + sizes->name, sizes->value);
+            i_function(name, value);
+            text += name.size() + value.size();
+        }
+    }
 
 private:
     const char* _texts;
@@ -55,13 +71,21 @@ public:
     XmlReaderBase(const XmlReaderBase&) = delete;
     XmlReaderBase& operator=(const XmlReaderBase&) = delete;
 
+    /// Gives the next bytes; fewer than asked for only at the end.
+    using Stream = std::function<std::size_t(char* op_bytes, std::size_t i_count)>;
+
     /// Reads a file from its beginning.
     /// \return false when the file cannot be read, is not well-formed, has a DOCTYPE, exceeds XmlBounds or a handler
     ///         called Fail(); GetError() then says why. What the handlers did until then stays done.
     /// \throws what a handler throws; std::logic_error when called by a handler of this reader.
     bool Parse(const std::wstring& i_path);
+    bool ParseFile(const std::filesystem::path& i_path);
     /// The same for a document in memory.
     bool ParseText(std::string_view i_document);
+    /// The same for a document that comes in pieces, for example unpacked, and may be longer than XmlBounds::Document.
+    /// The reason names a line only where the document is not well-formed.
+    /// \throws what the stream throws.
+    bool ParseStream(const Stream& i_stream, std::uint64_t i_largest_size);
     /// One sentence in UTF-8 with the line number, for example "Line 12: mismatched tag."; empty after success.
     const std::string& GetError() const { return _error; }
 
@@ -79,6 +103,8 @@ protected:
     /// \return false when the document breaks off or breaks a rule before that, or the text was already read; the
     ///         handler then just returns.
     bool ReadValue(std::string& o_text);
+    /// Whether text beside elements, or elements inside a value, were skipped since the last call.
+    bool TakeStrayContent();
     /// Inside a handler: ends reading; Parse() returns false with the line of the handler's element and this reason.
     [[noreturn]] void Fail(const std::string& i_reason);
 
@@ -87,6 +113,8 @@ private:
     virtual void _End(std::size_t i_level) = 0;
 
     class Impl;
+    template <class Source>
+    bool _ParseSource(const Source& i_make);
     bool _Run(std::unique_ptr<Impl> ip_impl);
 
     std::unique_ptr<Impl> _impl; ///< of the reading that is going on, if any

@@ -1,12 +1,13 @@
 #include "tavsdk/XmlWriter.h"
 
+#include "tavsdk/FileError.h"
+#include "tavsdk/Path.h"
 #include "tavsdk/Utf8.h"
 
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -117,7 +118,7 @@ public:
 
     [[noreturn]] static void ThrowWriteError()
     {
-        throw std::runtime_error("the XML document cannot be written: " + std::generic_category().message(errno));
+        throw std::runtime_error("the XML document cannot be written: " + ErrnoText(errno));
     }
 
     /// \param i_is_attribute line ends and tabs in an attribute would be read back as blanks.
@@ -190,7 +191,7 @@ XmlWriter::~XmlWriter() = default;
 bool XmlWriter::Open(const std::wstring& i_path)
 {
     *_impl = Impl();
-    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(ToUtf8(i_path).c_str(), "wbe"));
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(PathFromWide(i_path).c_str(), "wbe"));
     if (!file)
         return false;
     // Buffered here already.

@@ -1,10 +1,16 @@
 #include "vexlorcore/Application.h"
 
+#include "tavsdk/StopExceptions.h"
+
+#include <QLoggingCategory>
+
 #include <stdexcept>
 
 namespace VexlorCore {
 
 namespace {
+
+Q_LOGGING_CATEGORY(log, "machineservice.host.application")
 
 Application* mgp_instance = nullptr;
 
@@ -47,7 +53,7 @@ void Application::Invalidate3d()
 {
     // Called through a copy: a view may take its handler away while it draws.
     if (const auto handler = _invalidate3d)
-        handler();
+        TavSDK::StopExceptions(handler, [](const char* ip_why) { qCWarning(log, "A view cannot draw: %s", ip_why); });
 }
 
 } // namespace VexlorCore

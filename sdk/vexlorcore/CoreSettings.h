@@ -2,7 +2,8 @@
 
 namespace VexlorCore {
 
-/// Settings of the host that its plug-ins read. Thread: UI thread.
+/// Settings of the host that its plug-ins read.
+/// Thread: UI thread.
 class CoreSettings
 {
 public:

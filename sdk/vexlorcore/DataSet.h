@@ -36,6 +36,8 @@ public:
     TavAM::Object& GetAMObject() { return *_platform; }
     TavAM::Platform& GetPlatform() { return *_platform; }
     const TavAM::Platform& GetPlatform() const { return *_platform; }
+    /// For those who take a platform as shared; the scene keeps it.
+    std::shared_ptr<TavAM::Platform> SharePlatform() const { return _platform; }
     /// Takes the platform over as it is. References to the platform stay valid, those to its parts do not; parts that
     /// are gone leave the selection, which is all that is announced.
     void SetPlatform(TavAM::Platform i_platform);

@@ -51,16 +51,20 @@ DataSet* Database::CopyDataSet(DataSet* ip_original)
     copy->_fileName = ip_original->_fileName;
     copy->_sliceStackCount = ip_original->_sliceStackCount;
     copy->_hybridCorePartCount = ip_original->_hybridCorePartCount;
+    const std::weak_ptr<DataSet> watched = copy->weak_from_this();
     Send(DataSetCopied(ip_original, copy));
-    return copy;
+    return watched.expired() ? nullptr : copy;
 }
 
 void Database::CloseDataSet(DataSet* ip_data_set)
 {
     if (!Contains(ip_data_set))
         return;
+    const std::weak_ptr<const int> alive = _alive;
     Send(DataSetClosing(ip_data_set));
-    // A listener may have closed it meanwhile.
+    // A listener may have closed it meanwhile, or all.
+    if (alive.expired())
+        return;
     const auto found =
         std::ranges::find_if(_dataSets, [&](const auto& i_scene) { return i_scene.get() == ip_data_set; });
     if (found == _dataSets.end())

@@ -9,7 +9,9 @@
 
 namespace VexlorCore {
 
-/// The open scenes of the host, one of them active. Thread: UI thread.
+/// The open scenes of the host, one of them active.
+///
+/// Thread: UI thread. Listeners may close scenes, and the database, within what they are told.
 class VEXLORCORE_EXPORT Database
 {
 public:
@@ -20,7 +22,8 @@ public:
 
     /// An empty scene with a notification sender of this database, at the end of the list. Not activated.
     DataSet* CreateDataSet();
-    /// A copy with the original's platform, transient properties and file name; sends DataSetCopied.
+    /// A copy with the original's platform, transient properties and file name; sends DataSetCopied. Null when
+    /// a listener closed it at once.
     DataSet* CopyDataSet(DataSet* ip_original);
     /// Sends DataSetClosing, then destroys the scene; if it was active, no scene is active and DataSetActivated is
     /// sent. Closing a scene that is not of this database is harmless.
@@ -43,6 +46,7 @@ private:
     ListenerList _listeners;
     std::vector<std::shared_ptr<DataSet>> _dataSets;
     DataSet* _active = nullptr;
+    const std::shared_ptr<const int> _alive = std::make_shared<int>(0);
 };
 
 } // namespace VexlorCore

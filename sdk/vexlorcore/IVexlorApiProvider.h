@@ -13,19 +13,24 @@
 #include <string>
 #include <vector>
 
+class IVexlorApiProvider;
 namespace TavAM {
 class Platform;
 }
 namespace VexlorCore {
 class DataSet;
 
-/// How a running job reports to the progress display and learns that the user cancelled. Thread: any.
+/// How a host hands out what the library may ask of it; asked anew whenever it is needed.
+using ApiProviderGetter = std::function<IVexlorApiProvider&()>;
+
+/// How a running job reports to the progress display and learns that the user cancelled.
+/// Thread: any.
 class IJobProgress
 {
 public:
     virtual ~IJobProgress() = default;
-    /// \param i_percent 0 to 100; shown at most ten times a second. \param i_stage UTF-8, what is being done; may be
-    /// empty.
+    /// \param i_percent 0 to 100; shown at most ten times a second.
+    /// \param i_stage UTF-8, what is being done; may be empty.
     virtual void SetProgress(int i_percent, const std::string& i_stage) = 0;
     virtual std::stop_token GetStopToken() const = 0;
 };
@@ -67,12 +72,12 @@ public:
     /// called from threads of caches.
     virtual void UpdateCommands() = 0;
     /// 7. Writes the scene for a machine: a .TavAMX for the formats 1 to 5, an XML scene description for 6 to 8.
-    /// \throws TavAM::FileError; std::runtime_error "The scene was closed.".
+    /// \throws TavAM::FileError; VexlorCore::SceneClosed.
     virtual void SaveProcessorInput(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                                     const std::filesystem::path& i_path) = 0;
     /// 8. Lets the host bring pending edits of the scene to an end, so that the parts may be sent as they are. For
     /// whoever needs it before an operation on the scene; the commands of printers do not. False: the user declined.
-    /// \throws std::runtime_error "The scene was closed.".
+    /// \throws VexlorCore::SceneClosed.
     virtual bool PrepareScene(VexlorCore::DataSet* ip_data_set) = 0;
     /// 9. Takes the files of a machine into the scene.
     /// \param i_import_kind 1 whole platform: parts are matched by revision id and replaced, unknown ones added, the
@@ -80,7 +85,7 @@ public:
     ///        also from mesh files. The scene's attachment to a machine stays as it is.
     /// \param i_on_platform_loaded called on the UI thread for each platform after it was taken in; may be empty.
     /// \param i_options 0; reserved.
-    /// \throws TavAM::FileError; std::runtime_error "The scene was closed.". The scene is then unchanged.
+    /// \throws TavAM::FileError; VexlorCore::SceneClosed. The scene is then unchanged.
     virtual void LoadProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files,
                                     const std::int32_t& i_import_kind,
                                     std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
@@ -88,13 +93,14 @@ public:
     /// 10. Opens documents or machine files beside the scene. The files go when the call returns: the host copies them.
     virtual void OpenProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files) = 0;
     /// 11. Loads a platform file into a scene that takes over its platform as a whole.
-    /// \param i_on_scene_loaded, i_on_platform_loaded called on the UI thread, in this order; may be empty.
-    /// \param i_show_progress under a progress display with the title. \param i_keep_parts the scene's parts stay.
-    /// \throws VexlorCore::JobCancelled when the user cancelled there; TavAM::FileError; std::runtime_error "The scene
-    ///         was closed.".
+    /// \param i_on_scene_loaded, i_on_platform_loaded called on the UI thread, in this order, with the scene and its
+    ///        platform as they are then; may be empty. When one of them throws, the scene is as it was.
+    /// \param i_show_progress under a progress display with the title.
+    /// \param i_keep_parts the scene's parts stay.
+    /// \throws VexlorCore::JobCancelled when the user cancelled there; TavAM::FileError; VexlorCore::SceneClosed.
     virtual void LoadPlatformFile(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                                   const std::vector<std::wstring>& i_files, const QString& i_progress_title,
-                                  std::function<IVexlorApiProvider&()> i_api_provider,
+                                  VexlorCore::ApiProviderGetter i_api_provider,
                                   std::function<void(VexlorCore::DataSet*)> i_on_scene_loaded,
                                   std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
                                   bool i_show_progress, bool i_keep_parts) = 0;

@@ -15,7 +15,8 @@ class ListenerList;
 /// Add it to the lists whose notifications it wants (Database::AddListener, OperationManagerBase::AddListener), then
 /// call StartListening. Its destructor takes it out of every list that it is still in.
 ///
-/// Thread: UI thread. Ownership: lists do not own their listeners.
+/// Thread: UI thread.
+/// Ownership: lists do not own their listeners.
 class VEXLORCORE_EXPORT MListener
 {
 public:

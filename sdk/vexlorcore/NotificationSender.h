@@ -4,7 +4,8 @@
 
 namespace VexlorCore {
 
-/// Sends a scene's notifications to the listeners of its database. Thread: UI thread.
+/// Sends a scene's notifications to the listeners of its database.
+/// Thread: UI thread.
 class NotificationSender
 {
 public:

@@ -2,6 +2,7 @@
 
 #include "vexlorcore/Database.h"
 
+#include <stdexcept>
 #include <utility>
 
 namespace VexlorCore {
@@ -15,16 +16,23 @@ OperationManagerBase::~OperationManagerBase() = default;
 void OperationManagerBase::Execute(const std::wstring& i_name, std::uint32_t i_actions,
                                    const std::function<void()>& i_operation, std::function<void()> i_undo)
 {
+    const std::weak_ptr<const int> alive = _alive;
     _listeners.Send(BeforeExecuteOperation());
+    if (alive.expired())
+        throw std::runtime_error("The database was closed before the operation.");
     try {
         i_operation();
+        if (alive.expired())
+            return;
         _history.push_back({i_name, i_actions, std::move(i_undo)});
     } catch (...) {
-        _listeners.Send(AfterExecuteOperation());
+        if (!alive.expired())
+            _listeners.Send(AfterExecuteOperation());
         throw;
     }
     _listeners.Send(AfterExecuteOperation());
-    _database.Send(OperationCompleted(i_actions));
+    if (!alive.expired())
+        _database.Send(OperationCompleted(i_actions));
 }
 
 bool OperationManagerBase::Undo()
@@ -33,16 +41,23 @@ bool OperationManagerBase::Undo()
         return false;
     const Record record = std::move(_history.back());
     _history.pop_back();
+    const std::weak_ptr<const int> alive = _alive;
     _listeners.Send(BeforeExecuteOperation());
+    if (alive.expired())
+        return false;
     try {
         if (record.undo)
             record.undo();
     } catch (...) {
-        _listeners.Send(AfterExecuteOperation());
+        if (!alive.expired())
+            _listeners.Send(AfterExecuteOperation());
         throw;
     }
+    if (alive.expired())
+        return true;
     _listeners.Send(AfterExecuteOperation());
-    _database.Send(OperationCompleted(record.actions));
+    if (!alive.expired())
+        _database.Send(OperationCompleted(record.actions));
     return true;
 }
 

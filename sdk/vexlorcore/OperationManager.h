@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,9 @@ namespace VexlorCore {
 
 class Database;
 
-/// Runs the host's operations and keeps the history that undo shows. Thread: UI thread.
+/// Runs the host's operations and keeps the history that undo shows.
+///
+/// Thread: UI thread. Operations and listeners may close the database, and the manager with it; nothing is sent then.
 class VEXLORCORE_EXPORT OperationManagerBase
 {
 public:
@@ -32,6 +35,7 @@ public:
     /// Order: BeforeExecuteOperation to this manager's listeners, the operation, the record added,
     /// AfterExecuteOperation to the listeners, OperationCompleted to the database's listeners. When the operation
     /// throws, nothing is recorded and only AfterExecuteOperation is sent before the exception goes on.
+    /// \throws std::runtime_error when a listener closed the database before the operation.
     void Execute(const std::wstring& i_name, std::uint32_t i_actions, const std::function<void()>& i_operation,
                  std::function<void()> i_undo = {});
     /// Undoes the last recorded operation and takes it out of the history; false when there is none.
@@ -48,6 +52,7 @@ private:
     Database& _database;
     ListenerList _listeners;
     std::vector<Record> _history;
+    const std::shared_ptr<const int> _alive = std::make_shared<int>(0);
 };
 
 } // namespace VexlorCore

@@ -40,7 +40,8 @@ public:
     IPropertyValue* Clone() const override { return new SimplePropertyValue(this->GetValue()); }
 };
 
-/// Transient values by name; not saved with the project. Copying copies the values. Thread: UI thread.
+/// Transient values by name; not saved with the project. Copying copies the values.
+/// Thread: UI thread.
 class VEXLORCORE_EXPORT PropertyCollection
 {
 public:

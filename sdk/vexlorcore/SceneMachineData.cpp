@@ -3,9 +3,8 @@
 #include "machinelayer/Pldf.h"
 #include "machinelayer/PldfFile.h"
 #include "tavam/MachineParameters.h"
+#include "tavsdk/Utf8.h"
 #include "vexlorcore/DataSet.h"
-
-#include <QString>
 
 #include <memory>
 #include <optional>
@@ -40,13 +39,12 @@ public:
     std::unique_ptr<IMachineData> data;
 };
 
-Origin GetOrigin(const VexlorCore::DataSet& i_data_set)
+Origin GetOrigin(const TavAM::Platform& i_platform)
 {
-    const TavAM::Platform& platform = i_data_set.GetPlatform();
     Origin origin;
-    if (platform.GetMachine() != nullptr)
-        origin.parameters = *platform.GetMachine();
-    origin.saved = platform.GetAMXProperties().GetText(SavedName);
+    if (i_platform.GetMachine() != nullptr)
+        origin.parameters = *i_platform.GetMachine();
+    origin.saved = i_platform.GetAMXProperties().GetText(SavedName);
     return origin;
 }
 
@@ -54,10 +52,20 @@ std::unique_ptr<IMachineData> MakeMachineData(const Origin& i_origin)
 {
     auto data = CreateMachineData();
     if (i_origin.saved)
-        ReadMachineData(QString::fromStdWString(*i_origin.saved).toStdString(), *data);
+        ReadMachineData(TavSDK::ToUtf8(*i_origin.saved), *data);
     else
         PLDF::ConvertFromPLDF(*data, *i_origin.parameters, {.properties = true, .platform = true, .profiles = true});
     return data;
+}
+
+/// As the scene saves them.
+std::wstring MakeDocument(const IMachineData& i_data)
+{
+    std::wstring document = TavSDK::ToWide(WriteMachineData(i_data));
+    using TavAM::PersistentProperties;
+    if (PersistentProperties::CountSavedBytes(document) > PersistentProperties::LargestText)
+        throw std::runtime_error("the machine data are too long for a platform file");
+    return document;
 }
 
 MachineDataValue* FindValue(VexlorCore::DataSet& io_data_set)
@@ -71,7 +79,7 @@ IMachineData* GetMachineDataMutable(VexlorCore::DataSet* ip_data_set)
 {
     if (ip_data_set == nullptr)
         throw std::invalid_argument("data set is nullptr");
-    Origin origin = GetOrigin(*ip_data_set);
+    Origin origin = GetOrigin(ip_data_set->GetPlatform());
     VexlorCore::PropertyCollection& properties = ip_data_set->GetPropertyCollection();
     if (!origin.parameters) {
         properties.Delete(TransientKey);
@@ -90,12 +98,19 @@ void StoreMachineData(VexlorCore::DataSet* ip_data_set)
     IMachineData* const data = GetMachineDataMutable(ip_data_set);
     if (data == nullptr)
         return;
-    const std::wstring document = QString::fromStdString(WriteMachineData(*data)).toStdWString();
-    using TavAM::PersistentProperties;
-    if (PersistentProperties::CountSavedBytes(document) > PersistentProperties::LargestText)
-        throw std::runtime_error("the machine data are too long for a platform file");
-    ip_data_set->GetAMObject().GetAMXProperties().SetText(SavedName, document);
-    FindValue(*ip_data_set)->origin = GetOrigin(*ip_data_set);
+    ip_data_set->GetAMObject().GetAMXProperties().SetText(SavedName, MakeDocument(*data));
+    FindValue(*ip_data_set)->origin = GetOrigin(ip_data_set->GetPlatform());
+}
+
+std::unique_ptr<IMachineData> MakeMachineData(const TavAM::Platform& i_platform)
+{
+    const Origin origin = GetOrigin(i_platform);
+    return origin.parameters ? MakeMachineData(origin) : nullptr;
+}
+
+void CheckStorable(const IMachineData& i_data)
+{
+    MakeDocument(i_data);
 }
 
 } // namespace MachineLayer::Utilities

@@ -1,14 +1,12 @@
 #include "vexlorcore/ScopedTemporaryFile.h"
 
 #include "tavam/FileError.h"
-
-#include <QString>
+#include "tavsdk/Path.h"
+#include "tavsdk/Utf8.h"
 
 #include <cerrno>
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
-#include <system_error>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -19,7 +17,7 @@ namespace {
 
 std::string ToFileName(const std::wstring& i_name)
 {
-    const auto name = QString::fromStdWString(i_name).toStdString();
+    auto name = TavSDK::ToUtf8(i_name);
     if (name.find('/') != std::string::npos || name.find('\0') != std::string::npos)
         throw std::invalid_argument("The name of a temporary file holds a path separator.");
     return name;
@@ -31,24 +29,21 @@ ScopedTemporaryFile::ScopedTemporaryFile(const std::wstring& i_stem, const std::
 {
     const auto extension = ToFileName(i_extension);
     const auto stem = ToFileName(i_stem);
-    std::error_code error;
-    const auto folder = std::filesystem::temp_directory_path(error);
-    if (error)
-        throw TavAM::FileError("There is no folder for temporary files: " + error.message() + ".");
-    std::string path = (folder / (stem + "XXXXXX" + extension)).string();
+    const auto folder = TavSDK::GetTemporaryFolder();
+    std::string path = folder / (stem + "XXXXXX" + extension);
     const int file = ::mkstemps(path.data(), static_cast<int>(extension.size()));
     if (file < 0)
-        throw TavAM::FileError("A temporary file cannot be made in '" + folder.string() +
-                               "': " + std::generic_category().message(errno) + ".");
+        throw TavAM::FileError("A temporary file cannot be made in '" + TavSDK::ShowPath(folder) +
+                               "': " + TavSDK::ErrnoText(errno) + ".");
     // mkstemps asks for 0600 and the umask may take more away.
     ::fchmod(file, S_IRUSR | S_IWUSR);
     ::close(file);
-    _path = QString::fromStdString(path).toStdWString();
+    _path = TavSDK::PathToWide(path);
 }
 
 ScopedTemporaryFile::~ScopedTemporaryFile()
 {
-    ::unlink(QString::fromStdWString(_path).toUtf8().constData());
+    ::unlink(TavSDK::ToUtf8(_path).c_str());
 }
 
 } // namespace VexlorCore

@@ -8,7 +8,8 @@
 
 namespace VexlorCore {
 
-/// Usage statistics of the host: traces are kept in memory, bounded, and can be read back. Thread: any.
+/// Usage statistics of the host: traces are kept in memory, bounded, and can be read back.
+/// Thread: any.
 class VEXLORCORE_EXPORT Statistic
 {
 public:

@@ -20,7 +20,8 @@ public:
     UiThread& operator=(const UiThread&) = delete;
 
     /// Runs the job on the UI thread and waits for it; on the UI thread itself runs it at once. What the job throws is
-    /// thrown here. \throws std::runtime_error "The host is shutting down." when there is no UI thread (any more).
+    /// thrown here.
+    /// \throws std::runtime_error "The host is shutting down." when there is no UI thread (any more).
     static void Invoke(const std::function<void()>& i_job);
     /// Runs the job on the UI thread later and does not wait; also from the UI thread. Dropped without a UI thread.
     /// A job that throws is reported in the log.

@@ -13,18 +13,18 @@ namespace Vexlor::UICommands {
 class BaseCommandsStorageScopedSignalBlocker
 {
 public:
-    /// \param io_depth must outlive the blocker.
-    explicit BaseCommandsStorageScopedSignalBlocker(int& io_depth)
-        : _depth(io_depth)
+    /// \param iop_depth shared, because a listener may destroy the storage before the blocker goes.
+    explicit BaseCommandsStorageScopedSignalBlocker(std::shared_ptr<int> iop_depth)
+        : _depth(std::move(iop_depth))
     {
-        ++_depth;
+        ++*_depth;
     }
-    ~BaseCommandsStorageScopedSignalBlocker() { --_depth; }
+    ~BaseCommandsStorageScopedSignalBlocker() { --*_depth; }
     BaseCommandsStorageScopedSignalBlocker(const BaseCommandsStorageScopedSignalBlocker&) = delete;
     BaseCommandsStorageScopedSignalBlocker& operator=(const BaseCommandsStorageScopedSignalBlocker&) = delete;
 
 private:
-    int& _depth;
+    const std::shared_ptr<int> _depth;
 };
 
 /// A factory that owns its commands.
@@ -91,17 +91,17 @@ protected:
             _blockers.pop_back();
     }
     /// For a bracket that is a scope: BaseCommandsStorageScopedSignalBlocker blocker(_GetBlockDepth()).
-    int& _GetBlockDepth() { return _blockDepth; }
+    const std::shared_ptr<int>& _GetBlockDepth() { return _blockDepth; }
 
 private:
     void _Forward(void (AbstractCommandsFactory::*ip_signal)(const QSet<QString>&), const QSet<QString>& i_ids)
     {
-        if (_blockDepth == 0)
+        if (*_blockDepth == 0)
             Q_EMIT(this->*ip_signal)(i_ids);
     }
 
     CommandsContainer<T, void> _container;
-    int _blockDepth = 0;
+    const std::shared_ptr<int> _blockDepth = std::make_shared<int>(0);
     std::vector<std::unique_ptr<BaseCommandsStorageScopedSignalBlocker>> _blockers;
 };
 

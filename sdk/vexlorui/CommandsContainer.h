@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QList>
+#include <QPointer>
 
 #include <memory>
 #include <type_traits>
@@ -38,7 +39,11 @@ public:
             return false;
         const QString id = ip_command->GetId();
         const QSet<QString> ids{id};
+        const QPointer<CommandsContainer> alive(this);
         Q_EMIT BeforeCommandsAdded(ids);
+        // A listener may have destroyed the container, or added another one of this id.
+        if (!alive || _commands.contains(id))
+            return false;
         _commands.insert(id, std::move(ip_command));
         Q_EMIT CommandsAdded(ids);
         return true;
@@ -48,10 +53,13 @@ public:
     void Remove(const QSet<QString>& i_ids)
     {
         const QSet<QString> ids = i_ids;
+        const QPointer<CommandsContainer> alive(this);
         Q_EMIT BeforeCommandsRemoved(ids);
-        for (const auto& id : ids)
-            _Drop(_commands.take(id));
-        Q_EMIT CommandsRemoved(ids);
+        // Dropping a command may destroy the container as well: what a command holds is not known here.
+        for (auto id = ids.begin(); alive && id != ids.end(); ++id)
+            _Drop(_commands.take(*id));
+        if (alive)
+            Q_EMIT CommandsRemoved(ids);
     }
 
     /// Announces nothing when there is nothing to drop.

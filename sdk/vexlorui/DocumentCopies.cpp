@@ -1,27 +1,33 @@
-#include "DocumentCopies.h"
+#include "vexlorui/DocumentCopies.h"
 
-#include "tavam/AtomicFile.h"
 #include "tavam/FileError.h"
+#include "tavsdk/AtomicFile.h"
+#include "tavsdk/FileError.h"
+#include "tavsdk/InputFile.h"
+#include "tavsdk/Path.h"
 
+#include <QCoreApplication>
 #include <QString>
 
-#include <array>
-#include <cerrno>
-#include <functional>
 #include <optional>
 #include <system_error>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace Vexlor {
 
 namespace {
 
-std::string DescribeErrno()
+[[noreturn]] void ThrowUnwritable(const std::filesystem::path& i_path, const QString& i_why)
 {
-    return std::generic_category().message(errno);
+    throw TavAM::FileError(QCoreApplication::translate("Vexlor::DocumentCopies", "'%1' cannot be written: %2.")
+                               .arg(QString::fromStdString(TavSDK::ShowPath(i_path)), i_why)
+                               .toStdString());
+}
+
+[[noreturn]] void ThrowUnreadable(const std::filesystem::path& i_path, const QString& i_why)
+{
+    throw TavAM::FileError(QCoreApplication::translate("Vexlor::DocumentCopies", "'%1' cannot be read: %2.")
+                               .arg(QString::fromStdString(TavSDK::ShowPath(i_path)), i_why)
+                               .toStdString());
 }
 
 /// Names the file in what the action fails with.
@@ -31,38 +37,16 @@ auto Writing(const std::filesystem::path& i_path, const Action& i_action)
     try {
         return i_action();
     } catch (const TavAM::FileError& error) {
-        throw TavAM::FileError("'" + i_path.string() + "' cannot be written: " + error.what() + ".");
+        ThrowUnwritable(i_path, QString::fromUtf8(error.what()));
     }
 }
 
-void CopyBytes(const std::filesystem::path& i_from, const std::function<void(std::string_view)>& i_write)
+TavSDK::InputFile OpenDocument(const std::filesystem::path& i_path)
 {
-    // Not through links or pipes: the file comes from a machine.
-    const int from = ::open(i_from.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    const struct Closer
-    {
-        ~Closer()
-        {
-            if (file >= 0)
-                ::close(file);
-        }
-        int file;
-    } closer{from};
-    struct stat status = {};
-    if (from < 0 || ::fstat(from, &status) != 0)
-        throw TavAM::FileError("'" + i_from.string() + "' cannot be read: " + DescribeErrno() + ".");
-    if (!S_ISREG(status.st_mode))
-        throw TavAM::FileError("'" + i_from.string() + "' cannot be read: it is not a file.");
-    std::array<char, 1U << 16U> buffer;
-    for (;;) {
-        const auto read = ::read(from, buffer.data(), buffer.size());
-        if (read < 0 && errno == EINTR)
-            continue;
-        if (read < 0)
-            throw TavAM::FileError("'" + i_from.string() + "' cannot be read: " + DescribeErrno() + ".");
-        if (read == 0)
-            return;
-        i_write({buffer.data(), static_cast<std::size_t>(read)});
+    try {
+        return TavSDK::InputFile(i_path, TavSDK::InputFile::Links::Refuse);
+    } catch (const TavAM::FileError& error) {
+        ThrowUnreadable(i_path, QString::fromUtf8(error.what()));
     }
 }
 
@@ -71,9 +55,9 @@ std::filesystem::path CopyDocument(const std::filesystem::path& i_file, const st
     constexpr int maxNumber = 10'000;
     const std::filesystem::path name = SanitizeFileName(i_file.filename().string());
     const auto target = i_folder / name;
-    std::optional<TavAM::AtomicFile> copy;
-    Writing(target, [&] { copy.emplace(target); });
-    CopyBytes(i_file, [&](std::string_view i_bytes) { Writing(target, [&] { copy->Write(i_bytes); }); });
+    auto source = OpenDocument(i_file);
+    std::optional<TavSDK::AtomicFile> copy;
+    Writing(target, [&] { copy.emplace(target).Copy(source); });
     for (int number = 1; number <= maxNumber; ++number) {
         auto path = target;
         if (number > 1)
@@ -81,7 +65,7 @@ std::filesystem::path CopyDocument(const std::filesystem::path& i_file, const st
         if (Writing(target, [&] { return copy->TryCommitAs(path); }))
             return path;
     }
-    throw TavAM::FileError("'" + target.string() + "' cannot be written: too many files have its name.");
+    ThrowUnwritable(target, QCoreApplication::translate("Vexlor::DocumentCopies", "too many files have its name"));
 }
 
 /// Cut between characters, never within one.
@@ -97,7 +81,7 @@ QString CutToBytes(QString i_text, int i_bytes)
 void WriteFileAtomically(const std::filesystem::path& i_path, std::string_view i_bytes)
 {
     Writing(i_path, [&] {
-        TavAM::AtomicFile file(i_path);
+        TavSDK::AtomicFile file(i_path);
         file.Write(i_bytes);
         file.Commit();
     });
@@ -132,7 +116,11 @@ std::vector<std::filesystem::path> CopyDocuments(const std::vector<std::filesyst
     if (std::filesystem::create_directories(i_folder, error))
         std::filesystem::permissions(i_folder, std::filesystem::perms::owner_all, error);
     if (error)
-        throw TavAM::FileError("The folder '" + i_folder.string() + "' cannot be made: " + error.message() + ".");
+        throw TavAM::FileError(
+            QCoreApplication::translate("Vexlor::DocumentCopies", "The folder '%1' cannot be made: %2.")
+                .arg(QString::fromStdString(TavSDK::ShowPath(i_folder)),
+                     QString::fromStdString(TavSDK::ErrnoText(error.value())))
+                .toStdString());
     std::vector<std::filesystem::path> copies;
     try {
         for (const auto& file : i_files)

@@ -1,12 +1,17 @@
 #include "vexlorui/IconUpdater.h"
 
+#include "tavsdk/StopExceptions.h"
+
 #include <QHash>
+#include <QLoggingCategory>
 
 #include <utility>
 
 namespace Vexlor::UICommands {
 
 namespace {
+
+Q_LOGGING_CATEGORY(log, "machineservice.host.icons")
 
 /// UI thread only.
 struct Icons
@@ -31,7 +36,8 @@ void IconUpdater::RegisterIcon(const QString& i_command_id, const QIcon& i_icon)
     else
         icons.byCommand.insert(i_command_id, i_icon);
     if (const auto handler = icons.handler)
-        handler(i_command_id);
+        TavSDK::StopExceptions([&] { handler(i_command_id); },
+                               [](const char* ip_why) { qCWarning(log, "A command cannot be redrawn: %s", ip_why); });
 }
 
 QIcon IconUpdater::GetIcon(const QString& i_command_id)

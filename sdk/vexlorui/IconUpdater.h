@@ -20,7 +20,8 @@ public:
     /// Null when none is registered.
     static QIcon GetIcon(const QString& i_command_id);
 
-    /// Called after each registration; the host's ribbon redraws the command. Returns the former handler.
+    /// Called after each registration; the host's ribbon redraws the command. What it throws ends in the log.
+    /// \return the former handler.
     using Handler = std::function<void(const QString& i_command_id)>;
     static Handler SetHandler(Handler i_handler);
 };

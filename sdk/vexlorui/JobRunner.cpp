@@ -1,5 +1,6 @@
-#include "JobRunner.h"
+#include "vexlorui/JobRunner.h"
 
+#include "tavsdk/StopExceptions.h"
 #include "tavsdk/Utf8.h"
 #include "vexlorcore/UiThread.h"
 #include "vexlorui/ReferenceApiProvider.h"
@@ -30,6 +31,14 @@ QEvent::Type GetNewsEventType()
 {
     static const int type = QEvent::registerEventType();
     return static_cast<QEvent::Type>(type);
+}
+
+/// A display that fails must not take the job along.
+template <class Function>
+void TellOfFailures(const Function& i_function)
+{
+    TavSDK::StopExceptions(i_function,
+                           [](const char* ip_why) { qCWarning(log, "The progress display failed: %s", ip_why); });
 }
 
 /// What the job's thread and the UI thread share. Lives on Run's stack, which outlives the job's thread.
@@ -134,14 +143,11 @@ private:
         if (!news || !_display || _isDelivering)
             return;
         _isDelivering = true;
-        try {
-            _display->SetProgress(news->percent,
-                                  QString::fromUtf8(news->stage.data(), static_cast<int>(news->stage.size())));
-        } catch (const std::exception& error) {
-            qCWarning(log, "The progress display failed: %s", error.what());
-        } catch (...) {
-            qCWarning(log, "The progress display failed.");
-        }
+        const auto display = _display;
+        TellOfFailures([&] {
+            display->SetProgress(news->percent,
+                                 QString::fromUtf8(news->stage.data(), static_cast<int>(news->stage.size())));
+        });
         _isDelivering = false;
         if (!shared.IsDone())
             _pause.start(ProgressInterval);
@@ -162,7 +168,8 @@ struct JobRunner::Begun
     {
         const std::lock_guard lock(runner._mutex);
         if (runner._stop)
-            throw std::runtime_error("Another command is still running.");
+            throw std::runtime_error(
+                QCoreApplication::translate("Vexlor::JobRunner", "Another command is still running.").toStdString());
         runner._stop.emplace();
         stop = *runner._stop;
     }
@@ -192,14 +199,8 @@ bool JobRunner::Run(const QString& i_title, const VexlorCore::Job& i_job, std::s
         {
             ~Shown()
             {
-                try {
-                    if (display)
-                        display->End();
-                } catch (const std::exception& error) {
-                    qCWarning(log, "The progress display failed: %s", error.what());
-                } catch (...) {
-                    qCWarning(log, "The progress display failed.");
-                }
+                if (display)
+                    TellOfFailures([this] { display->End(); });
             }
             IProgressDisplay* display;
         };

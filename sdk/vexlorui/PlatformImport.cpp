@@ -1,13 +1,15 @@
-#include "PlatformImport.h"
+#include "vexlorui/PlatformImport.h"
 
 #include "tavam/AMXFileReader.h"
 #include "tavam/FileError.h"
 #include "tavam/PropertyNames.h"
-#include "vexlorcore/MeshImporter.h"
+#include "tavsdk/Path.h"
 #include "vexlorcore/Notifications.h"
+#include "vexlorcore/meshimport/MeshImporter.h"
 
 #include <boost/uuid/random_generator.hpp>
 
+#include <QCoreApplication>
 #include <QString>
 
 #include <filesystem>
@@ -75,7 +77,10 @@ ImportKind ToImportKind(std::int32_t i_kind)
 {
     if (i_kind < static_cast<std::int32_t>(ImportKind::WholePlatform) ||
         i_kind > static_cast<std::int32_t>(ImportKind::AdditionalParts))
-        throw std::runtime_error("The host does not know the import kind " + std::to_string(i_kind) + ".");
+        throw std::runtime_error(
+            QCoreApplication::translate("Vexlor::PlatformImport", "The host does not know the import kind %1.")
+                .arg(i_kind)
+                .toStdString());
     return static_cast<ImportKind>(i_kind);
 }
 
@@ -83,7 +88,7 @@ Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_me
 {
     Platforms platforms;
     for (const auto& name : i_files) {
-        const std::filesystem::path path = QString::fromStdWString(name).toStdString();
+        const std::filesystem::path path = TavSDK::PathFromWide(name);
         if (i_with_meshes && !IsPlatformFile(path)) {
             auto platform = std::make_shared<TavAM::Platform>();
             platform->GetParts() = VexlorCore::ImportMeshFile(path);
@@ -95,7 +100,9 @@ Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_me
         if (!reader.ReadFile(path, file))
             throw TavAM::FileError(reader.GetError());
         if (file.GetNumPlatforms() == 0)
-            throw TavAM::FileError("'" + path.string() + "' holds no platform.");
+            throw TavAM::FileError(QCoreApplication::translate("Vexlor::PlatformImport", "'%1' holds no platform.")
+                                       .arg(QString::fromStdString(TavSDK::ShowPath(path)))
+                                       .toStdString());
         for (std::size_t i = 0; i < file.GetNumPlatforms(); ++i)
             platforms.push_back(file.GetPlatform(i));
     }

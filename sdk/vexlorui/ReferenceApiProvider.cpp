@@ -1,13 +1,16 @@
 #include "vexlorui/ReferenceApiProvider.h"
 
-#include "DocumentCopies.h"
-#include "JobRunner.h"
-#include "PlatformImport.h"
-#include "SceneDescription.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavam/FileError.h"
+#include "tavsdk/Path.h"
+#include "tavsdk/StopExceptions.h"
 #include "vexlorcore/Application.h"
+#include "vexlorcore/HeldScene.h"
 #include "vexlorcore/UiThread.h"
+#include "vexlorui/DocumentCopies.h"
+#include "vexlorui/JobRunner.h"
+#include "vexlorui/PlatformImport.h"
+#include "vexlorui/SceneDescription.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -32,8 +35,7 @@ VexlorCore::Application& GetApplication()
 {
     auto* application = VexlorCore::Application::GetInstance();
     if (!application || !application->GetDatabase())
-        throw std::runtime_error(
-            QCoreApplication::translate("Vexlor::ReferenceApiProvider", "The scene was closed.").toStdString());
+        throw VexlorCore::SceneClosed();
     return *application;
 }
 
@@ -41,19 +43,62 @@ VexlorCore::Application& GetApplication()
 DataSet& GetOpenScene(DataSet* ip_data_set)
 {
     if (!GetApplication().GetDatabase()->Contains(ip_data_set))
-        throw std::runtime_error(
-            QCoreApplication::translate("Vexlor::ReferenceApiProvider", "The scene was closed.").toStdString());
+        throw VexlorCore::SceneClosed();
     return *ip_data_set;
 }
 
-/// UI thread. Replaces the scene's platform as an operation that can be undone.
-void ReplacePlatform(DataSet& io_scene, TavAM::Platform i_platform, const QString& i_name, std::uint32_t i_actions)
+[[noreturn]] void ThrowUnsupportedFormat()
 {
+    throw std::runtime_error(
+        QCoreApplication::translate("Vexlor::ReferenceApiProvider", "Unsupported input file format.").toStdString());
+}
+
+/// The scene of a call from any thread; held and let go on the UI thread.
+class SceneOfCall
+{
+public:
+    /// \throws SceneClosed.
+    explicit SceneOfCall(DataSet* ip_data_set)
+    {
+        UiThread::Invoke([&] { _scene = std::make_unique<VexlorCore::HeldScene>(GetOpenScene(ip_data_set)); });
+    }
+    ~SceneOfCall()
+    {
+        TavSDK::StopExceptions([this] { UiThread::Invoke([this] { _scene.reset(); }); },
+                               [](const char* ip_why) { qCWarning(log, "A scene goes with its call: %s", ip_why); });
+    }
+    SceneOfCall(const SceneOfCall&) = delete;
+    SceneOfCall& operator=(const SceneOfCall&) = delete;
+
+    /// UI thread. \throws SceneClosed.
+    DataSet& Get() const { return _scene->Get(); }
+
+private:
+    std::unique_ptr<VexlorCore::HeldScene> _scene;
+};
+
+/// UI thread. Replaces the scene's platform as an operation that can be undone. What follows belongs to it: when that
+/// fails, the scene is as it was.
+void ReplacePlatform(DataSet& io_scene, TavAM::Platform i_platform, const QString& i_name, std::uint32_t i_actions,
+                     const std::function<void()>& i_what_follows)
+{
+    const VexlorCore::HeldScene held(io_scene);
     const std::weak_ptr<DataSet> scene = io_scene.weak_from_this();
     const auto former = std::make_shared<const TavAM::Platform>(io_scene.GetPlatform());
+    const auto selection = io_scene.GetSelection();
     auto& application = GetApplication();
     application.GetOperationManager()->Execute(
-        i_name.toStdWString(), i_actions, [&] { io_scene.SetPlatform(std::move(i_platform)); },
+        i_name.toStdWString(), i_actions,
+        [&] {
+            io_scene.SetPlatform(std::move(i_platform));
+            try {
+                i_what_follows();
+            } catch (...) {
+                io_scene.SetPlatform(*former);
+                io_scene.SetSelection(selection);
+                throw;
+            }
+        },
         [scene, former, i_actions] {
             const auto open = scene.lock();
             if (!open)
@@ -181,7 +226,7 @@ void ReferenceApiProvider::SaveProcessorInput(DataSet* ip_data_set, std::int32_t
                                               const std::filesystem::path& i_path)
 {
     if (i_format < 1 || i_format > LastFormat)
-        throw std::runtime_error("Unsupported input file format.");
+        ThrowUnsupportedFormat();
     TavAM::Platform platform;
     UiThread::Invoke([&] { platform = GetOpenScene(ip_data_set).GetPlatform(); });
     if (i_format <= LastPlatformFormat)
@@ -206,9 +251,10 @@ void ReferenceApiProvider::LoadProcessorFiles(
     std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded, std::int32_t)
 {
     const auto kind = ToImportKind(i_import_kind);
+    const SceneOfCall held(ip_data_set);
     const auto loaded = ReadPlatforms(i_files, kind == ImportKind::AdditionalParts);
     UiThread::Invoke([&] {
-        auto& scene = GetOpenScene(ip_data_set);
+        auto& scene = held.Get();
         if (loaded.empty())
             return;
         auto platform = scene.GetPlatform();
@@ -217,23 +263,24 @@ void ReferenceApiProvider::LoadProcessorFiles(
         KeepAttachment(scene.GetPlatform(), platform);
         ReplacePlatform(scene, std::move(platform),
                         QCoreApplication::translate("Vexlor::ReferenceApiProvider", "Load machine output"),
-                        GetActions(kind));
-        CallForEach(loaded, i_on_platform_loaded);
+                        GetActions(kind), [&] { CallForEach(loaded, i_on_platform_loaded); });
     });
 }
 
 void ReferenceApiProvider::OpenProcessorFiles(DataSet* ip_data_set, const std::vector<std::wstring>& i_files)
 {
-    UiThread::Invoke([&] { GetOpenScene(ip_data_set); });
+    const SceneOfCall held(ip_data_set);
+    // A handler may destroy the provider.
+    const auto impl = _impl;
     std::vector<std::filesystem::path> files;
     for (const auto& file : i_files)
-        files.emplace_back(QString::fromStdWString(file).toStdString());
-    const auto copies = CopyDocuments(files, _impl->documentsDir);
+        files.push_back(TavSDK::PathFromWide(file));
+    const auto copies = CopyDocuments(files, impl->documentsDir);
     UiThread::Invoke([&] {
         for (const auto& copy : copies) {
             // Asked again for each: opening one may have closed the scene.
-            auto& scene = GetOpenScene(ip_data_set);
-            if (const auto handler = _impl->openDocument)
+            auto& scene = held.Get();
+            if (const auto handler = impl->openDocument)
                 handler(scene, copy);
             else
                 qCInfo(log, "A document of the machine lies at %s", copy.c_str());
@@ -243,13 +290,14 @@ void ReferenceApiProvider::OpenProcessorFiles(DataSet* ip_data_set, const std::v
 
 void ReferenceApiProvider::LoadPlatformFile(DataSet* ip_data_set, std::int32_t i_format,
                                             const std::vector<std::wstring>& i_files, const QString& i_progress_title,
-                                            std::function<IVexlorApiProvider&()> i_api_provider,
+                                            VexlorCore::ApiProviderGetter i_api_provider,
                                             std::function<void(DataSet*)> i_on_scene_loaded,
                                             std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
                                             bool i_show_progress, bool i_keep_parts)
 {
     if (i_format < 1 || i_format > LastPlatformFormat)
-        throw std::runtime_error("Unsupported input file format.");
+        ThrowUnsupportedFormat();
+    const SceneOfCall held(ip_data_set);
     Platforms loaded;
     const auto read = [&](VexlorCore::IJobProgress& io_progress) {
         loaded = ReadPlatforms(i_files, false);
@@ -259,23 +307,32 @@ void ReferenceApiProvider::LoadPlatformFile(DataSet* ip_data_set, std::int32_t i
     if (i_show_progress && UiThread::IsCurrent()) {
         auto& provider = i_api_provider ? i_api_provider() : *this;
         if (!provider.RunJobWithTitle(i_progress_title, read))
-            throw VexlorCore::JobCancelled("Loading the platform was cancelled.");
+            throw VexlorCore::JobCancelled(
+                QCoreApplication::translate("Vexlor::ReferenceApiProvider", "Loading the platform was cancelled.")
+                    .toStdString());
     } else {
         loaded = ReadPlatforms(i_files, false);
     }
     if (loaded.size() != 1)
-        throw TavAM::FileError("The machine's files hold " + std::to_string(loaded.size()) +
-                               " platforms; a scene takes one.");
+        throw TavAM::FileError(
+            QCoreApplication::translate("Vexlor::ReferenceApiProvider",
+                                        "The machine's files hold %1 platforms; a scene takes exactly one.")
+                .arg(loaded.size())
+                .toStdString());
     UiThread::Invoke([&] {
-        auto& scene = GetOpenScene(ip_data_set);
+        auto& scene = held.Get();
         auto platform = i_keep_parts ? WithPartsOf(scene.GetPlatform(), *loaded.front()) : *loaded.front();
         ReplacePlatform(scene, std::move(platform),
                         QCoreApplication::translate("Vexlor::ReferenceApiProvider", "Load platform"),
                         GetActions(ImportKind::WholePlatform) |
-                            static_cast<std::uint32_t>(VexlorCore::DatabaseAction::PlatformChanged));
-        if (i_on_scene_loaded)
-            i_on_scene_loaded(&GetOpenScene(ip_data_set));
-        CallForEach(loaded, i_on_platform_loaded);
+                            static_cast<std::uint32_t>(VexlorCore::DatabaseAction::PlatformChanged),
+                        [&] {
+                            if (i_on_scene_loaded)
+                                i_on_scene_loaded(&scene);
+                            // The scene's own: what is written into it stays with the scene.
+                            if (i_on_platform_loaded)
+                                i_on_platform_loaded(held.Get().SharePlatform());
+                        });
     });
 }
 

@@ -75,7 +75,7 @@ public:
     void OpenProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files) override;
     void LoadPlatformFile(VexlorCore::DataSet* ip_data_set, std::int32_t i_format,
                           const std::vector<std::wstring>& i_files, const QString& i_progress_title,
-                          std::function<IVexlorApiProvider&()> i_api_provider,
+                          VexlorCore::ApiProviderGetter i_api_provider,
                           std::function<void(VexlorCore::DataSet*)> i_on_scene_loaded,
                           std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
                           bool i_show_progress, bool i_keep_parts) override;

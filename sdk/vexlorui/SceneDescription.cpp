@@ -1,13 +1,12 @@
-#include "SceneDescription.h"
+#include "vexlorui/SceneDescription.h"
 
+#include "tavsdk/Text.h"
 #include "tavsdk/XmlWriter.h"
 
 #include <boost/uuid/uuid_io.hpp>
 
 #include <QString>
 
-#include <array>
-#include <charconv>
 #include <utility>
 
 namespace Vexlor {
@@ -28,17 +27,10 @@ std::string ToXmlText(const std::wstring& i_text)
     return text.toStdString();
 }
 
-/// The shortest text that reads back as the same number.
-std::string ToText(double i_value)
-{
-    std::array<char, 32> text;
-    const auto end = std::to_chars(text.data(), text.data() + text.size(), i_value).ptr;
-    return {text.data(), end};
-}
-
 std::string ToText(const TavAM::Point3d& i_point)
 {
-    return ToText(i_point.x) + ' ' + ToText(i_point.y) + ' ' + ToText(i_point.z);
+    return TavSDK::NumberToText(i_point.x) + ' ' + TavSDK::NumberToText(i_point.y) + ' ' +
+           TavSDK::NumberToText(i_point.z);
 }
 
 void WriteProperties(TavSDK::XmlWriter& io_writer, const TavAM::PersistentProperties& i_properties)
@@ -78,7 +70,7 @@ void WritePart(TavSDK::XmlWriter& io_writer, const TavAM::Part& i_part)
     io_writer.WriteStartTag("Placement");
     std::string rows;
     for (const double value : i_part.GetPlacement().rows)
-        rows += (rows.empty() ? "" : " ") + ToText(value);
+        rows += (rows.empty() ? "" : " ") + TavSDK::NumberToText(value);
     io_writer.WriteCharacterData(rows);
     io_writer.WriteEndTag("Placement");
 

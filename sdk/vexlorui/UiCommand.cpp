@@ -22,7 +22,7 @@ struct UiCommand::Impl
 
 UiCommand::UiCommand(const QString& i_id, const CheckOutRecord& i_check_out, QObject* ip_parent)
     : QObject(ip_parent)
-    , _impl(std::make_unique<Impl>())
+    , _impl(std::make_shared<Impl>())
 {
     _impl->id = i_id;
     _impl->checkOut = i_check_out;
@@ -129,23 +129,23 @@ bool UiCommand::Exec()
 {
     struct Run
     {
-        explicit Run(Impl& io_impl)
-            : impl(io_impl)
+        explicit Run(std::shared_ptr<Impl> ip_impl)
+            : impl(std::move(ip_impl))
         {
-            ++impl.runs;
+            ++impl->runs;
         }
         ~Run()
         {
             // The last owner may go with this scope: nothing of the command is touched after it.
             std::shared_ptr<UiCommand> self;
-            if (--impl.runs == 0)
-                self = std::move(impl.keptSelf);
+            if (--impl->runs == 0)
+                self = std::move(impl->keptSelf);
         }
         Run(const Run&) = delete;
         Run& operator=(const Run&) = delete;
-        Impl& impl;
+        const std::shared_ptr<Impl> impl;
     };
-    const Run run(*_impl);
+    const Run run(_impl);
     return _ExecUiCommand();
 }
 

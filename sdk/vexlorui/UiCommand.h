@@ -50,7 +50,7 @@ public:
     void SetEnabled(bool i_enabled);
     const CheckOutRecord& GetCheckOut() const;
 
-    /// Runs the command, enabled or not; true when it was carried out.
+    /// Runs the command, enabled or not; true when it was carried out. The run may destroy the command.
     bool Exec();
     /// True from the start of Exec to its end; the run may turn the event loop.
     bool IsRunning() const;
@@ -69,7 +69,7 @@ protected:
 
 private:
     struct Impl;
-    std::unique_ptr<Impl> _impl;
+    std::shared_ptr<Impl> _impl; ///< also of a run, which may outlive the command
 };
 
 } // namespace Vexlor::UICommands

@@ -1,37 +1,14 @@
 #include "buildprocessor/BuildProcessorStrategy.h"
 
-#include "buildprocessor/CommandTable.h"
-#include "buildprocessor/Failure.h"
-#include "buildprocessor/MachineCommands.h"
-#include "buildprocessor/PlatformInformation.h"
 #include "buildprocessor/ServiceContext.h"
-
-#include <type_traits>
+#include "buildprocessor/base/Guard.h"
+#include "buildprocessor/commands/CommandTable.h"
+#include "buildprocessor/commands/ReportCommands.h"
+#include "buildprocessor/platform/PlatformInformation.h"
+#include "contract/Failure.h"
+#include "contract/ReadyFuture.h"
 
 namespace MachineService::BuildProcessor {
-
-namespace {
-
-/// A future that is ready: i_answer's result or what it throws.
-template <class Answer>
-auto Ready(Answer i_answer) -> std::future<std::invoke_result_t<Answer>>
-{
-    using Result = std::invoke_result_t<Answer>;
-    std::promise<Result> promise;
-    try {
-        if constexpr (std::is_void_v<Result>) {
-            i_answer();
-            promise.set_value();
-        } else {
-            promise.set_value(i_answer());
-        }
-    } catch (...) {
-        promise.set_exception(std::current_exception());
-    }
-    return promise.get_future();
-}
-
-} // namespace
 
 BuildProcessorStrategy::BuildProcessorStrategy(const DatedProfile& i_profile,
                                                std::shared_ptr<ServiceContext> ip_context)
@@ -150,23 +127,24 @@ auto BuildProcessorStrategy::_Ask(std::stop_token i_stop, Answer i_answer) const
         });
 }
 
-std::future<CommandResult> BuildProcessorStrategy::_Submit(MachineRegistry::ProfilePointer ip_profile,
+std::future<CommandResult> BuildProcessorStrategy::_Submit(ProfilePointer ip_profile,
                                                            const CommandParameters& i_parameters, bool i_slices,
                                                            CommandResult (*ip_run)(const JobInput&)) const
 {
     auto& scheduler = i_slices ? _context->jobs : _context->queries;
     const auto id = ip_profile->profile.id;
     // The context closes its schedulers before it goes, which waits for this work.
-    return scheduler.Submit(id, i_parameters.stopToken,
-                            [&context = *_context, profile = std::move(ip_profile), parameters = i_parameters,
-                             ip_run](std::stop_token i_stop) {
-                                const JobInput input{profile->profile, parameters,          context.enginePath,
-                                                     context.jobsDir,  context.settingsDir, i_stop};
-                                return RunGuarded([&] { return ip_run(input); });
-                            });
+    return scheduler.Submit(
+        id, i_parameters.stopToken,
+        [&context = *_context, profile = std::move(ip_profile), parameters = i_parameters,
+         ip_run](std::stop_token i_stop) {
+            const JobInput input{profile->profile, parameters, context.enginePath, context.jobsDir, context.settingsDir,
+                                 context.cache,    i_stop};
+            return RunGuarded([&] { return ip_run(input); });
+        });
 }
 
-MachineRegistry::ProfilePointer BuildProcessorStrategy::_GetProfile() const
+BuildProcessorStrategy::ProfilePointer BuildProcessorStrategy::_GetProfile() const
 {
     if (auto profile = _context->registry.Find(GetMachineData().id))
         return profile;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "buildprocessor/MachineRegistry.h"
+#include "buildprocessor/machines/MachineProfile.h"
 #include "client/interface/MachineStrategy.h"
 
 #include <memory>
@@ -34,16 +34,19 @@ public:
     std::future<ProfileAssignments> GetProfileAssignments() const override;
 
 private:
-    /// Answers a short question on a thread of the service. \throws CommunicationException.
+    using ProfilePointer = std::shared_ptr<const DatedProfile>;
+
+    /// Answers a short question on a thread of the service.
+    /// \throws CommunicationException.
     template <class Answer>
     auto _Ask(std::stop_token i_stop, Answer i_answer) const
         -> std::future<std::invoke_result_t<Answer&, PlatformRequest>>;
-    /// Runs it now on a thread of the service. \throws CommunicationException.
-    std::future<CommandResult> _Submit(MachineRegistry::ProfilePointer ip_profile,
-                                       const CommandParameters& i_parameters, bool i_slices,
+    /// Runs it now on a thread of the service.
+    /// \throws CommunicationException.
+    std::future<CommandResult> _Submit(ProfilePointer ip_profile, const CommandParameters& i_parameters, bool i_slices,
                                        CommandResult (*ip_run)(const JobInput&)) const;
     /// \throws CommunicationException ServicesUnavailable, MachineNotFound.
-    MachineRegistry::ProfilePointer _GetProfile() const;
+    ProfilePointer _GetProfile() const;
     [[noreturn]] void _RefuseMissing(const char* ip_what) const;
 
     const std::shared_ptr<ServiceContext> _context;

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <charconv>
 #include <thread>
 
 namespace MachineService::BuildProcessor {
@@ -22,10 +23,32 @@ std::filesystem::path GetDefaultDir(QStandardPaths::StandardLocation i_location)
            "build-processors";
 }
 
+std::filesystem::path GetCacheDir(const AbstractPluginUtility* ip_utility)
+{
+    if (!ip_utility)
+        return GetDefaultDir(QStandardPaths::GenericCacheLocation);
+    const auto setting = ip_utility->GetSetting("cache.path");
+    return setting && !setting->empty() ? std::filesystem::path(*setting) : ip_utility->GetDataDir() / "cache";
+}
+
+ContentCache::Bounds GetCacheBounds(const AbstractPluginUtility* ip_utility)
+{
+    ContentCache::Bounds bounds;
+    const auto setting = ip_utility ? ip_utility->GetSetting("cache.megabytes") : std::nullopt;
+    std::uintmax_t megabytes = 0;
+    if (setting &&
+        std::from_chars(setting->data(), setting->data() + setting->size(), megabytes).ptr ==
+            setting->data() + setting->size() &&
+        !setting->empty())
+        bounds.bytes = std::min<std::uintmax_t>(megabytes, 1'000'000) * 1'000'000;
+    return bounds;
+}
+
 } // namespace
 
 ServiceContext::ServiceContext(const AbstractPluginUtility* ip_utility)
-    : jobs(GetJobThreadCount())
+    : cache(GetCacheDir(ip_utility), GetCacheBounds(ip_utility))
+    , jobs(GetJobThreadCount())
 {
     using Location = QStandardPaths::StandardLocation;
     profilesDir =

@@ -1,8 +1,10 @@
 #pragma once
 
-#include "buildprocessor/JobScheduler.h"
-#include "buildprocessor/MachineRegistry.h"
+#include "buildprocessor/base/ContentCache.h"
+#include "buildprocessor/machines/MachineProfile.h"
 #include "client/interface/AbstractPluginUtility.h"
+#include "contract/JobScheduler.h"
+#include "contract/MachineRegistry.h"
 
 #include <filesystem>
 #include <memory>
@@ -20,7 +22,8 @@ struct ServiceContext
     std::filesystem::path jobsDir;
     std::filesystem::path settingsDir;     ///< of the machines' own settings
     std::optional<std::string> enginePath; ///< the setting; empty: the engine of the search path
-    MachineRegistry registry;
+    ContentCache cache;                    ///< of what the engine made and said
+    MachineRegistry<DatedProfile> registry;
     JobScheduler jobs;
     JobScheduler queries{2}; ///< short questions and commands do not wait behind builds
 

@@ -102,13 +102,11 @@ ServicesCatalog::~ServicesCatalog()
 
 void ServicesCatalog::AddService(ServiceId i_service, std::unique_ptr<AbstractServiceCatalog> ip_catalog)
 {
-    // The service is stopped before the signals go.
-    ip_catalog->ConnectMachineAdded([this](const auto& i_id) { _machineAdded(i_id); });
-    ip_catalog->ConnectMachineRemoved([this](const auto& i_id) { _machineRemoved(i_id); });
-    ip_catalog->ConnectMachineUpdated(
-        [this](const auto& i_id, MachineChanges i_changes) { _machineUpdated(i_id, i_changes); });
-    ip_catalog->ConnectServiceStatusUpdated(
-        [this](ServiceId i_id, ServiceStatus i_status) { _serviceStatusUpdated(i_id, i_status); });
+    // A signal that is called by another one lives until the call is over, also when a slot destroys this catalog.
+    ip_catalog->ConnectMachineAdded(_machineAdded);
+    ip_catalog->ConnectMachineRemoved(_machineRemoved);
+    ip_catalog->ConnectMachineUpdated(_machineUpdated);
+    ip_catalog->ConnectServiceStatusUpdated(_serviceStatusUpdated);
     _services[i_service] = std::move(ip_catalog);
 }
 

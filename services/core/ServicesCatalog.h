@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/AbstractServiceCatalog.h"
+#include "contract/AbstractServiceCatalog.h"
 
 #include <map>
 #include <memory>

@@ -18,11 +18,17 @@ std::vector<bool> AcceptedMachines::Contain(const std::vector<boost::uuids::uuid
     return are_accepted;
 }
 
-bool AcceptedMachines::Remove(const boost::uuids::uuid& i_id)
+NewsOrder::Place AcceptedMachines::Remove(const boost::uuids::uuid& i_id)
 {
     const std::lock_guard lock(_mutex);
     _Record(i_id, true, 0);
-    return _ids.erase(i_id) > 0;
+    return _ids.erase(i_id) > 0 ? _news.Append({News::Kind::MachineRemoved, i_id}) : NewsOrder::Place();
+}
+
+NewsOrder::Place AcceptedMachines::Update(const boost::uuids::uuid& i_id, MachineChanges i_changes)
+{
+    const std::lock_guard lock(_mutex);
+    return _ids.contains(i_id) ? _news.Append({News::Kind::MachineUpdated, i_id, i_changes}) : NewsOrder::Place();
 }
 
 void AcceptedMachines::_Record(const boost::uuids::uuid& i_id, bool i_is_gone, int i_own_evaluations)
@@ -50,37 +56,44 @@ AcceptedMachines::Evaluation::~Evaluation()
         _machines._changes.clear();
 }
 
-AcceptedMachines::Outcome AcceptedMachines::Evaluation::Apply(const boost::uuids::uuid& i_id, bool i_is_accepted)
+std::optional<NewsOrder::Place> AcceptedMachines::Evaluation::Apply(const boost::uuids::uuid& i_id, bool i_is_accepted)
 {
     const std::lock_guard lock(_machines._mutex);
     const Sequence asked_at = std::exchange(_seen, _machines._sequence);
     if (!_machines._changes.empty()) {
         const auto change = _machines._changes.find(i_id);
         if (change != _machines._changes.end() && change->second.sequence > _begin) {
+            // The machine went meanwhile: the answer is about nothing.
             if (change->second.isGone)
-                return Outcome::Gone;
+                return NewsOrder::Place();
             if (change->second.sequence > asked_at)
-                return Outcome::AskAgain;
+                return std::nullopt;
         }
     }
     // Whoever changes the rule invalidates afterwards: an answer from before may be the old rule's, and the
     // invalidation may have passed this machine already.
     if (_machines._lastInvalidation > asked_at)
-        return Outcome::AskAgain;
+        return std::nullopt;
+    return i_is_accepted ? _Accept(i_id) : _Reject(i_id);
+}
 
-    if (i_is_accepted) {
-        if (!_machines._ids.insert(i_id).second) {
-            // Confirming is a decision as well: an older rejection must not undo it.
-            _machines._Record(i_id, false, 1);
-            return Outcome::Confirmed;
-        }
-        _machines._Record(i_id, false, 1);
-        return Outcome::Added;
-    }
-    if (_kind == Kind::Announcement || _machines._ids.erase(i_id) == 0)
-        return Outcome::Unchanged;
+NewsOrder::Place AcceptedMachines::Evaluation::_Accept(const boost::uuids::uuid& i_id)
+{
+    const bool is_new = _machines._ids.insert(i_id).second;
+    // Confirming is a decision as well: an older rejection must not undo it.
     _machines._Record(i_id, false, 1);
-    return Outcome::Removed;
+    // What a service announces is passed on, also when it does so twice.
+    if (!is_new && _kind == Kind::Invalidation)
+        return {};
+    return _machines._news.Append({News::Kind::MachineAdded, i_id});
+}
+
+NewsOrder::Place AcceptedMachines::Evaluation::_Reject(const boost::uuids::uuid& i_id)
+{
+    if (_kind == Kind::Announcement || _machines._ids.erase(i_id) == 0)
+        return {};
+    _machines._Record(i_id, false, 1);
+    return _machines._news.Append({News::Kind::MachineRemoved, i_id});
 }
 
 std::vector<bool> AcceptedMachines::Evaluation::Look(std::span<const boost::uuids::uuid> i_ids)

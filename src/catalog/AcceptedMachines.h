@@ -1,5 +1,7 @@
 #pragma once
 
+#include "catalog/NewsOrder.h"
+
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <boost/uuid/uuid.hpp>
 
@@ -9,6 +11,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -19,27 +22,26 @@ namespace MachineService {
 /// The rule is asked without a lock, so its answer may be out of date when it comes: the machine may have gone, or
 /// another thread may have decided about it. An Evaluation notices and says what to do with the answer.
 ///
+/// Every decision takes its place in the order of news as it is made, so that whoever keeps a list by the news ends
+/// with the machines that are accepted. The caller raises what it is given a place for.
+///
 /// Thread: any.
 class AcceptedMachines
 {
 public:
-    enum class Outcome
-    {
-        Added,     ///< not accepted before
-        Confirmed, ///< accepted before as well
-        Removed,   ///< accepted before
-        Unchanged, ///< not accepted before either
-        Gone,      ///< the machine went meanwhile: the answer is about nothing
-        AskAgain,  ///< somebody else decided meanwhile: the answer may be older than that
-    };
-
     class Evaluation;
+
+    explicit AcceptedMachines(NewsOrder& io_news)
+        : _news(io_news)
+    {}
 
     bool Contains(const boost::uuids::uuid& i_id) const;
     /// One answer per id, in order.
     std::vector<bool> Contain(const std::vector<boost::uuids::uuid>& i_ids) const;
-    /// The source says that the machine is gone; true when it was accepted.
-    bool Remove(const boost::uuids::uuid& i_id);
+    /// The source says that the machine is gone.
+    NewsOrder::Place Remove(const boost::uuids::uuid& i_id);
+    /// The source says that the machine is another now.
+    NewsOrder::Place Update(const boost::uuids::uuid& i_id, MachineChanges i_changes);
 
 private:
     using Sequence = std::uint64_t;
@@ -66,7 +68,10 @@ private:
 
     void _Record(const boost::uuids::uuid& i_id, bool i_is_gone, int i_own_evaluations);
 
-    mutable std::mutex _mutex; // guards all below; held neither while the rule is asked nor while a signal is raised
+    NewsOrder& _news;
+    // Guards all below, and is held while a decision takes its place in the order of news; neither while the rule is
+    // asked nor while news are raised. Taken before the lock of the order.
+    mutable std::mutex _mutex;
     boost::unordered_flat_set<boost::uuids::uuid, Hash> _ids;
     std::map<boost::uuids::uuid, Change> _changes; ///< since the oldest evaluation that still runs
     std::atomic<Sequence> _sequence = 0; ///< may be read without the mutex: whether anything was decided since
@@ -92,7 +97,8 @@ public:
     Evaluation& operator=(const Evaluation&) = delete;
 
     /// Takes the rule's answer, which was asked for after the last call of Apply or, the first one, after construction.
-    Outcome Apply(const boost::uuids::uuid& i_id, bool i_is_accepted);
+    /// Nothing when somebody else decided meanwhile, whose decision may be newer than the answer: ask again.
+    std::optional<NewsOrder::Place> Apply(const boost::uuids::uuid& i_id, bool i_is_accepted);
     /// Which of the machines are accepted at this moment: one look for many, which costs little where one for each
     /// would have to fetch the ids from memory again and again.
     std::vector<bool> Look(std::span<const boost::uuids::uuid> i_ids);
@@ -103,6 +109,9 @@ public:
     bool HasGone(const boost::uuids::uuid& i_id) const;
 
 private:
+    NewsOrder::Place _Accept(const boost::uuids::uuid& i_id);
+    NewsOrder::Place _Reject(const boost::uuids::uuid& i_id);
+
     AcceptedMachines& _machines;
     const Kind _kind;
     Sequence _begin = 0;

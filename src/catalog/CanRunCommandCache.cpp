@@ -1,6 +1,6 @@
 #include "catalog/CanRunCommandCache.h"
 
-#include "catalog/ThreadCollector.h"
+#include "tavsdk/ThreadCollector.h"
 
 #include <QLoggingCategory>
 
@@ -57,6 +57,8 @@ struct CanRunCommandCache::State
 
     /// The worker's life.
     void Run();
+    /// Until the interval is over or stop is set.
+    void Pause(std::unique_lock<std::mutex>& io_lock);
     /// Asks the service about every command; true when an answer changed.
     bool Refresh(Answers& io_values) const;
     /// Empty when the service failed, or was given up.
@@ -89,11 +91,21 @@ void CanRunCommandCache::State::Run()
         // Requests do not shorten the pause, or an eager host would have the service asked without a break; stop ends
         // it. A pass that asked nothing, as the first one before any question, needs none.
         if (has_asked)
-            wakeUp.wait_for(lock, interval, [this] { return stop; });
+            Pause(lock);
         isIdle = true;
         wakeUp.wait(lock, [this] { return stop || requested; });
         isIdle = false;
     }
+}
+
+void CanRunCommandCache::State::Pause(std::unique_lock<std::mutex>& io_lock)
+{
+    using Clock = std::chrono::steady_clock;
+    const auto now = Clock::now();
+    const auto longest = std::chrono::floor<std::chrono::milliseconds>(Clock::time_point::max() - now);
+    // "For ever" is more than the clock can count.
+    const auto end = now + std::clamp(interval, std::chrono::milliseconds::zero(), longest);
+    wakeUp.wait_until(io_lock, end, [this] { return stop; });
 }
 
 bool CanRunCommandCache::State::Refresh(Answers& io_values) const
@@ -173,7 +185,7 @@ CanRunCommandCache::~CanRunCommandCache()
 
 void CanRunCommandCache::_LetWorkerGo()
 {
-    ThreadCollector::GetInstance().Take(std::move(_worker), _hasEnded);
+    TavSDK::CollectThread(std::move(_worker), _hasEnded);
 }
 
 bool CanRunCommandCache::Get(const boost::uuids::uuid& i_command_id)

@@ -28,9 +28,8 @@ struct ICanRunCommandCache
 
 /// Starts the cache's thread, on which it asks and reports.
 /// \param i_fetch asks the service. What it throws, and what its future throws, leaves the last answer; a future that
-/// is
-///        not valid counts as the answer false.
-/// \param i_interval pause after each pass.
+///        is not valid counts as the answer false.
+/// \param i_interval pause after each pass; std::chrono::milliseconds::max() makes the first pass the last one.
 /// \param i_on_changed called after a pass in which an answer changed, never once the cache began to go.
 /// \throws std::system_error when no thread can be started.
 MACHINESERVICE_EXPORT std::unique_ptr<ICanRunCommandCache>

@@ -49,17 +49,21 @@ void SetPldfTimestampFromMachine(TavAM::Object& io_object, const Machine& i_mach
     }
 }
 
+std::optional<long long> GetPldfTimestamp(VexlorCore::DataSet* ip_data_set)
+{
+    const auto text = ip_data_set->GetAMObject().GetAMXProperties(false).GetText(MachineInformationTimestamp);
+    return text && !text->empty() ? std::optional(VexlorCore::GetUtcTimeFromIso8601String(*text)) : std::nullopt;
+}
+
 void UpdatePldfTimestamp(VexlorCore::DataSet* ip_data_set, const Machine& i_machine)
 {
     const auto machine_seconds = GetConfigurationSeconds(i_machine);
     if (!machine_seconds)
         return;
-    TavAM::Object& object = ip_data_set->GetAMObject();
-    const std::wstring stored =
-        object.GetAMXProperties(false).GetText(MachineInformationTimestamp).value_or(std::wstring());
-    if (!stored.empty() && *machine_seconds - VexlorCore::GetUtcTimeFromIso8601String(stored) <= MaxSecondsOfOneWriting)
+    const auto stored_seconds = GetPldfTimestamp(ip_data_set);
+    if (stored_seconds && *machine_seconds - *stored_seconds <= MaxSecondsOfOneWriting)
         return;
-    Write(object, *machine_seconds);
+    Write(ip_data_set->GetAMObject(), *machine_seconds);
     if (auto* const database = ip_data_set->GetDatabase())
         database->Send(VexlorCore::BPPlatformRevisionChanged(ip_data_set));
 }

@@ -85,18 +85,24 @@ std::optional<Machine> TryGetPrinter(std::function<std::optional<Machine>(const 
     const auto id = GetMachineIdText(GetAMXProperties(*ip_data_set));
     if (!id)
         return std::nullopt;
+    const auto scene = ip_data_set->weak_from_this();
     auto machine = i_lookup(QUuid::fromString(QString::fromStdWString(*id)));
-    if (machine)
+    if (machine && !scene.expired())
         KeepMachine(*ip_data_set, *machine);
     return machine;
+}
+
+std::optional<boost::uuids::uuid> GetNamedMachineId(VexlorCore::DataSet* ip_data_set)
+{
+    const auto text = GetMachineIdText(GetAMXProperties(*ip_data_set));
+    return text ? std::optional(boost::uuids::string_generator()(*text)) : std::nullopt;
 }
 
 void UpdateMachineAMProperties(VexlorCore::DataSet* ip_data_set, const Machine& i_machine)
 {
     auto& properties = GetAMXProperties(*ip_data_set);
     const boost::uuids::uuid machine_id = i_machine.GetMachineData().id;
-    const auto named_id = GetMachineIdText(properties);
-    if (named_id && boost::uuids::string_generator()(*named_id) == machine_id) {
+    if (GetNamedMachineId(ip_data_set) == machine_id) {
         UpdatePldfTimestamp(ip_data_set, i_machine);
         return;
     }

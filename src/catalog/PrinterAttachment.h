@@ -24,7 +24,8 @@
 /// Thread: UI thread. A scene must be given, except where null is said to be allowed.
 namespace MachineService::Utilities {
 
-/// \throws std::runtime_error when the scene's stored id is malformed; so does UpdateMachineAMProperties.
+/// \throws std::runtime_error when the scene's stored id is malformed, std::invalid_argument when its stored time is
+///         and it names that machine already; so does UpdateMachineAMProperties.
 MACHINESERVICE_EXPORT void AttachPrinter(VexlorCore::DataSet* ip_data_set, const Machine& i_machine);
 /// Afterwards the scene does not know any machine.
 MACHINESERVICE_EXPORT void DetachPrinter(VexlorCore::DataSet* ip_data_set);
@@ -34,9 +35,14 @@ MACHINESERVICE_EXPORT void ClearCachedMachineData(VexlorCore::DataSet* ip_data_s
 /// The machine that the scene holds a copy of. Null is allowed.
 MACHINESERVICE_EXPORT std::optional<Machine> GetPrinter(VexlorCore::DataSet* ip_data_set);
 /// As GetPrinter, otherwise looks the id that the scene names up and keeps the machine found. Null is allowed.
-/// \param i_lookup called with the null id when the stored one is malformed; not called when there is none.
+/// \param i_lookup may close the scene; called with the null id when the stored one is malformed; not called when there
+/// is none.
 MACHINESERVICE_EXPORT std::optional<Machine> TryGetPrinter(std::function<std::optional<Machine>(const QUuid&)> i_lookup,
                                                            VexlorCore::DataSet* ip_data_set);
+
+/// The id of the machine that the scene names, whether or not somebody knows it; empty when it names none.
+/// \throws std::runtime_error when the stored id is malformed.
+MACHINESERVICE_EXPORT std::optional<boost::uuids::uuid> GetNamedMachineId(VexlorCore::DataSet* ip_data_set);
 
 /// Records the machine's id and configuration time; for the machine that the scene already names, only the time.
 MACHINESERVICE_EXPORT void UpdateMachineAMProperties(VexlorCore::DataSet* ip_data_set, const Machine& i_machine);

@@ -34,24 +34,29 @@ CommunicationClient::Impl::~Impl()
 {
     // Closed already, unless the client's constructor threw.
     gate.Close();
+    // The catalog joins its threads; one of them may wait for news that this thread is in the midst of raising.
+    if (proxyCatalog)
+        proxyCatalog->EndNews();
 }
 
 Machine CommunicationClient::Impl::CreateCachedMachine(const boost::uuids::uuid& i_machine_id) const
 {
-    return CreateCachedMachine(proxyCatalog->GetMachine(i_machine_id));
+    // Made first: the service may have the client destroyed.
+    auto update_commands = MakeUpdateCommands();
+    return CreateCachedMachine(proxyCatalog->GetMachine(i_machine_id), std::move(update_commands));
 }
 
-Machine CommunicationClient::Impl::CreateCachedMachine(const Machine& i_machine) const
+Machine CommunicationClient::Impl::CreateCachedMachine(const Machine& i_machine, std::function<void()> i_on_changed)
 {
-    return Machine(std::make_unique<CachedMachineStrategy>(i_machine, [this, entrance = gate] {
+    return Machine(std::make_unique<CachedMachineStrategy>(i_machine, std::move(i_on_changed)));
+}
+
+std::function<void()> CommunicationClient::Impl::MakeUpdateCommands() const
+{
+    return [this, entrance = gate] {
         if (const auto entry = entrance.Enter())
-            _UpdateCommands();
-    }));
-}
-
-void CommunicationClient::Impl::_UpdateCommands() const
-{
-    apiProvider().UpdateCommands();
+            apiProvider().UpdateCommands();
+    };
 }
 
 CommunicationClient::CommunicationClient(
@@ -125,9 +130,10 @@ AuthenticationResult CommunicationClient::SetAuthentication(ServiceId i_service,
 
 std::vector<Machine> CommunicationClient::GetMachines() const
 {
-    std::vector<Machine> machines;
-    for (const Machine& machine : _impl->proxyCatalog->GetMachines())
-        machines.push_back(_impl->CreateCachedMachine(machine));
+    const auto update_commands = _impl->MakeUpdateCommands();
+    std::vector<Machine> machines = _impl->proxyCatalog->GetMachines();
+    for (Machine& machine : machines)
+        machine = Impl::CreateCachedMachine(machine, update_commands);
     return machines;
 }
 

@@ -42,18 +42,23 @@ namespace MachineService {
 /// Machines that it hands out answer CanRunCommand at once from a cache and may outlive it. While the host prepares a
 /// platform it listens to the database: scenes that are activated or copied keep their printers up to date.
 ///
-/// Thread: UI thread. Signals about machines and services are emitted on threads of the services; connect them with
-/// automatic or queued connections. Destroying it waits for such an emission to end, so slots that are connected
-/// directly must not wait for the UI thread. Errors: exceptions of the services' catalog reach the caller, except where
-/// nothing found is an answer.
+/// Thread: UI thread. Signals about machines and services are emitted on threads of the services, or on the UI thread
+/// within InvalidateProxyMachineCatalog(); connect them with automatic or queued connections. Destroying the client and
+/// InvalidateProxyMachineCatalog() wait for such emissions on other threads to end, so slots that are connected
+/// directly must not wait for the UI thread.
+/// Order: signals about one machine come one after the other, in the order in which things happened.
+/// Ownership: may be destroyed, on the UI thread, in any slot or function that it calls.
+/// Errors: exceptions of the services' catalog reach the caller, except where nothing found is an answer.
 class MACHINESERVICE_EXPORT CommunicationClient : public QObject, private VexlorCore::MListener
 {
     Q_OBJECT
 
 public:
     /// \param i_api_provider asked when the host is needed, also on threads of the library; valid as long as the
-    /// client. \param i_plugin_utility_factory handed to the services. \param i_filtering_rule a machine for which it
-    /// returns false does not exist for this client; called on any thread.
+    ///        client.
+    /// \param i_plugin_utility_factory handed to the services.
+    /// \param i_filtering_rule a machine for which it returns false does not exist for this client; called on any
+    ///        thread.
     CommunicationClient(
         std::function<IVexlorApiProvider&()> i_api_provider,
         const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory,
@@ -98,7 +103,9 @@ public Q_SLOTS:
     /// Listens to the current database while the host prepares a platform.
     void HandleModeChanged(EProgramModeType i_mode);
     /// Attaches the machine to the scene. The null id drops what the scene keeps of its machine, but not its id.
-    /// \throws CommunicationException with the user's sentence when the machine is not known; nothing is changed then.
+    /// \throws CommunicationException with the user's sentence when the machine is not known, or when what the scene
+    ///         stored of its machine cannot be read. Nothing is changed then; HandleMachineChangedForceDetach with the
+    ///         null id lets go of what cannot be read.
     void HandleMachineChanged(VexlorCore::DataSet* ip_data_set, const QUuid& i_machine_id);
     /// The scene is up to date with its machine as of now.
     void HandleMachineUpdated(VexlorCore::DataSet* ip_data_set);

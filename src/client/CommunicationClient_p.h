@@ -25,7 +25,9 @@ public:
 
     /// \throws CommunicationException MachineNotFound.
     Machine CreateCachedMachine(const boost::uuids::uuid& i_machine_id) const;
-    Machine CreateCachedMachine(const Machine& i_machine) const;
+    static Machine CreateCachedMachine(const Machine& i_machine, std::function<void()> i_on_changed);
+    /// Tells the host that answers changed, as long as the client lives.
+    std::function<void()> MakeUpdateCommands() const;
 
     const std::function<IVexlorApiProvider&()> apiProvider;
     const std::shared_ptr<int> token = std::make_shared<int>(0);
@@ -37,9 +39,6 @@ public:
     // The catalog goes before the proxy: it ends the threads that raise news while the proxy can still take them.
     std::unique_ptr<ProxyMachinesCatalog> proxyCatalog;
     std::unique_ptr<AbstractMachinesCatalog> machinesCatalog;
-
-private:
-    void _UpdateCommands() const;
 };
 
 } // namespace MachineService

@@ -10,6 +10,7 @@
 #include "vexlorcore/Application.h"
 #include "vexlorcore/Notifications.h"
 
+#include <QCoreApplication>
 #include <QPointer>
 
 // The client's reactions to host and machines: what keeps the printers of scenes true.
@@ -70,13 +71,36 @@ private:
     bool _isWatched;
 };
 
+/// What a scene stored of its machine may be damaged. It is kept until somebody decides: silently replaced, nobody
+/// would learn that the scene was made for another machine.
+[[noreturn]] void ThrowUnreadableAttachment(const char* ip_reason)
+{
+    qCWarning(ClientLog, "What a scene stored of its machine cannot be read: %s", ip_reason);
+    throw CommunicationException(
+        ErrorCode::FileError,
+        QCoreApplication::translate("MachineService", "What the scene stored of its machine cannot be read. Please "
+                                                      "detach the machine from the scene, then attach it again.")
+            .toUtf8()
+            .constData());
+}
+
+/// Before anything is changed.
+void CheckAttachment(VexlorCore::DataSet* ip_data_set, const Machine& i_printer)
+{
+    try {
+        // The time counts only for the machine that the scene was made for.
+        if (Utilities::GetNamedMachineId(ip_data_set) == i_printer.GetMachineData().id)
+            Utilities::GetPldfTimestamp(ip_data_set);
+    } catch (const std::exception& exception) {
+        ThrowUnreadableAttachment(exception.what());
+    }
+}
+
 /// The scene is of use all the same, and who saves or sends it learns what is wrong.
 void UpdateConfiguration(VexlorCore::DataSet* ip_data_set)
 {
-    StopExceptions("The machine configuration of a scene could not be brought up to date", [ip_data_set] {
-        if (ip_data_set)
-            Utilities::UpdateMachineConfiguration(ip_data_set);
-    });
+    StopExceptions("The machine configuration of a scene could not be brought up to date",
+                   [ip_data_set] { Utilities::UpdateMachineConfiguration(ip_data_set); });
 }
 
 } // namespace
@@ -159,15 +183,19 @@ void CommunicationClient::_HandleMachineIdChanged(VexlorCore::DataSet* ip_data_s
         return;
     }
     const SceneWatch scene(ip_data_set);
-    if (printer)
+    if (printer) {
+        CheckAttachment(ip_data_set, *printer);
         Utilities::AttachPrinter(ip_data_set, *printer);
-    else if (i_force_detach)
+    } else if (i_force_detach) {
         Utilities::DetachPrinter(ip_data_set);
-    else
+    } else {
         Utilities::ClearCachedMachineData(ip_data_set);
+    }
     if (scene.IsGone())
         return;
-    UpdateConfiguration(ip_data_set);
+    // Clearing leaves the machine as it was, and with it what the scene carries of it.
+    if (printer || i_force_detach)
+        UpdateConfiguration(ip_data_set);
     Send(*ip_data_set, VexlorCore::BPQueueChanged(ip_data_set));
 }
 
@@ -175,12 +203,15 @@ void CommunicationClient::_HandleSceneActivated(VexlorCore::DataSet* ip_data_set
 {
     const QPointer<CommunicationClient> alive(this);
     const SceneWatch scene(ip_data_set);
+    std::optional<Machine> printer;
     // A scene file may hold a time that nobody can read: the scene is active all the same.
     StopExceptions("The configuration time of the active scene's printer could not be checked", [&] {
-        if (const auto printer = TryGetPrinter(ip_data_set))
+        printer = TryGetPrinter(ip_data_set);
+        if (printer)
             Utilities::UpdatePldfTimestamp(ip_data_set, *printer);
     });
-    if (!scene.IsGone())
+    // Without a printer the configuration that the scene's file carries is the only one there is.
+    if (printer && !scene.IsGone())
         UpdateConfiguration(ip_data_set);
     if (alive)
         Q_EMIT MachinesChanged();
@@ -239,13 +270,14 @@ void CommunicationClient::_HandleMachineModified(const QUuid& i_modified_machine
 
 void CommunicationClient::_CheckModifiedPrinter(VexlorCore::DataSet* ip_data_set, MachineChanges i_changes)
 {
+    const QPointer<CommunicationClient> alive(this);
     const auto tell_detached = [ip_data_set] {
         if (IsOpen(ip_data_set))
             Send(*ip_data_set, VexlorCore::BPPlatformDetached(ip_data_set));
     };
     try {
         const auto printer = TryGetPrinter(ip_data_set);
-        if (!printer)
+        if (!printer || !alive)
             return;
         // The scene's copy tells nothing about now: the catalog does.
         const auto fresh = _TryGetPrinterByBoostId(printer->GetMachineData().id);

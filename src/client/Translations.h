@@ -15,7 +15,8 @@ namespace MachineService {
 /// \return whether a translation was installed. False means that the texts are English from here on, because that is
 /// what the locale asks for or because the library speaks none of its languages.
 ///
-/// Thread: UI thread. Ownership: the translator belongs to the QCoreApplication; without one nothing is done.
+/// Thread: UI thread.
+/// Ownership: the translator belongs to the QCoreApplication; without one nothing is done.
 MACHINESERVICE_EXPORT bool InstallTranslations(const QLocale& i_locale);
 
 } // namespace MachineService

@@ -1,13 +1,17 @@
 #include "commands/CommandExecution.h"
 
+#include "client/interface/MachineData.h"
+#include "commands/CommandKinds.h"
 #include "commands/CommandNames.h"
 #include "commands/CommandRunner.h"
 #include "commands/CommandTexts.h"
 #include "commands/CommandTraces.h"
 #include "commands/ExportCheck.h"
 #include "commands/FailureReport.h"
+#include "tavsdk/Utf8.h"
 
 #include "vexlorcore/Application.h"
+#include "vexlorcore/HeldScene.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <QCoreApplication>
@@ -15,18 +19,13 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-#include <memory>
-#include <stdexcept>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace MachineService::Helpers {
 
 namespace {
-
-QString GetTitle(const CommandDescription& i_description, const MachineData& i_data)
-{
-    return GetCommandTitle(i_description, GetCommandName(i_description, i_data).value_or(QString()));
-}
 
 QString GetDefaultJobName()
 {
@@ -53,8 +52,7 @@ std::vector<PartParameters> GetPartParameters(const VexlorCore::DataSet& i_scene
         parameters.globalId = boost::uuids::to_string(part.GetRevisionId());
         parameters.hasSupports = part.HasSupports();
         for (const auto& [role, strategy] : *part.GetStrategies())
-            parameters.strategies.emplace_back(QString::fromStdWString(role).toStdString(),
-                                               QString::fromStdWString(strategy).toStdString());
+            parameters.strategies.emplace_back(TavSDK::ToUtf8(role), TavSDK::ToUtf8(strategy));
         all.push_back(std::move(parameters));
     }
     return all;
@@ -67,34 +65,41 @@ void PurgeLastOperation()
         application->GetOperationManager()->PurgeLastOperation();
 }
 
-bool TrySubmitJob(const CommandDescription& i_description, const Machine& i_machine,
-                  const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
+/// False when the host refuses the job.
+bool Confirm(const CommandDescription& i_description, const std::string& i_job_name, IVexlorApiProvider& io_host)
+{
+    const bool creates_url = i_description.type == CommandType::CreateJobUrl;
+    const char* const command_name = creates_url ? BPCommandNameCreateJobUrl : BPCommandNamePostJob;
+    return io_host.ConfirmSubmission(QLatin1String(command_name), QString::fromStdString(i_job_name));
+}
+
+bool TryRun(const CommandKind& i_kind, const CommandDescription& i_description, const Machine& i_machine,
+            const HostContext& i_host)
 {
     const MachineData data = i_machine.GetMachineData();
-    SendTraces(BuildTrace, data);
-    if (!CheckExport(data, i_api_provider))
+    if (i_kind.traces)
+        SendTraces(*i_kind.traces, data);
+    if (i_kind.checksExport && !CheckExport(data, i_host.apiProvider))
         return false;
 
-    VexlorCore::DataSet& scene = RequireScene(i_data_set);
-    const QString job_name = GetJobName(scene);
-    const bool needs_confirmation = IsServedByMachineManager(i_machine);
-    if (needs_confirmation) {
-        const std::weak_ptr<VexlorCore::DataSet> life = scene.weak_from_this();
-        const bool creates_url = i_description.type == CommandType::CreateJobUrl;
-        const char* const command_name = creates_url ? BPCommandNameCreateJobUrl : BPCommandNamePostJob;
-        if (!i_api_provider().ConfirmSubmission(QLatin1String(command_name), job_name))
-            return false;
-        // The host may have asked its user, who could do anything meanwhile.
-        if (life.expired())
-            throw std::runtime_error(
-                QCoreApplication::translate("PrinterHelpers", "The scene was closed.").toStdString());
-    }
-    CommandParameters parameters = MakeParameters(i_description, "VexlorProcess");
-    parameters.jobName = job_name.toStdString();
-    parameters.parts = GetPartParameters(scene);
+    const VexlorCore::HeldScene scene(RequireScene(i_host.dataSet));
+    CommandParameters parameters = MakeParameters(i_description, i_kind.processName);
+    if (i_kind.passesText)
+        parameters.callerContext = i_host.text().toStdString();
+    const bool needs_confirmation = i_kind.sendsJob && IsServedByMachineManager(i_machine);
+    if (i_kind.sendsJob)
+        parameters.jobName = GetJobName(scene.Get()).toStdString();
+    // The host may ask its user, who can do anything meanwhile.
+    if (needs_confirmation && !Confirm(i_description, parameters.jobName, i_host.apiProvider()))
+        return false;
+    if (i_kind.sendsJob)
+        parameters.parts = GetPartParameters(scene.Get());
 
-    const bool has_succeeded = RunCommand(scene, i_machine, parameters, i_description.dataFormat,
-                                          GetTitle(i_description, data), i_api_provider);
+    const bool is_named_by_machine = i_kind.progressTitle == ProgressTitle::OfTheMachine;
+    const bool has_succeeded =
+        RunCommand(scene, i_machine, parameters, i_description.dataFormat,
+                   is_named_by_machine ? GetMachinesTitle(i_description) : GetCommandTitle(i_description, data),
+                   i_host.apiProvider);
     if (needs_confirmation)
         PurgeLastOperation();
     return has_succeeded;
@@ -102,36 +107,16 @@ bool TrySubmitJob(const CommandDescription& i_description, const Machine& i_mach
 
 } // namespace
 
-bool SubmitJob(const CommandDescription& i_description, const Machine& i_machine,
-               const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
+bool RunPrinterCommand(const CommandDescription& i_description, const Machine& i_machine, const HostContext& i_host)
 {
-    return ReportFailures(i_api_provider,
-                          [&] { return TrySubmitJob(i_description, i_machine, i_api_provider, i_data_set); });
+    const std::optional<CommandKind> kind = FindCommandKind(i_description.type);
+    return kind && RunAsKind(*kind, i_description, i_machine, i_host);
 }
 
-bool PlaceAutomatically(const CommandDescription& i_description, const Machine& i_machine,
-                        const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
+bool RunAsKind(const CommandKind& i_kind, const CommandDescription& i_description, const Machine& i_machine,
+               const HostContext& i_host)
 {
-    return ReportFailures(i_api_provider, [&] {
-        const MachineData data = i_machine.GetMachineData();
-        SendTraces(AutomaticPlacementTrace, data);
-        return CheckExport(data, i_api_provider) &&
-               RunCommand(RequireScene(i_data_set), i_machine,
-                          MakeParameters(i_description, "VexlorPlaceAutomatically"), i_description.dataFormat,
-                          GetTitle(i_description, data), i_api_provider);
-    });
-}
-
-bool EstimateConsumption(const CommandDescription& i_description, const Machine& i_machine,
-                         const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
-{
-    return ReportFailures(i_api_provider, [&] {
-        const MachineData data = i_machine.GetMachineData();
-        return CheckExport(data, i_api_provider) &&
-               RunCommand(RequireScene(i_data_set), i_machine,
-                          MakeParameters(i_description, "VexlorEstimatePrintConsumptions"), i_description.dataFormat,
-                          GetTitle(i_description, data), i_api_provider);
-    });
+    return ReportFailures(i_host.apiProvider, [&] { return TryRun(i_kind, i_description, i_machine, i_host); });
 }
 
 } // namespace MachineService::Helpers

@@ -1,37 +1,32 @@
 #include "commands/CommandIcon.h"
 
+#include "commands/IconFormats.h"
+
 #include <QBuffer>
-#include <QByteArray>
 #include <QImage>
 #include <QImageReader>
 #include <QPixmap>
 
+#include <exception>
+
 namespace MachineService {
 
-namespace {
-
-constexpr std::size_t MaxEncodedBytes = 1024 * 1024;
-constexpr int MaxSide = 1024;
-
-} // namespace
-
 QIcon LoadCommandIcon(const std::vector<std::uint8_t>& i_bytes)
-{
-    if (i_bytes.empty() || i_bytes.size() > MaxEncodedBytes)
+try {
+    std::optional<BoundedImage> bounded = BoundImage(i_bytes);
+    if (!bounded)
         return QIcon();
-    QByteArray bytes =
-        QByteArray::fromRawData(reinterpret_cast<const char*>(i_bytes.data()), static_cast<int>(i_bytes.size()));
-    QBuffer buffer(&bytes);
+    QBuffer buffer(&bounded->bytes);
     if (!buffer.open(QIODevice::ReadOnly))
         return QIcon();
-    QImageReader reader(&buffer);
-    reader.setDecideFormatFromContent(true);
-    // A format that does not tell its size beforehand cannot be bounded: size() is then invalid.
-    const QSize size = reader.size();
-    if (!size.isValid() || size.width() > MaxSide || size.height() > MaxSide)
-        return QIcon();
+    QImageReader reader(&buffer, bounded->format);
+    // No other decoder may find something of its own in the bytes.
+    reader.setAutoDetectImageFormat(false);
     const QImage image = reader.read();
     return image.isNull() ? QIcon() : QIcon(QPixmap::fromImage(image));
+} catch (const std::exception&) {
+    // A command is worth more than its icon.
+    return QIcon();
 }
 
 } // namespace MachineService

@@ -1,5 +1,6 @@
 #include "commands/CommandInsertHint.h"
 
+#include "commands/CommandKinds.h"
 #include "commands/CommandNames.h"
 
 #include <QAbstractItemModel>
@@ -16,15 +17,18 @@ bool HoldsBuild(const QAbstractItemModel& i_model, const QModelIndex& i_group, i
     return false;
 }
 
-int GetPosition(const QString& i_command_name, const QAbstractItemModel& i_model, const QModelIndex& i_group)
+int GetPosition(RibbonPlace i_place, const QAbstractItemModel& i_model, const QModelIndex& i_group)
 {
-    if (i_command_name == QLatin1String(BPCommandNameConfigure) ||
-        i_command_name == QLatin1String(BPCommandNameConfigureConnection))
-        return 0;
     const int row_count = i_model.rowCount(i_group);
-    if (i_command_name == QLatin1String(BPCommandNameBuild))
-        return row_count;
-    return HoldsBuild(i_model, i_group, row_count) ? row_count - 1 : row_count;
+    switch (i_place) {
+    case RibbonPlace::First:
+        return 0;
+    case RibbonPlace::BeforeBuild:
+        return HoldsBuild(i_model, i_group, row_count) ? row_count - 1 : row_count;
+    case RibbonPlace::Last:
+        break;
+    }
+    return row_count;
 }
 
 } // namespace
@@ -39,7 +43,7 @@ std::optional<Vexlor::UIProfiles::InsertHint> BPCommandInsertHint(const QString&
     if (model.rowCount(i_target) == 0)
         hint.createGroup = 1;
     else
-        hint.position = GetPosition(i_command_name, model, model.index(0, 0, i_target));
+        hint.position = GetPosition(GetRibbonPlace(i_command_name), model, model.index(0, 0, i_target));
     return hint;
 }
 

@@ -7,9 +7,12 @@
 #include "commands/FailureReport.h"
 #include "commands/JobListDialog.h"
 #include "machineconfig/CarriedMachineConfiguration.h"
+#include "platform/MachineAnswer.h"
 #include "platform/ProcessorOutput.h"
 
+#include "tavsdk/Path.h"
 #include "vexlorcore/Application.h"
+#include "vexlorcore/HeldScene.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <QCoreApplication>
@@ -50,38 +53,14 @@ std::string GetInputFileName(DataFormat i_format)
     throw CommunicationException(ErrorCode::UnsupportedOutputFormat, "Unsupported input file format.");
 }
 
-/// A scene as the job's thread may hold it: not owned, because a scene must go on the UI thread.
-class SceneHandle
-{
-public:
-    explicit SceneHandle(VexlorCore::DataSet& io_scene)
-        : _scene(&io_scene)
-        , _life(io_scene.weak_from_this())
-    {}
-
-    /// For operations of the host, which find out themselves when the scene is closed from here on.
-    /// \throws std::runtime_error.
-    VexlorCore::DataSet* Get() const
-    {
-        if (_life.expired())
-            throw std::runtime_error(
-                QCoreApplication::translate("PrinterHelpers", "The scene was closed.").toStdString());
-        return _scene;
-    }
-
-private:
-    VexlorCore::DataSet* _scene;
-    std::weak_ptr<VexlorCore::DataSet> _life;
-};
-
 /// Everything that one run needs; copied into the job.
 struct Run
 {
     MachineOperation operation;
-    SceneHandle scene;
+    const VexlorCore::HeldScene& scene; ///< held on the UI thread, where it must go
     CommandParameters parameters;
     DataFormat dataFormat;
-    bool isSubmission;
+    bool isForMachineManager;
     ApiProviderGetter apiProvider;
 };
 
@@ -111,17 +90,19 @@ void LoadOutput(const Run& i_run, const CommandResult& i_result, const ScopedTem
         return;
     }
     std::vector<std::wstring> files;
-    std::transform(paths.begin(), paths.end(), std::back_inserter(files),
-                   [](const auto& i_path) { return QString::fromStdString(i_path.string()).toStdWString(); });
-    LoadProcessorOutput(i_run.scene.Get(), format, files, i_run.apiProvider, {});
+    std::transform(paths.begin(), paths.end(), std::back_inserter(files), TavSDK::PathToWide);
+    i_run.apiProvider().InvokeOnUiThread([&i_run] { i_run.scene.Get(); });
+    LoadProcessorOutput(i_run.scene.GetPointer(), format, files, i_run.apiProvider, {});
 }
 
 void ThrowIfFailed(const CommandResult& i_result)
 {
     if (i_result.status != 0)
         throw CommunicationException(static_cast<ErrorCode>(i_result.status), i_result.message.c_str());
+    // Given up without a code: what the machine says itself is shown, if it says anything.
     if (!i_result.completed)
-        throw CommunicationException(ErrorCode::ProcessingError, i_result.message.c_str());
+        throw CommunicationException(i_result.message.empty() ? ErrorCode::ProcessingError : ErrorCode::None,
+                                     i_result.message.c_str());
 }
 
 CommandResult RunInTemporaryFolders(const Run& i_run, VexlorCore::IJobProgress& io_progress)
@@ -136,13 +117,14 @@ CommandResult RunInTemporaryFolders(const Run& i_run, VexlorCore::IJobProgress& 
     // The machine goes by what the scene's machine data say now, and not by what they said when it was last saved.
     provider.InvokeOnUiThread([&i_run] {
         try {
-            Utilities::UpdateMachineConfiguration(i_run.scene.Get());
+            Utilities::UpdateMachineConfiguration(&i_run.scene.Get());
         } catch (const std::invalid_argument& failure) {
             // Parameters of some other maker's machine: nobody here shows them, and the machine may know what they say.
             qCWarning(RunnerLog, "The scene goes without a machine configuration: %s", failure.what());
         }
     });
-    provider.SaveProcessorInput(i_run.scene.Get(), static_cast<std::int32_t>(i_run.dataFormat), parameters.inputFile);
+    provider.SaveProcessorInput(i_run.scene.GetPointer(), static_cast<std::int32_t>(i_run.dataFormat),
+                                parameters.inputFile);
     ThrowIfCancelled(io_progress);
     CommandResult result = AwaitServiceAnswer(i_run.operation, std::move(parameters), io_progress);
     ThrowIfFailed(result);
@@ -158,7 +140,7 @@ bool RunCommandWrapper(const Run& i_run, VexlorCore::IJobProgress& io_progress)
         ThrowIfCancelled(io_progress);
         // The folders are gone before any message waits for the user.
         const CommandResult result = RunInTemporaryFolders(i_run, io_progress);
-        if (i_run.isSubmission && result.secondStatus == SubmissionSent)
+        if (i_run.isForMachineManager && result.secondStatus == SubmissionSent)
             ShowPlatformSent(result.jobList, i_run.apiProvider());
         return true;
     });
@@ -236,27 +218,27 @@ bool IsServedByMachineManager(const Machine& i_machine)
     return i_machine.GetMachineData().serviceId == ServiceId::MachineManager;
 }
 
-bool RunCommand(VexlorCore::DataSet& io_scene, const Machine& i_machine, const CommandParameters& i_parameters,
+bool RunCommand(const VexlorCore::HeldScene& i_scene, const Machine& i_machine, const CommandParameters& i_parameters,
                 DataFormat i_data_format, const QString& i_title, const ApiProviderGetter& i_api_provider)
 {
-    const bool is_submission = IsServedByMachineManager(i_machine);
+    const bool is_for_machine_manager = IsServedByMachineManager(i_machine);
     const auto operation = [i_machine](const CommandParameters& i_run_parameters) {
         return i_machine.RunCommand(i_run_parameters);
     };
-    const Run run = {operation, SceneHandle(io_scene), i_parameters, i_data_format, is_submission, i_api_provider};
+    const Run run = {operation, i_scene, i_parameters, i_data_format, is_for_machine_manager, i_api_provider};
     return Execute(run, [&](IVexlorApiProvider& io_provider, const VexlorCore::Job& i_job) {
-        if (!is_submission)
+        if (!is_for_machine_manager)
             return io_provider.RunJob(i_title, i_job);
         return io_provider.RunJobWithTitle(
             QCoreApplication::translate("PrinterHelpers", "Creating a job in the Machine Manager"), i_job);
     });
 }
 
-bool RunOperation(VexlorCore::DataSet& io_scene, const MachineOperation& i_operation,
+bool RunOperation(const VexlorCore::HeldScene& i_scene, const MachineOperation& i_operation,
                   const CommandParameters& i_parameters, DataFormat i_data_format, const QString& i_title,
                   const ApiProviderGetter& i_api_provider)
 {
-    const Run run = {i_operation, SceneHandle(io_scene), i_parameters, i_data_format, false, i_api_provider};
+    const Run run = {i_operation, i_scene, i_parameters, i_data_format, false, i_api_provider};
     return Execute(run, [&](IVexlorApiProvider& io_provider, const VexlorCore::Job& i_job) {
         return io_provider.RunJob(i_title, i_job);
     });

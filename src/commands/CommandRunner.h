@@ -2,10 +2,14 @@
 
 #include "client/interface/CommandTypes.h"
 #include "client/interface/Machine.h"
-#include "commands/CommandExecution.h"
+#include "commands/HostContext.h"
 #include "commands/ServiceAnswer.h"
 
 #include <QString>
+
+namespace VexlorCore {
+class HeldScene;
+}
 
 namespace MachineService::Helpers {
 
@@ -24,11 +28,11 @@ bool IsServedByMachineManager(const Machine& i_machine);
 /// \return false when the command failed; the user was told then.
 /// \throws what the host throws when it cannot run a job, for example because another one still runs; nobody was told
 /// then.
-bool RunCommand(VexlorCore::DataSet& io_scene, const Machine& i_machine, const CommandParameters& i_parameters,
+bool RunCommand(const VexlorCore::HeldScene& i_scene, const Machine& i_machine, const CommandParameters& i_parameters,
                 DataFormat i_data_format, const QString& i_title, const ApiProviderGetter& i_api_provider);
 
 /// The same for an operation of the machine that is not one of its commands, under the host's default progress.
-bool RunOperation(VexlorCore::DataSet& io_scene, const MachineOperation& i_operation,
+bool RunOperation(const VexlorCore::HeldScene& i_scene, const MachineOperation& i_operation,
                   const CommandParameters& i_parameters, DataFormat i_data_format, const QString& i_title,
                   const ApiProviderGetter& i_api_provider);
 

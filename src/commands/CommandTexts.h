@@ -4,7 +4,6 @@
 
 #include <QString>
 
-#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -16,12 +15,14 @@ struct MachineData;
 /// kind.
 std::optional<QString> GetCommandName(const CommandDescription& i_description, const MachineData& i_data);
 
-/// Text on the button: the kind's translated one, else the machine's own. Bounded, one line.
-QString GetCommandTitle(const CommandDescription& i_description, const QString& i_command_name);
+/// What the machine calls the command. Bounded, one line.
+QString GetMachinesTitle(const CommandDescription& i_description);
+/// Text on the button: the kind's translated one, else the machine's.
+QString GetCommandTitle(const CommandDescription& i_description, const MachineData& i_data);
 /// The same for the tooltip, which is the status tip too.
-QString GetCommandToolTip(const CommandDescription& i_description, const QString& i_command_name);
+QString GetCommandToolTip(const CommandDescription& i_description, const MachineData& i_data);
 
-/// A service's UTF-8 text for display: at most this many characters, an ellipsis where it was cut.
-QString ToDisplayText(const std::string& i_text, std::size_t i_max_length);
+/// A service's UTF-8 text as plain text.
+QString ToDisplayText(const std::string& i_text, int i_max_length);
 
 } // namespace MachineService

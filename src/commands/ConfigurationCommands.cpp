@@ -1,10 +1,11 @@
 #include "commands/ConfigurationCommands.h"
 
+#include "commands/CommandExecution.h"
+#include "commands/CommandKinds.h"
 #include "commands/CommandRunner.h"
-#include "commands/CommandTexts.h"
-#include "commands/CommandTraces.h"
-#include "commands/ExportCheck.h"
 #include "commands/FailureReport.h"
+
+#include "vexlorcore/HeldScene.h"
 
 #include <QCoreApplication>
 
@@ -12,30 +13,12 @@ namespace MachineService::Helpers {
 
 namespace {
 
-constexpr std::size_t MaxTitleLength = 80;
-
-struct Arrangement
+/// These are called by name: what kind the description says does not matter.
+bool RunAs(CommandType i_type, const CommandDescription& i_description, const Machine& i_machine,
+           const HostContext& i_host)
 {
-    TraceLabels trace;
-    bool checksExport;
-    const char* processName;
-};
-
-bool RunArranged(
-    const Arrangement& i_arrangement, const CommandDescription& i_description, const Machine& i_machine,
-    const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set,
-    const std::function<QString()>& i_text = [] { return QString(); })
-{
-    return ReportFailures(i_api_provider, [&] {
-        const MachineData data = i_machine.GetMachineData();
-        SendTraces(i_arrangement.trace, data);
-        if (i_arrangement.checksExport && !CheckExport(data, i_api_provider))
-            return false;
-        CommandParameters parameters = MakeParameters(i_description, i_arrangement.processName);
-        parameters.callerContext = i_text().toStdString();
-        return RunCommand(RequireScene(i_data_set), i_machine, parameters, i_description.dataFormat,
-                          ToDisplayText(i_description.name, MaxTitleLength), i_api_provider);
-    });
+    const std::optional<CommandKind> kind = FindCommandKind(i_type);
+    return kind && RunAsKind(*kind, i_description, i_machine, i_host);
 }
 
 } // namespace
@@ -43,30 +26,20 @@ bool RunArranged(
 bool ConfigurePart(const CommandDescription& i_description, const Machine& i_machine,
                    const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
 {
-    return RunArranged({ConfigurePartsTrace, true, "VexlorConfigureParts"}, i_description, i_machine, i_api_provider,
-                       i_data_set);
+    return RunAs(CommandType::ConfigureParts, i_description, i_machine, {i_data_set, i_api_provider, nullptr});
 }
 
 bool ConfigurePlatform(const CommandDescription& i_description, const Machine& i_machine,
                        const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
 {
-    return RunArranged({ConfigurePlatformTrace, true, "VexlorConfigurePlatform"}, i_description, i_machine,
-                       i_api_provider, i_data_set);
-}
-
-bool ConfigurePrinter(const CommandDescription& i_description, const Machine& i_machine,
-                      const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set)
-{
-    return RunArranged({ConfigurePlatformTrace, false, "VexlorProcess"}, i_description, i_machine, i_api_provider,
-                       i_data_set);
+    return RunAs(CommandType::ConfigurePlatform, i_description, i_machine, {i_data_set, i_api_provider, nullptr});
 }
 
 bool DynamicPrinterCommand(const CommandDescription& i_description, const Machine& i_machine,
                            const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set,
                            const std::function<QString()>& i_text)
 {
-    return RunArranged({AdditionalCommandTrace, true, "VexlorProcess"}, i_description, i_machine, i_api_provider,
-                       i_data_set, i_text);
+    return RunAs(CommandType::Additional, i_description, i_machine, {i_data_set, i_api_provider, i_text});
 }
 
 bool FillReportProperties(const Machine& i_machine, const ApiProviderGetter& i_api_provider,
@@ -78,7 +51,8 @@ bool FillReportProperties(const Machine& i_machine, const ApiProviderGetter& i_a
         const auto operation = [i_machine](const CommandParameters& i_run_parameters) {
             return i_machine.FillReportProperties(i_run_parameters);
         };
-        return RunOperation(RequireScene(i_data_set), operation, parameters, DataFormat::Platform,
+        const VexlorCore::HeldScene scene(RequireScene(i_data_set));
+        return RunOperation(scene, operation, parameters, DataFormat::Platform,
                             QCoreApplication::translate("PrinterHelpers", "Report Properties"), i_api_provider);
     });
 }

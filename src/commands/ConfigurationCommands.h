@@ -2,7 +2,7 @@
 
 #include "client/interface/CommandTypes.h"
 #include "client/interface/Machine.h"
-#include "commands/CommandExecution.h"
+#include "commands/HostContext.h"
 #include "machineservice_export.h"
 
 #include <QString>
@@ -11,18 +11,14 @@
 
 namespace MachineService::Helpers {
 
-// Run as the commands of CommandExecution.h do, with the same messages and results.
+// Run as RunPrinterCommand runs the kinds of these names, with the same messages and results; the description's own
+// kind does not matter.
 
 MACHINESERVICE_EXPORT bool ConfigurePart(const CommandDescription& i_description, const Machine& i_machine,
                                          const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set);
 
 MACHINESERVICE_EXPORT bool ConfigurePlatform(const CommandDescription& i_description, const Machine& i_machine,
                                              const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set);
-
-/// Configures the printer or the connection to it. Runs whatever data the scene holds: the machine is the subject.
-/// The statistics count it as a configuration of the platform.
-MACHINESERVICE_EXPORT bool ConfigurePrinter(const CommandDescription& i_description, const Machine& i_machine,
-                                            const ApiProviderGetter& i_api_provider, const DataSetGetter& i_data_set);
 
 /// Runs a command of the machine's own.
 /// \param i_text asked when the command runs; the machine receives it as the caller's context.

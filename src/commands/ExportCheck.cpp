@@ -35,7 +35,7 @@ const VexlorCore::DataSet* GetActiveDataSet()
 
 } // namespace
 
-bool CheckExport(const MachineData& i_data, const std::function<IVexlorApiProvider&()>& i_api_provider)
+bool CheckExport(const MachineData& i_data, const VexlorCore::ApiProviderGetter& i_api_provider)
 {
     const VexlorCore::DataSet* const data_set = GetActiveDataSet();
     if (!data_set)

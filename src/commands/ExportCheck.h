@@ -1,8 +1,6 @@
 #pragma once
 
-#include <functional>
-
-class IVexlorApiProvider;
+#include "vexlorcore/IVexlorApiProvider.h"
 
 namespace MachineService {
 

@@ -1,5 +1,7 @@
 #include "commands/JobListDialog.h"
 
+#include "platform/PlainText.h"
+
 #include "vexlorcore/IVexlorApiProvider.h"
 #include "vexlorui/MessageDialogs.h"
 
@@ -32,7 +34,7 @@ void OpenJobList(const JobListAddress& i_address)
                              ? url.toString(QUrl::FullyEncoded)
                              : QString::fromStdString(i_address.scheme + "://" + i_address.host + i_address.path);
     Vexlor::MessageDialogs::ShowCritical(QCoreApplication::translate("PrinterHelpers", "Cannot open url: ") +
-                                         text.left(MaxUrlLength));
+                                         ToPlainText(text, MaxUrlLength));
 }
 
 } // namespace

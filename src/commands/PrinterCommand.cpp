@@ -1,5 +1,7 @@
 #include "commands/PrinterCommand.h"
 
+#include <QPointer>
+
 #include <utility>
 
 namespace MachineService {
@@ -32,7 +34,11 @@ bool PrinterCommand::_ExecUiCommand()
 void PrinterCommand::_UpdateUiCommand(const UpdatableContext& i_context)
 {
     const std::shared_ptr<const Impl> impl = _impl;
-    SetEnabled(impl->update(i_context));
+    // Who is asked may drop the command.
+    const QPointer<PrinterCommand> alive(this);
+    const bool is_enabled = impl->update(i_context);
+    if (alive)
+        SetEnabled(is_enabled);
 }
 
 } // namespace MachineService

@@ -1,9 +1,11 @@
 #include "commands/PrinterCommandCatalog.h"
 
+#include "client/interface/MachineData.h"
+#include "commands/CommandExecution.h"
 #include "commands/CommandIcon.h"
+#include "commands/CommandKinds.h"
 #include "commands/CommandNames.h"
 #include "commands/CommandTexts.h"
-#include "commands/ConfigurationCommands.h"
 
 #include "vexlorcore/Application.h"
 #include "vexlorui/IconUpdater.h"
@@ -29,7 +31,8 @@ struct Context
 {
     CommandDescription description;
     Machine machine;
-    CommandGetters getters;
+    HostContext host;
+    CommandKind kind;
 };
 
 using ContextPtr = std::shared_ptr<const Context>;
@@ -60,69 +63,19 @@ bool CanRun(const Context& i_command)
     }
 }
 
-bool IsSubmission(CommandType i_type)
-{
-    return i_type == CommandType::Build || i_type == CommandType::PostJob || i_type == CommandType::CreateJobUrl;
-}
-
-bool NeedsContent(CommandType i_type)
-{
-    return IsSubmission(i_type) || i_type == CommandType::ConfigureParts ||
-           i_type == CommandType::ConsumptionEstimations || i_type == CommandType::AutomaticPlacement;
-}
-
 bool IsEnabled(const Context& i_command, const UpdatableContext& i_context)
 {
-    const CommandType type = i_command.description.type;
-    if (NeedsContent(type) && !HasContent(i_context))
+    if (i_command.kind.needsContent && !HasContent(i_context))
         return false;
-    // A refusal of the machine is told when a job is submitted, not before.
-    return IsSubmission(type) ? IsBuildButtonAllowed() : CanRun(i_command);
+    return i_command.kind.enabledBy == EnabledBy::BuildButton ? IsBuildButtonAllowed() : CanRun(i_command);
 }
 
-bool Run(const Context& i_command)
-{
-    const auto& [description, machine, getters] = i_command;
-    switch (description.type) {
-    case CommandType::Build:
-    case CommandType::PostJob:
-    case CommandType::CreateJobUrl:
-        return Helpers::SubmitJob(description, machine, getters.apiProvider, getters.dataSet);
-    case CommandType::ConfigurePrinter:
-        return Helpers::ConfigurePrinter(description, machine, getters.apiProvider, getters.dataSet);
-    case CommandType::ConfigurePlatform:
-        return Helpers::ConfigurePlatform(description, machine, getters.apiProvider, getters.dataSet);
-    case CommandType::ConfigureParts:
-        return Helpers::ConfigurePart(description, machine, getters.apiProvider, getters.dataSet);
-    case CommandType::ConsumptionEstimations:
-        return Helpers::EstimateConsumption(description, machine, getters.apiProvider, getters.dataSet);
-    case CommandType::AutomaticPlacement:
-        return Helpers::PlaceAutomatically(description, machine, getters.apiProvider, getters.dataSet);
-    case CommandType::Additional:
-    case CommandType::AdditionalForParts:
-    case CommandType::AdditionalForPlatform:
-        return Helpers::DynamicPrinterCommand(description, machine, getters.apiProvider, getters.dataSet, getters.text);
-    }
-    return false;
-}
-
-ContextPtr MakeContext(const CommandDescription& i_description, const Machine& i_machine,
-                       const CommandGetters& i_getters)
+ContextPtr MakeContext(const CommandKind& i_kind, const CommandDescription& i_description, const Machine& i_machine,
+                       const HostContext& i_host)
 {
     CommandDescription description = i_description;
     description.icon = {}; // the command itself holds it
-    return std::make_shared<const Context>(Context{std::move(description), i_machine, i_getters});
-}
-
-// The host has icons of its own for these.
-bool TakesOwnIcon(CommandType i_type)
-{
-    return i_type != CommandType::Build && i_type != CommandType::ConfigurePrinter;
-}
-
-bool IsKnown(CommandType i_type)
-{
-    return i_type <= CommandType::CreateJobUrl;
+    return std::make_shared<const Context>(Context{std::move(description), i_machine, i_host, i_kind});
 }
 
 } // namespace
@@ -133,39 +86,40 @@ std::vector<CommandDescription> GetKnownCommands(const Machine& i_machine)
     if (!list.valid() || list.wait_for(std::chrono::seconds(0)) == std::future_status::timeout)
         return {};
     std::vector<CommandDescription> commands = list.get();
-    std::erase_if(commands, [](const CommandDescription& i_command) { return !IsKnown(i_command.type); });
+    std::erase_if(commands, [](const CommandDescription& i_command) { return !FindCommandKind(i_command.type); });
     return commands;
 }
 
 std::unique_ptr<PrinterCommand> CreatePrinterCommand(const CommandDescription& i_description, const Machine& i_machine,
-                                                     const CommandGetters& i_getters)
+                                                     const HostContext& i_host)
 {
-    const std::optional<QString> name = GetCommandName(i_description, i_machine.GetMachineData());
-    if (!name)
+    const std::optional<CommandKind> kind = FindCommandKind(i_description.type);
+    if (!kind)
         return nullptr;
-    const ContextPtr context = MakeContext(i_description, i_machine, i_getters);
+    const MachineData data = i_machine.GetMachineData();
+    const QString name = GetCommandName(i_description, data).value_or(QString());
+    const ContextPtr context = MakeContext(*kind, i_description, i_machine, i_host);
     auto command = std::make_unique<PrinterCommand>(
-        *name, QStringList{QLatin1String(Vexlor::UICommands::LayoutNames::AM)}, QLatin1String(BPCommandsContext),
-        [context] { return Run(*context); },
+        name, QStringList{QLatin1String(Vexlor::UICommands::LayoutNames::AM)}, QLatin1String(BPCommandsContext),
+        [context] { return Helpers::RunPrinterCommand(context->description, context->machine, context->host); },
         [context](const UpdatableContext& i_context) { return IsEnabled(*context, i_context); });
-    command->SetTitle(GetCommandTitle(i_description, *name));
-    const QString tool_tip = GetCommandToolTip(i_description, *name);
+    command->SetTitle(GetCommandTitle(i_description, data));
+    const QString tool_tip = GetCommandToolTip(i_description, data);
     command->SetToolTip(tool_tip);
     command->SetStatusTip(tool_tip);
-    if (TakesOwnIcon(i_description.type) && !i_description.icon.empty()) {
+    if (kind->takesMachinesIcon && !i_description.icon.empty()) {
         const QIcon icon = LoadCommandIcon(i_description.icon);
         command->SetIcon(icon);
-        Vexlor::UICommands::IconUpdater::RegisterIcon(*name, icon);
+        Vexlor::UICommands::IconUpdater::RegisterIcon(name, icon);
     }
     return command;
 }
 
-std::vector<std::unique_ptr<PrinterCommand>> CreatePrinterCommands(const Machine& i_machine,
-                                                                   const CommandGetters& i_getters)
+std::vector<std::unique_ptr<PrinterCommand>> CreatePrinterCommands(const Machine& i_machine, const HostContext& i_host)
 {
     std::vector<std::unique_ptr<PrinterCommand>> commands;
     for (const CommandDescription& description : GetKnownCommands(i_machine))
-        commands.push_back(CreatePrinterCommand(description, i_machine, i_getters));
+        commands.push_back(CreatePrinterCommand(description, i_machine, i_host));
     return commands;
 }
 

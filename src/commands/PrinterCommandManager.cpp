@@ -4,6 +4,7 @@
 #include "commands/CommandTexts.h"
 #include "commands/PrinterCommandCatalog.h"
 
+#include "tavsdk/StopExceptions.h"
 #include "vexlorcore/Application.h"
 #include "vexlorcore/Listener.h"
 #include "vexlorcore/Notifications.h"
@@ -11,11 +12,11 @@
 
 #include <QIcon>
 #include <QLoggingCategory>
+#include <QPointer>
 
 #include <boost/uuid/string_generator.hpp>
 
 #include <algorithm>
-#include <exception>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -26,19 +27,15 @@ namespace {
 
 Q_LOGGING_CATEGORY(ManagerLog, "machineservice.commands.manager")
 
-constexpr std::size_t MaxPrinterNameLength = 200;
+constexpr int MaxPrinterNameLength = 200;
 
 /// For calls by those who expect no exception of ours.
 template <class Function>
 void StopExceptions(const Function& i_function)
 {
-    try {
-        i_function();
-    } catch (const std::exception& exception) {
-        qCWarning(ManagerLog) << "The commands of the printer could not be checked:" << exception.what();
-    } catch (...) {
-        qCWarning(ManagerLog) << "The commands of the printer could not be checked.";
-    }
+    TavSDK::StopExceptions(i_function, [](const char* ip_why) {
+        qCWarning(ManagerLog, "The commands of the printer could not be checked: %s", ip_why);
+    });
 }
 
 } // namespace
@@ -72,11 +69,12 @@ private:
 
 struct PrinterCommandManager::Impl
 {
-    CommandGetters getters;
+    HostContext host;
     std::function<std::optional<Machine>(VexlorCore::DataSet*)> getMachine;
     QString printerName;
     boost::uuids::uuid machineId = {}; // nil while no commands are shown
     std::unique_ptr<Listener> listener;
+    int checks = 0; // begun so far
 
     // The commands that the last check left in the storage, by what their names are made of; empty once anybody changed
     // the storage. Most checks find everything as it was and need not make names.
@@ -107,14 +105,30 @@ struct PrinterCommandManager::Impl
     }
 };
 
+/// One check, which is over when another one has begun in the middle of it: that one has seen the later state. It is
+/// over as well when the manager is gone.
+class PrinterCommandManager::Check
+{
+public:
+    explicit Check(PrinterCommandManager& io_manager)
+        : _manager(&io_manager)
+        , _number(++io_manager._impl->checks)
+    {}
+    bool IsOver() const { return !_manager || _manager->_impl->checks != _number; }
+
+private:
+    const QPointer<PrinterCommandManager> _manager;
+    const int _number;
+};
+
 PrinterCommandManager::PrinterCommandManager(std::function<VexlorCore::DataSet*()> i_get_data_set,
                                              std::function<std::optional<Machine>(VexlorCore::DataSet*)> i_get_machine,
-                                             std::function<IVexlorApiProvider&()> i_get_api_provider,
+                                             VexlorCore::ApiProviderGetter i_get_api_provider,
                                              std::function<QString()> i_get_text, QObject* ip_parent)
     : BaseCommandsStorage(ip_parent)
     , _impl(std::make_unique<Impl>())
 {
-    _impl->getters = {std::move(i_get_data_set), std::move(i_get_api_provider), std::move(i_get_text)};
+    _impl->host = {std::move(i_get_data_set), std::move(i_get_api_provider), std::move(i_get_text)};
     _impl->getMachine = std::move(i_get_machine);
     _impl->listener = std::make_unique<Listener>(*this);
 
@@ -164,8 +178,10 @@ void PrinterCommandManager::CheckCommands()
 
 void PrinterCommandManager::Activate()
 {
+    const QPointer<PrinterCommandManager> alive(this);
     Q_EMIT Activated();
-    _CheckAndTell();
+    if (alive)
+        _CheckAndTell();
 }
 
 void PrinterCommandManager::Deactivate()
@@ -175,9 +191,12 @@ void PrinterCommandManager::Deactivate()
 
 void PrinterCommandManager::_CheckAndTell()
 {
+    // Whoever is asked or told of something in a check may check again itself, or destroy the manager.
     const auto check = [this] {
-        if (_CheckCommands())
-            Q_EMIT PrinterNameUpdated(_impl->printerName);
+        const QPointer<PrinterCommandManager> alive(this);
+        const bool has_changed = _CheckCommands();
+        if (alive && has_changed)
+            Q_EMIT PrinterNameUpdated(QString(_impl->printerName));
     };
     // A caller can handle an exception; whoever raises a signal knows nothing of this manager.
     if (sender())
@@ -193,57 +212,71 @@ void PrinterCommandManager::_DoOnNotify()
 
 bool PrinterCommandManager::_CheckCommands()
 {
-    const std::optional<Machine> machine = _impl->getMachine(_impl->getters.dataSet());
+    const Check check(*this);
+    // Copies: what is called may destroy the manager.
+    const auto get_data_set = _impl->host.dataSet;
+    const auto get_machine = _impl->getMachine;
+    const std::optional<Machine> machine = get_machine(get_data_set());
     const MachineData data = machine ? machine->GetMachineData() : MachineData();
+    if (check.IsOver())
+        return false;
     // A machine with the nil id counts as no machine.
     if (data.id.is_nil()) {
         if (_impl->machineId.is_nil())
             return false;
         _impl->machineId = {};
         _Clear();
-        _impl->printerName.clear();
-        return true;
+        if (!check.IsOver())
+            _impl->printerName.clear();
+        return !check.IsOver();
     }
 
     _impl->printerName = ToDisplayText(data.name, MaxPrinterNameLength);
-    if (data.id != _impl->machineId) {
-        _impl->machineId = data.id;
+    if (std::exchange(_impl->machineId, data.id) != data.id)
         _Clear();
-    }
-
     const std::vector<CommandDescription> offered = GetKnownCommands(*machine);
-    if (_impl->IsShown(offered, data))
-        return true;
+    if (!check.IsOver() && !_impl->IsShown(offered, data))
+        _Show(offered, *machine, data, check);
+    return !check.IsOver();
+}
+
+void PrinterCommandManager::_Show(const std::vector<CommandDescription>& i_offered, const Machine& i_machine,
+                                  const MachineData& i_data, const Check& i_check)
+{
     std::vector<QString> names;
-    names.reserve(offered.size());
-    for (const CommandDescription& description : offered)
-        names.push_back(GetCommandName(description, data).value_or(QString()));
-    _RemoveAllBut(QSet<QString>(names.begin(), names.end()));
+    names.reserve(i_offered.size());
+    for (const CommandDescription& description : i_offered)
+        names.push_back(GetCommandName(description, i_data).value_or(QString()));
+    const QSet<QString> ids(names.begin(), names.end());
+    // One by one, because listeners of a removal may remove others.
+    for (const QString& id : GetContainer().GetIds() - ids) {
+        RemoveCommand(id);
+        Vexlor::UICommands::IconUpdater::RegisterIcon(id, QIcon());
+        if (i_check.IsOver())
+            return;
+    }
 
     // Only what is missing is built; asked after the removals, of which listeners hear.
     std::vector<const CommandDescription*> missing;
-    for (std::size_t index = 0; index < offered.size(); ++index) {
+    for (std::size_t index = 0; index < i_offered.size(); ++index) {
         if (!GetCommand(names[index]))
-            missing.push_back(&offered[index]);
+            missing.push_back(&i_offered[index]);
     }
     for (const CommandDescription* const description : missing) {
-        std::shared_ptr<PrinterCommand> command = CreatePrinterCommand(*description, *machine, _impl->getters);
+        std::shared_ptr<PrinterCommand> command = CreatePrinterCommand(*description, i_machine, _impl->host);
+        if (i_check.IsOver())
+            return;
         command->moveToThread(thread());
-        if (!AddCommand(std::move(command)))
+        const bool is_added = AddCommand(std::move(command));
+        if (i_check.IsOver())
+            return;
+        if (!is_added)
             throw CommunicationException(ErrorCode::InternalError,
                                          "Can't insert BP command for Print3D Command Manager");
     }
-    _impl->Remember(offered, data);
-    return true;
-}
-
-void PrinterCommandManager::_RemoveAllBut(const QSet<QString>& i_names)
-{
-    // Names, because listeners of a removal may remove others.
-    for (const QString& name : GetContainer().GetIds() - i_names) {
-        RemoveCommand(name);
-        Vexlor::UICommands::IconUpdater::RegisterIcon(name, QIcon());
-    }
+    // A listener may have taken away what is offered: the next check brings it back.
+    if (GetContainer().GetIds() == ids)
+        _impl->Remember(i_offered, i_data);
 }
 
 void PrinterCommandManager::_Clear()
@@ -251,15 +284,17 @@ void PrinterCommandManager::_Clear()
     const QSet<QString> ids = GetContainer().GetIds();
     if (ids.isEmpty())
         return;
+    const QPointer<PrinterCommandManager> alive(this);
     // Once for all of them, not once more for what the container announces.
     Q_EMIT BeforeCommandsRemoved(ids);
-    {
+    if (alive) {
         const Vexlor::UICommands::BaseCommandsStorageScopedSignalBlocker blocker(_GetBlockDepth());
         Clear();
     }
     for (const QString& id : ids)
         Vexlor::UICommands::IconUpdater::RegisterIcon(id, QIcon());
-    Q_EMIT CommandsRemoved(ids);
+    if (alive)
+        Q_EMIT CommandsRemoved(ids);
 }
 
 } // namespace MachineService

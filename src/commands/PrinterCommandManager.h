@@ -4,6 +4,7 @@
 #include "commands/PrinterCommand.h"
 #include "machineservice_export.h"
 
+#include "vexlorcore/IVexlorApiProvider.h"
 #include "vexlorui/BaseCommandsStorage.h"
 
 #include <QMap>
@@ -15,11 +16,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
-
-class IVexlorApiProvider;
-namespace VexlorCore {
-class DataSet;
-}
+#include <vector>
 
 namespace MachineService {
 
@@ -34,8 +31,10 @@ namespace MachineService {
 /// Thread: UI thread.
 /// Errors: a check passes on what the machine throws, and throws CommunicationException InternalError "Can't insert BP
 /// command for Print3D Command Manager" when a machine offers one command twice. A check that runs because of a signal
-/// or a notification says so in the log instead: exceptions must not pass through the event loop. Order:
-/// PrinterNameUpdated after the commands changed; Activated before the check that Activate makes.
+/// or a notification says so in the log instead: exceptions must not pass through the event loop.
+/// Order: PrinterNameUpdated after the commands changed; Activated before the check that Activate makes. A check that
+/// is made by a listener of another one takes its place: the other one tells nothing more. Ownership: whoever is asked
+/// or told of something may destroy the manager.
 class MACHINESERVICE_EXPORT PrinterCommandManager final : public Vexlor::UICommands::BaseCommandsStorage<PrinterCommand>
 {
     Q_OBJECT
@@ -45,7 +44,7 @@ public:
     /// null). \param i_get_text goes to the machine's own commands when they run.
     PrinterCommandManager(std::function<VexlorCore::DataSet*()> i_get_data_set,
                           std::function<std::optional<Machine>(VexlorCore::DataSet*)> i_get_machine,
-                          std::function<IVexlorApiProvider&()> i_get_api_provider, std::function<QString()> i_get_text,
+                          VexlorCore::ApiProviderGetter i_get_api_provider, std::function<QString()> i_get_text,
                           QObject* ip_parent = nullptr);
     ~PrinterCommandManager() override;
 
@@ -73,13 +72,15 @@ protected:
     bool event(QEvent* ip_event) override;
 
 private:
+    class Check;
     class Listener;
     struct Impl;
 
     bool _CheckCommands();
     void _CheckAndTell();
     void _Clear();
-    void _RemoveAllBut(const QSet<QString>& i_names);
+    void _Show(const std::vector<CommandDescription>& i_offered, const Machine& i_machine, const MachineData& i_data,
+               const Check& i_check);
     void _DoOnNotify();
 
     std::unique_ptr<Impl> _impl;

@@ -1,8 +1,9 @@
 #include "commands/ServiceAnswer.h"
 
 #include "client/interface/CommunicationException.h"
+#include "commands/CommandTexts.h"
+#include "platform/MachineAnswer.h"
 
-#include "tavsdk/Utf8.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <algorithm>
@@ -17,12 +18,7 @@ namespace MachineService::Helpers {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-// A ready future ends a slice at once; the slice is how late a cancellation or a progress report is seen.
-constexpr std::chrono::milliseconds WaitSlice{20};
-constexpr std::chrono::milliseconds GraceAfterCancel{500};
-constexpr std::size_t MaxStageBytes = 500;
+constexpr int MaxStageLength = 200;
 
 /// Where a service leaves its progress. The service may keep it for longer than the run and report late: it then
 /// reaches nobody.
@@ -33,7 +29,7 @@ public:
 
     void Put(int i_percent, const std::string& i_stage)
     {
-        Report report(std::clamp(i_percent, 0, 100), std::string(TavSDK::CutUtf8(i_stage, MaxStageBytes)));
+        Report report(std::clamp(i_percent, 0, 100), ToDisplayText(i_stage, MaxStageLength).simplified().toStdString());
         const std::lock_guard lock(_mutex);
         _latest = std::move(report);
     }
@@ -50,30 +46,21 @@ private:
     std::optional<Report> _latest;
 };
 
-void PassOn(ProgressMailbox& io_mailbox, VexlorCore::IJobProgress& io_progress)
+bool Wait(const std::future<CommandResult>& i_answer, ProgressMailbox& io_mailbox,
+          VexlorCore::IJobProgress& io_progress)
 {
-    if (const auto report = io_mailbox.Take())
-        io_progress.SetProgress(report->first, report->second);
-}
-
-/// False when the service did not answer in time after a cancellation.
-bool WaitUntilReady(const std::future<CommandResult>& i_answer, ProgressMailbox& io_mailbox,
-                    VexlorCore::IJobProgress& io_progress)
-{
-    const std::stop_token stop_token = io_progress.GetStopToken();
-    std::optional<Clock::time_point> deadline;
-    // A deferred future never becomes ready by itself: get() runs it.
-    while (i_answer.wait_for(WaitSlice) == std::future_status::timeout) {
-        PassOn(io_mailbox, io_progress);
-        if (!stop_token.stop_requested())
-            continue;
-        if (!deadline)
-            deadline = Clock::now() + GraceAfterCancel;
-        else if (Clock::now() >= *deadline)
-            return false;
-    }
-    PassOn(io_mailbox, io_progress);
-    return true;
+    PendingAnswer pending;
+    pending.wait = [&i_answer](std::chrono::milliseconds i_time) {
+        return i_answer.wait_for(i_time);
+    };
+    pending.passProgressOn = [&] {
+        if (const auto report = io_mailbox.Take())
+            io_progress.SetProgress(report->first, report->second);
+    };
+    // The parameters' stop token has told it.
+    pending.tellToStop = [] {
+    };
+    return WaitUnderProgress(pending, io_progress);
 }
 
 } // namespace
@@ -91,7 +78,7 @@ CommandResult AwaitServiceAnswer(const MachineOperation& i_operation, CommandPar
     if (!answer.valid())
         throw CommunicationException(ErrorCode::UnexpectedOutput);
     try {
-        if (!WaitUntilReady(answer, *mailbox, io_progress))
+        if (!Wait(answer, *mailbox, io_progress))
             throw CommunicationException(ErrorCode::ProcessingAborted);
         CommandResult result = answer.get();
         // What the Machine Manager has taken cannot be called aborted any more.
@@ -103,12 +90,6 @@ CommandResult AwaitServiceAnswer(const MachineOperation& i_operation, CommandPar
         ThrowIfCancelled(io_progress);
         throw;
     }
-}
-
-void ThrowIfCancelled(const VexlorCore::IJobProgress& i_progress)
-{
-    if (i_progress.GetStopToken().stop_requested())
-        throw CommunicationException(ErrorCode::ProcessingAborted);
 }
 
 } // namespace MachineService::Helpers

@@ -1,9 +1,7 @@
 #include "machineconfig/CarriedMachineConfiguration.h"
 
-#include "machineconfig/ConfigurationSections.h"
+#include "machineconfig/ConfigurationErrors.h"
 #include "machineconfig/MachineConfiguration.h"
-
-#include "client/interface/CommunicationException.h"
 
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Utf8.h"
@@ -11,7 +9,6 @@
 #include "vexlorcore/SceneMachineData.h"
 
 #include <QCoreApplication>
-#include <QLoggingCategory>
 
 #include <memory>
 #include <string>
@@ -20,8 +17,6 @@
 namespace MachineService {
 
 namespace {
-
-Q_LOGGING_CATEGORY(ConfigurationLog, "machineservice.machineconfig")
 
 using TavAM::PersistentProperties;
 using TavAM::PropertyNames::Print3D::MachineConfiguration;
@@ -49,8 +44,8 @@ constexpr wchar_t CarriedKey[] = L"Printer.MachineConfiguration";
 /// Empty when the platform carries none.
 std::optional<std::wstring> MakeDocument(const MachineLayer::Data::Machine& i_machine)
 {
-    const PlatformMachineConfiguration configuration = ConfigurationFormat::TakeConfiguration(i_machine);
-    if (!ConfigurationFormat::HasSection(configuration))
+    const PlatformMachineConfiguration configuration = MachineLayer::TakeConfiguration(i_machine);
+    if (!MachineLayer::HasSection(configuration))
         return std::nullopt;
     const std::string document = WriteMachineConfiguration(configuration);
     auto text = ToProperty(document);
@@ -88,9 +83,8 @@ void SetMachineConfiguration(TavAM::Platform& io_platform, const PlatformMachine
 {
     const auto text = ToProperty(WriteMachineConfiguration(i_configuration));
     if (!text) {
-        const QString message = QCoreApplication::translate(
-            "MachineService", "The machine's configuration is too long for a platform file.");
-        throw CommunicationException(ErrorCode::InternalError, message.toUtf8().constData());
+        ThrowInternalError(QCoreApplication::translate("MachineService",
+                                                       "The machine's configuration is too long for a platform file."));
     }
     io_platform.GetAMXProperties().SetText(MachineConfiguration, *text);
 }

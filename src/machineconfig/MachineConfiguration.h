@@ -27,24 +27,21 @@ MachineConfigurationFromMachineData(const MachineLayer::IMachineData& i_machine_
 /// assert(MachineService::ReadMachineConfiguration(text) == configuration);
 /// \endcode
 ///
-/// \throws CommunicationException InternalError as above.
+/// \throws CommunicationException InternalError as above, and for a document that were too long to be read again.
 MACHINESERVICE_EXPORT std::string WriteMachineConfiguration(const PlatformMachineConfiguration& i_configuration);
 
-/// The configuration in such a document. Elements that are not known are passed over.
+/// The configuration in such a document.
 /// \param i_document at most TavSDK::XmlBounds::Document bytes.
+/// \param op_remarks gets a sentence, without its full stop, for each of the first things that depart from the schemas
+///        and do no harm: what is not known and passed over, and what is not in its place. When null, they are warnings
+///        of the logging category machineservice.machineconfig.
 /// \throws CommunicationException FileError for what is no such document, a section whose version is not known, a
 ///         document without any section; the text names line and field.
-MACHINESERVICE_EXPORT PlatformMachineConfiguration ReadMachineConfiguration(std::string_view i_document);
-
-/// Describes a document or one of its sections.
-struct ConfigurationSchema
-{
-    std::string element; ///< name of the element that it is for
-    std::string nameSpace;
-    std::string fileName; ///< in the folder in which the library's schemas are installed
-};
+MACHINESERVICE_EXPORT PlatformMachineConfiguration
+ReadMachineConfiguration(std::string_view i_document, std::vector<std::string>* op_remarks = nullptr);
 
 /// The schemas that a configuration's document keeps to: that of the document, then those of the sections that it has.
+/// \throws CommunicationException InternalError as above.
 MACHINESERVICE_EXPORT std::vector<ConfigurationSchema>
 GetConfigurationSchemas(const PlatformMachineConfiguration& i_configuration);
 

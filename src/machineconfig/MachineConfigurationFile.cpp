@@ -1,16 +1,17 @@
 #include "machineconfig/MachineConfigurationFile.h"
 
-#include "machineconfig/ConfigurationReader.h"
+#include "machineconfig/ConfigurationErrors.h"
 #include "machineconfig/MachineConfiguration.h"
 
-#include "client/interface/CommunicationException.h"
+#include "tavsdk/AtomicFile.h"
+#include "tavsdk/FileError.h"
+#include "tavsdk/Path.h"
 
 #include <QCoreApplication>
-#include <QFile>
-#include <QSaveFile>
 #include <QString>
 
-#include <string>
+#include <stdexcept>
+#include <utility>
 
 namespace MachineService {
 
@@ -18,12 +19,7 @@ namespace {
 
 QString ToQString(const std::filesystem::path& i_path)
 {
-    return QFile::decodeName(i_path.c_str());
-}
-
-[[noreturn]] void ThrowFileError(const QString& i_message)
-{
-    throw CommunicationException(ErrorCode::FileError, i_message.toUtf8().constData());
+    return QString::fromStdString(TavSDK::ShowPath(i_path));
 }
 
 } // namespace
@@ -31,27 +27,29 @@ QString ToQString(const std::filesystem::path& i_path)
 void SaveMachineConfiguration(const std::filesystem::path& i_path, const PlatformMachineConfiguration& i_configuration)
 {
     const std::string text = WriteMachineConfiguration(i_configuration);
-    QSaveFile file(ToQString(i_path));
-    const auto size = static_cast<qint64>(text.size());
-    if (file.open(QIODevice::WriteOnly) && file.write(text.data(), size) == size && file.commit())
-        return;
-    ThrowFileError(QCoreApplication::translate("MachineService", "Failed to create '%1': %2")
-                       .arg(ToQString(i_path), file.errorString()));
+    try {
+        TavSDK::AtomicFile file(i_path);
+        file.Write(text);
+        file.TakeRightsOfTarget();
+        file.Commit();
+    } catch (const TavSDK::FileError& error) {
+        ThrowFileError(QCoreApplication::translate("MachineService", "Failed to create '%1': %2")
+                           .arg(ToQString(i_path), QString::fromUtf8(error.what())));
+    }
 }
 
-PlatformMachineConfiguration LoadMachineConfiguration(const std::filesystem::path& i_path)
+PlatformMachineConfiguration LoadMachineConfiguration(const std::filesystem::path& i_path,
+                                                      std::vector<std::string>* op_remarks)
 {
-    const auto fail = [&i_path](const QString& i_reason) {
-        ThrowFileError(
-            QCoreApplication::translate("MachineService", "Failed to read '%1': %2").arg(ToQString(i_path), i_reason));
-    };
-    PlatformMachineConfiguration configuration;
-    ConfigurationFormat::ConfigurationReader reader(configuration);
-    if (!reader.Parse(i_path.wstring()))
-        fail(QString::fromStdString(reader.GetError()));
-    if (!reader.HasSection())
-        fail(QCoreApplication::translate("MachineService", "It has no section."));
-    return configuration;
+    try {
+        std::vector<std::string> remarks;
+        PlatformMachineConfiguration configuration = MachineLayer::LoadConfiguration(i_path, remarks);
+        TellRemarks(std::move(remarks), op_remarks);
+        return configuration;
+    } catch (const std::invalid_argument& error) {
+        ThrowFileError(QCoreApplication::translate("MachineService", "Failed to read '%1': %2")
+                           .arg(ToQString(i_path), QString::fromUtf8(error.what())));
+    }
 }
 
 } // namespace MachineService

@@ -4,6 +4,8 @@
 #include "machineservice_export.h"
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 namespace MachineService {
 
@@ -13,7 +15,9 @@ namespace MachineService {
 MACHINESERVICE_EXPORT void SaveMachineConfiguration(const std::filesystem::path& i_path,
                                                     const PlatformMachineConfiguration& i_configuration);
 
+/// \param op_remarks as in ReadMachineConfiguration().
 /// \throws CommunicationException FileError with the file's name and what is wrong; see ReadMachineConfiguration().
-MACHINESERVICE_EXPORT PlatformMachineConfiguration LoadMachineConfiguration(const std::filesystem::path& i_path);
+MACHINESERVICE_EXPORT PlatformMachineConfiguration
+LoadMachineConfiguration(const std::filesystem::path& i_path, std::vector<std::string>* op_remarks = nullptr);
 
 } // namespace MachineService

@@ -1,5 +1,7 @@
 #include "platform/ErrorMessages.h"
 
+#include "platform/PlainText.h"
+
 #include <QCoreApplication>
 
 namespace MachineService {
@@ -14,8 +16,9 @@ constexpr int Key(ErrorCode i_code)
 std::string ChooseMessage(int i_code, const char* ip_own_text)
 {
     const auto entry = ErrorMessageTable.find(i_code);
-    const char* const text = entry != ErrorMessageTable.end() ? entry->second : ip_own_text;
-    return QCoreApplication::translate("MachineService", text).toStdString();
+    if (entry != ErrorMessageTable.end())
+        return QCoreApplication::translate("MachineService", entry->second).toStdString();
+    return ToPlainText(QCoreApplication::translate("MachineService", ip_own_text)).toStdString();
 }
 
 } // namespace

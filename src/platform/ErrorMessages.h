@@ -16,6 +16,7 @@ namespace MachineService {
 MACHINESERVICE_EXPORT extern const std::map<int, const char*> ErrorMessageTable;
 
 /// The table's sentence for the result's code if there is one, otherwise the result's own text; translated, UTF-8.
+/// An own text becomes plain text of at most 1,000 characters.
 MACHINESERVICE_EXPORT std::string GetResultErrorMessage(const PlatformInfo& i_result);
 /// The same for a failed run of a command.
 MACHINESERVICE_EXPORT std::string GetResultErrorMessage(const CommandResult& i_result);

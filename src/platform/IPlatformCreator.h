@@ -4,12 +4,12 @@
 #include "machineservice_export.h"
 #include "platform/IPlatformParameterChoice.h"
 
+#include "vexlorcore/IVexlorApiProvider.h"
+
 #include <cstddef>
-#include <functional>
 #include <memory>
 #include <string>
 
-class IVexlorApiProvider;
 namespace MachineLayer {
 class IMachineData;
 }
@@ -71,7 +71,7 @@ public:
     /// \param i_keep_parts passed on to IVexlorApiProvider::LoadPlatformFile.
     /// \return false when there is nothing to load or the machine's queue does not take anything.
     /// \throws CommunicationException with the user's sentence; ProcessingAborted after a cancellation. What the host
-    /// throws.
+    /// throws, VexlorCore::SceneClosed when the scene was closed meanwhile.
     virtual bool CreatePlatform(VexlorCore::DataSet* ip_data_set, bool i_keep_parts) const = 0;
 
 protected:
@@ -87,6 +87,6 @@ protected:
 /// \return null when the machine gave no platform or its information cannot be read.
 MACHINESERVICE_EXPORT std::unique_ptr<IPlatformCreator>
 TryCreatePlatformCreator(const Machine& i_machine, ProgressWatcherFuture<PlatformInfo>& io_platform_information,
-                         std::function<IVexlorApiProvider&()> i_api_provider, std::wstring& o_error_message);
+                         VexlorCore::ApiProviderGetter i_api_provider, std::wstring& o_error_message);
 
 } // namespace MachineService

@@ -4,17 +4,21 @@
 #include "catalog/PrinterAttachment.h"
 #include "client/interface/CommunicationException.h"
 #include "platform/ErrorMessages.h"
+#include "platform/FailureText.h"
 #include "platform/MachineAnswer.h"
 #include "platform/PlatformData.h"
 
-#include "tavam/FileError.h"
+#include "tavam/AMXFileReader.h"
 #include "tavam/Platform.h"
+#include "tavsdk/Utf8.h"
 #include "vexlorcore/DataSet.h"
+#include "vexlorcore/HeldScene.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 #include "vexlorcore/SceneMachineData.h"
 #include "vexlorcore/ScopedTemporaryFile.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 #include <QString>
 
 #include <memory>
@@ -26,23 +30,35 @@ namespace MachineService {
 
 namespace {
 
-std::wstring ToWide(const std::string& i_text)
-{
-    return QString::fromStdString(i_text).toStdWString();
-}
+Q_LOGGING_CATEGORY(CreatorLog, "machineservice.platform.creator")
 
 PlatformInfo AwaitInformation(ProgressWatcherFuture<PlatformInfo>& io_future,
-                              const std::function<IVexlorApiProvider&()>& i_api_provider)
+                              const VexlorCore::ApiProviderGetter& i_api_provider)
 {
     return AwaitAnswer(io_future, i_api_provider,
                        QCoreApplication::translate("MachineService", "Get Platform Information"));
 }
 
+/// Machine data that the host cannot understand or keep, in the user's sentence.
+template <class Function>
+void TranslateMachineDataErrors(const Function& i_function)
+{
+    try {
+        i_function();
+    } catch (const CommunicationException&) {
+        throw;
+    } catch (const std::exception& error) {
+        qCWarning(CreatorLog, "The machine data of a platform: %s", error.what());
+        throw CommunicationException(
+            ErrorCode::FileError,
+            Translated(QT_TRANSLATE_NOOP("MachineService", "An error occurred while loading the machine.")).c_str());
+    }
+}
+
 } // namespace
 
 PlatformCreator::PlatformCreator(const Machine& i_machine, const VexlorPlatformInformation& i_information,
-                                 bool i_has_parameters, bool i_can_create,
-                                 std::function<IVexlorApiProvider&()> i_api_provider)
+                                 bool i_has_parameters, bool i_can_create, VexlorCore::ApiProviderGetter i_api_provider)
     : _machine(i_machine)
     , _information(i_information)
     , _hasParameters(i_has_parameters)
@@ -106,27 +122,19 @@ bool PlatformCreator::_AskAndLoad(VexlorCore::DataSet& io_data_set, bool i_keep_
 {
     const std::string parameters = _hasParameters ? _WriteParameters(io_data_set) : std::string();
     // While the progress display is up the user may close the scene.
-    const std::weak_ptr<VexlorCore::DataSet> scene = io_data_set.weak_from_this();
-    const bool isWatched = !scene.expired();
+    const VexlorCore::HeldScene scene(io_data_set);
     std::future<std::pair<CommandResult, Platform>> future = _machine.GetEmptyPlatform(parameters);
     const auto [result, item] =
         AwaitAnswer(future, _apiProvider, QCoreApplication::translate("MachineService", "Get Empty Platform"));
-    if (!result.completed && result.status != static_cast<std::int32_t>(ErrorCode::None))
+    // Given up without a code, but with words and without a platform, is given up as well.
+    const bool has_words_only = !result.message.empty() && item.kind == PlatformDataKind::None;
+    if (!result.completed && (result.status != static_cast<std::int32_t>(ErrorCode::None) || has_words_only))
         throw CommunicationException(static_cast<ErrorCode>(result.status), result.message.c_str());
     if (result.completed && result.dataFormat == DataFormat::None)
         return false;
-    const auto throw_if_closed = [&scene, isWatched] {
-        if (isWatched && scene.expired())
-            throw CommunicationException(
-                ErrorCode::InternalError,
-                Translated(QT_TRANSLATE_NOOP("MachineService", "The scene was closed.")).c_str());
-    };
-    throw_if_closed();
-    if (item.kind == PlatformDataKind::Platform) {
-        _LoadPlatform(io_data_set, result, item, i_keep_parts);
-        throw_if_closed();
-    }
-    _UpdateMachineData(io_data_set, item);
+    if (item.kind == PlatformDataKind::Platform)
+        _LoadPlatform(scene.Get(), result, item, i_keep_parts);
+    _UpdateMachineData(scene.Get(), item);
     return true;
 }
 
@@ -153,6 +161,8 @@ void PlatformCreator::_LoadPlatform(VexlorCore::DataSet& io_data_set, const Comm
     const auto file = MakeTemporaryFile(L"Vexlor", L".TavAMX");
     if (!WriteBytes(file->GetPath(), i_item.data))
         ThrowUnreadable(file->GetPath());
+    // Before the scene is touched: it has either its old platform or the whole new one.
+    _CheckMachineData(file->GetPath());
     try {
         _apiProvider().LoadPlatformFile(
             &io_data_set, static_cast<std::int32_t>(i_result.dataFormat), {file->GetPath()},
@@ -170,27 +180,39 @@ void PlatformCreator::_LoadPlatform(VexlorCore::DataSet& io_data_set, const Comm
     }
 }
 
+void PlatformCreator::_CheckMachineData(const std::wstring& i_file) const
+{
+    TavAM::Database database;
+    // What the file lacks otherwise is the host's to tell.
+    if (!TavAM::AMXFileReader().ReadFile(ToPath(i_file), database) || database.GetNumPlatforms() != 1)
+        return;
+    TranslateMachineDataErrors([&] {
+        if (const auto data = MachineLayer::Utilities::MakeMachineData(*database.GetPlatform(0))) {
+            data->CopyFrom(*_information.machineData);
+            MachineLayer::Utilities::CheckStorable(*data);
+        }
+    });
+}
+
 void PlatformCreator::_UpdateMachineData(VexlorCore::DataSet& io_data_set, const Platform& i_item) const
 {
-    MachineLayer::IMachineData* data = nullptr;
-    try {
-        data = MachineLayer::Utilities::GetMachineDataMutable(&io_data_set);
-    } catch (const std::invalid_argument&) {
-        throw CommunicationException(
-            ErrorCode::FileError,
-            Translated(QT_TRANSLATE_NOOP("MachineService", "An error occurred while loading the machine.")).c_str());
-    }
-    if (data == nullptr)
-        return;
-    if (_information.machineData)
-        data->CopyFrom(*_information.machineData);
-    UpdateMachineData(*data, {i_item});
-    MachineLayer::Utilities::StoreMachineData(&io_data_set);
+    TranslateMachineDataErrors([&] {
+        MachineLayer::IMachineData* const data = MachineLayer::Utilities::GetMachineDataMutable(&io_data_set);
+        if (data == nullptr)
+            return;
+        // On a copy first, for the same reason.
+        const auto next = data->Clone();
+        next->CopyFrom(*_information.machineData);
+        UpdateMachineData(*next, {i_item});
+        MachineLayer::Utilities::CheckStorable(*next);
+        data->CopyFrom(*next);
+        MachineLayer::Utilities::StoreMachineData(&io_data_set);
+    });
 }
 
 std::unique_ptr<IPlatformCreator> TryCreatePlatformCreator(const Machine& i_machine,
                                                            ProgressWatcherFuture<PlatformInfo>& io_platform_information,
-                                                           std::function<IVexlorApiProvider&()> i_api_provider,
+                                                           VexlorCore::ApiProviderGetter i_api_provider,
                                                            std::wstring& o_error_message)
 {
     VexlorPlatformInformation information;
@@ -198,14 +220,14 @@ std::unique_ptr<IPlatformCreator> TryCreatePlatformCreator(const Machine& i_mach
     try {
         info = AwaitInformation(io_platform_information, i_api_provider);
     } catch (const CommunicationException& error) {
-        o_error_message = ToWide(GetExceptionErrorMessage(error));
+        o_error_message = TavSDK::ToWide(GetExceptionErrorMessage(error));
         return nullptr;
-    } catch (const std::exception& error) {
-        o_error_message = ToWide(error.what());
+    } catch (const std::exception&) {
+        o_error_message = DescribeCurrentException().toStdWString();
         return nullptr;
     }
     if (const std::string message = GetResultErrorMessage(info); !message.empty())
-        o_error_message = ToWide(message);
+        o_error_message = TavSDK::ToWide(message);
     const Platform* const item = FindItem(info.items, PlatformDataKind::Platform);
     if (item == nullptr)
         return nullptr;
@@ -214,9 +236,9 @@ std::unique_ptr<IPlatformCreator> TryCreatePlatformCreator(const Machine& i_mach
         return std::make_unique<PlatformCreator>(i_machine, information, hasParameters, true,
                                                  std::move(i_api_provider));
     } catch (const CommunicationException& error) {
-        o_error_message = ToWide(GetExceptionErrorMessage(error));
-    } catch (const std::exception& error) {
-        o_error_message = ToWide(error.what());
+        o_error_message = TavSDK::ToWide(GetExceptionErrorMessage(error));
+    } catch (const std::exception&) {
+        o_error_message = DescribeCurrentException().toStdWString();
     }
     return nullptr;
 }

@@ -10,7 +10,7 @@ class PlatformCreator final : public IPlatformCreator
 {
 public:
     PlatformCreator(const Machine& i_machine, const VexlorPlatformInformation& i_information, bool i_has_parameters,
-                    bool i_can_create, std::function<IVexlorApiProvider&()> i_api_provider);
+                    bool i_can_create, VexlorCore::ApiProviderGetter i_api_provider);
 
     MachineLayer::IMachineData* GetMachineData() override { return _information.machineData.get(); }
     const MachineLayer::IMachineData* GetMachineData() const override { return _information.machineData.get(); }
@@ -33,6 +33,7 @@ private:
     std::string _WriteParameters(VexlorCore::DataSet& io_data_set) const;
     void _LoadPlatform(VexlorCore::DataSet& io_data_set, const CommandResult& i_result, const Platform& i_item,
                        bool i_keep_parts) const;
+    void _CheckMachineData(const std::wstring& i_file) const;
     void _UpdateMachineData(VexlorCore::DataSet& io_data_set, const Platform& i_item) const;
 
     Machine _machine;
@@ -40,7 +41,7 @@ private:
     ParameterValues _values;
     const bool _hasParameters;
     const bool _canCreate;
-    std::function<IVexlorApiProvider&()> _apiProvider;
+    VexlorCore::ApiProviderGetter _apiProvider;
 };
 
 } // namespace MachineService

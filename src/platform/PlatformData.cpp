@@ -7,6 +7,9 @@
 #include "machinelayer/PldfFile.h"
 #include "tavam/AMXFileReader.h"
 #include "tavam/FileError.h"
+#include "tavsdk/InputFile.h"
+#include "tavsdk/Path.h"
+#include "tavsdk/ZipBounds.h"
 #include "vexlorcore/Base64.h"
 #include "vexlorcore/ScopedTemporaryFile.h"
 
@@ -28,11 +31,6 @@ namespace {
 
 using VexlorCore::ScopedTemporaryFile;
 
-std::filesystem::path ToPath(const std::wstring& i_path)
-{
-    return QString::fromStdWString(i_path).toStdString();
-}
-
 [[noreturn]] void Throw(ErrorCode i_code, const char* ip_text)
 {
     throw CommunicationException(i_code, Translated(ip_text).c_str());
@@ -42,6 +40,13 @@ std::filesystem::path ToPath(const std::wstring& i_path)
 void LogReason(const char* ip_what, const std::string& i_reason)
 {
     qCWarning(platformLog, "%s: %s", ip_what, i_reason.c_str());
+}
+
+/// What a document of a machine has and nobody here knows.
+void LogRemarks(const char* ip_what, const std::vector<std::string>& i_remarks)
+{
+    for (const std::string& remark : i_remarks)
+        LogReason(ip_what, remark);
 }
 
 void ReadInformationFile(const std::string& i_xml, VexlorPlatformInformation& io_information)
@@ -63,7 +68,7 @@ void LoadMachineParametersFromAmx(TavAM::MachineParameters& o_parameters, const 
     TavAM::AMXFileReader reader;
     if (!WriteBytes(file->GetPath(), i_bytes))
         ThrowUnreadable(file->GetPath());
-    if (!reader.ReadFile(ToPath(file->GetPath()), database)) {
+    if (!reader.ReadFile(TavSDK::PathFromWide(file->GetPath()), database)) {
         LogReason("Platform of a machine", reader.GetError());
         ThrowUnreadable(file->GetPath());
     }
@@ -115,9 +120,14 @@ std::string Translated(const char* ip_text)
     return QCoreApplication::translate("MachineService", ip_text).toStdString();
 }
 
+std::filesystem::path ToPath(const std::wstring& i_path)
+{
+    return TavSDK::PathFromWide(i_path);
+}
+
 bool WriteBytes(const std::wstring& i_path, const std::string& i_bytes)
 {
-    std::ofstream file(ToPath(i_path), std::ios::binary | std::ios::trunc);
+    std::ofstream file(TavSDK::PathFromWide(i_path), std::ios::binary | std::ios::trunc);
     file.write(i_bytes.data(), static_cast<std::streamsize>(i_bytes.size()));
     // A full disk may show only here.
     file.close();
@@ -126,14 +136,14 @@ bool WriteBytes(const std::wstring& i_path, const std::string& i_bytes)
 
 std::string ReadBytes(const std::wstring& i_path)
 {
-    std::ifstream file(ToPath(i_path), std::ios::binary | std::ios::ate);
-    if (!file)
+    // As much as a platform file may unpack to.
+    constexpr std::uint64_t longest = TavSDK::ZipBounds().unpackedSize;
+    try {
+        return TavSDK::ReadFile(TavSDK::PathFromWide(i_path), longest);
+    } catch (const TavSDK::FileError& error) {
+        LogReason("Platform file", error.what());
         ThrowUnreadable(i_path);
-    std::string bytes(static_cast<std::size_t>(file.tellg()), '\0');
-    file.seekg(0);
-    if (!file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())))
-        ThrowUnreadable(i_path);
-    return bytes;
+    }
 }
 
 const Platform* FindItem(const std::vector<Platform>& i_items, PlatformDataKind i_kind)
@@ -187,7 +197,9 @@ bool UpdateMachineData(MachineLayer::IMachineData& io_data, const std::vector<Pl
     if (!WriteBytes(file->GetPath(), *bytes))
         Throw(ErrorCode::PldfError, QT_TRANSLATE_NOOP("MachineService", "Error writing PLDF file."));
     try {
-        MachineLayer::Utilities::LoadMachineDataPLDF(ToPath(file->GetPath()), *loaded);
+        std::vector<std::string> remarks;
+        MachineLayer::Utilities::LoadMachineDataPLDF(TavSDK::PathFromWide(file->GetPath()), *loaded, &remarks);
+        LogRemarks("PLDF of a machine", remarks);
     } catch (const TavAM::FileError& error) {
         LogReason("Machine configuration", error.what());
         Throw(ErrorCode::PldfError, QT_TRANSLATE_NOOP("MachineService", "Error loading PLDF file."));
@@ -201,7 +213,9 @@ bool UpdatePlatformGeometry(MachineLayer::IMachineData& io_data, const std::vect
     const auto geometry = MachineLayer::CreateMachineData();
     const bool isRead =
         ReadItem(i_items, PlatformDataKind::Geometry, "Platform geometry", [&geometry](const std::string& i_document) {
-            MachineLayer::Utilities::ReadPlatformGeometry(i_document, *geometry);
+            std::vector<std::string> remarks;
+            MachineLayer::Utilities::ReadPlatformGeometry(i_document, *geometry, &remarks);
+            LogRemarks("Platform geometry", remarks);
         });
     if (isRead)
         MachineLayer::Utilities::MergePlatformGeometry(io_data, *geometry);
@@ -211,7 +225,9 @@ bool UpdatePlatformGeometry(MachineLayer::IMachineData& io_data, const std::vect
 bool TakeMachineData(MachineLayer::IMachineData& io_data, const std::vector<Platform>& i_items)
 {
     return ReadItem(i_items, PlatformDataKind::MachineData, "Machine data", [&io_data](const std::string& i_document) {
-        MachineLayer::Utilities::ReadMachineData(i_document, io_data);
+        std::vector<std::string> remarks;
+        MachineLayer::Utilities::ReadMachineData(i_document, io_data, &remarks);
+        LogRemarks("Machine data", remarks);
     });
 }
 

@@ -5,6 +5,7 @@
 
 #include "vexlorcore/ScopedTemporaryFile.h"
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -39,6 +40,7 @@ bool TakeMachineData(MachineLayer::IMachineData& io_data, const std::vector<Plat
 /// extension.
 std::unique_ptr<VexlorCore::ScopedTemporaryFile> MakeTemporaryFile(const std::wstring& i_stem,
                                                                    const std::wstring& i_extension);
+std::filesystem::path ToPath(const std::wstring& i_path);
 /// Replaces the content of a file. \return false when that fails.
 bool WriteBytes(const std::wstring& i_path, const std::string& i_bytes);
 /// \throws as ThrowUnreadable.

@@ -14,15 +14,9 @@ namespace {
 /// Materials, choices and items together: far more than anyone could choose from.
 constexpr std::size_t MostEntries = 200'000;
 
-/// The XML reader lets through UTF-8 only.
-std::wstring ToWide(std::string_view i_text)
-{
-    return TavSDK::FromUtf8(i_text).value_or(std::wstring());
-}
-
 std::wstring GetText(const TavSDK::XmlAttributes& i_attributes, std::string_view i_name)
 {
-    return ToWide(i_attributes.Get(i_name));
+    return TavSDK::ToWide(i_attributes.Get(i_name));
 }
 
 bool IsTrue(const TavSDK::XmlAttributes& i_attributes, std::string_view i_name)
@@ -101,7 +95,7 @@ void PlatformInformationReader::_ReadText(std::wstring& o_text)
 {
     std::string text;
     if (ReadValue(text))
-        o_text = ToWide(text);
+        o_text = TavSDK::ToWide(text);
 }
 
 void PlatformInformationReader::_Count()

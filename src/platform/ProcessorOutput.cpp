@@ -10,7 +10,7 @@
 namespace MachineService {
 
 void LoadProcessorOutput(VexlorCore::DataSet* ip_data_set, DataFormat i_format,
-                         const std::vector<std::wstring>& i_files, std::function<IVexlorApiProvider&()> i_api_provider,
+                         const std::vector<std::wstring>& i_files, VexlorCore::ApiProviderGetter i_api_provider,
                          std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded)
 {
     switch (i_format) {

@@ -3,12 +3,13 @@
 #include "client/interface/ServiceTypes.h"
 #include "machineservice_export.h"
 
+#include "vexlorcore/IVexlorApiProvider.h"
+
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-class IVexlorApiProvider;
 namespace TavAM {
 class Platform;
 }
@@ -28,7 +29,7 @@ namespace MachineService {
 ///         host throws; std::bad_function_call for an empty i_api_provider.
 MACHINESERVICE_EXPORT void
 LoadProcessorOutput(VexlorCore::DataSet* ip_data_set, DataFormat i_format, const std::vector<std::wstring>& i_files,
-                    std::function<IVexlorApiProvider&()> i_api_provider,
+                    VexlorCore::ApiProviderGetter i_api_provider,
                     std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded);
 
 } // namespace MachineService

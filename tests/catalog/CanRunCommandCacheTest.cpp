@@ -155,14 +155,22 @@ TEST_F(CanRunCommandCacheTest, AsksOnlyWhileSomebodyWantsToKnowAndOncePerPause)
     }
     EXPECT_EQ(_service.GetFetches(), 20); // without a pause nobody but a question starts a pass
 
-    Service paused;
-    const auto slow =
-        CreateCanRunCommandCache([&](const auto&) { return paused.Answer(); }, 1h, [&] { paused.Report(); });
-    slow->Get(MakeId(1));
-    ASSERT_TRUE(paused.WaitForFetches(1));
-    for (int question = 0; question < 1000; ++question)
+    for (const std::chrono::milliseconds interval : {std::chrono::milliseconds(1h), std::chrono::milliseconds::max()}) {
+        Service paused;
+        const auto slow =
+            CreateCanRunCommandCache([&](const auto&) { return paused.Answer(); }, interval, [&] { paused.Report(); });
         slow->Get(MakeId(1));
-    EXPECT_EQ(paused.GetFetches(), 1);
+        ASSERT_TRUE(paused.WaitForFetches(1));
+        for (int question = 0; question < 1000; ++question)
+            slow->Get(MakeId(1));
+        std::this_thread::yield();
+        EXPECT_EQ(paused.GetFetches(), 1);
+    }
+    const auto eager = _Make(std::chrono::milliseconds::min());
+    for (int pass = 21; pass <= 25; ++pass) {
+        eager->Get(MakeId(1));
+        ASSERT_TRUE(_service.WaitForFetches(pass));
+    }
 }
 
 TEST_F(CanRunCommandCacheTest, AnswersAQuestionWheneverItComes)
@@ -292,6 +300,32 @@ TEST_F(CanRunCommandCacheTest, TheLastOwnerMayLetGoInsideTheCallback)
             changed.wait_for(lock, 5ms);
         }
         EXPECT_TRUE(has_gone);
+    }
+}
+
+TEST_F(CanRunCommandCacheTest, AMachineInAGlobalOutlivesMain)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    for (const bool is_hanging : {false, true}) {
+        const auto run = [&] {
+            static Service mgp_service;
+            static std::optional<Machine> mgp_machine;
+            mgp_service.mode = is_hanging ? Service::Mode::Hang : Service::Mode::Ready;
+            const auto make_asked = [] {
+                Machine machine(std::make_unique<CachedMachineStrategy>(
+                    _MakeMachine([](const auto&) { return mgp_service.Answer(); }), [] {}));
+                machine.CanRunCommand(MakeId(1)).get();
+                return machine;
+            };
+            {
+                const Machine before = make_asked(); // whatever collects its thread is made later than the global
+                mgp_service.WaitForFetches(1);
+            }
+            mgp_machine = make_asked();
+            mgp_service.WaitForFetches(2);
+            std::exit(0);
+        };
+        EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
     }
 }
 

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <barrier>
 #include <latch>
 #include <set>
 #include <thread>
@@ -130,14 +131,23 @@ TEST_F(ProxyMachinesCatalogTest, AnExceptionEndsInvalidateAndKeepsWhatWasDone)
     EXPECT_THAT(_proxy->GetMachineIds(), ElementsAre(MakeId(1)));
 }
 
-TEST_F(ProxyMachinesCatalogTest, WhatGoesWhileItIsAnnouncedEndsRemoved)
+TEST_F(ProxyMachinesCatalogTest, EverySlotHearsWhatASlotBringsAboutAfterWhatBroughtItAbout)
 {
     std::string later;
-    _proxy->ConnectMachineAdded([this](const auto&) { _source.Take(1); });
+    _proxy->ConnectMachineAdded([this, is_first = true](const auto&) mutable {
+        if (std::exchange(is_first, false)) {
+            _source.Take(1);
+            _source.Put(1);
+            _source.RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
+            _source.Take(1);
+        }
+    });
     _proxy->ConnectMachineAdded([&](const auto&) { later += '+'; });
+    _proxy->ConnectMachineUpdated([&](const auto&, MachineChanges) { later += '~'; });
     _proxy->ConnectMachineRemoved([&](const auto&) { later += '-'; });
     _source.Put(1);
-    EXPECT_EQ(later, "-+-");
+    EXPECT_EQ(later, "+-+~-");
+    EXPECT_THAT(_TakeLog(), ElementsAre("+1", "-1", "+1", "~1:2", "-1"));
     EXPECT_FALSE(_proxy->HasMachine(MakeId(1)));
 }
 
@@ -205,35 +215,186 @@ TEST_P(ProxyInterferenceTest, AnAnswerThatCameTooLateChangesNothing)
 
 INSTANTIATE_TEST_SUITE_P(Moments, ProxyInterferenceTest, ::testing::Range(0, 5));
 
-TEST_F(ProxyMachinesCatalogTest, UnderFireTheLogAndTheSetAgree)
+/// Keeps a list of machines by the news.
+class MachineList
 {
-    std::atomic<bool> stop = false;
-    std::vector<std::thread> services;
-    for (const std::uint8_t number : {1, 2, 3})
-        services.emplace_back([&, number] {
-            for (int round = 0; round < 300; ++round) {
-                _source.Put(number);
-                _source.RaiseUpdated(MakeId(number), MachineChanges::StateChanged);
-                if (round < 299)
-                    _source.Take(number);
+public:
+    explicit MachineList(ProxyMachinesCatalog& io_proxy)
+    {
+        io_proxy.ConnectMachineAdded([this](const auto& i_id) {
+            const std::lock_guard lock(_mutex);
+            _ids.insert(i_id);
+        });
+        io_proxy.ConnectMachineRemoved([this](const auto& i_id) {
+            const std::lock_guard lock(_mutex);
+            _ids.erase(i_id);
+        });
+        io_proxy.ConnectMachineUpdated([this](const auto& i_id, MachineChanges) {
+            const std::lock_guard lock(_mutex);
+            _unknownUpdates += _ids.contains(i_id) ? 0 : 1;
+        });
+    }
+    std::set<boost::uuids::uuid> Get()
+    {
+        const std::lock_guard lock(_mutex);
+        EXPECT_EQ(_unknownUpdates, 0);
+        return _ids;
+    }
+
+private:
+    std::mutex _mutex; // guards all below
+    std::set<boost::uuids::uuid> _ids;
+    int _unknownUpdates = 0;
+};
+
+constexpr std::uint8_t MachineCount = 4;
+constexpr int Rounds = 200;
+
+TEST_F(ProxyMachinesCatalogTest, WhoeverTellsWhateverWhenAllListsAreTheProxysAtEveryQuietPoint)
+{
+    MachineList before(*_proxy);
+    std::atomic<unsigned> news = 0;
+    const auto ignore_unknown = [](const auto& i_tell) {
+        // A machine that goes between news and question is the source's exception.
+        try {
+            i_tell();
+        } catch (const CommunicationException&) {
+        }
+    };
+    // A slot that causes further news, of its own machine and of another one. An exception in it would keep the news
+    // from the list behind it.
+    _proxy->ConnectMachineAdded([&](const boost::uuids::uuid& i_id) {
+        const unsigned number = ++news;
+        const auto other = static_cast<std::uint8_t>(number % MachineCount);
+        if (number % 5 == 0)
+            _source.Take(i_id.data[15]);
+        else if (number % 7 == 0)
+            _source.Take(other);
+        else if (number % 11 == 0)
+            ignore_unknown([&] { _proxy->Invalidate(); });
+    });
+    MachineList after(*_proxy);
+
+    const auto check = [&]() noexcept {
+        std::set<boost::uuids::uuid> accepted;
+        for (const auto& id : _proxy->GetMachineIds())
+            accepted.insert(id);
+        EXPECT_EQ(before.Get(), accepted);
+        EXPECT_EQ(after.Get(), accepted);
+    };
+    std::barrier quiet(5, check);
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 3; ++thread)
+        threads.emplace_back([&, thread] {
+            for (int round = 0; round < Rounds; ++round) {
+                for (int step = 0; step < 4; ++step) {
+                    // All services tell of all machines.
+                    const auto number = static_cast<std::uint8_t>((round + step * (thread + 1)) % MachineCount);
+                    ignore_unknown([&] { _source.Put(number); });
+                    ignore_unknown([&] { _source.RaiseUpdated(MakeId(number), MachineChanges::StateChanged); });
+                    if ((round + step + thread) % 3 != 0)
+                        ignore_unknown([&] { _source.Take(number); });
+                }
+                quiet.arrive_and_wait();
             }
         });
-    std::thread reader([&] {
-        while (!stop) {
-            // A machine that goes between two questions is the source's exception.
-            try {
-                _proxy->Invalidate();
-            } catch (const CommunicationException&) {
+    for (int thread = 0; thread < 2; ++thread)
+        threads.emplace_back([&, thread] {
+            for (int round = 0; round < Rounds; ++round) {
+                for (int step = 0; step < 4; ++step) {
+                    _Reject(static_cast<std::uint8_t>((round + step) % MachineCount), (step + thread) % 2 == 0);
+                    ignore_unknown([&] { _proxy->Invalidate(); });
+                    _proxy->HasMachine(MakeId(2));
+                }
+                quiet.arrive_and_wait();
             }
-            _proxy->GetMachines();
-            _proxy->HasMachine(MakeId(2));
+        });
+    threads.clear();
+    EXPECT_GT(news, 0U);
+}
+
+/// What a proxy calls, and in which it is destroyed.
+enum class Callee
+{
+    Rule,
+    RuleOfAnnouncement,
+    Source,
+    Added,
+    Removed,
+    Updated,
+    Status
+};
+
+class DestructionInsideTest : public ProxyMachinesCatalogTest, public ::testing::WithParamInterface<Callee>
+{};
+
+TEST_P(DestructionInsideTest, TheProxyMayBeDestroyedInWhatItCalls)
+{
+    const Callee callee = GetParam();
+    _source.Set(1);
+    _source.Set(2);
+    if (callee == Callee::Removed || callee == Callee::Updated)
+        _proxy->Invalidate();
+    const auto destroy = [&](const auto&...) {
+        _TakeLog();
+        _proxy.reset();
+    };
+    if (callee == Callee::Rule || callee == Callee::RuleOfAnnouncement)
+        _onRule = destroy;
+    else if (callee == Callee::Source)
+        _source.onGetMachine = destroy;
+    // In front of slots that must not be called any more, and with news behind.
+    _proxy->ConnectMachineAdded([&](const boost::uuids::uuid& i_id) {
+        if (callee == Callee::Added) {
+            _source.RaiseUpdated(i_id, MachineChanges::StateChanged);
+            destroy();
         }
     });
-    for (std::thread& service : services)
+    if (callee == Callee::Removed)
+        _proxy->ConnectMachineRemoved(destroy);
+    else if (callee == Callee::Updated)
+        _proxy->ConnectMachineUpdated(destroy);
+    else if (callee == Callee::Status)
+        _proxy->ConnectServiceStatusUpdated(destroy);
+    _proxy->ConnectMachineAdded([this](const auto&) { _Log("later"); });
+    _proxy->ConnectMachineRemoved([this](const auto&) { _Log("later"); });
+
+    switch (callee) {
+    case Callee::Updated:
+        _source.RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
+        break;
+    case Callee::Status:
+        _source.RaiseStatus(ServiceId::BuildProcessors, ServiceStatus::Running);
+        break;
+    case Callee::RuleOfAnnouncement:
+        _source.RaiseAdded(MakeId(1));
+        break;
+    case Callee::Removed:
+        _Reject(1);
+        _Reject(2);
+        [[fallthrough]];
+    default:
+        _proxy->Invalidate();
+    }
+    EXPECT_FALSE(_proxy);
+    EXPECT_THAT(_TakeLog(), IsEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Callees, DestructionInsideTest,
+                         ::testing::Values(Callee::Rule, Callee::RuleOfAnnouncement, Callee::Source, Callee::Added,
+                                           Callee::Removed, Callee::Updated, Callee::Status));
+
+TEST_F(ProxyMachinesCatalogTest, EndingTheNewsLetsAServiceGoThatWaitsForThem)
+{
+    std::thread service;
+    _proxy->ConnectMachineAdded([&](const auto&) {
+        service = std::thread([&] { _source.RaiseUpdated(MakeId(1), MachineChanges::StateChanged); });
+        // As a client that is destroyed here: its catalog joins the thread.
+        _proxy->EndNews();
         service.join();
-    stop = true;
-    reader.join();
-    EXPECT_THAT(_proxy->GetMachineIds(), ::testing::SizeIs(3));
+    });
+    _source.Put(1);
+    EXPECT_THAT(_TakeLog(), ElementsAre("+1"));
 }
 
 TEST_F(ProxyMachinesCatalogTest, DestructionWaitsForHandlersOnOtherThreads)

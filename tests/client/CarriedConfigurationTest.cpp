@@ -99,6 +99,22 @@ TEST_F(CarriedConfigurationTest, ScenesCarryWhatTheirMachineDataSayAsMachinesAnd
     }
 }
 
+TEST_F(CarriedConfigurationTest, AFilesOwnStaysWithASceneWithoutAPrinter)
+{
+    PlatformMachineConfiguration configuration;
+    configuration.nesting.emplace().partToPart = 7;
+    auto* const scene = _host.GetDatabase().CreateDataSet();
+    SetMachineConfiguration(scene->GetPlatform(), configuration);
+    const auto get_carried = [scene] {
+        return GetClearance(scene->GetPlatform());
+    };
+    _host.GetDatabase().SetActiveDataSet(scene);
+    _host.application.GetOperationManager()->Execute(L"platform", 4096, [] {});
+    EXPECT_EQ(get_carried(), 7);
+    _client->HandleMachineChanged(scene, QUuid());
+    EXPECT_EQ(get_carried(), 7);
+}
+
 TEST_F(CarriedConfigurationTest, MachinesReceiveWhatTheMachineDataSayNow)
 {
     _Attach();

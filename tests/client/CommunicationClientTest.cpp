@@ -246,6 +246,37 @@ TEST_F(CommunicationClientTest, TheHostAttachesAndDetachesMachines)
     EXPECT_EQ(changed.count(), 3);
 }
 
+TEST_F(CommunicationClientTest, WhatASceneStoredDamagedIsToldAndGoesWithDetaching)
+{
+    using namespace TavAM::PropertyNames::Print3D;
+    _SetMachineAt(1, 1000);
+    _catalog->RaiseAdded(MakeId(1));
+    auto& properties = _host.scene->GetAMObject().GetAMXProperties(false);
+    const std::wstring named = L"0f1e2d3c-4b5a-6978-8796-a5b4c3d2e101";
+    const std::vector<std::pair<const wchar_t*, std::wstring>> rows[] = {
+        {{SelectedQueueID, L"printer of the office"}},
+        {{SelectedQueueID, L""}},
+        {{SelectedQueueID, named}, {OldSelectedQueueID, named + L"0"}},
+        {{SelectedQueueID, named}, {MachineInformationTimestamp, L"noon"}},
+    };
+    for (const auto& row : rows) {
+        for (const auto& [name, text] : row)
+            properties.SetText(name, text);
+        const auto before = properties.GetAll();
+        const auto failure = GetFailure([&] { _client->HandleMachineChanged(_host.scene, MakeQId(1)); });
+        EXPECT_EQ(failure, (Failure{ErrorCode::FileError,
+                                    "What the scene stored of its machine cannot be read. Please detach the machine "
+                                    "from the scene, then attach it again."}));
+        EXPECT_FALSE(Utilities::GetPrinter(_host.scene));
+        EXPECT_EQ(properties.GetAll(), before);
+
+        _client->HandleMachineChangedForceDetach(_host.scene, QUuid());
+        EXPECT_EQ(_GetMessageOfAttaching(MakeQId(1)), "");
+        EXPECT_EQ(properties.GetText(SelectedQueueID), named);
+        _client->HandleMachineChangedForceDetach(_host.scene, QUuid());
+    }
+}
+
 TEST_F(CommunicationClientTest, AModifiedMachineReachesItsScenes)
 {
     _SetMachineAt(1, 1000);
@@ -270,7 +301,8 @@ TEST_F(CommunicationClientTest, AModifiedMachineReachesItsScenes)
 
 enum class Deed
 {
-    RaiseAgain,
+    RaiseOnceMore,
+    DeliverAgain,
     CloseScenes,
     CloseDatabase
 };
@@ -288,8 +320,12 @@ TEST_P(ReentranceTest, AListenerMayDoAnythingWhileScenesAreVisited)
     _catalog->Erase(MakeId(1)); // gone without a word: scenes learn it with the next news
     _notifications.onDetached = [&] {
         switch (GetParam()) {
-        case Deed::RaiseAgain:
-            _catalog->RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
+        case Deed::RaiseOnceMore:
+            if (_notifications.log.size() == 1)
+                _catalog->RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
+            break;
+        case Deed::DeliverAgain: // as a nested event loop does
+            Q_EMIT _client->MachineModified(MakeQId(1), MachineChanges::StateChanged);
             break;
         case Deed::CloseScenes:
             for (auto* const scene : database.GetDataSets())
@@ -301,9 +337,11 @@ TEST_P(ReentranceTest, AListenerMayDoAnythingWhileScenesAreVisited)
         }
     };
     _catalog->RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
-    EXPECT_EQ(_notifications.log.size(),
-              GetParam() == Deed::RaiseAgain ? 3U : 1U); // what was raised meanwhile is dropped
-    EXPECT_EQ(_redraws, 1);
+    // What is raised meanwhile comes next; what is delivered while its machine is being handled is dropped.
+    const bool is_raised_again = GetParam() == Deed::RaiseOnceMore;
+    const std::size_t told_once = GetParam() == Deed::DeliverAgain ? 3 : 1;
+    EXPECT_EQ(_notifications.log.size(), is_raised_again ? 6 : told_once);
+    EXPECT_EQ(_redraws, is_raised_again ? 2 : 1);
 }
 
 TEST_F(CommunicationClientTest, AListenerMayCloseTheSceneOrTheClientThatIsAttachedAgain)
@@ -326,7 +364,8 @@ TEST_F(CommunicationClientTest, AListenerMayCloseTheSceneOrTheClientThatIsAttach
 }
 
 INSTANTIATE_TEST_SUITE_P(Deeds, ReentranceTest,
-                         ::testing::Values(Deed::RaiseAgain, Deed::CloseScenes, Deed::CloseDatabase));
+                         ::testing::Values(Deed::RaiseOnceMore, Deed::DeliverAgain, Deed::CloseScenes,
+                                           Deed::CloseDatabase));
 
 } // namespace
 

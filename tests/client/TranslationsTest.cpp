@@ -34,9 +34,8 @@ protected:
                 description.type = static_cast<CommandType>(kind);
                 MachineData data;
                 data.configuresConnection = connection;
-                const auto name = GetCommandName(description, data);
                 // The machine's own commands bring texts of their own, here none.
-                texts << GetCommandTitle(description, *name) << GetCommandToolTip(description, *name);
+                texts << GetCommandTitle(description, data) << GetCommandToolTip(description, data);
             }
         for (const auto& [code, text] : ErrorMessageTable) {
             CommandResult result;

@@ -10,6 +10,8 @@
 #include <QDesktopServices>
 #include <QUrl>
 
+#include <algorithm>
+
 namespace MachineService {
 namespace {
 
@@ -211,8 +213,7 @@ TEST_F(CommandExecution, SecondCommandIsRefusedAndTheFirstGoesOnAlsoWithoutItsBu
                 _messages.push_back(i_message);
                 return 0;
             });
-            second = Helpers::ConfigurePrinter(Describe(CommandType::ConfigurePrinter), _MakeMachine(), _getProvider,
-                                               _getScene);
+            second = _Submit(CommandType::ConfigurePrinter);
             _scene->SetSelection({i_parameters.commandId});
         });
         return Leave({"a.TavAMX"})(i_parameters);
@@ -260,87 +261,131 @@ TEST_F(CommandExecution, ExportCheckRefusesWhatTheMachineDoesNotTake)
         }
 }
 
-TEST_F(CommandExecution, EachCommandHasItsTracesCheckAndProcessName)
+struct KindRow
 {
-    using Operation = std::function<bool(const CommandDescription&, const Machine&, const Helpers::ApiProviderGetter&,
-                                         const Helpers::DataSetGetter&)>;
-    QString text = QStringLiteral("at creation");
-    const Operation dynamic = [&](const auto& i_description, const auto& i_machine, const auto& i_api,
-                                  const auto& i_scene) {
-        return Helpers::DynamicPrinterCommand(i_description, i_machine, i_api, i_scene, [&] { return text; });
-    };
-    const Operation report = [](const auto&, const auto& i_machine, const auto& i_api, const auto& i_scene) {
-        return Helpers::FillReportProperties(i_machine, i_api, i_scene);
-    };
-    struct Row
+    CommandType type;
+    const char* usage; ///< null: not counted
+    const char* machine;
+    const char* process;
+    const char* title;
+    bool checks = true;
+    bool passesText = false;
+};
+
+const KindRow mgp_kinds[] = {
+    {CommandType::Build, "Build", "Build", "VexlorProcess", "Build"},
+    {CommandType::PostJob, "Build", "Build", "VexlorProcess", "Build"},
+    {CommandType::CreateJobUrl, "Build", "Build", "VexlorProcess", "Create Job"},
+    {CommandType::AutomaticPlacement, "Automatic placement", "Autoplacement", "VexlorPlaceAutomatically",
+     "Automatic Placement"},
+    {CommandType::ConsumptionEstimations, nullptr, nullptr, "VexlorEstimatePrintConsumptions",
+     "Build Consumption Estimations"},
+    {CommandType::ConfigureParts, "Configure parts", "Configure parts", "VexlorConfigureParts", "Own name"},
+    {CommandType::ConfigurePlatform, "Configure platform", "ConfigurePlatform", "VexlorConfigurePlatform", "Own name"},
+    {CommandType::ConfigurePrinter, "Configure platform", "ConfigurePlatform", "VexlorProcess", "Own name", false},
+    {CommandType::Additional, "Additional command", "Additional commands", "VexlorProcess", "Own name", true, true},
+    {CommandType::AdditionalForParts, "Additional command", "Additional commands", "VexlorProcess", "Own name", true,
+     true},
+    {CommandType::AdditionalForPlatform, "Additional command", "Additional commands", "VexlorProcess", "Own name", true,
+     true},
+};
+
+class CommandsByKind : public CommandExecution
+{
+protected:
+    CommandsByKind()
     {
-        Operation run;
-        CommandType type;
-        const char* usage;
-        const char* machine;
-        const char* process;
-        const char* title;
-        bool checks = true;
-    };
-    const Row rows[] = {
-        {Helpers::SubmitJob, CommandType::CreateJobUrl, "Build", "Build", "VexlorProcess", "Create Job"},
-        {Helpers::PlaceAutomatically, CommandType::AutomaticPlacement, "Automatic placement", "Autoplacement",
-         "VexlorPlaceAutomatically", "Automatic Placement"},
-        {Helpers::EstimateConsumption, CommandType::ConsumptionEstimations, nullptr, nullptr,
-         "VexlorEstimatePrintConsumptions", "Build Consumption Estimations"},
-        {Helpers::ConfigurePart, CommandType::ConfigureParts, "Configure parts", "Configure parts",
-         "VexlorConfigureParts", "Own name"},
-        {Helpers::ConfigurePlatform, CommandType::ConfigurePlatform, "Configure platform", "ConfigurePlatform",
-         "VexlorConfigurePlatform", "Own name"},
-        {Helpers::ConfigurePrinter, CommandType::ConfigurePrinter, "Configure platform", "ConfigurePlatform",
-         "VexlorProcess", "Own name", false},
-        {dynamic, CommandType::Additional, "Additional command", "Additional commands", "VexlorProcess", "Own name"},
-        {report, CommandType::Additional, nullptr, nullptr, "VexlorDocGenProperties", "Report Properties", false},
-    };
-    _script->data.modelId = "model";
-    _script->data.manufacturer = "maker";
-    _script->data.driverId = "driver";
-    TavAM::Part brep;
-    brep.SetRepresentation(Representation::FromBrep("b"));
-    text = QStringLiteral("at click \u00e4");
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.process) + " " + row.title);
-        CommandParameters seen;
-        _script->run = _script->fillReport = [&](const CommandParameters& i_parameters) {
-            seen = i_parameters;
+        _script->data.modelId = "model";
+        _script->data.manufacturer = "maker";
+        _script->data.driverId = "driver";
+        _script->run = _script->fillReport = [this](const CommandParameters& i_parameters) {
+            _seen = i_parameters;
             return MakeReady(CommandResult());
         };
+        _getText = [] {
+            return QStringLiteral("at click \u00e4");
+        };
+    }
+
+    static std::vector<VexlorCore::Statistic::Trace> _MakeTraces(const KindRow& i_row)
+    {
+        if (!i_row.usage)
+            return {};
+        return {{"BuildProcessorsUsage", "Information", i_row.usage, {}},
+                {"BuildProcessors",
+                 "Information",
+                 i_row.machine,
+                 {{"BuildProcessors.ModelId", "model"},
+                  {"BuildProcessors.Manufacturer", "maker"},
+                  {"BuildProcessors.DriverId", "driver"}}}};
+    }
+
+    void _ExpectRun(const KindRow& i_row, const std::function<bool()>& i_run)
+    {
         VexlorCore::Statistic::Clear();
         _provider.log.clear();
-        _scene->GetParts().clear();
-        const CommandDescription description = Describe(row.type);
-        EXPECT_TRUE(row.run(description, _MakeMachine(), _getProvider, _getScene));
-        EXPECT_EQ(row.process, seen.processName);
-        EXPECT_EQ(row.title == std::string("Report Properties"), seen.commandId != description.id);
-        EXPECT_EQ(std::string("job ") + row.title, _provider.log.at(0));
-        EXPECT_EQ(row.usage && row.usage == std::string("Additional command") ? text.toStdString() : "",
-                  seen.callerContext);
-        std::vector<VexlorCore::Statistic::Trace> expected;
-        if (row.usage)
-            expected = {{"BuildProcessorsUsage", "Information", row.usage, {}},
-                        {"BuildProcessors",
-                         "Information",
-                         row.machine,
-                         {{"BuildProcessors.ModelId", "model"},
-                          {"BuildProcessors.Manufacturer", "maker"},
-                          {"BuildProcessors.DriverId", "driver"}}}};
-        EXPECT_EQ(expected, VexlorCore::Statistic::GetTraces());
-
-        _scene->GetParts() = {brep};
         _messages.clear();
-        EXPECT_EQ(!row.checks, row.run(description, _MakeMachine(), _getProvider, _getScene));
-        EXPECT_EQ(row.checks ? 1u : 0u, _messages.size());
+        _scene->GetParts().clear();
+        EXPECT_TRUE(i_run());
+        EXPECT_EQ(i_row.process, _seen.processName);
+        EXPECT_EQ(std::string("job ") + i_row.title, _provider.log.at(0));
+        EXPECT_EQ(i_row.passesText ? "at click \u00e4" : "", _seen.callerContext);
+        EXPECT_EQ(_MakeTraces(i_row), VexlorCore::Statistic::GetTraces());
+
+        _scene->GetParts() = {TavAM::Part()};
+        _scene->GetParts()[0].SetRepresentation(Representation::FromBrep("b"));
+        EXPECT_EQ(!i_row.checks, i_run());
+        EXPECT_EQ(i_row.checks ? 1u : 0u, _messages.size());
     }
+
+    CommandParameters _seen;
+};
+
+TEST_F(CommandsByKind, EachHasItsTracesCheckAndProcessName)
+{
+    for (const KindRow& row : mgp_kinds) {
+        SCOPED_TRACE(static_cast<int>(row.type));
+        _ExpectRun(row, [&] { return _Submit(row.type); });
+        EXPECT_EQ(Describe(row.type).id, _seen.commandId);
+    }
+    _messages.clear();
+    EXPECT_FALSE(_Submit(static_cast<CommandType>(11))) << "an unknown kind does nothing";
+    EXPECT_TRUE(_messages.empty());
+}
+
+TEST_F(CommandsByKind, OperationsThatAreCalledByNameDoNotAskTheDescriptionsKind)
+{
+    using Operation = bool (*)(const CommandDescription&, const Machine&, const Helpers::ApiProviderGetter&,
+                               const Helpers::DataSetGetter&);
+    const CommandDescription build = Describe(CommandType::Build);
+    for (const auto& [type, operation] :
+         {std::pair<CommandType, Operation>(CommandType::ConfigureParts, Helpers::ConfigurePart),
+          {CommandType::ConfigurePlatform, Helpers::ConfigurePlatform}}) {
+        const auto is_row = [wanted = type](const KindRow& i_row) {
+            return i_row.type == wanted;
+        };
+        const auto run = [&, call = operation] {
+            return call(build, _MakeMachine(), _getProvider, _getScene);
+        };
+        _ExpectRun(*std::ranges::find_if(mgp_kinds, is_row), run);
+    }
+    _ExpectRun(mgp_kinds[8], [&] {
+        return Helpers::DynamicPrinterCommand(build, _MakeMachine(), _getProvider, _getScene, _getText);
+    });
+}
+
+TEST_F(CommandsByKind, ReportIsFilledWithoutTraceAndCheckAndTellsItsFailure)
+{
+    const auto fill = [this] {
+        return Helpers::FillReportProperties(_MakeMachine(), _getProvider, _getScene);
+    };
+    _ExpectRun({{}, nullptr, nullptr, "VexlorDocGenProperties", "Report Properties", false}, fill);
+    EXPECT_TRUE(_seen.commandId.is_nil());
     _script->fillReport = [](const CommandParameters&) {
         return MakeFailed<CommandResult>(
             std::make_exception_ptr(CommunicationException(ErrorCode::ReportNotSupported)));
     };
-    EXPECT_FALSE(Helpers::FillReportProperties(_MakeMachine(), _getProvider, _getScene));
+    EXPECT_FALSE(fill());
     _ExpectOneFailure("The Build Process doesn't support report generation");
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/interface/CommunicationException.h"
+#include "commands/HostContext.h"
 
 #include "support/HostFixture.h"
 #include "support/MachineParts.h"
@@ -76,6 +77,7 @@ protected:
 
     bool _TempIsEmpty() const { return std::filesystem::is_empty(_temp.path().toStdString()); }
 
+    HostContext _MakeHost() const { return {_getScene, _getProvider, _getText}; }
     Machine _MakeMachine() const { return Machine(std::make_unique<ScriptedStrategy>(_script)); }
 
     /// Exactly one critical message with one button, and nothing left behind.
@@ -95,10 +97,13 @@ protected:
     int _answer = -1; // index of the button, -1 for the last
     std::shared_ptr<Script> _script = std::make_shared<Script>();
     ScriptedProvider _provider{_host.provider};
-    std::function<IVexlorApiProvider&()> _getProvider = [this]() -> IVexlorApiProvider& {
+    std::function<QString()> _getText = [] {
+        return QString();
+    };
+    VexlorCore::ApiProviderGetter _getProvider = [this]() -> IVexlorApiProvider& {
         return _provider;
     };
-    std::function<VexlorCore::DataSet*()> _getScene = [this] {
+    Helpers::DataSetGetter _getScene = [this] {
         return _scene;
     };
 };

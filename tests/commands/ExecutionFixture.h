@@ -30,7 +30,7 @@ class CommandExecution : public CommandsFixture
 protected:
     bool _Submit(CommandType i_type = CommandType::Build, int i_format = 1)
     {
-        return Helpers::SubmitJob(Describe(i_type, i_format), _MakeMachine(), _getProvider, _getScene);
+        return Helpers::RunPrinterCommand(Describe(i_type, i_format), _MakeMachine(), _MakeHost());
     }
 };
 

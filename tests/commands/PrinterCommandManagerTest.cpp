@@ -119,6 +119,39 @@ TEST_F(PrinterCommandManagerTest, FollowsTheMachineOfTheScene)
     EXPECT_TRUE(_TakeLog().empty());
 }
 
+TEST_F(PrinterCommandManagerTest, BringsBackWhatAListenerTookAwayDuringACheck)
+{
+    const QString build = QStringLiteral("Print3D.Print");
+    const auto taking = QObject::connect(&_manager, &PrinterCommandManager::CommandsAdded, [&](const auto& i_ids) {
+        if (!i_ids.contains(build))
+            _manager.RemoveCommand(build);
+    });
+    _manager.CheckCommands();
+    EXPECT_EQ(1, _Ids().size());
+    QObject::disconnect(taking);
+    _manager.CheckCommands();
+    EXPECT_EQ(2, _Ids().size());
+}
+
+TEST_F(PrinterCommandManagerTest, CheckWithinACheckTakesItsPlace)
+{
+    const auto checking =
+        QObject::connect(&_manager, &PrinterCommandManager::CommandsAdded, [&] { _manager.CheckCommands(); });
+    _manager.CheckCommands();
+    EXPECT_EQ((Log{"+ Print3D.Print", "+ Print3D.ConfigurPlatform", "name Dr\u00fccker"}), _TakeLog());
+    QObject::disconnect(checking);
+    // In the middle of the way to another machine, the machine goes.
+    QObject::connect(&_manager, &PrinterCommandManager::CommandsRemoved, [&] {
+        if (std::exchange(_attached, false))
+            _manager.CheckCommands();
+    });
+    _script->data.id.data[0] = 2;
+    _manager.CheckCommands();
+    EXPECT_TRUE(_Ids().isEmpty());
+    EXPECT_EQ(QString(), _manager.PrinterName());
+    EXPECT_EQ("name ", _TakeLog().back());
+}
+
 TEST_F(PrinterCommandManagerTest, ListThatNeverComesLeavesTheRibbonEmptyAtOnce)
 {
     std::promise<std::vector<CommandDescription>> never;

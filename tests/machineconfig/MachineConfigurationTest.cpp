@@ -4,6 +4,7 @@
 #include "support/Files.h"
 #include "support/Texts.h"
 #include "support/Xmllint.h"
+#include "tavsdk/XmlReader.h"
 
 #include <QDir>
 #include <QFile>
@@ -155,19 +156,46 @@ std::string Nest(const std::string& i_content, const std::string& i_version = "2
            i_version + "\">" + i_content + "</Nesting></MachineConfiguration>";
 }
 
-TEST(MachineConfiguration, PassesOverWhatItDoesNotKnow)
+TEST(MachineConfiguration, PassesOverWhatItDoesNotKnowAndTellsIt)
 {
     const std::string rotation = "<RotationFreedom> None </RotationFreedom>";
+    const std::string machine = "<Machine/>";
     const Configuration expected =
         Make([](Configuration& o_c) { o_c.nesting.emplace().rotation = Data::RotationFreedom::None; });
-    for (const std::string& document : {
-             Nest(rotation + "<Later><PartToPartClearance unit=\"mm\">3</PartToPartClearance></Later>"),
-             Nest("<PartToPartClearance xmlns=\"urn:other\">x</PartToPartClearance>" + rotation),
-             Replaced(Nest(rotation), "<Machine/>",
-                      "<Sintering xmlns=\"https://www.vexlor.example/AM/MachineData/Sintering/2030/01\"/>"),
-             Replaced(Nest(rotation), "<Machine/>", "<ZBrace xmlns=\"urn:other\"><Angle/></ZBrace><!-- x --><?y z?>"),
-         })
-        EXPECT_EQ(ReadMachineConfiguration(document), expected) << document;
+    const std::pair<std::string, const char*> rows[] = {
+        {Nest(rotation + "<Later><PartToPartClearance unit=\"mm\">3</PartToPartClearance></Later>"),
+         "\"Nesting/Later\" is not known"},
+        {Nest("<PartToPartClearance xmlns=\"urn:other\">x</PartToPartClearance>" + rotation),
+         "\"Nesting/PartToPartClearance\" is not known"},
+        {Replaced(Nest(rotation), machine,
+                  machine + "<Sintering xmlns=\"https://www.vexlor.example/AM/MachineData/Sintering/2030/01\"/>"),
+         "\"Sintering\" is not known"},
+        {Replaced(Nest(rotation), machine, machine + "<ZBrace xmlns=\"urn:other\"><Angle/></ZBrace><!-- x --><?y z?>"),
+         "\"ZBrace\" is not known"},
+    };
+    for (const auto& [document, remark] : rows) {
+        std::vector<std::string> remarks;
+        EXPECT_EQ(ReadMachineConfiguration(document, &remarks), expected) << document;
+        EXPECT_THAT(remarks, ::testing::ElementsAre(remark));
+    }
+    std::vector<std::string> many;
+    ReadMachineConfiguration(Nest(rotation + TestSupport::Repeat("<x/>", 10'000)), &many);
+    EXPECT_EQ(many.size(), 20U);
+}
+
+TEST(MachineConfiguration, IsNotWrittenLargerThanItCanBeRead)
+{
+    const auto write = [](std::size_t i_names, std::size_t i_size, wchar_t i_character) {
+        return WriteMachineConfiguration(Make([&](Configuration& o_c) {
+            o_c.partExport.emplace().formats.assign(i_names, std::wstring(i_size, i_character));
+        }));
+    };
+    constexpr std::size_t largest = TavSDK::XmlBounds::Text;
+    EXPECT_EQ(ReadMachineConfiguration(write(1, largest, L'x')).partExport->formats.at(0).size(), largest);
+    EXPECT_THAT(GetFailure([&] { write(1, largest / 2 + 1, L'\u00fc'); }).text,
+                HasSubstr("ParametersExportPart/Format[1] is longer than 8388608 bytes"));
+    EXPECT_THAT(GetFailure([&] { write(2, largest, L'"'); }).text, HasSubstr("it is longer than 67108864 bytes"));
+    EXPECT_THAT(GetFailure([&] { write(1'000'000, 1, L'x'); }).text, HasSubstr("it has more than 1000000 elements"));
 }
 
 TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
@@ -195,25 +223,26 @@ TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
         {"", "Line 1: no element found"},
         {Replaced(good, " xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/2023/03\"", ""),
          "Nesting does not say its namespace"},
-        {Replaced(good, "<Machine/>", "<Machine/><n:Nesting xmlns:n=\"urn:n\"/>"),
-         "n:Nesting does not say its namespace"},
-        {clearance("mm", "nan"), "Nesting/PartToPartClearance is not a number"},
-        {clearance("mm", "-1"), "Nesting/PartToPartClearance is -1, which is not from 0 to 1e+06 mm"},
+        {Replaced(good, "<Machine/>", "<Machine/><n:Nesting/>"), "the prefix of \"n:Nesting\" stands for no namespace"},
+        {clearance("mm", "nan"), "Nesting/PartToPartClearance is \"nan\", which is no number"},
+        {clearance("mm", "-1"), "Nesting/PartToPartClearance is -1, which is not from 0 to 1000000 mm"},
         {clearance("mm", "5 mm"), "Nesting/PartToPartClearance is \"5 mm\", which is no number"},
         {clearance("in", "5"), "PartToPartClearance has the unit \"in\" and not \"mm\""},
         {Nest("<RotationFreedom>Some</RotationFreedom>"),
          "RotationFreedom is \"Some\", which is none of None, AroundZ, Any"},
         {Nest(""), "Nesting lacks RotationFreedom"},
         {Nest("<RotationFreedom>None</RotationFreedom><RotationFreedom>Any</RotationFreedom>"),
-         "RotationFreedom stands twice"},
-        {Nest("<RotationFreedom>None</RotationFreedom>" + zone), "Nesting/NoBuildZone lacks MinY"},
-        {Replaced(full, "Overhang", "Bridge"), "SupportProfiles/SupportProfile stands twice"},
+         "RotationFreedom appears twice"},
+        {Nest("<RotationFreedom>None</RotationFreedom>" + zone), "Nesting/NoBuildZone[1] lacks MinY"},
+        {Replaced(full, "Overhang", "Bridge"),
+         "SupportProfiles/SupportProfile[3] has the SurfaceType \"Bridge\" of another"},
         {Replaced(full, "<DepthTable>",
                   "<AngleTable><Entry><Angle unit=\"deg\">1</Angle><Offset "
                   "unit=\"mm\">1</Offset></Entry></AngleTable><DepthTable>"),
          "DepthTable is a second table"},
-        {Replaced(good, "<Machine/>", "<Machine/><Machine/>"), "Machine stands twice"},
-        {Replaced(full, "<MaxX unit=\"mm\">1e+06", "<MaxX unit=\"mm\">-9"), "NoBuildZone ends before it begins", false},
+        {Replaced(good, "<Machine/>", "<Machine/><Machine/>"), "Machine appears twice"},
+        {Replaced(full, "<MaxX unit=\"mm\">1000000", "<MaxX unit=\"mm\">-9"), "NoBuildZone[1] ends before it begins",
+         false},
         {Replaced(good, "Nesting xmlns=\"https", "Nesting xmlns=\"urn"), "It has no section"},
         {"<!DOCTYPE a>" + good, "a DOCTYPE is not accepted", false},
         {Nest(TestSupport::Repeat("<a>", 100'000)), "nested deeper than 64"},

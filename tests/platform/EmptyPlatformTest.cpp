@@ -5,9 +5,12 @@
 #include "tavam/AMXFileReader.h"
 #include "tavam/FileError.h"
 #include "tavam/PropertyNames.h"
+#include "vexlorcore/HeldScene.h"
 #include "vexlorcore/SceneMachineData.h"
 
 #include <gmock/gmock.h>
+
+#include <boost/uuid/uuid_io.hpp>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -118,6 +121,51 @@ TEST_F(EmptyPlatformTest, ADamagedOneLeavesTheSceneAsItWas)
     EXPECT_EQ(_GetSceneProperties(), TavAM::PersistentProperties());
 }
 
+TEST_F(EmptyPlatformTest, MachineDataThatCannotBeKeptLeaveTheSceneAsItWas)
+{
+    const auto creator = _Create(_MakeInfo());
+    // A text that no document can carry.
+    creator->GetMachineData()->Edit().surfaceTypeProfiles[L"\x01"] = {};
+    const auto expectRefused = [&] {
+        const TavAM::PersistentProperties properties = _GetSceneProperties();
+        const std::wstring name = _host.scene->GetPlatform().GetName();
+        EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }),
+                  (Failure{ErrorCode::FileError, "An error occurred while loading the machine."}));
+        EXPECT_EQ(_host.scene->GetPlatform().GetName(), name);
+        EXPECT_EQ(_GetSceneProperties(), properties);
+        EXPECT_TRUE(_host.application.GetOperationManager()->GetHistory().empty());
+    };
+    _SetAnswer(_MakeAnswer());
+    expectRefused();
+    TavAM::Platform platform;
+    platform.SetMachine(_MakeParameters());
+    _host.scene->SetPlatform(platform);
+    const auto before = MachineLayer::Utilities::GetMachineDataMutable(_host.scene)->Get();
+    _SetAnswer({CommandResult(), _MakeInfo().items.at(1)});
+    expectRefused();
+    EXPECT_EQ(MachineLayer::Utilities::GetMachineDataMutable(_host.scene)->Get(), before);
+}
+
+TEST_F(EmptyPlatformTest, ConfigurationTimeIsTheMachinesWhateverThePlatformSays)
+{
+    namespace Names = TavAM::PropertyNames::Print3D;
+    for (const wchar_t* const time : {L"2001-01-01T00:00:00Z", L"2101-01-01T00:00:00Z"}) {
+        TavAM::Platform platform;
+        platform.SetMachine(_MakeParameters());
+        platform.GetAMXProperties().SetText(
+            Names::SelectedQueueID,
+            QString::fromStdString(boost::uuids::to_string(_machine.GetMachineData().id)).toStdWString());
+        platform.GetAMXProperties().SetText(Names::MachineInformationTimestamp, time);
+        const std::filesystem::path path = _host.GetDir() / "dated.TavAMX";
+        TavAM::AMXFileWriter().WriteFile(path, platform);
+        Answer answer = _MakeAnswer();
+        answer.second.data = TestSupport::ReadFile(path);
+        _SetAnswer(answer);
+        EXPECT_TRUE(_Create(_MakeInfo())->CreatePlatform(_host.scene, false));
+        EXPECT_EQ(_GetSceneProperties().GetText(Names::MachineInformationTimestamp), L"2023-11-14T22:13:20Z");
+    }
+}
+
 TEST_F(EmptyPlatformTest, EveryCodeEndsInItsSentence)
 {
     const auto creator = _Create(_MakeInfo());
@@ -147,6 +195,11 @@ TEST_F(EmptyPlatformTest, EveryCodeEndsInItsSentence)
             EXPECT_EQ(result, number >= 11 && number <= 13 ? "false" : sentence) << number;
         }
     }
+    Answer words;
+    words.first.completed = false;
+    words.first.message = "own text";
+    _SetAnswer(words);
+    EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }), (Failure{ErrorCode::None, "own text"}));
     EXPECT_EQ(_host.scene->GetPlatform().GetName(), L"");
     EXPECT_FALSE(_host.provider.IsJobRunning());
 }
@@ -221,7 +274,8 @@ TEST_F(EmptyPlatformTest, ASceneThatIsClosedMeanwhileIsNotTouched)
         _host.GetDatabase().CloseDataSet(_host.scene);
         platform.set_value(_MakeAnswer());
     });
-    EXPECT_EQ(GetFailure([&] { creator->CreatePlatform(_host.scene, false); }).text, "The scene was closed.");
+    EXPECT_THAT([&] { creator->CreatePlatform(_host.scene, false); },
+                ::testing::ThrowsMessage<VexlorCore::SceneClosed>("The scene was closed."));
 }
 
 } // namespace

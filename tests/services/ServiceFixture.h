@@ -1,122 +1,170 @@
 #pragma once
 
-#include "client/interface/AbstractPluginUtility.h"
-#include "client/interface/Machine.h"
-#include "client/interface/ScopedTempDir.h"
-#include "support/Failures.h"
-#include "support/Files.h"
-#include "support/Texts.h"
-#include "tavam/AMXFileWriter.h"
-#include "tavam/Platform.h"
+#include "services/ServiceFiles.h"
 
-#include <gtest/gtest.h>
+#include "client/interface/ICommunicationServiceAPI.h"
+#include "tavam/AMXFileReader.h"
 
-#include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <map>
-#include <mutex>
+#include <QByteArray>
+
+#include <boost/uuid/string_generator.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <sys/stat.h>
 
 namespace MachineService::Testing {
 
-/// Time in which anything that a test waits for must have happened.
-inline constexpr std::chrono::seconds Patience(30);
+inline const std::string TestId = "11111111-2222-3333-4444-555555555555";
+inline const std::string ResinId = "5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a104";
 
-/// Folders and settings below one temporary folder.
-class TestUtility final : public AbstractPluginUtility
+inline bool IsEngineInstalled()
 {
-public:
-    TestUtility(std::filesystem::path i_dir, std::map<std::string, std::string> i_settings)
-        : _dir(std::move(i_dir))
-        , _settings(std::move(i_settings))
-    {}
-
-    std::filesystem::path GetConfigurationDir() const override { return _dir / "configuration"; }
-    std::filesystem::path GetDataDir() const override { return _dir / "data"; }
-    std::optional<std::string> GetSetting(const std::string& i_name) const override
-    {
-        const auto found = _settings.find(i_name);
-        return found == _settings.end() ? std::nullopt : std::optional(found->second);
-    }
-
-private:
-    const std::filesystem::path _dir;
-    const std::map<std::string, std::string> _settings;
-};
-
-/// What other threads report, to be waited for.
-template <class Item>
-class Journal
-{
-public:
-    void Add(Item i_item)
-    {
-        const std::lock_guard lock(_mutex);
-        _items.push_back(std::move(i_item));
-        _changed.notify_all();
-    }
-    /// True as soon as the items so far satisfy the condition, false when the time is over.
-    bool WaitFor(const std::function<bool(const std::vector<Item>&)>& i_condition,
-                 std::chrono::milliseconds i_time = Patience)
-    {
-        std::unique_lock lock(_mutex);
-        return _changed.wait_for(lock, i_time, [&] { return i_condition(_items); });
-    }
-    std::vector<Item> Take()
-    {
-        const std::lock_guard lock(_mutex);
-        return std::exchange(_items, {});
-    }
-
-private:
-    std::mutex _mutex; ///< guards _items
-    std::condition_variable _changed;
-    std::vector<Item> _items;
-};
-
-using TestSupport::Failure;
-using TestSupport::GetFailure;
-using TestSupport::ReadFile;
-using TestSupport::Replaced;
-using TestSupport::WriteFile;
-
-/// A profile of a small printer, to be varied.
-inline std::string MakeProfile(const std::string& i_id = "11111111-2222-3333-4444-555555555555")
-{
-    return R"({
-"id": ")" + i_id +
-           R"(", "name": "Test printer", "manufacturer": "Test maker", "modelId": "t1", "driverId": "d1",
-"technology": "fff", "bed": {"shape": "rectangle", "width": 100, "depth": 100}, "height": 50,
-"nozzleDiameter": 0.4, "layerHeights": [0.3], "engineDeadline": 60, "queueState": "running",
-"materials": [{"name": "PLA", "density": 1.25, "diameter": 1.75, "nozzleTemperature": 210, "bedTemperature": 60}],
-"strategies": [{"id": "s1", "name": "Solid", "role": "part"}],
-"engine": {"perimeters": 2}
-})";
+    return std::system("command -v prusa-slicer >/dev/null 2>&1") == 0;
 }
 
-inline TavAM::Mesh MakeBox(float i_x, float i_y, float i_z, float i_width, float i_depth, float i_height)
+inline std::wstring GetText(const TavAM::Object& i_object, const wchar_t* ip_name)
 {
-    TavAM::Mesh mesh;
-    for (int corner = 0; corner < 8; ++corner) {
-        mesh.vertices.push_back(
-            {i_x + (corner & 4 ? i_width : 0), i_y + (corner & 2 ? i_depth : 0), i_z + (corner & 1 ? i_height : 0)});
-    }
-    mesh.triangles = {{0, 1, 3}, {0, 3, 2}, {4, 6, 7}, {4, 7, 5}, {0, 4, 5}, {0, 5, 1},
-                      {2, 3, 7}, {2, 7, 6}, {0, 2, 6}, {0, 6, 4}, {1, 5, 7}, {1, 7, 3}};
-    return mesh;
+    return i_object.GetAMXProperties().GetText(ip_name).value_or(L"-1");
 }
 
-inline TavAM::Representation ToRepresentation(TavAM::Mesh i_mesh)
+inline double GetNumber(const TavAM::Object& i_object, const wchar_t* ip_name)
 {
-    return TavAM::Representation::FromMesh(std::make_shared<const TavAM::Mesh>(std::move(i_mesh)));
+    return std::stod(GetText(i_object, ip_name));
 }
 
-inline TavAM::Part MakePart(const std::wstring& i_name, TavAM::Representation i_representation)
+inline TavAM::Platform MakePlatform(std::vector<TavAM::Part> i_parts)
 {
-    TavAM::Part part;
-    part.SetName(i_name);
-    part.SetRepresentation(std::move(i_representation));
+    TavAM::Platform platform;
+    platform.SetName(L"plate");
+    platform.GetParts() = std::move(i_parts);
+    return platform;
+}
+
+inline TavAM::Platform ReadPlatform(const std::filesystem::path& i_path)
+{
+    TavAM::AMXFileReader reader;
+    TavAM::Database database;
+    EXPECT_TRUE(reader.ReadFile(i_path, database)) << reader.GetError();
+    return database.GetNumPlatforms() == 1 ? *database.GetPlatform(0) : TavAM::Platform();
+}
+
+inline TavAM::Part MakeCube(const std::wstring& i_name, float i_x, const wchar_t* ip_strategy = nullptr)
+{
+    auto part = MakePart(i_name, ToRepresentation(MakeBox(i_x, 20, 0, 15, 15, 6)));
+    if (ip_strategy)
+        part.SetStrategies(TavAM::Part::Strategies{{L"part", ip_strategy}});
     return part;
 }
+
+/// A service whose temporary files, jobs and profiles lie in one folder.
+class ServiceTest : public ::testing::Test
+{
+protected:
+    ServiceTest()
+    {
+        // Not among the temporary files of this test.
+        GetSharedCache();
+        std::filesystem::create_directories(dir / "temp");
+        std::filesystem::create_directories(dir / "output");
+        formerTemp = qgetenv("TMPDIR");
+        qputenv("TMPDIR", (dir / "temp").c_str());
+    }
+    ~ServiceTest() override
+    {
+        catalog.reset();
+        formerTemp.isEmpty() ? qunsetenv("TMPDIR") : qputenv("TMPDIR", formerTemp);
+    }
+
+    /// What the engine says of a profile is asked once for all tests of a program.
+    static std::filesystem::path GetSharedCache()
+    {
+        static const ScopedTempDir cache;
+        return cache.GetAbsoluteDir();
+    }
+
+    void Start(const std::string& i_profile = MakeProfile(), std::map<std::string, std::string> i_settings = {})
+    {
+        WriteFile(profiles / "test.json", i_profile);
+        i_settings.try_emplace("cache.path", GetSharedCache().string());
+        const auto api = CreateCommunicationService();
+        catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<TestUtility>(dir, i_settings); });
+        Journal<ServiceStatus> status;
+        const auto connection =
+            catalog->ConnectServiceStatusUpdated([&](ServiceId, ServiceStatus i_status) { status.Add(i_status); });
+        catalog->Start(ServiceId::BuildProcessors);
+        ASSERT_TRUE(status.WaitFor([](const auto& i_all) { return i_all.size() == 2; }));
+        connection.disconnect();
+    }
+
+    Machine GetMachine(const std::string& i_id = TestId)
+    {
+        return catalog->GetMachine(boost::uuids::string_generator()(i_id));
+    }
+
+    CommandDescription Find(CommandType i_type)
+    {
+        for (const auto& command : GetMachine().GetCommands().get()) {
+            if (command.type == i_type)
+                return command;
+        }
+        throw std::logic_error("the command is not offered");
+    }
+
+    CommandParameters MakeParameters(const TavAM::Platform& i_platform, CommandType i_type = CommandType::Build)
+    {
+        std::filesystem::remove_all(dir / "output");
+        std::filesystem::create_directories(dir / "output");
+        CommandParameters parameters;
+        parameters.commandId = Find(i_type).id;
+        parameters.jobName = "bracket";
+        parameters.inputFile = dir / "input.TavAMX";
+        parameters.outputDir = dir / "output";
+        parameters.onProgress = [this](int i_percent, const std::string& i_stage) {
+            progress.Add({i_percent, i_stage});
+        };
+        TavAM::AMXFileWriter().WriteFile(parameters.inputFile, i_platform);
+        return parameters;
+    }
+
+    CommandResult Run(CommandType i_type, const TavAM::Platform& i_platform, const std::string& i_id = TestId)
+    {
+        const auto parameters = MakeParameters(i_platform, i_type);
+        progress.Take();
+        auto result = GetMachine(i_id).RunCommand(parameters).get();
+        EXPECT_TRUE(std::filesystem::is_empty(dir / "temp"));
+        EXPECT_EQ(result.dataFormat, Find(i_type).dataFormat);
+        const auto steps = progress.Take();
+        EXPECT_TRUE(std::is_sorted(steps.begin(), steps.end(),
+                                   [](const auto& i_a, const auto& i_b) { return i_a.first < i_b.first; }));
+        EXPECT_EQ(steps.back().first, 100);
+        return result;
+    }
+
+    /// The command fails and leaves nothing.
+    Failure Fail(const CommandParameters& i_parameters)
+    {
+        const auto failure = GetFailure([&] { GetMachine().RunCommand(i_parameters).get(); });
+        EXPECT_TRUE(std::filesystem::is_empty(dir / "temp"));
+        EXPECT_TRUE(std::filesystem::is_empty(dir / "output"));
+        const auto jobs = dir / "data" / "jobs";
+        EXPECT_FALSE(std::filesystem::is_directory(jobs) && !std::filesystem::is_empty(jobs));
+        return failure;
+    }
+    Failure Fail(CommandType i_type, const TavAM::Platform& i_platform)
+    {
+        return Fail(MakeParameters(i_platform, i_type));
+    }
+
+    TavAM::Platform ReadOutput() const { return ReadPlatform(dir / "output" / "platform.TavAMX"); }
+
+    const ScopedTempDir folder;
+    const std::filesystem::path dir = folder.GetAbsoluteDir();
+    const std::filesystem::path profiles = dir / "configuration" / "profiles";
+    QByteArray formerTemp;
+    Journal<std::pair<int, std::string>> progress;
+    std::unique_ptr<AbstractMachinesCatalog> catalog;
+};
 
 } // namespace MachineService::Testing

@@ -45,7 +45,7 @@ public:
 
     VexlorCore::Database& GetDatabase() { return *application.GetDatabase(); }
     std::filesystem::path GetDir() const { return _dir.path().toStdString(); }
-    std::function<IVexlorApiProvider&()> GetProviderGetter()
+    VexlorCore::ApiProviderGetter GetProviderGetter()
     {
         return [this]() -> IVexlorApiProvider& {
             return provider;

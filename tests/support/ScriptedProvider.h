@@ -62,8 +62,8 @@ public:
     }
     void OpenProcessorFiles(VexlorCore::DataSet*, const Files& i_files) override { _Load("open", i_files); }
     void LoadPlatformFile(VexlorCore::DataSet*, std::int32_t, const Files&, const QString&,
-                          std::function<IVexlorApiProvider&()>, std::function<void(VexlorCore::DataSet*)>, OnLoaded,
-                          bool, bool) override
+                          VexlorCore::ApiProviderGetter, std::function<void(VexlorCore::DataSet*)>, OnLoaded, bool,
+                          bool) override
     {}
 
 private:

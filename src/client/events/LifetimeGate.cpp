@@ -1,12 +1,10 @@
 #include "client/events/LifetimeGate.h"
 
-#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <utility>
-#include <vector>
 
 namespace MachineService {
 
@@ -35,20 +33,9 @@ struct LifetimeGate::State
 
 namespace {
 
-/// How often this thread has entered each gate. A thread is seldom in more than two.
-template <class State>
-std::uint32_t& OwnEntries(const State* ip_state)
-{
-    thread_local std::vector<std::pair<const State*, std::uint32_t>> mgp_own;
-    const auto found = std::ranges::find(mgp_own, ip_state, [](const auto& i_own) { return i_own.first; });
-    if (found != mgp_own.end())
-        return found->second;
-    // Those of gates that were left are used again, so that the list does not grow with the gates that ever were.
-    const auto unused = std::ranges::find(mgp_own, 0U, [](const auto& i_own) { return i_own.second; });
-    auto& own = unused != mgp_own.end() ? *unused : mgp_own.emplace_back();
-    own = {ip_state, 0};
-    return own.second;
-}
+/// The entries of this thread, chained. Nothing to destroy: a client that a host keeps in a global goes after the
+/// thread's own objects went.
+thread_local LifetimeGate::Entry* mgp_entries = nullptr;
 
 } // namespace
 
@@ -62,30 +49,54 @@ LifetimeGate::Entry LifetimeGate::Enter() const
         _state->Leave();
         return Entry(nullptr);
     }
-    ++OwnEntries(_state.get());
     return Entry(_state);
 }
 
 void LifetimeGate::Close()
 {
     _state->entries.fetch_or(ClosedBit);
-    const std::uint32_t own = OwnEntries(_state.get());
+    std::uint32_t own = 0;
+    for (const Entry* entry = mgp_entries; entry; entry = entry->_other)
+        own += entry->_state == _state ? 1 : 0;
     std::unique_lock lock(_state->mutex);
     _state->left.wait(lock, [&] { return (_state->entries.load() & ~ClosedBit) == own; });
 }
 
 LifetimeGate::Entry::Entry(std::shared_ptr<State> ip_state)
     : _state(std::move(ip_state))
-{}
+{
+    if (_state)
+        _Link();
+}
 
-LifetimeGate::Entry::Entry(Entry&& io_other) noexcept = default;
+LifetimeGate::Entry::Entry(Entry&& io_other) noexcept
+{
+    if (!io_other._state)
+        return;
+    io_other._Unlink();
+    _state = std::move(io_other._state);
+    _Link();
+}
 
 LifetimeGate::Entry::~Entry()
 {
     if (!_state)
         return;
-    --OwnEntries(_state.get());
+    _Unlink();
     _state->Leave();
+}
+
+void LifetimeGate::Entry::_Link()
+{
+    _other = std::exchange(mgp_entries, this);
+}
+
+void LifetimeGate::Entry::_Unlink()
+{
+    Entry** link = &mgp_entries;
+    while (*link != this)
+        link = &(*link)->_other;
+    *link = _other;
 }
 
 } // namespace MachineService

@@ -48,7 +48,11 @@ private:
     friend class LifetimeGate;
     explicit Entry(std::shared_ptr<State> ip_state);
 
+    void _Link();
+    void _Unlink();
+
     std::shared_ptr<State> _state; // null: not entered
+    Entry* _other = nullptr;       // a further entry of this thread, through whatever gate
 };
 
 } // namespace MachineService

@@ -22,7 +22,8 @@ public:
     UIJobEvent& operator=(UIJobEvent&& io_other);
     ~UIJobEvent() override;
 
-    /// The type of all job events. Thread: any.
+    /// The type of all job events.
+    /// Thread: any.
     static QEvent::Type GetEventId();
 
     void DoJob();

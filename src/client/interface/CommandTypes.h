@@ -39,7 +39,12 @@ struct CommandDescription
     DataFormat dataFormat = DataFormat::Platform; ///< of what goes to the machine and of what comes back
     std::string name;
     std::string description;
-    std::vector<std::uint8_t> icon; ///< an encoded image of any format; may be empty, and comes from outside: bound it
+    /// An encoded PNG, BMP or JPEG of at most 1 MiB and 1,024 pixels a side; may be empty. Of a JPEG in several passes,
+    /// at most 256 KiB and 64 passes. Anything else, a damaged image too, leaves the command without an icon of its
+    /// own. It comes from outside: whoever decodes it bounds it first.
+    std::vector<std::uint8_t> icon;
+
+    bool operator==(const CommandDescription&) const = default;
 };
 
 /// What a machine is told about one part beyond the platform file.

@@ -4,6 +4,16 @@
 
 namespace MachineService {
 
+namespace {
+
+/// Whatever the strategy calls may destroy the last machine that has it: it lives until its answer is made.
+std::shared_ptr<const MachineStrategy> Held(const std::shared_ptr<const MachineStrategy>& ip_strategy)
+{
+    return ip_strategy;
+}
+
+} // namespace
+
 Machine::Machine(std::unique_ptr<MachineStrategy>&& i_strategy)
     : _strategy(std::move(i_strategy))
 {
@@ -22,47 +32,47 @@ const MachineData Machine::GetMachineData() const
 
 std::future<std::vector<CommandDescription>> Machine::GetCommands() const
 {
-    return _strategy->GetCommands();
+    return Held(_strategy)->GetCommands();
 }
 
 std::future<bool> Machine::CanRunCommand(const boost::uuids::uuid& i_command_id) const
 {
-    return _strategy->CanRunCommand(i_command_id);
+    return Held(_strategy)->CanRunCommand(i_command_id);
 }
 
 std::future<CommandResult> Machine::RunCommand(const CommandParameters& i_parameters) const
 {
-    return _strategy->RunCommand(i_parameters);
+    return Held(_strategy)->RunCommand(i_parameters);
 }
 
 std::future<CommandResult> Machine::Preprocessing(const CommandParameters& i_parameters) const
 {
-    return _strategy->Preprocessing(i_parameters);
+    return Held(_strategy)->Preprocessing(i_parameters);
 }
 
 std::future<CommandResult> Machine::FillReportProperties(const CommandParameters& i_parameters) const
 {
-    return _strategy->FillReportProperties(i_parameters);
+    return Held(_strategy)->FillReportProperties(i_parameters);
 }
 
 ProgressWatcherFuture<PlatformInfo> Machine::GetPlatformInformation() const
 {
-    return _strategy->GetPlatformInformation();
+    return Held(_strategy)->GetPlatformInformation();
 }
 
 std::future<std::pair<CommandResult, Platform>> Machine::GetEmptyPlatform(const std::string& i_parameters) const
 {
-    return _strategy->GetEmptyPlatform(i_parameters);
+    return Held(_strategy)->GetEmptyPlatform(i_parameters);
 }
 
 ProgressWatcherFuture<void> Machine::ModifyPlatform(const Platform& i_platform) const
 {
-    return _strategy->ModifyPlatform(i_platform);
+    return Held(_strategy)->ModifyPlatform(i_platform);
 }
 
 std::future<ProfileAssignments> Machine::GetProfileAssignments() const
 {
-    return _strategy->GetProfileAssignments();
+    return Held(_strategy)->GetProfileAssignments();
 }
 
 } // namespace MachineService

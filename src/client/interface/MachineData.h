@@ -20,7 +20,8 @@ using ConfigurationTime =
 /// A time of this many ticks counts as absent.
 inline constexpr std::int64_t AbsentConfigurationTicks = std::numeric_limits<std::int64_t>::min();
 
-/// Where a machine can build, in the coordinates of its platforms. Units: mm.
+/// Where a machine can build, in the coordinates of its platforms.
+/// Units: mm.
 struct BuildVolume
 {
     double minX = 0;
@@ -29,6 +30,8 @@ struct BuildVolume
     double maxY = 0;
     double height = 0;
     bool isCircular = false; ///< the bed is the circle inscribed in the rectangle
+
+    bool operator==(const BuildVolume&) const = default;
 };
 
 /// What a machine says of itself. Texts are UTF-8.
@@ -48,6 +51,8 @@ struct MachineData
     std::optional<BuildVolume> buildVolume; ///< empty when the service does not tell
     /// When the configuration (the PLDF file) was last written; empty when the service does not tell.
     std::optional<ConfigurationTime> configurationTime;
+
+    bool operator==(const MachineData&) const = default;
 };
 
 } // namespace MachineService

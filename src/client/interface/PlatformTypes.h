@@ -22,6 +22,8 @@ struct Platform
 {
     PlatformDataKind kind = PlatformDataKind::None;
     std::string data; ///< bytes
+
+    bool operator==(const Platform&) const = default;
 };
 
 /// What a machine tells about the platforms that it can build on.
@@ -39,6 +41,8 @@ struct ProfileAssignment
     std::string id;
     std::string name; ///< UTF-8
     std::string role; ///< what it is assigned for, for example "part" or "support"
+
+    bool operator==(const ProfileAssignment&) const = default;
 };
 
 using ProfileAssignments = std::vector<ProfileAssignment>;

@@ -1,13 +1,15 @@
 #include "client/interface/ScopedTempDir.h"
 
 #include "client/interface/CommunicationException.h"
+#include "tavsdk/FileError.h"
+#include "tavsdk/Path.h"
+#include "tavsdk/RemoveFolder.h"
 
 #include <fnmatch.h>
 #include <stdlib.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <system_error>
 
 namespace MachineService {
 
@@ -22,22 +24,23 @@ namespace {
 
 ScopedTempDir::ScopedTempDir()
 {
-    std::error_code error;
-    const std::filesystem::path base = std::filesystem::temp_directory_path(error);
-    if (error)
-        ThrowFileError("The folder for temporary files cannot be used: " + error.message());
-    std::string name = (base / "machineservice-XXXXXX").string();
+    std::filesystem::path base;
+    try {
+        base = TavSDK::GetTemporaryFolder();
+    } catch (const TavSDK::FileError& error) {
+        ThrowFileError(error.what());
+    }
+    std::string name = base / "machineservice-XXXXXX";
     // mkdtemp makes the folder 0700 whatever the umask.
     if (!mkdtemp(name.data()))
-        ThrowFileError("Failed to create a temporary folder in '" + base.string() +
-                       "': " + std::generic_category().message(errno));
+        ThrowFileError("Failed to create a temporary folder in '" + TavSDK::ShowPath(base) +
+                       "': " + TavSDK::ErrnoText(errno) + '.');
     _dir = name;
 }
 
 ScopedTempDir::~ScopedTempDir()
 {
-    std::error_code ignored;
-    std::filesystem::remove_all(_dir, ignored);
+    TavSDK::RemoveFolder(_dir);
 }
 
 std::filesystem::path ScopedTempDir::GetAbsoluteDir() const
@@ -56,12 +59,16 @@ std::filesystem::path ScopedTempDir::GetAbsoluteFileNameInTempDir(const std::str
 std::vector<std::filesystem::path> ScopedTempDir::GetFilesByFilter(const std::string& i_filter) const
 {
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(_dir)) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(_dir, error), end; !error && entry != end; entry.increment(error)) {
         // A link could lead outside the folder: only plain files count.
-        if (entry.symlink_status().type() == std::filesystem::file_type::regular &&
-            fnmatch(i_filter.c_str(), entry.path().filename().c_str(), FNM_CASEFOLD) == 0)
-            files.push_back(entry.path());
+        std::error_code gone;
+        if (entry->symlink_status(gone).type() == std::filesystem::file_type::regular &&
+            fnmatch(i_filter.c_str(), entry->path().filename().c_str(), FNM_CASEFOLD) == 0)
+            files.push_back(entry->path());
     }
+    if (error)
+        ThrowFileError("The folder '" + _dir.string() + "' cannot be read: " + error.message() + '.');
     std::sort(files.begin(), files.end());
     return files;
 }

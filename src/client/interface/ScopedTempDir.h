@@ -24,8 +24,8 @@ public:
     /// Path of a file directly in the folder; the file is not made.
     /// \throws CommunicationException FileError when the name is empty or would leave the folder.
     std::filesystem::path GetAbsoluteFileNameInTempDir(const std::string& i_file_name) const;
-    /// Regular files directly in the folder whose names match a shell pattern ("*.TavAMX", "*"), in ascending order.
-    /// Letter case does not count.
+    /// Plain files in the folder whose names match a shell pattern ("*.TavAMX", "*"), in any case; in ascending order.
+    /// \throws CommunicationException FileError when the folder cannot be read.
     std::vector<std::filesystem::path> GetFilesByFilter(const std::string& i_filter) const;
 
 private:

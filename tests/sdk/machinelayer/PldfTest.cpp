@@ -16,6 +16,7 @@
 namespace MachineLayer {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
@@ -120,12 +121,15 @@ TEST_F(PldfTest, KeepsEverythingInEveryForm)
     EXPECT_EQ(std::filesystem::status(_path).permissions(), std::filesystem::perms(0600));
 }
 
-TEST_F(PldfTest, ReadsHandWrittenDocumentsAndSkipsWhatLaterWritersAdd)
+TEST_F(PldfTest, ReadsHandWrittenDocumentsAndTellsWhatLaterWritersAdd)
 {
     _Write(Document("<New a='1'><Platform shape='box'/></New><Platform new='1' shape='box' width='1e2' depth='50' "
                     "height='0.5'><New/></Platform><Machine name='A&amp;B'/>"));
     const auto data = MakeData(MakeFullMachine());
-    Utilities::LoadMachineDataPLDF(_path, *data);
+    std::vector<std::string> remarks;
+    Utilities::LoadMachineDataPLDF(_path, *data, &remarks);
+    EXPECT_THAT(remarks,
+                ElementsAre("\"New\" is not known", "\"Platform/new\" is not known", "\"Platform/New\" is not known"));
     Data::Machine expected;
     expected.properties.name = L"A&B";
     expected.platformShape = Data::BoxShape{100, 50, 0.5};
@@ -147,25 +151,27 @@ TEST_F(PldfTest, RefusesDamagedDocumentsWithTheReason)
         {Document("", "2"), "version 2, which is newer than version 1"},
         {"<!DOCTYPE MachineConfiguration>" + Document(""), "DOCTYPE"},
         {Document("<Platform shape='box' width='NaN' depth='1' height='1'/>"),
-         "Platform: width \"NaN\" is not a number."},
-        {Document("<Platform shape='box' width='inf' depth='1' height='1'/>"), "is not a number."},
-        {Document("<Platform shape='box' width='1,5' depth='1' height='1'/>"), "width \"1,5\" is not a number."},
-        {Document("<Platform shape='box' width='0' depth='1' height='1'/>"), "is not above 0 and at most 1e+06."},
-        {Document("<Platform shape='box' width='1' height='1'/>"), "Platform: depth is missing."},
-        {Document("<Platform shape='ball'/>"), "Platform: shape \"ball\" is none of those possible."},
-        {Document("<Platform shape='cylinder' diameter='1e400' height='1'/>"), "is not a number."},
-        {Document("<Platform minX='1'/>"), "Platform: minY is missing."},
-        {Document("<Platform/><Platform/>"), "Platform stands twice."},
-        {Document("<ScanField minX='1' minY='1' maxX='1' maxY='2'/>"), "ScanField: \"\" is empty."},
-        {Document("<ZBrace angle='361'/>"), "ZBrace: angle \"361\" is not between 0 and 360."},
+         "Line 1: Platform/width is \"NaN\", which is no number."},
+        {Document("<Platform shape='box' width='inf' depth='1' height='1'/>"), "width is \"inf\", which is no number."},
+        {Document("<Platform shape='box' width='1,5' depth='1' height='1'/>"), "width is \"1,5\", which is no number."},
+        {Document("<Platform shape='box' width='0' depth='1' height='1'/>"),
+         "width is 0, which is not more than 0 and up to 1000000 mm."},
+        {Document("<Platform shape='box' width='1' height='1'/>"), "Platform lacks depth."},
+        {Document("<Platform shape='ball'/>"), "Platform/shape is \"ball\", which is none of box, cylinder."},
+        {Document("<Platform shape='cylinder' diameter='1e400' height='1'/>"), "diameter is inf, which is not"},
+        {Document("<Platform minX='1'/>"), "Platform has some of minX, minY and minZ only."},
+        {Document("<Platform/><Platform/>"), "Platform appears twice."},
+        {Document("<ScanField minX='1' minY='1' maxX='1' maxY='2'/>"), "ScanField[1] is empty."},
+        {Document("<ZBrace angle='361'/>"), "ZBrace/angle is 361, which is not from 0 to 360 deg."},
         {Document("<SupportProfile name='a' type='line'/><SupportProfile name='a' type='line'/>"),
-         "\"a\" stands twice."},
-        {Document("<Setting name='a'/><Setting name='a'/>"), "\"a\" stands twice."},
-        {Document("<SupportProfile type='line'/>"), "SupportProfile: name is missing."},
-        {Document("<SupportProfileSet><Use type='line' profile=''/></SupportProfileSet>"), "Use: profile is missing."},
-        {Document("<PartExport unit='inch'><Format/></PartExport>"), "Format: name is missing."},
+         "SupportProfile[2] has the name \"a\" of another."},
+        {Document("<Setting name='a'/><Setting name='a'/>"), "Setting[2] has the name \"a\" of another."},
+        {Document("<SupportProfile type='line'/>"), "SupportProfile[1] lacks name."},
+        {Document("<SupportProfileSet><Use type='line' profile=''/></SupportProfileSet>"),
+         "SupportProfileSet/Use[1]/profile is empty."},
+        {Document("<PartExport unit='inch'><Format/></PartExport>"), "PartExport/Format[1] lacks name."},
         {Document("<ZCompensation tableKey='angle'><Entry key='361' offset='0'/></ZCompensation>"),
-         "Entry: key 361 is not between 0 and 360."},
+         "ZCompensation has an angle above 360 deg."},
     };
     for (const auto& [document, reason] : rows) {
         EXPECT_THAT(_GetError(document), HasSubstr(reason)) << document;
@@ -173,7 +179,7 @@ TEST_F(PldfTest, RefusesDamagedDocumentsWithTheReason)
     }
     std::string many;
     for (int count = 0; count <= 100'000; ++count)
-        many += "<x/><Setting/>";
+        many += "<x/>";
     EXPECT_THAT(_GetError(Document(many)), HasSubstr("there are more than 100000 elements"));
 }
 
@@ -188,6 +194,14 @@ TEST_F(PldfTest, SavingFailsWithoutTouchingWhatIsThere)
     EXPECT_THROW(Utilities::SaveMachineDataPLDF(_path, *data), TavAM::FileError);
     data = MakeData(MakeFullMachine());
     EXPECT_THROW(Utilities::SaveMachineDataPLDF(_path / "below", *data), TavAM::FileError);
+    // Markup counts six times in an attribute.
+    data->Edit().properties.comment.assign((8 << 20) / 6, L'<');
+    EXPECT_THROW(Utilities::SaveMachineDataPLDF(_path, *data), TavAM::FileError);
+    data->Edit() = {};
+    data->Edit().scanFields.assign(100'001, {L"", 0, 0, 1, 1});
+    EXPECT_THROW(Utilities::SaveMachineDataPLDF(_path, *data), TavAM::FileError);
+    data->Edit().scanFields.resize(100'000);
+    EXPECT_NO_THROW(Utilities::ReadMachineData(Utilities::WriteMachineData(*data), *data));
     // Fails only when the finished file is to be renamed.
     const std::filesystem::path folder = _path.parent_path() / "folder";
     std::filesystem::create_directory(folder);

@@ -141,7 +141,7 @@ TEST(AMXFile, TheWriterRefusesWhatNoReaderTakes)
         {longName, "a value takes more than 7340032 bytes"},
         {longText, "more than 67108864 bytes"},
         {MakePlatform(Representation::FromMembers(std::vector<Representation>(10000, Representation::FromBrep("")))),
-         "more than 9999 different"},
+         "more than 10000 entries"},
         {MakePlatform(Representation::FromMembers(std::vector<Representation>(3000, Representation::FromMesh(large)))),
          "the meshes of all shapes together"},
     };

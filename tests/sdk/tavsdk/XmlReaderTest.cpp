@@ -167,6 +167,36 @@ TEST(XmlReader, ExceptionsOfHandlersArriveAndTheReaderStaysUsable)
     EXPECT_THAT(reader.log, ElementsAre("Leaf"));
 }
 
+TEST(XmlReader, AStreamMayBeLongerThanADocumentAndIsStoppedAtItsOwnBound)
+{
+    std::string rest;
+    const TavSDK::XmlReaderBase::Stream stream = [&rest](char* op_bytes, std::size_t i_count) {
+        const std::size_t count = rest.copy(op_bytes, i_count);
+        rest.erase(0, count);
+        return count;
+    };
+    const struct
+    {
+        std::string document;
+        std::size_t longest;
+        std::string error;
+    } rows[] = {{"<Root><Leaf/></Root>", 20, ""},
+                {"<Root><Leaf/></Root>", 19, "The document is longer than 19 bytes."},
+                {"<Root>\n<Leaf></Root>", 100, "Line 2: mismatched tag."},
+                {"<Root>\n<Fail/></Root>", 100, "this element is not wanted."}};
+    for (const auto& row : rows) {
+        LoggingReader reader;
+        rest = row.document;
+        EXPECT_EQ(reader.ParseStream(stream, row.longest), row.error.empty());
+        EXPECT_EQ(reader.GetError(), row.error);
+    }
+    LoggingReader reader;
+    const auto fails = [](char*, std::size_t) -> std::size_t {
+        throw std::domain_error("the stream's own");
+    };
+    EXPECT_THROW(reader.ParseStream(fails, 100), std::domain_error);
+}
+
 TEST(XmlReader, FilesAndMemoryGiveTheSame)
 {
     const std::string document = "<Root>" + Repeat("\n<Leaf/>", 50000) + "\n<Fail/></Root>";

@@ -148,7 +148,7 @@ TEST_F(ReferenceApiProviderJobTest, WaitsForItsJobWhenTheApplicationQuits)
     EXPECT_TRUE(wasServed);
 }
 
-TEST(ReferenceApiProviderLifeTest, MayGoWhileAJobRuns)
+TEST(ReferenceApiProviderWithoutHostTest, MayGoWhileAJobRuns)
 {
     const VexlorCore::UiThread uiThread;
     auto provider = std::make_unique<Vexlor::ReferenceApiProvider>("unused");

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "tavam/Part.h"
+
+#include <filesystem>
+#include <vector>
+
+namespace Hosting {
+
+class InterruptWatcher;
+
+/// The parts of all files, in their order. The event loop turns meanwhile.
+///
+/// Thread: UI thread.
+/// \throws what VexlorCore::ImportMeshFile throws.
+/// \throws Interruption
+std::vector<TavAM::Part> ReadMeshFiles(const std::vector<std::filesystem::path>& i_files,
+                                       const InterruptWatcher& i_interrupts);
+
+} // namespace Hosting

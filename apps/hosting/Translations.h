@@ -1,0 +1,14 @@
+#pragma once
+
+#include <QString>
+
+namespace Hosting {
+
+/// Lets the program speak the user's language: the library, what hosts share, and the program's own texts, embedded as
+/// ":/NAME/translations/NAME_<language>.qm". All of them change together, or all stay English.
+///
+/// Thread: UI thread, once, before anything shows a text.
+/// Ownership: the translators belong to the QCoreApplication.
+void InstallTranslations(const QString& i_program);
+
+} // namespace Hosting

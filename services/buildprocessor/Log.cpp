@@ -1,7 +1,0 @@
-#include "buildprocessor/Log.h"
-
-namespace MachineService::BuildProcessor {
-
-Q_LOGGING_CATEGORY(ServiceLog, "machineservice.buildprocessor")
-
-} // namespace MachineService::BuildProcessor

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <filesystem>
+#include <stop_token>
+#include <string>
+
+namespace MachineService::BuildProcessor {
+
+/// A user's text as a name in a folder: no separators, no control or direction marks, not hidden, not reserved, not too
+/// long, never empty. Texts that differ may give the same name.
+std::string ToFileName(const std::string& i_text);
+
+/// The folder of one job of a machine, made new and private; gone with the object unless the job was kept.
+///
+/// A job never takes the folder of another: the second job of a name gets "name (2)".
+class JobFolder
+{
+public:
+    /// \param i_jobs_dir folder of all jobs; made on demand.
+    /// \throws CommunicationException FileError.
+    JobFolder(const std::filesystem::path& i_jobs_dir, const std::string& i_machine, const std::string& i_job_name);
+    ~JobFolder();
+    JobFolder(const JobFolder&) = delete;
+    JobFolder& operator=(const JobFolder&) = delete;
+
+    /// Copies a file into the folder under the job's name: complete or not at all.
+    /// \return its path.
+    /// \throws CommunicationException FileError; ProcessingAborted when the token asked.
+    std::filesystem::path AddFile(const std::filesystem::path& i_source, const std::string& i_extension,
+                                  std::stop_token i_stop);
+    void Keep() { _keep = true; }
+
+private:
+    const std::string _name;
+    std::filesystem::path _dir;
+    bool _keep = false;
+};
+
+} // namespace MachineService::BuildProcessor

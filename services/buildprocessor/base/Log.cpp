@@ -1,0 +1,7 @@
+#include "buildprocessor/base/Log.h"
+
+namespace MachineService::BuildProcessor {
+
+Q_LOGGING_CATEGORY(ServiceLog, "machineservice.buildprocessor")
+
+} // namespace MachineService::BuildProcessor

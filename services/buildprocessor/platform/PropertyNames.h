@@ -1,0 +1,24 @@
+#pragma once
+
+namespace MachineService::BuildProcessor {
+
+/// Properties of a platform by which this service keeps what was chosen and found for it.
+namespace PropertyName {
+inline constexpr wchar_t LayerHeight[] = L"BuildProcessor.LayerHeight"; ///< mm
+inline constexpr wchar_t Material[] = L"BuildProcessor.Material";       ///< name
+inline constexpr wchar_t Nozzle[] = L"BuildProcessor.Nozzle";           ///< diameter, mm; fused filament only
+inline constexpr wchar_t Plate[] = L"BuildProcessor.Plate";             ///< name; where there is a choice
+inline constexpr wchar_t Printer[] = L"BuildProcessor.Printer";
+inline constexpr wchar_t Manufacturer[] = L"BuildProcessor.Manufacturer";
+inline constexpr wchar_t QueueState[] = L"BuildProcessor.QueueState";
+inline constexpr wchar_t Engine[] = L"BuildProcessor.Engine";             ///< version
+inline constexpr wchar_t Connection[] = L"BuildProcessor.Connection";     ///< "tested"
+inline constexpr wchar_t SettingsFile[] = L"BuildProcessor.SettingsFile"; ///< absolute path
+inline constexpr wchar_t JobFolder[] = L"BuildProcessor.JobFolder";       ///< absolute path
+inline constexpr wchar_t Check[] = L"BuildProcessor.Check";               ///< "passed"
+inline constexpr wchar_t CheckTime[] = L"BuildProcessor.CheckTime";       ///< ISO-8601, UTC
+inline constexpr wchar_t PartCount[] = L"BuildProcessor.PartCount";
+inline constexpr wchar_t PartVolume[] = L"BuildProcessor.PartVolume"; ///< cm³
+} // namespace PropertyName
+
+} // namespace MachineService::BuildProcessor

@@ -1,0 +1,213 @@
+#include "buildprocessor/verify/ResinCheck.h"
+
+#include "buildprocessor/base/Cancellation.h"
+#include "buildprocessor/base/NameList.h"
+#include "buildprocessor/engine/UsedSettings.h"
+#include "buildprocessor/verify/LayerImages.h"
+#include "buildprocessor/verify/PartLayerCheck.h"
+#include "buildprocessor/verify/SectionSlicer.h"
+#include "contract/Failure.h"
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <future>
+#include <memory>
+#include <optional>
+
+namespace MachineService::BuildProcessor {
+
+namespace {
+
+constexpr double AllowedShare = 0.02;
+// A disc of this many pixels reaches those round a pixel, also across a corner.
+constexpr double Ring = 1.5;
+constexpr double HeightTolerance = 1e-6; ///< mm
+constexpr std::size_t Ahead = 2;         ///< images that are unpacked while one is compared
+
+/// What changes the outline of a part on purpose. Units: mm.
+struct ResinRules
+{
+    double lift = 0; ///< by struts and pad
+    double grown = 0;
+    double shrunk = 0;
+    double foot = 0;
+    double footLayers = 0;
+    double shell = 0; ///< of a part that is made hollow; 0: it is not
+    bool isCarried = false;
+};
+
+ResinRules MakeRules(const PartGeometry& i_part, const UsedSettings& i_used)
+{
+    const auto get = [&](std::string_view i_name) {
+        return GetSettingNumber(i_part.settings, i_used, i_name);
+    };
+    const bool hasStruts = get("supports_enable") > 0;
+    const bool hasPad = get("pad_enable") > 0;
+    ResinRules rules;
+    rules.isCarried = hasStruts || hasPad;
+    rules.lift = (hasStruts ? get("support_object_elevation") : 0) + (hasPad ? get("pad_wall_thickness") : 0);
+    rules.grown = std::max(get("absolute_correction"), 0.0);
+    rules.shrunk = std::max(-get("absolute_correction"), 0.0);
+    rules.foot = std::max(get("elefant_foot_compensation"), 0.0);
+    rules.footLayers = get("faded_layers");
+    rules.shell = get("hollowing_enable") > 0 ? get("hollowing_min_thickness") : 0;
+    return rules;
+}
+
+MaskGrid MakeMask(const MachineProfile& i_profile, const UsedSettings& i_used)
+{
+    const auto get = [&](std::string_view i_name) {
+        return GetSettingNumber({}, i_used, i_name);
+    };
+    const BedPoint& corner = i_profile.bed.outline[2];
+    MaskGrid mask;
+    mask.columns = static_cast<std::size_t>(i_profile.displayWidth);
+    mask.rows = static_cast<std::size_t>(i_profile.displayHeight);
+    mask.width = corner.x / i_profile.displayWidth;
+    mask.height = corner.y / i_profile.displayHeight;
+    mask.mirrorsX = get("display_mirror_x") > 0;
+    mask.mirrorsY = get("display_mirror_y") > 0;
+    return mask;
+}
+
+/// The images in order, unpacked on another thread while the caller looks at those before.
+class LightReader
+{
+public:
+    LightReader(const LayerImages& i_images, const MaskGrid& i_mask)
+        : _images(i_images)
+        , _mask(i_mask)
+    {}
+
+    std::shared_ptr<const RowSpans> Next()
+    {
+        while (_next < _images.GetCount() && _pending.size() <= Ahead)
+            _Start();
+        const auto light = _pending.front().get();
+        _pending.pop_front();
+        return light;
+    }
+
+private:
+    void _Start()
+    {
+        std::string png = _images.Read(_next++);
+        // Layers of a straight wall are the same image.
+        if (_pending.empty() || png != _last) {
+            _last = std::move(png);
+            _light = std::async(std::launch::async, [bytes = _last, mask = _mask, layer = _next - 1] {
+                         return std::make_shared<const RowSpans>(FindLight(bytes, mask, layer));
+                     }).share();
+        }
+        _pending.push_back(_light);
+    }
+
+    const LayerImages& _images;
+    const MaskGrid _mask;
+    std::size_t _next = 0;
+    std::string _last;
+    std::shared_future<std::shared_ptr<const RowSpans>> _light;
+    std::deque<std::shared_future<std::shared_ptr<const RowSpans>>> _pending;
+};
+
+class ResinCheck
+{
+public:
+    ResinCheck(const LayerImages& i_images, const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts)
+        : _mask(MakeMask(i_profile, i_images.GetSettings()))
+        , _images(i_images)
+    {
+        for (const PartGeometry& part : i_parts) {
+            _rules.push_back(MakeRules(part, i_images.GetSettings()));
+            _parts.push_back(part);
+            for (TavAM::Point3d& point : _parts.back().vertices)
+                point.z += _rules.back().lift;
+            _top = std::max(_top, part.box.max.z + _rules.back().lift);
+        }
+        for (const PartGeometry& part : _parts)
+            _slicers.push_back(std::make_unique<SectionSlicer>(part, _mask.GetRows()));
+    }
+
+    void Run(const std::stop_token& i_stop)
+    {
+        const auto get = [&](std::string_view i_name) {
+            return GetSettingNumber({}, _images.GetSettings(), i_name);
+        };
+        const double first = get("initial_layer_height");
+        const double height = get("layer_height");
+        if (first <= 0 || height <= 0)
+            Fail(ErrorCode::InternalError,
+                 "The slicing engine's machine file is not usable: it does not tell its layer heights.");
+        LightReader reader(_images, _mask);
+        double top = 0;
+        for (std::size_t layer = 0; layer < _images.GetCount(); ++layer) {
+            ThrowIfStopped(i_stop);
+            const double own = layer == 0 ? first : height;
+            top += own;
+            _CheckLayer(*reader.Next(), layer, top, top - own / 2);
+        }
+        if (std::abs(top - _top) > height)
+            _Fail({}, "it ends at " + FormatMillimetres(top) + ", and the parts at " + FormatMillimetres(_top));
+    }
+
+private:
+    [[noreturn]] static void _Fail(const std::string& i_name, const std::string& i_what)
+    {
+        Fail(ErrorCode::InternalError, "The slicing engine's machine file is not " +
+                                           (i_name.empty() ? "the platform" : "the part " + JoinNames({i_name})) +
+                                           ": " + i_what +
+                                           ". The file was not kept; build again with another layer height, or turn "
+                                           "the part.");
+    }
+
+    void _CheckLayer(const RowSpans& i_light, std::size_t i_layer, double i_top, double i_z)
+    {
+        const double pixel = std::max(_mask.width, _mask.height);
+        double lit = 0;
+        double allowed = pixel * pixel;
+        bool isCarried = false;
+        for (std::size_t index = 0; index < _parts.size(); ++index) {
+            const ResinRules& rules = _rules[index];
+            isCarried = isCarried || rules.isCarried;
+            const RowSpans& section = _slicers[index]->Cut(i_z);
+            if (section.IsEmpty())
+                continue;
+            const double foot = static_cast<double>(i_layer) < rules.footLayers ? rules.foot : 0;
+            const RowSpans inner = section.Erode(Ring * pixel + rules.shrunk + foot);
+            const double area = section.GetArea();
+            double missing = inner.GetAreaWithout(i_light);
+            if (rules.shell > 0)
+                missing -= section.Erode(rules.shell / 2).GetAreaWithout(i_light);
+            // A layer that the part does not fill to its top is left out by the engine.
+            const bool isWhole = i_top <= _parts[index].box.max.z + rules.lift + HeightTolerance;
+            if (isWhole && missing > AllowedShare * area + pixel * pixel)
+                _Fail(_parts[index].name, "in the layer at " + FormatMillimetres(i_top) + " " +
+                                              std::to_string(std::lround(100 * missing / area)) + " % of it are dark");
+            const RowSpans outer = section.Dilate(Ring * pixel + rules.grown);
+            lit += i_light.GetArea() - i_light.GetAreaWithout(outer);
+            allowed += AllowedShare * area;
+        }
+        const double excess = i_light.GetArea() - lit;
+        if (!isCarried && excess > allowed)
+            _Fail({}, "in the layer at " + FormatMillimetres(i_top) + " there is light outside of the parts");
+    }
+
+    const MaskGrid _mask;
+    const LayerImages& _images;
+    std::vector<ResinRules> _rules;
+    std::vector<PartGeometry> _parts; ///< lifted
+    std::vector<std::unique_ptr<SectionSlicer>> _slicers;
+    double _top = 0;
+};
+
+} // namespace
+
+void CheckResin(const std::filesystem::path& i_path, const MachineProfile& i_profile,
+                const std::vector<PartGeometry>& i_parts, const std::stop_token& i_stop)
+{
+    const LayerImages images(i_path);
+    ResinCheck(images, i_profile, i_parts).Run(i_stop);
+}
+
+} // namespace MachineService::BuildProcessor

@@ -1,0 +1,209 @@
+#include "contract/OfferedMachineStrategy_p.h"
+
+#include "client/interface/ScopedTempDir.h"
+#include "contract/Failure.h"
+#include "contract/ReadyFuture.h"
+#include "tavam/AMXFileWriter.h"
+#include "tavam/Platform.h"
+#include "tavsdk/InputFile.h"
+#include "tavsdk/Utf8.h"
+
+#include <algorithm>
+
+namespace MachineService {
+
+namespace {
+
+constexpr std::uint64_t MaxPlatformBytes = 10'000'000; ///< one without parts is far below
+
+/// Exceptions that are not the contract's become ones, so that the client knows what to show.
+template <class Work>
+auto Guarded(const Work& i_work)
+{
+    try {
+        return i_work();
+    } catch (const CommunicationException&) {
+        throw;
+    } catch (const std::exception& failure) {
+        Fail(ErrorCode::InternalError, failure.what());
+    }
+}
+
+[[noreturn]] void RefuseMissing(const OfferedMachine& i_machine, const char* ip_what)
+{
+    // Not one of the codes with a sentence of their own: the user is to read which machine does not offer what.
+    Fail(ErrorCode::InternalError, "The printer '" + i_machine.data.name + "' does not offer " + ip_what + '.');
+}
+
+PlatformDescription Describe(const OfferedMachine& i_machine)
+{
+    PlatformDescription description = i_machine.platform;
+    if (description.name.empty())
+        description.name = i_machine.data.name;
+    if (description.comment.empty())
+        description.comment = i_machine.data.comment;
+    return description;
+}
+
+/// A platform without parts that keeps each chosen value, or the choice's default, under the id of the choice.
+std::pair<CommandResult, Platform> MakeEmpty(const OfferedMachine& i_machine, const ChosenValues& i_values)
+{
+    TavAM::Platform platform;
+    platform.SetName(TavSDK::ToWide(i_machine.data.name));
+    for (const PlatformChoice& choice : i_machine.platform.choices) {
+        const auto chosen = i_values.find(choice.id);
+        const auto byDefault = std::find_if(choice.items.begin(), choice.items.end(),
+                                            [](const PlatformChoice::Item& i_item) { return i_item.isDefault; });
+        if (chosen != i_values.end())
+            platform.GetAMXProperties().SetText(TavSDK::ToWide(choice.id), TavSDK::ToWide(chosen->second));
+        else if (byDefault != choice.items.end())
+            platform.GetAMXProperties().SetText(TavSDK::ToWide(choice.id), TavSDK::ToWide(byDefault->id));
+    }
+    const ScopedTempDir dir;
+    const auto file = dir.GetAbsoluteFileNameInTempDir("platform.TavAMX");
+    TavAM::AMXFileWriter().WriteFile(file, platform);
+    std::pair<CommandResult, Platform> answer;
+    answer.first.dataFormat = DataFormat::Platform;
+    answer.second.kind = PlatformDataKind::Platform;
+    answer.second.data = TavSDK::ReadFile(file, MaxPlatformBytes);
+    return answer;
+}
+
+} // namespace
+
+OfferedMachineStrategy::OfferedMachineStrategy(const MachineData& i_data, std::shared_ptr<OfferedMachines> ip_machines)
+    : MachineStrategy(i_data)
+    , _machines(std::move(ip_machines))
+{}
+
+OfferedMachineStrategy::MachinePointer OfferedMachineStrategy::_Get() const
+{
+    if (auto machine = _machines->registry.Find(GetMachineData().id))
+        return machine;
+    throw CommunicationException(_machines->registry.IsClosed() ? ErrorCode::ServicesUnavailable
+                                                                : ErrorCode::MachineNotFound);
+}
+
+template <class Choose>
+std::future<CommandResult> OfferedMachineStrategy::_Run(const CommandParameters& i_parameters, const char* ip_what,
+                                                        const Choose& i_choose) const
+{
+    try {
+        const auto machine = _Get();
+        const Run& run = i_choose(*machine);
+        if (!run)
+            RefuseMissing(*machine, ip_what);
+        // The function lives in the machine, which the job therefore keeps.
+        return _machines->jobs.Submit(machine->data.id, i_parameters.stopToken,
+                                      [machine, &run, parameters = i_parameters](std::stop_token i_stop) {
+                                          return Guarded([&] { return run(CommandRun{parameters, i_stop}); });
+                                      });
+    } catch (...) {
+        return Ready([failure = std::current_exception()]() -> CommandResult { std::rethrow_exception(failure); });
+    }
+}
+
+std::future<std::vector<CommandDescription>> OfferedMachineStrategy::GetCommands() const
+{
+    return Ready([this] {
+        std::vector<CommandDescription> descriptions;
+        for (const OfferedCommand& command : _Get()->commands)
+            descriptions.push_back(command.description);
+        return descriptions;
+    });
+}
+
+std::future<bool> OfferedMachineStrategy::CanRunCommand(const boost::uuids::uuid& i_command_id) const
+{
+    return Ready([&] {
+        for (const auto machine = _Get(); const OfferedCommand& command : machine->commands) {
+            if (command.description.id == i_command_id)
+                return command.run && (!command.canRun || command.canRun());
+        }
+        return false;
+    });
+}
+
+std::future<CommandResult> OfferedMachineStrategy::RunCommand(const CommandParameters& i_parameters) const
+{
+    return _Run(i_parameters, "this command", [&](const OfferedMachine& i_machine) -> const Run& {
+        for (const OfferedCommand& command : i_machine.commands) {
+            if (command.description.id == i_parameters.commandId)
+                return command.run;
+        }
+        throw CommunicationException(ErrorCode::CommandNotFound);
+    });
+}
+
+std::future<CommandResult> OfferedMachineStrategy::FillReportProperties(const CommandParameters& i_parameters) const
+{
+    return _Run(i_parameters, "properties for reports", [](const OfferedMachine& i_machine) -> const Run& {
+        if (!i_machine.fillReportProperties)
+            throw CommunicationException(ErrorCode::ReportNotSupported);
+        return i_machine.fillReportProperties;
+    });
+}
+
+std::future<CommandResult> OfferedMachineStrategy::Preprocessing(const CommandParameters& i_parameters) const
+{
+    return _Run(i_parameters, "preprocessing",
+                [](const OfferedMachine& i_machine) -> const Run& { return i_machine.preprocess; });
+}
+
+ProgressWatcherFuture<PlatformInfo> OfferedMachineStrategy::GetPlatformInformation() const
+{
+    return ProgressWatcherFuture(Ready([this] {
+        const auto machine = _Get();
+        PlatformInfo info;
+        info.xml = WritePlatformInformation(Describe(*machine));
+        info.items.push_back({PlatformDataKind::Platform, {}});
+        info.items.insert(info.items.end(), machine->platformData.begin(), machine->platformData.end());
+        return info;
+    }));
+}
+
+std::future<std::pair<CommandResult, Platform>>
+OfferedMachineStrategy::GetEmptyPlatform(const std::string& i_parameters) const
+{
+    try {
+        const auto machine = _Get();
+        return _machines->questions.Submit(
+            machine->data.id, {}, [machine, parameters = i_parameters](std::stop_token i_stop) {
+                return Guarded([&] {
+                    const auto values = ReadChosenValues(parameters, machine->data.name, machine->platform.choices);
+                    return machine->makeEmptyPlatform ? machine->makeEmptyPlatform(values, i_stop)
+                                                      : MakeEmpty(*machine, values);
+                });
+            });
+    } catch (...) {
+        return Ready([failure = std::current_exception()]() -> std::pair<CommandResult, Platform> {
+            std::rethrow_exception(failure);
+        });
+    }
+}
+
+ProgressWatcherFuture<void> OfferedMachineStrategy::ModifyPlatform(const Platform& i_platform) const
+{
+    const auto watcher = std::make_shared<ProgressWatcher>();
+    try {
+        const auto machine = _Get();
+        if (!machine->modifyPlatform)
+            RefuseMissing(*machine, "changes of a platform");
+        return ProgressWatcherFuture(
+            _machines->questions.Submit(machine->data.id, watcher->GetStopToken(),
+                                        [machine, platform = i_platform](std::stop_token i_stop) {
+                                            Guarded([&] { machine->modifyPlatform(platform, i_stop); });
+                                        }),
+            watcher);
+    } catch (...) {
+        return ProgressWatcherFuture(Ready([failure = std::current_exception()] { std::rethrow_exception(failure); }),
+                                     watcher);
+    }
+}
+
+std::future<ProfileAssignments> OfferedMachineStrategy::GetProfileAssignments() const
+{
+    return Ready([this] { return _Get()->strategies; });
+}
+
+} // namespace MachineService

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <exception>
+#include <future>
+#include <type_traits>
+
+namespace MachineService {
+
+/// A future that is ready: i_answer's result or what it throws. For questions that are answered from local state.
+template <class Answer>
+auto Ready(Answer i_answer) -> std::future<std::invoke_result_t<Answer>>
+{
+    using Result = std::invoke_result_t<Answer>;
+    std::promise<Result> promise;
+    try {
+        if constexpr (std::is_void_v<Result>) {
+            i_answer();
+            promise.set_value();
+        } else {
+            promise.set_value(i_answer());
+        }
+    } catch (...) {
+        promise.set_exception(std::current_exception());
+    }
+    return promise.get_future();
+}
+
+} // namespace MachineService

@@ -1,0 +1,48 @@
+# Installs the project, builds examples/host against the installed package alone, and takes a mesh to a machine file; then
+# moves the installation elsewhere and does it again. The README must quote the example as it is.
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN} ended with ${result}:\n${output}${errors}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(build_and_run i_prefix i_build)
+    run(${CMAKE_COMMAND} -S ${HOST_DIR} -B ${i_build} -G Ninja -DCMAKE_PREFIX_PATH=${i_prefix} -DCMAKE_CXX_COMPILER=${COMPILER})
+    run(${CMAKE_COMMAND} --build ${i_build})
+    set(home ${WORK_DIR}/home)
+    file(REMOVE_RECURSE ${home})
+    run(${CMAKE_COMMAND} -E env XDG_CONFIG_HOME=${home}/config XDG_DATA_HOME=${home}/data XDG_CACHE_HOME=${home}/cache
+        ${i_build}/host ${MESH})
+    string(STRIP "${output}" machine_file)
+    file(STRINGS "${machine_file}" extrusions REGEX "^G1 .*E" LIMIT_COUNT 1)
+    if(extrusions STREQUAL "")
+        message(FATAL_ERROR "'${machine_file}' is no machine file")
+    endif()
+endfunction()
+
+# The README's section quotes a piece of the file, spaces aside.
+function(check_quote i_language i_file)
+    file(READ ${README} readme)
+    string(REGEX MATCH "## Embed it.*## Read on" section "${readme}")
+    string(REGEX MATCH "```${i_language}\n([^`]+)```" found "${section}")
+    string(REGEX REPLACE "[ \t\n]+" " " quote "${CMAKE_MATCH_1}")
+    file(READ ${i_file} example)
+    string(REGEX REPLACE "[ \t\n]+" " " example "${example}")
+    string(FIND "${example}" "${quote}" place)
+    if(quote STREQUAL "" OR place EQUAL -1)
+        message(FATAL_ERROR "The README does not quote ${i_file}, but: ${quote}")
+    endif()
+endfunction()
+
+check_quote(cmake ${HOST_DIR}/CMakeLists.txt)
+check_quote(cpp ${HOST_DIR}/main.cpp)
+
+set(prefix ${WORK_DIR}/prefix)
+set(moved ${WORK_DIR}/moved)
+file(REMOVE_RECURSE ${prefix} ${moved} ${WORK_DIR}/build ${WORK_DIR}/moved-build)
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
+build_and_run(${prefix} ${WORK_DIR}/build)
+file(RENAME ${prefix} ${moved})
+build_and_run(${moved} ${WORK_DIR}/moved-build)

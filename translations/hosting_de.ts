@@ -1,0 +1,171 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>Hosting::ConfigurationExport</name>
+    <message>
+        <source>the schema %1 was not found</source>
+        <translation>das Schema %1 wurde nicht gefunden</translation>
+    </message>
+    <message>
+        <source>xmllint was not found: install the package libxml2-utils</source>
+        <translation>xmllint wurde nicht gefunden: Installieren Sie das Paket libxml2-utils</translation>
+    </message>
+    <message>
+        <source>xmllint did not come to an end</source>
+        <translation>xmllint kam zu keinem Ende</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not keep to its schemas: %2</source>
+        <translation>„%1“ hält sich nicht an die Schemas: %2</translation>
+    </message>
+    <message>
+        <source>The platform tells nothing about its machine.</source>
+        <translation>Die Plattform sagt nichts über ihre Maschine.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold what was written.</source>
+        <translation>„%1“ enthält nicht das, was geschrieben wurde.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::Host</name>
+    <message>
+        <source>The Build Processors cannot be started.</source>
+        <translation>Die Build Processors können nicht gestartet werden.</translation>
+    </message>
+    <message>
+        <source>The Build Processors did not start.</source>
+        <translation>Die Build Processors sind nicht gestartet.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::HostProcess</name>
+    <message>
+        <source>The folder for temporary files cannot be used: %1.</source>
+        <translation>Der Ordner für temporäre Dateien kann nicht verwendet werden: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::MachineChoice</name>
+    <message>
+        <source>size unknown</source>
+        <translation>Größe unbekannt</translation>
+    </message>
+    <message>
+        <source>⌀ %1 × %2 mm</source>
+        <translation>⌀ %1 × %2 mm</translation>
+    </message>
+    <message>
+        <source>%1 × %2 × %3 mm</source>
+        <translation>%1 × %2 × %3 mm</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::PlatformChoices</name>
+    <message>
+        <source>The machine &apos;%1&apos; does not offer the choice &apos;%2&apos;; it offers %3.</source>
+        <translation>Die Maschine „%1“ bietet die Auswahl „%2“ nicht an; sie bietet %3 an.</translation>
+    </message>
+    <message>
+        <source>The choice &apos;%1&apos; does not offer the value &apos;%2&apos;; it offers %3.</source>
+        <translation>Die Auswahl „%1“ bietet den Wert „%2“ nicht an; sie bietet %3 an.</translation>
+    </message>
+    <message>
+        <source>The choice &apos;%1&apos; needs a value; it offers %2.</source>
+        <translation>Die Auswahl „%1“ benötigt einen Wert; sie bietet %2 an.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::PlatformComparison</name>
+    <message>
+        <source>another id</source>
+        <translation>eine andere ID</translation>
+    </message>
+    <message>
+        <source>another name</source>
+        <translation>einen anderen Namen</translation>
+    </message>
+    <message>
+        <source>another place</source>
+        <translation>eine andere Lage</translation>
+    </message>
+    <message>
+        <source>another shape</source>
+        <translation>eine andere Form</translation>
+    </message>
+    <message>
+        <source>other properties</source>
+        <translation>andere Eigenschaften</translation>
+    </message>
+    <message>
+        <source>other strategies</source>
+        <translation>andere Strategien</translation>
+    </message>
+    <message>
+        <source>another supports flag</source>
+        <translation>eine andere Angabe zu Stützen</translation>
+    </message>
+    <message>
+        <source>The platform has another name.</source>
+        <translation>Die Plattform hat einen anderen Namen.</translation>
+    </message>
+    <message>
+        <source>The platform has other properties.</source>
+        <translation>Die Plattform hat andere Eigenschaften.</translation>
+    </message>
+    <message>
+        <source>The platform has another machine.</source>
+        <translation>Die Plattform hat eine andere Maschine.</translation>
+    </message>
+    <message>
+        <source>The platform has %1 parts instead of %2.</source>
+        <translation>Anzahl der Teile auf der Plattform: %1 statt %2.</translation>
+    </message>
+    <message>
+        <source>The part &apos;%1&apos; has %2.</source>
+        <translation>Das Teil „%1“ hat %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::ResultFiles</name>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold one platform.</source>
+        <translation>„%1“ enthält nicht genau eine Plattform.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; does not hold what was saved. %2</source>
+        <translation>„%1“ enthält nicht, was gespeichert wurde. %2</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be read: %2.</source>
+        <translation>„%1“ kann nicht gelesen werden: %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::RibbonModel</name>
+    <message>
+        <source>the scene is empty</source>
+        <translation>die Szene ist leer</translation>
+    </message>
+    <message>
+        <source>the host does not allow it</source>
+        <translation>das Programm lässt es nicht zu</translation>
+    </message>
+    <message>
+        <source>the machine refuses</source>
+        <translation>die Maschine lehnt ab</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::RunFolder</name>
+    <message>
+        <source>No folder can be made in &apos;%1&apos;: %2.</source>
+        <translation>In „%1“ kann kein Ordner angelegt werden: %2.</translation>
+    </message>
+</context>
+</TS>

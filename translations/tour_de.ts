@@ -1,0 +1,273 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>Tour::CommandLine</name>
+    <message>
+        <source>Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its Build command and loads the result back into the scene.</source>
+        <translation>Macht aus Netzen eine Druckdatei: legt eine Szene an, verbindet sie mit einem Drucker des Katalogs, führt dessen Befehl „Bauen“ aus und lädt das Ergebnis zurück in die Szene.</translation>
+    </message>
+    <message>
+        <source>Use this machine: its name or its id.</source>
+        <translation>Diese Maschine verwenden: ihr Name oder ihre ID.</translation>
+    </message>
+    <message>
+        <source>Run this command of the machine only: its id, as the ribbon&apos;s table shows it.</source>
+        <translation>Nur diesen Befehl der Maschine ausführen: seine ID, wie sie in der Tabelle des Menübands steht.</translation>
+    </message>
+    <message>
+        <source>List the machines of the catalog and end.</source>
+        <translation>Maschinen des Katalogs auflisten und beenden.</translation>
+    </message>
+    <message>
+        <source>Show this help and end.</source>
+        <translation>Diese Hilfe anzeigen und beenden.</translation>
+    </message>
+    <message>
+        <source>Show the version and end.</source>
+        <translation>Version anzeigen und beenden.</translation>
+    </message>
+    <message>
+        <source>STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine&apos;s package.</source>
+        <translation>STL-, 3MF-, OBJ- oder PLY-Dateien; ohne Angabe die Beispiele aus dem Paket der Slicing-Engine.</translation>
+    </message>
+    <message>
+        <source>Try --help.</source>
+        <translation>Versuchen Sie --help.</translation>
+    </message>
+    <message>
+        <source>--machine needs a name.</source>
+        <translation>--machine benötigt einen Namen.</translation>
+    </message>
+    <message>
+        <source>--command needs an id.</source>
+        <translation>--command benötigt eine ID.</translation>
+    </message>
+    <message>
+        <source>An empty file name was given.</source>
+        <translation>Es wurde ein leerer Dateiname angegeben.</translation>
+    </message>
+    <message>
+        <source>--list takes neither meshes nor other options.</source>
+        <translation>--list erlaubt weder Netze noch andere Optionen.</translation>
+    </message>
+    <message>
+        <source>Choose this for the platform, as the machine offers it; may be given several times.</source>
+        <translation>Diese Auswahl für die Plattform treffen, wie die Maschine sie anbietet; mehrfach möglich.</translation>
+    </message>
+    <message>
+        <source>--set needs ID=VALUE, not &apos;%1&apos;.</source>
+        <translation>--set benötigt ID=VALUE, nicht „%1“.</translation>
+    </message>
+    <message>
+        <source>--set gives &apos;%1&apos; more than one value.</source>
+        <translation>--set gibt „%1“ mehr als einen Wert.</translation>
+    </message>
+    <message>
+        <source>Write the configuration of the attached printer as XML, check it against its schemas and end.</source>
+        <translation>Die Konfiguration des zugeordneten Druckers als XML schreiben, gegen ihre Schemas prüfen und enden.</translation>
+    </message>
+    <message>
+        <source>--export-config takes neither meshes nor --command.</source>
+        <translation>--export-config nimmt weder Netze noch --command.</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::CommandsStep</name>
+    <message>
+        <source>Ribbon of %1</source>
+        <translation>Menüband von %1</translation>
+    </message>
+    <message>
+        <source>enabled</source>
+        <translation>verfügbar</translation>
+    </message>
+    <message>
+        <source>disabled: %1</source>
+        <translation>nicht verfügbar: %1</translation>
+    </message>
+    <message>
+        <source>%1 offers no commands.</source>
+        <translation>%1 bietet keine Befehle an.</translation>
+    </message>
+    <message>
+        <source>%1 does not offer the command &apos;%2&apos;.</source>
+        <translation>%1 bietet den Befehl „%2“ nicht an.</translation>
+    </message>
+    <message>
+        <source>The command &apos;%1&apos; went away.</source>
+        <translation>Der Befehl „%1“ ist nicht mehr vorhanden.</translation>
+    </message>
+    <message>
+        <source>The command &apos;%1&apos; was not carried out.</source>
+        <translation>Der Befehl „%1“ wurde nicht ausgeführt.</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::Output</name>
+    <message>
+        <source>The output cannot be printed: %1.</source>
+        <translation>Die Ausgabe kann nicht geschrieben werden: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::PlatformStep</name>
+    <message>
+        <source>default</source>
+        <translation>Vorgabe</translation>
+    </message>
+    <message>
+        <source>%1, required</source>
+        <translation>%1, erforderlich</translation>
+    </message>
+    <message>
+        <source>  materials: %1</source>
+        <translation>  Materialien: %1</translation>
+    </message>
+    <message>
+        <source>The machine offers no platform.</source>
+        <translation>Die Maschine bietet keine Plattform an.</translation>
+    </message>
+    <message>
+        <source>  sent: %1 = %2</source>
+        <translation>  gesendet: %1 = %2</translation>
+    </message>
+    <message>
+        <source>The machine &apos;%1&apos; gave no platform.</source>
+        <translation>Die Maschine „%1“ hat keine Plattform geliefert.</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::Results</name>
+    <message>
+        <source>  configuration %1 (read back, the same)</source>
+        <translation>  Konfiguration %1 (zurückgelesen, dasselbe)</translation>
+    </message>
+    <message>
+        <source>  valid, as checked against the schemas</source>
+        <translation>  gültig, geprüft gegen die Schemas</translation>
+    </message>
+    <message>
+        <source>  not checked, %1; its schemas are</source>
+        <translation>  nicht geprüft, %1; die Schemas sind</translation>
+    </message>
+    <message>
+        <source>  machine file  %1</source>
+        <translation>  Druckdatei    %1</translation>
+    </message>
+    <message>
+        <source>The machine returned no machine file.</source>
+        <translation>Die Maschine hat keine Druckdatei geliefert.</translation>
+    </message>
+    <message>
+        <source>  platform      %1 (reopened, the same)</source>
+        <translation>  Plattform     %1 (erneut geöffnet, unverändert)</translation>
+    </message>
+    <message>
+        <source>  document      %1</source>
+        <translation>  Dokument      %1</translation>
+    </message>
+    <message>
+        <source>The folder &apos;%1&apos; cannot be made: %2.</source>
+        <translation>Der Ordner „%1“ kann nicht angelegt werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::Tour</name>
+    <message>
+        <source>layers</source>
+        <translation>Schichten</translation>
+    </message>
+    <message>
+        <source>time</source>
+        <translation>Zeit</translation>
+    </message>
+    <message>
+        <source>material</source>
+        <translation>Material</translation>
+    </message>
+    <message>
+        <source>  %1 %2 layers %3 cm³</source>
+        <translation>  %1 %2 Schichten %3 cm³</translation>
+    </message>
+    <message>
+        <source>No machine is called &apos;%1&apos;; --list shows the catalog.</source>
+        <translation>Keine Maschine heißt „%1“; --list zeigt den Katalog.</translation>
+    </message>
+    <message>
+        <source>The example mesh &apos;%1&apos; was not found: install the package prusa-slicer, or name a mesh.</source>
+        <translation>Das Beispielnetz „%1“ wurde nicht gefunden: Installieren Sie das Paket prusa-slicer oder geben Sie ein Netz an.</translation>
+    </message>
+    <message>
+        <source>Interrupted.</source>
+        <translation>Unterbrochen.</translation>
+    </message>
+    <message>
+        <source>Catalog</source>
+        <translation>Katalog</translation>
+    </message>
+    <message>
+        <source>Scene</source>
+        <translation>Szene</translation>
+    </message>
+    <message>
+        <source>Printer</source>
+        <translation>Drucker</translation>
+    </message>
+    <message>
+        <source>Figures</source>
+        <translation>Kennzahlen</translation>
+    </message>
+    <message>
+        <source>Files</source>
+        <translation>Dateien</translation>
+    </message>
+    <message>
+        <source>The catalog offers no machine.</source>
+        <translation>Der Katalog bietet keine Maschine an.</translation>
+    </message>
+    <message>
+        <source>  %1  %2 × %3 × %4 mm</source>
+        <translation>  %1  %2 × %3 × %4 mm</translation>
+    </message>
+    <message>
+        <source>The machine &apos;%1&apos; could not be attached.</source>
+        <translation>Die Maschine „%1“ konnte nicht verbunden werden.</translation>
+    </message>
+    <message>
+        <source>  attached: %1 (%2)</source>
+        <translation>  verbunden: %1 (%2)</translation>
+    </message>
+    <message>
+        <source>The machine returned no figures.</source>
+        <translation>Die Maschine hat keine Kennzahlen geliefert.</translation>
+    </message>
+    <message>
+        <source>  none: nothing was built</source>
+        <translation>  keine: Es wurde nichts gebaut</translation>
+    </message>
+    <message>
+        <source>  transcript    %1</source>
+        <translation>  Protokoll     %1</translation>
+    </message>
+    <message>
+        <source>Platform</source>
+        <translation>Plattform</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::Transcript</name>
+    <message>
+        <source>The folder &apos;%1&apos; cannot be written to: %2.</source>
+        <translation>In den Ordner „%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+</context>
+</TS>
