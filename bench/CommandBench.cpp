@@ -3,6 +3,7 @@
 
 #include "commands/CommandRunner.h"
 #include "vexlorcore/Application.h"
+#include "vexlorcore/HeldScene.h"
 #include "vexlorcore/UiThread.h"
 #include "vexlorui/ReferenceApiProvider.h"
 
@@ -30,8 +31,8 @@ struct Host
     void Run()
     {
         const bool done =
-            Helpers::RunCommand(VexlorCore::HeldScene(*scene), machine, CommandParameters(), DataFormat::Platform, QStringLiteral("Empty"),
-                                [this]() -> IVexlorApiProvider& { return provider; });
+            Helpers::RunCommand(VexlorCore::HeldScene(*scene), machine, CommandParameters(), DataFormat::Platform,
+                                QStringLiteral("Empty"), [this]() -> IVexlorApiProvider& { return provider; });
         if (!done)
             std::abort();
     }
