@@ -1,6 +1,5 @@
-#include "commands/ExecutionFixture.h"
+#include "commands/CommandsFixture.h"
 
-#include "commands/ConfigurationCommands.h"
 #include "commands/PrinterCommand.h"
 
 #include "vexlorui/CommandsContainer.h"
@@ -10,66 +9,61 @@
 #include <QDesktopServices>
 #include <QUrl>
 
-#include <algorithm>
-
-namespace MachineService {
 namespace {
 
+using namespace TestSupport;
 using TavAM::Representation;
-using ::testing::ElementsAre;
+using CommandExecutionTest = CommandsFixture;
 
-TEST_F(CommandExecution, FormatDecidesWhatGoesToTheMachineAndWhatIsLoaded)
+TEST_F(CommandExecutionTest, FormatDecidesWhatGoesToTheMachineAndWhatIsLoaded)
 {
-    const std::string saved[] = {"1 .TavAMX", "2 .TavAMX", "3 .TavAMX", "4 .TavAMX",
-                                 "5 .TavAMX", "6 .xml",    "7 .xml",    "8 .xml"};
+    _script->run = [](const CommandParameters& i_parameters) {
+        EXPECT_TRUE(std::filesystem::exists(i_parameters.inputFile));
+        EXPECT_NE(i_parameters.inputFile.parent_path(), i_parameters.outputDir);
+        i_parameters.onProgress(250, "slicing");
+        return Leave({"b.tavamx", "a.txt"})(i_parameters);
+    };
     for (int format = 1; format <= 8; ++format) {
-        SCOPED_TRACE(format);
-        _provider.log.clear();
-        _script->run = [](const CommandParameters& i_parameters) {
-            EXPECT_TRUE(std::filesystem::exists(i_parameters.inputFile));
-            EXPECT_NE(i_parameters.inputFile.parent_path(), i_parameters.outputDir);
-            i_parameters.onProgress(250, "slicing");
-            return Leave({"b.tavamx", "a.txt"})(i_parameters);
-        };
+        const std::string number = std::to_string(format);
+        SCOPED_TRACE(number);
+        _ForgetAll();
         EXPECT_TRUE(_Submit(CommandType::Build, format));
-        EXPECT_THAT(_provider.log, ElementsAre("job Build", "save " + saved[format - 1],
-                                               format <= 5 ? "load " + std::to_string(format) + " b.tavamx"
-                                                           : std::string("open a.txt b.tavamx")));
+        EXPECT_THAT(_provider.log, ElementsAre("job Build", "save " + number + (format <= 5 ? " .TavAMX" : " .xml"),
+                                               format <= 5 ? "load " + number + " b.tavamx" : "open a.txt b.tavamx"));
         EXPECT_EQ(std::make_pair(100, std::string("slicing")), _provider.progress.back());
         EXPECT_TRUE(_TempIsEmpty());
     }
-    // The machine may tell that it made something else, or nothing.
+}
+
+TEST_F(CommandExecutionTest, TheMachineMayTellThatItMadeSomethingElseOrNothing)
+{
     CommandResult result;
-    result.dataFormat = DataFormat::AdditionalParts;
-    _script->run = Leave({"supports.STL", "a.txt"}, result);
-    EXPECT_TRUE(_Submit());
-    EXPECT_EQ("load 5 supports.STL", _provider.log.back());
-    for (const auto& [format, load] :
-         {std::pair(DataFormat::Document, "open a.txt"), {DataFormat::None, "save 1 .TavAMX"}}) {
+    for (const auto& [format, file, load] : {std::tuple(DataFormat::AdditionalParts, "a.STL", "load 5 a.STL"),
+                                             {DataFormat::Document, "a.txt", "open a.txt"},
+                                             {DataFormat::None, "a.txt", "save 1 .TavAMX"}}) {
         result.dataFormat = format;
-        _script->run = Leave({"a.txt"}, result);
+        _script->run = Leave({file}, result);
         EXPECT_TRUE(_Submit());
         EXPECT_EQ(load, _provider.log.back());
     }
     EXPECT_TRUE(_messages.empty());
 }
 
-TEST_F(CommandExecution, JobIsNamedAfterTheScenesFileAndCarriesItsParts)
+TEST_F(CommandExecutionTest, JobIsNamedAfterTheScenesFileAndCarriesItsParts)
 {
-    auto part = TestSupport::MakePart({});
+    auto part = MakePart({});
     part.SetHasSupports(true);
     part.SetStrategies(TavAM::Part::Strategies{{L"part", L"fine"}});
-    _scene->GetParts() = {TestSupport::MakePart({}), part};
-    const std::pair<const wchar_t*, const char*> names[] = {{L"/x/bracket.final.stl", "bracket.final"},
-                                                            {L"/x.y/bracket", "bracket"},
-                                                            {L"/x/\u6a5f\u68b0.stl", "\u6a5f\u68b0"},
-                                                            {L"", "Untitled"}};
+    _scene->GetParts() = {MakePart({}), part};
     CommandParameters seen;
     _script->run = [&](const CommandParameters& i_parameters) {
         seen = i_parameters;
         return MakeReady(CommandResult());
     };
-    for (const auto& [file, name] : names) {
+    for (const auto& [file, name] : {std::pair(L"/x/bracket.final.stl", "bracket.final"),
+                                     {L"/x.y/bracket", "bracket"},
+                                     {L"/x/\u6a5f\u68b0.stl", "\u6a5f\u68b0"},
+                                     {L"", "Untitled"}}) {
         _scene->SetFileName(file);
         EXPECT_TRUE(_Submit());
         EXPECT_EQ(name, seen.jobName);
@@ -80,46 +74,50 @@ TEST_F(CommandExecution, JobIsNamedAfterTheScenesFileAndCarriesItsParts)
     EXPECT_THAT(seen.parts[0].strategies, ElementsAre(std::pair<std::string, std::string>("part", "fine")));
 }
 
-TEST_F(CommandExecution, SubmissionToTheMachineManagerIsConfirmedAndPurged)
+/// A machine of the Machine Manager, and an operation in the host's history.
+class SubmissionTest : public CommandExecutionTest
 {
-    _script->data.serviceId = ServiceId::MachineManager;
-    auto& operations = *_host.application.GetOperationManager();
-    const auto record = [&] {
-        operations.Execute(L"sent", 0, [] {});
-    };
-    _scene->SetFileName(L"job.stl");
+protected:
+    SubmissionTest()
+    {
+        _script->data.serviceId = ServiceId::MachineManager;
+        _scene->SetFileName(L"job.stl");
+        _operations.Execute(L"sent", 0, [] {});
+    }
+    VexlorCore::OperationManagerBase& _operations = *_host.application.GetOperationManager();
+};
+
+TEST_F(SubmissionTest, IsConfirmedAndItsOperationPurged)
+{
     for (const auto& [type, asked] : {std::pair(CommandType::Build, "confirm Print3D.PostJob job"),
                                       {CommandType::PostJob, "confirm Print3D.PostJob job"},
                                       {CommandType::CreateJobUrl, "confirm Print3D.CreateJobUrl job"}}) {
-        _provider.log.clear();
-        record();
+        _ForgetAll();
+        _operations.Execute(L"sent", 0, [] {});
         EXPECT_TRUE(_Submit(type));
         EXPECT_THAT(_provider.log, ElementsAre(asked, "job Creating a job in the Machine Manager", "save 1 .TavAMX"));
-        EXPECT_TRUE(operations.GetHistory().empty());
+        EXPECT_EQ(1u, _operations.GetHistory().size());
     }
-    record();
+}
+
+TEST_F(SubmissionTest, PurgesAlsoWhenTheJobFailsButNothingForOneThatWasNotStarted)
+{
     _provider.confirms = false;
     EXPECT_FALSE(_Submit());
     EXPECT_TRUE(_messages.empty());
-    EXPECT_EQ(1u, operations.GetHistory().size()) << "a refusal purges nothing";
     _provider.confirms = true;
     _provider.onStart = [] {
         throw std::runtime_error("Another command is still running.");
     };
     EXPECT_FALSE(_Submit());
-    EXPECT_EQ(1u, operations.GetHistory().size()) << "nothing was run";
-    _messages.clear();
+    EXPECT_EQ(1u, _operations.GetHistory().size());
     _provider.onStart = nullptr;
     _provider.onSave = [] {
         throw std::runtime_error("failed");
     };
+    _messages.clear();
     EXPECT_FALSE(_Submit());
-    EXPECT_TRUE(operations.GetHistory().empty());
-    record();
-    _script->data.serviceId = ServiceId::BuildProcessors;
-    _provider.onSave = nullptr;
-    EXPECT_TRUE(_Submit());
-    EXPECT_EQ(1u, operations.GetHistory().size());
+    EXPECT_TRUE(_operations.GetHistory().empty());
 }
 
 class UrlReceiver : public QObject
@@ -138,7 +136,7 @@ public Q_SLOTS:
     void Receive(const QUrl& i_url) { urls.append(i_url); }
 };
 
-TEST_F(CommandExecution, PlatformSentOffersTheJobListOfTheWebOnly)
+TEST_F(SubmissionTest, OffersTheJobListOfTheWebOnly)
 {
     UrlReceiver desktop;
     CommandResult result;
@@ -147,10 +145,6 @@ TEST_F(CommandExecution, PlatformSentOffersTheJobListOfTheWebOnly)
     _script->run = [&](const CommandParameters& i_parameters) {
         return Leave({}, result)(i_parameters);
     };
-    EXPECT_TRUE(_Submit());
-    EXPECT_TRUE(_messages.empty()) << "only the Machine Manager's jobs are told";
-
-    _script->data.serviceId = ServiceId::MachineManager;
     EXPECT_TRUE(_Submit());
     ASSERT_EQ(1u, _messages.size());
     EXPECT_EQ(Vexlor::Message::Kind::Information, _messages[0].kind);
@@ -174,31 +168,36 @@ TEST_F(CommandExecution, PlatformSentOffersTheJobListOfTheWebOnly)
         EXPECT_TRUE(_Submit()) << "the job was sent all the same";
         ASSERT_EQ(2u, _messages.size());
         EXPECT_EQ(Vexlor::Message::Kind::Critical, _messages[1].kind);
-        EXPECT_TRUE(_messages[1].text.startsWith(QLatin1String("Cannot open url: "))) << address.scheme;
+        EXPECT_THAT(_messages[1].text.toStdString(), StartsWith("Cannot open url: ")) << address.scheme;
     }
     EXPECT_EQ(1, desktop.urls.size());
+    _messages.clear();
+    _script->data.serviceId = ServiceId::BuildProcessors;
+    EXPECT_TRUE(_Submit());
+    EXPECT_TRUE(_messages.empty()) << "only the Machine Manager's jobs are told";
 }
 
-TEST_F(CommandExecution, SceneClosedMeanwhileIsOneMessage)
+TEST_F(SubmissionTest, SceneClosedMeanwhileIsOneMessage)
 {
-    _script->run = [this](const CommandParameters& i_parameters) {
+    const auto close = [this] {
         VexlorCore::UiThread::Invoke([this] { _host.application.GetDatabase()->CloseDataSet(_scene); });
+    };
+    _provider.onConfirm = close;
+    EXPECT_FALSE(_Submit());
+    _ExpectOneFailure("The scene was closed.");
+
+    _ForgetAll();
+    _provider.onConfirm = nullptr;
+    _scene = _host.application.GetDatabase()->CreateDataSet();
+    _script->run = [&](const CommandParameters& i_parameters) {
+        close();
         return Leave({"a.TavAMX"})(i_parameters);
     };
     EXPECT_FALSE(_Submit());
     _ExpectOneFailure("The scene was closed.");
-
-    _messages.clear();
-    _scene = _host.application.GetDatabase()->CreateDataSet();
-    _script->data.serviceId = ServiceId::MachineManager;
-    _provider.onConfirm = [this] {
-        _host.application.GetDatabase()->CloseDataSet(_scene);
-    };
-    EXPECT_FALSE(_Submit());
-    _ExpectOneFailure("The scene was closed.");
 }
 
-TEST_F(CommandExecution, SecondCommandIsRefusedAndTheFirstGoesOnAlsoWithoutItsButton)
+TEST_F(CommandExecutionTest, SecondCommandIsRefusedAndTheFirstGoesOnAlsoWithoutItsButton)
 {
     const QString id = QStringLiteral("id");
     Vexlor::UICommands::CommandsContainer<PrinterCommand> ribbon;
@@ -226,31 +225,30 @@ TEST_F(CommandExecution, SecondCommandIsRefusedAndTheFirstGoesOnAlsoWithoutItsBu
         << "the first one still hears that the selection changed";
 }
 
-TEST_F(CommandExecution, ExportCheckRefusesWhatTheMachineDoesNotTake)
+TEST_F(CommandExecutionTest, ExportCheckRefusesWhatTheMachineDoesNotTake)
 {
-    const auto mesh = TestSupport::MakePart({}).GetRepresentation();
+    const auto mesh = MakePart({}).GetRepresentation();
     const auto composed = [](Representation i_member) {
         return Representation::FromMembers({std::move(i_member)});
     };
     const auto implicit = Representation::FromImplicit("i");
     const auto brep = Representation::FromBrep("b");
     // Passes for a machine that takes: nothing special, implicit data, composed parts, both.
-    const std::tuple<Representation, std::string> rows[] = {
+    const std::pair<Representation, const char*> rows[] = {
         {mesh, "1111"},           {implicit, "0101"},
         {composed(mesh), "0011"}, {composed(composed(implicit)), "0001"},
         {brep, "0000"},           {composed(composed(brep)), "0000"},
     };
     for (const auto& [representation, passes] : rows)
-        for (int takes = 0; takes < 4; ++takes) {
-            SCOPED_TRACE(std::to_string(&representation - &std::get<0>(rows[0])) + "/" + std::to_string(takes));
+        for (std::size_t takes = 0; takes < 4; ++takes) {
+            SCOPED_TRACE(passes + std::to_string(takes));
             _script->data.acceptsImplicitData = takes & 1;
             _script->data.acceptsComposedParts = takes & 2;
             _scene->GetParts() = {TavAM::Part(), TavAM::Part()};
             _scene->GetParts()[0].SetRepresentation(mesh);
             _scene->GetParts()[1].SetRepresentation(representation);
-            _messages.clear();
-            _provider.log.clear();
-            const bool passed = passes[static_cast<std::size_t>(takes)] == '1';
+            _ForgetAll();
+            const bool passed = passes[takes] == '1';
             EXPECT_EQ(passed, _Submit());
             EXPECT_EQ(passed, !_provider.log.empty()) << "the machine must not be asked after a refusal";
             if (!passed)
@@ -261,135 +259,6 @@ TEST_F(CommandExecution, ExportCheckRefusesWhatTheMachineDoesNotTake)
         }
 }
 
-struct KindRow
-{
-    CommandType type;
-    const char* usage; ///< null: not counted
-    const char* machine;
-    const char* process;
-    const char* title;
-    bool checks = true;
-    bool passesText = false;
-};
-
-const KindRow mgp_kinds[] = {
-    {CommandType::Build, "Build", "Build", "VexlorProcess", "Build"},
-    {CommandType::PostJob, "Build", "Build", "VexlorProcess", "Build"},
-    {CommandType::CreateJobUrl, "Build", "Build", "VexlorProcess", "Create Job"},
-    {CommandType::AutomaticPlacement, "Automatic placement", "Autoplacement", "VexlorPlaceAutomatically",
-     "Automatic Placement"},
-    {CommandType::ConsumptionEstimations, nullptr, nullptr, "VexlorEstimatePrintConsumptions",
-     "Build Consumption Estimations"},
-    {CommandType::ConfigureParts, "Configure parts", "Configure parts", "VexlorConfigureParts", "Own name"},
-    {CommandType::ConfigurePlatform, "Configure platform", "ConfigurePlatform", "VexlorConfigurePlatform", "Own name"},
-    {CommandType::ConfigurePrinter, "Configure platform", "ConfigurePlatform", "VexlorProcess", "Own name", false},
-    {CommandType::Additional, "Additional command", "Additional commands", "VexlorProcess", "Own name", true, true},
-    {CommandType::AdditionalForParts, "Additional command", "Additional commands", "VexlorProcess", "Own name", true,
-     true},
-    {CommandType::AdditionalForPlatform, "Additional command", "Additional commands", "VexlorProcess", "Own name", true,
-     true},
-};
-
-class CommandsByKind : public CommandExecution
-{
-protected:
-    CommandsByKind()
-    {
-        _script->data.modelId = "model";
-        _script->data.manufacturer = "maker";
-        _script->data.driverId = "driver";
-        _script->run = _script->fillReport = [this](const CommandParameters& i_parameters) {
-            _seen = i_parameters;
-            return MakeReady(CommandResult());
-        };
-        _getText = [] {
-            return QStringLiteral("at click \u00e4");
-        };
-    }
-
-    static std::vector<VexlorCore::Statistic::Trace> _MakeTraces(const KindRow& i_row)
-    {
-        if (!i_row.usage)
-            return {};
-        return {{"BuildProcessorsUsage", "Information", i_row.usage, {}},
-                {"BuildProcessors",
-                 "Information",
-                 i_row.machine,
-                 {{"BuildProcessors.ModelId", "model"},
-                  {"BuildProcessors.Manufacturer", "maker"},
-                  {"BuildProcessors.DriverId", "driver"}}}};
-    }
-
-    void _ExpectRun(const KindRow& i_row, const std::function<bool()>& i_run)
-    {
-        VexlorCore::Statistic::Clear();
-        _provider.log.clear();
-        _messages.clear();
-        _scene->GetParts().clear();
-        EXPECT_TRUE(i_run());
-        EXPECT_EQ(i_row.process, _seen.processName);
-        EXPECT_EQ(std::string("job ") + i_row.title, _provider.log.at(0));
-        EXPECT_EQ(i_row.passesText ? "at click \u00e4" : "", _seen.callerContext);
-        EXPECT_EQ(_MakeTraces(i_row), VexlorCore::Statistic::GetTraces());
-
-        _scene->GetParts() = {TavAM::Part()};
-        _scene->GetParts()[0].SetRepresentation(Representation::FromBrep("b"));
-        EXPECT_EQ(!i_row.checks, i_run());
-        EXPECT_EQ(i_row.checks ? 1u : 0u, _messages.size());
-    }
-
-    CommandParameters _seen;
-};
-
-TEST_F(CommandsByKind, EachHasItsTracesCheckAndProcessName)
-{
-    for (const KindRow& row : mgp_kinds) {
-        SCOPED_TRACE(static_cast<int>(row.type));
-        _ExpectRun(row, [&] { return _Submit(row.type); });
-        EXPECT_EQ(Describe(row.type).id, _seen.commandId);
-    }
-    _messages.clear();
-    EXPECT_FALSE(_Submit(static_cast<CommandType>(11))) << "an unknown kind does nothing";
-    EXPECT_TRUE(_messages.empty());
-}
-
-TEST_F(CommandsByKind, OperationsThatAreCalledByNameDoNotAskTheDescriptionsKind)
-{
-    using Operation = bool (*)(const CommandDescription&, const Machine&, const Helpers::ApiProviderGetter&,
-                               const Helpers::DataSetGetter&);
-    const CommandDescription build = Describe(CommandType::Build);
-    for (const auto& [type, operation] :
-         {std::pair<CommandType, Operation>(CommandType::ConfigureParts, Helpers::ConfigurePart),
-          {CommandType::ConfigurePlatform, Helpers::ConfigurePlatform}}) {
-        const auto is_row = [wanted = type](const KindRow& i_row) {
-            return i_row.type == wanted;
-        };
-        const auto run = [&, call = operation] {
-            return call(build, _MakeMachine(), _getProvider, _getScene);
-        };
-        _ExpectRun(*std::ranges::find_if(mgp_kinds, is_row), run);
-    }
-    _ExpectRun(mgp_kinds[8], [&] {
-        return Helpers::DynamicPrinterCommand(build, _MakeMachine(), _getProvider, _getScene, _getText);
-    });
-}
-
-TEST_F(CommandsByKind, ReportIsFilledWithoutTraceAndCheckAndTellsItsFailure)
-{
-    const auto fill = [this] {
-        return Helpers::FillReportProperties(_MakeMachine(), _getProvider, _getScene);
-    };
-    _ExpectRun({{}, nullptr, nullptr, "VexlorDocGenProperties", "Report Properties", false}, fill);
-    EXPECT_TRUE(_seen.commandId.is_nil());
-    _script->fillReport = [](const CommandParameters&) {
-        return MakeFailed<CommandResult>(
-            std::make_exception_ptr(CommunicationException(ErrorCode::ReportNotSupported)));
-    };
-    EXPECT_FALSE(fill());
-    _ExpectOneFailure("The Build Process doesn't support report generation");
-}
-
 } // namespace
-} // namespace MachineService
 
 #include "CommandExecutionTest.moc"

@@ -1,4 +1,4 @@
-#include "commands/ExecutionFixture.h"
+#include "commands/CommandsFixture.h"
 
 #include "tavam/FileError.h"
 #include "vexlorcore/HostException.h"
@@ -6,14 +6,12 @@
 #include <QCoreApplication>
 #include <QTimer>
 
-#include <thread>
-
-namespace MachineService {
 namespace {
 
-using ::testing::Contains;
-using ::testing::Not;
+using namespace TestSupport;
+
 using namespace std::chrono_literals;
+using CommandFailuresTest = CommandsFixture;
 
 struct CountingHostException : VexlorCore::HostException
 {
@@ -113,24 +111,22 @@ const FailureRow mgp_failures[] = {
      "h\u00f6st"},
 };
 
-TEST_F(CommandExecution, EveryFailureIsOneCriticalMessageAndFalse)
+TEST_F(CommandFailuresTest, EveryFailureIsOneCriticalMessageAndFalse)
 {
     for (const FailureRow& row : mgp_failures) {
         SCOPED_TRACE(row.name);
         *_script = Script();
-        _script->run = Leave({});
         _provider.onStart = _provider.onSave = _provider.onLoad = nullptr;
-        _provider.log.clear();
-        _messages.clear();
+        _ForgetAll();
         row.arrange(*_script, _provider);
         EXPECT_FALSE(_Submit(CommandType::Build, row.format));
         _ExpectOneFailure(row.text);
         EXPECT_EQ(0, CountingHostException::mgp_alive);
-        EXPECT_THAT(_provider.log, Not(Contains(::testing::StartsWith("open"))));
+        EXPECT_THAT(_provider.log, Not(Contains(StartsWith("open"))));
     }
 }
 
-TEST_F(CommandExecution, MissingScenesAndGettersAreFailuresToo)
+TEST_F(CommandFailuresTest, MissingScenesAndGettersAreFailuresToo)
 {
     _getScene = [] {
         return nullptr;
@@ -146,7 +142,7 @@ TEST_F(CommandExecution, MissingScenesAndGettersAreFailuresToo)
     _ExpectOneFailure("bad_function_call");
 }
 
-TEST_F(CommandExecution, HostThatCannotShowMessagesGetsNoException)
+TEST_F(CommandFailuresTest, HostThatCannotShowMessagesGetsNoException)
 {
     Vexlor::MessageDialogs::SetHandler([](const Vexlor::Message&) -> int { throw std::runtime_error("no screen"); });
     _script->run = [](const CommandParameters&) {
@@ -156,7 +152,7 @@ TEST_F(CommandExecution, HostThatCannotShowMessagesGetsNoException)
     EXPECT_TRUE(_TempIsEmpty());
 }
 
-TEST_F(CommandExecution, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond)
+TEST_F(CommandFailuresTest, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond)
 {
     std::promise<CommandResult> never;
     CommandParameters seen;
@@ -206,14 +202,13 @@ TEST_F(CommandExecution, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond)
         SCOPED_TRACE(name);
         *_script = Script();
         _provider.onJob = _provider.onSave = nullptr;
-        _provider.log.clear();
-        _messages.clear();
+        _ForgetAll();
         arrange();
         const auto start = std::chrono::steady_clock::now();
         EXPECT_FALSE(_Submit());
         EXPECT_LT(std::chrono::steady_clock::now() - start, 1s);
         _ExpectOneFailure("Job processing was aborted.");
-        EXPECT_THAT(_provider.log, Not(Contains(::testing::StartsWith("load"))));
+        EXPECT_THAT(_provider.log, Not(Contains(StartsWith("load"))));
     }
     EXPECT_GT(ticks, 10) << "the event loop stood still while a service was waited for";
 
@@ -227,7 +222,7 @@ TEST_F(CommandExecution, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond)
     EXPECT_EQ(1u, _messages.size());
 }
 
-TEST_F(CommandExecution, CancellingWhileLoadingLoadsTheWhole)
+TEST_F(CommandFailuresTest, CancellingWhileLoadingLoadsTheWhole)
 {
     _script->run = Leave({"a.TavAMX"});
     _provider.onLoad = [this] {
@@ -238,4 +233,3 @@ TEST_F(CommandExecution, CancellingWhileLoadingLoadsTheWhole)
 }
 
 } // namespace
-} // namespace MachineService

@@ -1,18 +1,13 @@
 #include "commands/CommandIcon.h"
-
-#include <gtest/gtest.h>
+#include "support/Test.h"
 
 #include <QBuffer>
 #include <QColorSpace>
 #include <QImage>
 #include <QImageWriter>
 
-#include <algorithm>
 #include <ctime>
-#include <functional>
-#include <limits>
 
-namespace MachineService {
 namespace {
 
 using Bytes = QByteArray;
@@ -190,7 +185,7 @@ constexpr double LongestDecoding = 200;
 constexpr double LongestDecoding = 20;
 #endif
 
-TEST(CommandIcon, OnlyWhatIsCheapToDecodeIsDecoded)
+TEST(CommandIconTest, OnlyWhatIsCheapToDecodeIsDecoded)
 {
     for (const Row& row : mgp_rows) {
         SCOPED_TRACE(row.name);
@@ -199,14 +194,14 @@ TEST(CommandIcon, OnlyWhatIsCheapToDecodeIsDecoded)
         double best = std::numeric_limits<double>::max();
         for (int round = 0; round < 3; ++round) {
             const double start = GetMilliseconds();
-            EXPECT_EQ(row.isShown, !LoadCommandIcon(bytes).isNull());
+            EXPECT_EQ(row.isShown, !MachineService::LoadCommandIcon(bytes).isNull());
             best = std::min(best, GetMilliseconds() - start);
         }
         EXPECT_LT(best, LongestDecoding) << "ms of the processor";
     }
 }
 
-TEST(CommandIcon, PictureIsTheOneThatWasSent)
+TEST(CommandIconTest, PictureIsTheOneThatWasSent)
 {
     QImage image(3, 1, QImage::Format_ARGB32);
     image.setPixelColor(0, 0, Qt::red);
@@ -215,11 +210,10 @@ TEST(CommandIcon, PictureIsTheOneThatWasSent)
     image.setColorSpace(QColorSpace::SRgb);
     image.setText(QStringLiteral("key"), QStringLiteral("text"));
     const Bytes png = Encode(image, "png");
-    const QImage shown = LoadCommandIcon({png.begin(), png.end()}).pixmap(3, 1).toImage();
+    const QImage shown = MachineService::LoadCommandIcon({png.begin(), png.end()}).pixmap(3, 1).toImage();
     EXPECT_EQ(shown.pixelColor(0, 0), QColor(Qt::red));
     EXPECT_EQ(shown.pixelColor(1, 0), QColor(Qt::blue));
     EXPECT_EQ(shown.pixelColor(2, 0).alpha(), 0);
 }
 
 } // namespace
-} // namespace MachineService

@@ -1,65 +1,54 @@
 #pragma once
 
-#include "client/interface/CommunicationException.h"
+#include "commands/CommandExecution.h"
 #include "commands/HostContext.h"
 
+#include "support/FakeMachine.h"
 #include "support/HostFixture.h"
-#include "support/MachineParts.h"
 #include "support/ScriptedProvider.h"
 #include "vexlorcore/Statistic.h"
 
-#include <gmock/gmock.h>
+namespace TestSupport {
 
-namespace MachineService {
+using namespace MachineService;
 
-using TestSupport::MakeFailed;
-using TestSupport::MakeReady;
-using TestSupport::ScriptedProvider;
+inline CommandDescription Describe(CommandType i_type, int i_format = 1)
+{
+    CommandDescription description;
+    description.type = i_type;
+    description.id.data[0] = 7;
+    description.name = "Own name";
+    description.dataFormat = static_cast<DataFormat>(i_format);
+    return description;
+}
 
-/// A machine that does what a test wrote for it.
-struct Script
+/// A run that leaves these files and ends in this result.
+inline auto Leave(std::vector<std::string> i_files, CommandResult i_result = {})
+{
+    return [i_files, i_result](const CommandParameters& i_parameters) {
+        for (const std::string& file : i_files)
+            std::ofstream(i_parameters.outputDir / file) << "output";
+        return MakeReady(i_result);
+    };
+}
+
+/// What the machine of a test is and does.
+struct Script : FakeBehaviour
 {
     MachineData data;
-    std::vector<CommandDescription> commands;
-    std::function<std::future<std::vector<CommandDescription>>()> getCommands; // the ones above when empty
-    std::function<std::future<bool>()> canRun = [] {
-        return MakeReady(true);
-    };
-    std::function<std::future<CommandResult>(const CommandParameters&)> run = [](const CommandParameters&) {
-        return MakeReady(CommandResult());
-    };
-    std::function<std::future<CommandResult>(const CommandParameters&)> fillReport = run;
 
-    Script() { data.id.data[0] = 1; }
-};
-
-class ScriptedStrategy final : public SilentMachine
-{
-public:
-    explicit ScriptedStrategy(std::shared_ptr<Script> ip_script)
-        : SilentMachine(ip_script->data)
-        , _script(std::move(ip_script))
-    {}
-    std::future<std::vector<CommandDescription>> GetCommands() const override
+    Script()
     {
-        return _script->getCommands ? _script->getCommands() : MakeReady(_script->commands);
+        data.id.data[0] = 1;
+        canRun = [](const auto&) {
+            return MakeReady(true);
+        };
+        run = fillReport = Leave({});
     }
-    std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override { return _script->canRun(); }
-    std::future<CommandResult> RunCommand(const CommandParameters& i_parameters) const override
-    {
-        return _script->run(i_parameters);
-    }
-    std::future<CommandResult> FillReportProperties(const CommandParameters& i_parameters) const override
-    {
-        return _script->fillReport(i_parameters);
-    }
-
-private:
-    std::shared_ptr<Script> _script;
 };
 
 /// A host with one active scene, a machine, and recorded messages; temporary folders lie in a folder of its own.
-class CommandsFixture : public ::testing::Test
+class CommandsFixture : public testing::Test
 {
 protected:
     CommandsFixture()
@@ -78,7 +67,12 @@ protected:
     bool _TempIsEmpty() const { return std::filesystem::is_empty(_temp.path().toStdString()); }
 
     HostContext _MakeHost() const { return {_getScene, _getProvider, _getText}; }
-    Machine _MakeMachine() const { return Machine(std::make_unique<ScriptedStrategy>(_script)); }
+    Machine _MakeMachine() const { return MakeFakeMachine(_script->data, _script); }
+
+    bool _Submit(CommandType i_type = CommandType::Build, int i_format = 1)
+    {
+        return Helpers::RunPrinterCommand(Describe(i_type, i_format), _MakeMachine(), _MakeHost());
+    }
 
     /// Exactly one critical message with one button, and nothing left behind.
     void _ExpectOneFailure(const std::string& i_text)
@@ -90,7 +84,13 @@ protected:
         EXPECT_TRUE(_TempIsEmpty());
     }
 
-    TestSupport::Host _host;
+    void _ForgetAll()
+    {
+        _provider.log.clear();
+        _messages.clear();
+    }
+
+    Host _host;
     QTemporaryDir _temp;
     VexlorCore::DataSet* _scene = _host.scene;
     std::vector<Vexlor::Message> _messages;
@@ -108,4 +108,4 @@ protected:
     };
 };
 
-} // namespace MachineService
+} // namespace TestSupport

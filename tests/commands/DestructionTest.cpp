@@ -1,6 +1,5 @@
 #include "catalog/PrinterAttachment.h"
-#include "commands/CommandExecution.h"
-#include "commands/ExecutionFixture.h"
+#include "commands/CommandsFixture.h"
 #include "commands/PrinterCommandManager.h"
 
 #include "vexlorcore/Notifications.h"
@@ -10,13 +9,14 @@
 #include <QByteArray>
 #include <QCoreApplication>
 
-namespace MachineService {
 namespace {
+
+using namespace TestSupport;
 
 using Vexlor::UICommands::IconUpdater;
 
 /// The manager and a command are destroyed by whatever they call out to. The sanitizers tell what is touched then.
-class DestructionTest : public CommandExecution
+class DestructionTest : public CommandsFixture
 {
 protected:
     using Manager = PrinterCommandManager;
@@ -35,7 +35,7 @@ protected:
             _Call("commands");
             return MakeReady(_script->commands);
         };
-        _script->canRun = [this] {
+        _script->canRun = [this](const auto&) {
             _Call("can run");
             return MakeReady(true);
         };
@@ -213,4 +213,3 @@ TEST_F(DestructionTest, OfACommandByItsOwner)
 }
 
 } // namespace
-} // namespace MachineService

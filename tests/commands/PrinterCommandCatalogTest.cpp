@@ -12,8 +12,9 @@
 #include <QStandardItemModel>
 #include <QTranslator>
 
-namespace MachineService {
 namespace {
+
+using namespace TestSupport;
 
 struct Content final : Vexlor::UICommands::UpdatableContext
 {
@@ -34,7 +35,7 @@ std::vector<std::uint8_t> MakePng(int i_width)
     return {bytes.begin(), bytes.end()};
 }
 
-class PrinterCommandCatalog : public CommandsFixture
+class PrinterCommandCatalogTest : public CommandsFixture
 {
 protected:
     CommandDescription& _Offer(int i_kind)
@@ -53,7 +54,7 @@ protected:
     }
 };
 
-TEST_F(PrinterCommandCatalog, KindDecidesNameTextsIconAndEnabling)
+TEST_F(PrinterCommandCatalogTest, KindDecidesNameTextsIconAndEnabling)
 {
     struct Row
     {
@@ -122,16 +123,18 @@ TEST_F(PrinterCommandCatalog, KindDecidesNameTextsIconAndEnabling)
                                                                    throw CommunicationException(ErrorCode::QueueError);
                                                                }};
         for (const auto& refusal : refusals) {
-            _script->canRun = refusal;
+            _script->canRun = [&](const auto&) {
+                return refusal();
+            };
             EXPECT_EQ(!row.asksMachine, is_enabled(1));
         }
-        _script->canRun = [] {
+        _script->canRun = [](const auto&) {
             return MakeReady(true);
         };
     }
 }
 
-TEST_F(PrinterCommandCatalog, TellsConnectionsAndListsThatAreNotThere)
+TEST_F(PrinterCommandCatalogTest, TellsConnectionsAndListsThatAreNotThere)
 {
     _script->data.configuresConnection = true;
     _Offer(2);
@@ -151,7 +154,7 @@ TEST_F(PrinterCommandCatalog, TellsConnectionsAndListsThatAreNotThere)
     EXPECT_TRUE(_Create().empty());
 }
 
-TEST_F(PrinterCommandCatalog, HostileTextsAreBoundedAndACommandStaysWithoutItsIcon)
+TEST_F(PrinterCommandCatalogTest, HostileTextsAreBoundedAndACommandStaysWithoutItsIcon)
 {
     _Offer(0).icon = {'n', 'o'};
     _script->commands[0].name = std::string(3, 'x') + std::string(5'000'000, '\xC3');
@@ -175,7 +178,7 @@ public:
     bool isEmpty() const override { return false; }
 };
 
-TEST_F(PrinterCommandCatalog, TitlesAreTranslatedByCommandId)
+TEST_F(PrinterCommandCatalogTest, TitlesAreTranslatedByCommandId)
 {
     GermanBuild translator;
     QCoreApplication::installTranslator(&translator);
@@ -225,4 +228,3 @@ TEST(CommandInsertHint, PutsConfigurationFirstAndBuildLast)
 }
 
 } // namespace
-} // namespace MachineService

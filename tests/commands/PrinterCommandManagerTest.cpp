@@ -8,10 +8,9 @@
 #include <QCoreApplication>
 #include <QMetaMethod>
 
-#include <algorithm>
-
-namespace MachineService {
 namespace {
+
+using namespace TestSupport;
 
 using Log = std::vector<std::string>;
 
@@ -170,8 +169,8 @@ TEST_F(PrinterCommandManagerTest, FailuresReachTheCallerButNotTheEventLoop)
     EXPECT_NO_THROW(source.setObjectName(QStringLiteral("a")));
     EXPECT_EQ(2, _Ids().size()) << "what came before the duplicate stays";
     _script->data.id.data[0] = 3;
-    EXPECT_EQ((TestSupport::Failure{ErrorCode::InternalError, "Can't insert BP command for Print3D Command Manager"}),
-              TestSupport::GetFailure([this] { _manager.CheckCommands(); }));
+    EXPECT_EQ((Failure{ErrorCode::InternalError, "Can't insert BP command for Print3D Command Manager"}),
+              GetFailure([this] { _manager.CheckCommands(); }));
     _script->getCommands = []() -> std::future<std::vector<CommandDescription>> {
         throw std::runtime_error("gone");
     };
@@ -203,4 +202,3 @@ TEST_F(PrinterCommandManagerTest, MethodsHaveTheirPublishedOrder)
 }
 
 } // namespace
-} // namespace MachineService

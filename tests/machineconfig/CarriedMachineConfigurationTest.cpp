@@ -13,11 +13,9 @@
 #include <QTemporaryDir>
 #include <QXmlStreamReader>
 
-#include <functional>
-#include <limits>
-
-namespace MachineService {
 namespace {
+
+using namespace TestSupport;
 
 using TavAM::PersistentProperties;
 using TavAM::PropertyNames::Print3D::MachineConfiguration;
@@ -34,7 +32,7 @@ PlatformMachineConfiguration MakeConfigurationOf(std::size_t i_bytes)
     return configuration;
 }
 
-TEST(CarriedMachineConfiguration, TravelsWithThePlatformAndCanBeReadWithoutThisLibrary)
+TEST(CarriedMachineConfigurationTest, TravelsWithThePlatformAndCanBeReadWithoutThisLibrary)
 {
     const PlatformMachineConfiguration configuration = MakeConfigurationOf(PersistentProperties::LargestText);
     TavAM::Platform platform;
@@ -70,7 +68,7 @@ TEST(CarriedMachineConfiguration, TravelsWithThePlatformAndCanBeReadWithoutThisL
     EXPECT_EQ(GetFailure([&] { GetMachineConfiguration(platform); }).code, ErrorCode::FileError);
 }
 
-TEST(CarriedMachineConfiguration, FollowsTheSceneStepByStep)
+TEST(CarriedMachineConfigurationTest, FollowsTheSceneStepByStep)
 {
     using Step = std::function<void(VexlorCore::DataSet&, Data::Machine*)>;
     const auto setShape = [](const wchar_t* ip_shape) {
@@ -151,25 +149,4 @@ TEST(CarriedMachineConfiguration, FollowsTheSceneStepByStep)
     }
 }
 
-TEST(CarriedMachineConfiguration, IsLeftOutWhenItIsTooLongAndTheRestOfTheSceneIsSaved)
-{
-    VexlorCore::Database database;
-    VexlorCore::DataSet& scene = *database.CreateDataSet();
-    scene.GetPlatform().SetMachine(TavAM::MachineParameters());
-    Data::Machine& machine = MachineLayer::Utilities::GetMachineDataMutable(&scene)->Edit();
-    const Data::SupportProfile profile = MakeFullMachine().surfaceTypeProfiles.begin()->second;
-    for (int number = 0; number < 10'000; ++number)
-        machine.surfaceTypeProfiles[L"Surface " + std::to_wstring(number)] = profile;
-    MachineLayer::Utilities::StoreMachineData(&scene);
-    Utilities::UpdateMachineConfiguration(&scene);
-
-    QTemporaryDir folder;
-    const std::filesystem::path path = folder.filePath(QStringLiteral("large.TavAMX")).toStdString();
-    VexlorCore::SaveScene(scene, path);
-    VexlorCore::DataSet* const reopened = VexlorCore::LoadScene(database, path);
-    EXPECT_EQ(GetMachineConfiguration(reopened->GetPlatform()), std::nullopt);
-    EXPECT_EQ(MachineLayer::Utilities::GetMachineDataMutable(reopened)->Get(), machine);
-}
-
 } // namespace
-} // namespace MachineService

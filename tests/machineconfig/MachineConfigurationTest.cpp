@@ -10,15 +10,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <limits>
-
-namespace MachineService {
 namespace {
 
+using namespace TestSupport;
+
 using Configuration = PlatformMachineConfiguration;
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using TestSupport::Replaced;
 
 constexpr double NotANumber = std::numeric_limits<double>::quiet_NaN();
 
@@ -50,7 +46,7 @@ std::vector<Configuration> MakeConfigurations()
             Make([](Configuration& o_c) { o_c.partExport.emplace(); })};
 }
 
-TEST(MachineConfiguration, ReadsBackWhatItWritesAndAllOfItIsValid)
+TEST(MachineConfigurationTest, ReadsBackWhatItWritesAndAllOfItIsValid)
 {
     QTemporaryDir folder;
     QStringList files;
@@ -61,10 +57,10 @@ TEST(MachineConfiguration, ReadsBackWhatItWritesAndAllOfItIsValid)
         SaveMachineConfiguration(folder.filePath(files.back()).toStdString(), configuration);
         EXPECT_EQ(LoadMachineConfiguration(folder.filePath(files.back()).toStdString()), configuration);
     }
-    EXPECT_EQ(TestSupport::ValidateConfigurations(folder.path(), files), "");
+    EXPECT_EQ(ValidateConfigurations(folder.path(), files), "");
 }
 
-TEST(MachineConfiguration, TakesOverWhatTheMachineHasAndLeavesOutWhatItHasNot)
+TEST(MachineConfigurationTest, TakesOverWhatTheMachineHasAndLeavesOutWhatItHasNot)
 {
     const Data::Machine machine = MakeFullMachine();
     const Configuration full = Convert(machine);
@@ -92,7 +88,7 @@ TEST(MachineConfiguration, TakesOverWhatTheMachineHasAndLeavesOutWhatItHasNot)
               "</Nesting></MachineConfiguration>\n");
 }
 
-TEST(MachineConfiguration, RefusesMachineDataThatNoDocumentCanCarry)
+TEST(MachineConfigurationTest, RefusesMachineDataThatNoDocumentCanCarry)
 {
     struct Row
     {
@@ -137,7 +133,7 @@ TEST(MachineConfiguration, RefusesMachineDataThatNoDocumentCanCarry)
     const Configuration bad = Make([](Configuration& o_c) { o_c.zBrace.emplace().angle = 361; });
     EXPECT_EQ(GetFailure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).code, ErrorCode::InternalError);
     EXPECT_TRUE(QDir(folder.path()).isEmpty());
-    TestSupport::WriteFile(path.toStdString(), "before");
+    WriteFile(path.toStdString(), "before");
     EXPECT_EQ(GetFailure([&] { SaveMachineConfiguration(path.toStdString(), bad); }).code, ErrorCode::InternalError);
     EXPECT_EQ(QFile(path).size(), 6);
     EXPECT_EQ(GetFailure([&] {
@@ -148,15 +144,7 @@ TEST(MachineConfiguration, RefusesMachineDataThatNoDocumentCanCarry)
     EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
-/// A document of one section of the Nesting kind.
-std::string Nest(const std::string& i_content, const std::string& i_version = "2023/03")
-{
-    return "<MachineConfiguration xmlns=\"https://www.vexlor.example/AM/MachineData/MachineConfiguration/2026/11\">"
-           "<Machine/><Nesting xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/" +
-           i_version + "\">" + i_content + "</Nesting></MachineConfiguration>";
-}
-
-TEST(MachineConfiguration, PassesOverWhatItDoesNotKnowAndTellsIt)
+TEST(MachineConfigurationTest, PassesOverWhatItDoesNotKnowAndTellsIt)
 {
     const std::string rotation = "<RotationFreedom> None </RotationFreedom>";
     const std::string machine = "<Machine/>";
@@ -176,14 +164,14 @@ TEST(MachineConfiguration, PassesOverWhatItDoesNotKnowAndTellsIt)
     for (const auto& [document, remark] : rows) {
         std::vector<std::string> remarks;
         EXPECT_EQ(ReadMachineConfiguration(document, &remarks), expected) << document;
-        EXPECT_THAT(remarks, ::testing::ElementsAre(remark));
+        EXPECT_THAT(remarks, ElementsAre(remark));
     }
     std::vector<std::string> many;
-    ReadMachineConfiguration(Nest(rotation + TestSupport::Repeat("<x/>", 10'000)), &many);
+    ReadMachineConfiguration(Nest(rotation + Repeat("<x/>", 10'000)), &many);
     EXPECT_EQ(many.size(), 20U);
 }
 
-TEST(MachineConfiguration, IsNotWrittenLargerThanItCanBeRead)
+TEST(MachineConfigurationTest, IsNotWrittenLargerThanItCanBeRead)
 {
     const auto write = [](std::size_t i_names, std::size_t i_size, wchar_t i_character) {
         return WriteMachineConfiguration(Make([&](Configuration& o_c) {
@@ -198,7 +186,7 @@ TEST(MachineConfiguration, IsNotWrittenLargerThanItCanBeRead)
     EXPECT_THAT(GetFailure([&] { write(1'000'000, 1, L'x'); }).text, HasSubstr("it has more than 1000000 elements"));
 }
 
-TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
+TEST(MachineConfigurationTest, SaysWhatIsWrongWithADocument)
 {
     struct Row
     {
@@ -245,7 +233,7 @@ TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
          false},
         {Replaced(good, "Nesting xmlns=\"https", "Nesting xmlns=\"urn"), "It has no section"},
         {"<!DOCTYPE a>" + good, "a DOCTYPE is not accepted", false},
-        {Nest(TestSupport::Repeat("<a>", 100'000)), "nested deeper than 64"},
+        {Nest(Repeat("<a>", 100'000)), "nested deeper than 64"},
     };
     QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("bad.xml"));
@@ -253,11 +241,11 @@ TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
         const auto [code, text] = GetFailure([&] { ReadMachineConfiguration(row.document); });
         EXPECT_EQ(code, ErrorCode::FileError);
         EXPECT_THAT(text, HasSubstr(row.reason));
-        TestSupport::WriteFile(path.toStdString(), row.document);
+        WriteFile(path.toStdString(), row.document);
         EXPECT_THAT(GetFailure([&] { LoadMachineConfiguration(path.toStdString()); }).text,
                     AllOf(HasSubstr("bad.xml"), HasSubstr(row.reason)));
         if (row.isKnownToSchema) {
-            EXPECT_NE(TestSupport::ValidateConfigurations(folder.path(), {QStringLiteral("bad.xml")}), "")
+            EXPECT_NE(ValidateConfigurations(folder.path(), {QStringLiteral("bad.xml")}), "")
                 << row.document.substr(0, 1000);
         }
     }
@@ -268,4 +256,3 @@ TEST(MachineConfiguration, SaysWhatIsWrongWithADocument)
 }
 
 } // namespace
-} // namespace MachineService

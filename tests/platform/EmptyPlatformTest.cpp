@@ -8,8 +8,6 @@
 #include "vexlorcore/HeldScene.h"
 #include "vexlorcore/SceneMachineData.h"
 
-#include <gmock/gmock.h>
-
 #include <boost/uuid/uuid_io.hpp>
 
 #include <QCoreApplication>
@@ -17,15 +15,11 @@
 #include <QStringList>
 #include <QTimer>
 
-namespace MachineService {
 namespace {
 
-using ::testing::HasSubstr;
-using TestSupport::Failure;
-using TestSupport::GetFailure;
+using namespace TestSupport;
 
-class EmptyPlatformTest : public PlatformCreatorFixture
-{};
+using EmptyPlatformTest = PlatformCreatorFixture;
 
 TEST_F(EmptyPlatformTest, SendsTheChoicesAndBringsThePlatformIntoTheScene)
 {
@@ -39,11 +33,11 @@ TEST_F(EmptyPlatformTest, SendsTheChoicesAndBringsThePlatformIntoTheScene)
     creator->SetParameterValue(L"höhe", L"0.2 ä<");
     creator->SetParameterValue(L"free", L"");
     EXPECT_TRUE(creator->CreatePlatform(_host.scene, false));
-    const std::string& sent = _script.parameters.at(0);
+    const std::string& sent = _sent.at(0);
     EXPECT_THAT(sent, HasSubstr("<ParameterValue id=\"höhe\">0.2 ä&lt;</ParameterValue>"));
     EXPECT_THAT(sent, HasSubstr("<ParameterValue id=\"plate\">from the scene</ParameterValue>"));
     EXPECT_THAT(sent, HasSubstr("<ParameterValue id=\"free\">"));
-    EXPECT_THAT(sent, ::testing::Not(HasSubstr("other")));
+    EXPECT_THAT(sent, Not(HasSubstr("other")));
 
     EXPECT_EQ(_host.scene->GetPlatform().GetName(), L"empty");
     EXPECT_EQ(_GetSceneProperties().GetText(TavAM::PropertyNames::Print3D::SelectedQueueID),
@@ -70,7 +64,7 @@ TEST_F(EmptyPlatformTest, SendsTheChoicesAndBringsThePlatformIntoTheScene)
     const auto plain = _Create(info);
     plain->SetParameterValue(L"plate", L"1");
     EXPECT_TRUE(plain->CreatePlatform(_host.scene, false));
-    EXPECT_EQ(_script.parameters.at(1), "");
+    EXPECT_EQ(_sent.at(1), "");
 }
 
 TEST_F(EmptyPlatformTest, EndsByWhatTheMachineAnswers)
@@ -114,7 +108,7 @@ TEST_F(EmptyPlatformTest, ADamagedOneLeavesTheSceneAsItWas)
         answer.second.data = data;
         _SetAnswer(answer);
         EXPECT_THAT([&] { creator->CreatePlatform(_host.scene, false); },
-                    ::testing::ThrowsMessage<TavAM::FileError>(HasSubstr(message)));
+                    ThrowsMessage<TavAM::FileError>(HasSubstr(message)));
         EXPECT_TRUE(std::filesystem::is_empty(_temp)) << message;
     }
     EXPECT_EQ(_host.scene->GetPlatform().GetName(), L"");
@@ -159,7 +153,7 @@ TEST_F(EmptyPlatformTest, ConfigurationTimeIsTheMachinesWhateverThePlatformSays)
         const std::filesystem::path path = _host.GetDir() / "dated.TavAMX";
         TavAM::AMXFileWriter().WriteFile(path, platform);
         Answer answer = _MakeAnswer();
-        answer.second.data = TestSupport::ReadFile(path);
+        answer.second.data = ReadFile(path);
         _SetAnswer(answer);
         EXPECT_TRUE(_Create(_MakeInfo())->CreatePlatform(_host.scene, false));
         EXPECT_EQ(_GetSceneProperties().GetText(Names::MachineInformationTimestamp), L"2023-11-14T22:13:20Z");
@@ -173,7 +167,7 @@ TEST_F(EmptyPlatformTest, EveryCodeEndsInItsSentence)
         const auto code = static_cast<ErrorCode>(number);
         const auto entry = ErrorMessageTable.find(number);
         const std::string sentence = entry != ErrorMessageTable.end() ? entry->second : "own text";
-        EXPECT_FALSE(_Create(ProgressWatcherFuture<PlatformInfo>(MakeFailed<PlatformInfo>(code))));
+        EXPECT_FALSE(_Create(ProgressWatcherFuture<PlatformInfo>(MakeFailed<PlatformInfo>(_MakeException(code)))));
         EXPECT_EQ(_GetMessage(), sentence);
 
         // As an exception, and as a result that says so itself.
@@ -182,9 +176,8 @@ TEST_F(EmptyPlatformTest, EveryCodeEndsInItsSentence)
         gaveUp.status = number;
         gaveUp.message = "own text";
         for (const bool isResult : {false, true}) {
-            _script.getPlatform = [&] {
-                return isResult ? MakeReady(Answer(gaveUp, {})) : MakeFailed<Answer>(code);
-            };
+            _SetAnswer(
+                [&] { return isResult ? MakeReady(Answer(gaveUp, {})) : MakeFailed<Answer>(_MakeException(code)); });
             std::string result;
             try {
                 result = creator->CreatePlatform(_host.scene, false) ? "true" : "false";
@@ -210,9 +203,7 @@ TEST_F(EmptyPlatformTest, WaitingKeepsTheEventLoopTurningAndCanBeCancelled)
     const auto watcher = std::make_shared<ProgressWatcher>();
     std::promise<PlatformInfo> information;
     std::promise<Answer> platform;
-    _script.getPlatform = [&platform] {
-        return platform.get_future();
-    };
+    _SetAnswer([&platform] { return platform.get_future(); });
     int turns = 0;
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [&] {
@@ -267,16 +258,13 @@ TEST_F(EmptyPlatformTest, ASceneThatIsClosedMeanwhileIsNotTouched)
 {
     const auto creator = _Create(_MakeInfo());
     std::promise<Answer> platform;
-    _script.getPlatform = [&platform] {
-        return platform.get_future();
-    };
+    _SetAnswer([&platform] { return platform.get_future(); });
     QTimer::singleShot(0, qApp, [&] {
         _host.GetDatabase().CloseDataSet(_host.scene);
         platform.set_value(_MakeAnswer());
     });
     EXPECT_THAT([&] { creator->CreatePlatform(_host.scene, false); },
-                ::testing::ThrowsMessage<VexlorCore::SceneClosed>("The scene was closed."));
+                ThrowsMessage<VexlorCore::SceneClosed>("The scene was closed."));
 }
 
 } // namespace
-} // namespace MachineService

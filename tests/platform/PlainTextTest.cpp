@@ -1,18 +1,14 @@
 #include "platform/PlainText.h"
+#include "support/Test.h"
 
 #include "client/interface/CommunicationException.h"
 #include "platform/FailureText.h"
 
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <functional>
-#include <future>
 #include <new>
-#include <stdexcept>
 
-namespace MachineService {
 namespace {
+
+using namespace MachineService;
 
 TEST(PlainText, ShowsWordsAndNothingElse)
 {
@@ -67,4 +63,3 @@ TEST(FailureText, NamesNoTechnicalTerms)
 }
 
 } // namespace
-} // namespace MachineService

@@ -2,9 +2,9 @@
 
 #include "platform/IPlatformCreator.h"
 #include "support/Failures.h"
+#include "support/FakeMachine.h"
 #include "support/Files.h"
 #include "support/HostFixture.h"
-#include "support/MachineParts.h"
 
 #include "machinelayer/PldfFile.h"
 #include "tavam/AMXFileWriter.h"
@@ -13,45 +13,12 @@
 #include <cstdlib>
 #include <optional>
 
-namespace MachineService {
+namespace TestSupport {
 
-using Answer = std::pair<CommandResult, Platform>;
+using namespace MachineService;
+using Answer = FakeBehaviour::Answer;
 
-using TestSupport::MakeReady;
-
-template <class T>
-std::future<T> MakeFailed(ErrorCode i_code)
-{
-    return TestSupport::MakeFailed<T>(std::make_exception_ptr(CommunicationException(i_code, "own text")));
-}
-
-/// What the machine answers, and what it was sent.
-struct Script
-{
-    std::function<ProgressWatcherFuture<PlatformInfo>()> getInformation;
-    std::function<std::future<Answer>()> getPlatform;
-    std::vector<std::string> parameters;
-};
-
-class ScriptedMachine final : public SilentMachine
-{
-public:
-    ScriptedMachine(const MachineData& i_data, Script& io_script)
-        : SilentMachine(i_data)
-        , _script(io_script)
-    {}
-    ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override { return _script.getInformation(); }
-    std::future<Answer> GetEmptyPlatform(const std::string& i_parameters) const override
-    {
-        _script.parameters.push_back(i_parameters);
-        return _script.getPlatform();
-    }
-
-private:
-    Script& _script;
-};
-
-inline MachineData MakeScriptedMachineData()
+inline MachineData MakeMachineData()
 {
     MachineData data;
     data.id.data[15] = 7;
@@ -64,11 +31,13 @@ inline constexpr char InformationXml[] =
     "name='PLA'/></Materials><Parameters><Choice id='höhe' isRequired='true'><Item id='0.2' "
     "isDefault='true'/></Choice><Choice id='plate'/></Parameters></PlatformInformation>";
 
-class PlatformCreatorFixture : public TestSupport::HostFixture
+/// A host and a machine whose information and empty platforms the test says.
+class PlatformCreatorFixture : public HostFixture
 {
 protected:
-    Script _script;
-    const Machine _machine{std::make_unique<ScriptedMachine>(MakeScriptedMachineData(), _script)};
+    const std::shared_ptr<FakeBehaviour> _script = std::make_shared<FakeBehaviour>();
+    std::vector<std::string> _sent; ///< the parameters of each platform that was asked for
+    const Machine _machine = MakeFakeMachine(MakeMachineData(), _script);
     const std::filesystem::path _temp = _host.GetDir() / "tmp";
     std::wstring _message;
 
@@ -107,7 +76,7 @@ protected:
         }
         const std::filesystem::path path = _host.GetDir() / "made.TavAMX";
         TavAM::AMXFileWriter().WriteFile(path, database);
-        return TestSupport::ReadFile(path);
+        return ReadFile(path);
     }
     static std::string _MakePldf()
     {
@@ -136,11 +105,20 @@ protected:
         return {result, {PlatformDataKind::Platform, _MakeAmx()}};
     }
 
+    void _SetAnswer(const std::function<std::future<Answer>()>& i_answer)
+    {
+        _script->getPlatform = [this, i_answer](const std::string& i_parameters) {
+            _sent.push_back(i_parameters);
+            return i_answer();
+        };
+    }
     void _SetAnswer(const Answer& i_answer)
     {
-        _script.getPlatform = [i_answer] {
-            return MakeReady(i_answer);
-        };
+        _SetAnswer([i_answer] { return MakeReady(i_answer); });
+    }
+    static std::exception_ptr _MakeException(ErrorCode i_code)
+    {
+        return std::make_exception_ptr(CommunicationException(i_code, "own text"));
     }
 
     std::unique_ptr<IPlatformCreator> _Create(ProgressWatcherFuture<PlatformInfo> i_information)
@@ -156,4 +134,4 @@ protected:
     const TavAM::PersistentProperties& _GetSceneProperties() { return _host.scene->GetAMObject().GetAMXProperties(); }
 };
 
-} // namespace MachineService
+} // namespace TestSupport

@@ -5,16 +5,11 @@
 
 #include "machinelayer/Pldf.h"
 
-#include <gmock/gmock.h>
-
-namespace MachineService {
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::MatchesRegex;
+using namespace TestSupport;
 
-class PlatformCreatorTest : public PlatformCreatorFixture
-{};
+using PlatformCreatorTest = PlatformCreatorFixture;
 
 TEST_F(PlatformCreatorTest, ReadsWhatTheMachineOffers)
 {
@@ -72,11 +67,11 @@ TEST_F(PlatformCreatorTest, DamagedInformationGivesTheMessageOfItsKind)
     const std::string amx = "An error occurred while reading file .*/tmp/VexlorGetPlatformInformation[^/]+\\.TavAMX";
     const std::string noMachine = "An error occurred while loading the machine\\.";
     const std::string noPldf = "Error loading PLDF file\\.";
-    const std::string deep = "<PlatformInformation>" + TestSupport::Repeat("<a>", 100'000);
-    const std::string notUtf8 = TestSupport::Replaced(InformationXml, "PLA", "\xC3(\xFF");
+    const std::string deep = "<PlatformInformation>" + Repeat("<a>", 100'000);
+    const std::string notUtf8 = Replaced(InformationXml, "PLA", "\xC3(\xFF");
     TavAM::MachineParameters nan = _MakeParameters();
     nan.values.SetText(L"platform.height", L"nan");
-    const std::string newer = TestSupport::Replaced(_MakePldf(), "version=\"1\"", "version=\"2\"");
+    const std::string newer = Replaced(_MakePldf(), "version=\"1\"", "version=\"2\"");
 
     using Kind = PlatformDataKind;
     struct Row
@@ -163,13 +158,14 @@ TEST_F(PlatformCreatorTest, ReplacesItsInformation)
         EXPECT_EQ(creator->GetMachineData()->Get().platformShape.has_value(), row.hasShape);
     }
 
-    _script.getInformation = [this] {
+    _script->getInformation = [this] {
         return ProgressWatcherFuture<PlatformInfo>(MakeReady(_MakeInfo()));
     };
     creator->RefreshPlatformInformation();
     EXPECT_EQ(creator->GetParameterCount(), 2U);
-    _script.getInformation = [] {
-        return ProgressWatcherFuture<PlatformInfo>(MakeFailed<PlatformInfo>(ErrorCode::MachineNotFound));
+    _script->getInformation = [] {
+        return ProgressWatcherFuture<PlatformInfo>(
+            MakeFailed<PlatformInfo>(_MakeException(ErrorCode::MachineNotFound)));
     };
     creator->RefreshPlatformInformation();
     EXPECT_EQ(creator->GetName(), L"");
@@ -178,8 +174,7 @@ TEST_F(PlatformCreatorTest, ReplacesItsInformation)
     // It remembers that there were parameters, and what was recorded for them.
     _SetAnswer(_MakeAnswer());
     EXPECT_TRUE(creator->CreatePlatform(_host.scene, false));
-    EXPECT_THAT(_script.parameters.at(0), HasSubstr("<ParameterValue id=\"plate\">1</ParameterValue>"));
+    EXPECT_THAT(_sent.at(0), HasSubstr("<ParameterValue id=\"plate\">1</ParameterValue>"));
 }
 
 } // namespace
-} // namespace MachineService

@@ -4,8 +4,7 @@
 #include "platform/PlatformInformationReader.h"
 #include "support/Failures.h"
 #include "support/Files.h"
-
-#include <gmock/gmock.h>
+#include "support/Test.h"
 
 #include <QString>
 #include <QTemporaryDir>
@@ -14,8 +13,10 @@
 #include <sstream>
 #include <type_traits>
 
-namespace MachineService {
 namespace {
+
+using namespace MachineService;
+using namespace TestSupport;
 
 /// Makes an interface's special members visible through a class that could be created.
 template <class Interface>
@@ -73,29 +74,24 @@ std::size_t GetSlot(Function i_function)
 
 TEST(PlatformInterfacesTest, KeepTheOrderOfTheirOperations)
 {
-    EXPECT_EQ(GetSlot(&IPlatformParameter::GetId), 2U);
-    EXPECT_EQ(GetSlot(&IPlatformParameter::GetType), 3U);
-    EXPECT_EQ(GetSlot(&IPlatformParameter::GetName), 4U);
-    EXPECT_EQ(GetSlot(&IPlatformParameter::IsRequired), 5U);
-    EXPECT_EQ(GetSlot(&IPlatformParameterChoice::GetItemCount), 6U);
-    EXPECT_EQ(GetSlot(&IPlatformParameterChoice::GetItem), 7U);
-    EXPECT_EQ(GetSlot(&IPlatformParameterChoiceItem::GetId), 2U);
-    EXPECT_EQ(GetSlot(&IPlatformParameterChoiceItem::GetName), 3U);
-    EXPECT_EQ(GetSlot(&IPlatformParameterChoiceItem::IsDefault), 4U);
+    const auto slots = [](auto... i_functions) {
+        return std::vector<std::size_t>{GetSlot(i_functions)...};
+    };
+    using Parameter = IPlatformParameter;
+    using Choice = IPlatformParameterChoice;
+    using Item = IPlatformParameterChoiceItem;
     using Creator = IPlatformCreator;
-    EXPECT_EQ(GetSlot(static_cast<MachineLayer::IMachineData* (Creator::*)()>(&Creator::GetMachineData)), 2U);
-    EXPECT_EQ(GetSlot(static_cast<const MachineLayer::IMachineData* (Creator::*)() const>(&Creator::GetMachineData)),
-              3U);
-    EXPECT_EQ(GetSlot(&Creator::RefreshPlatformInformation), 4U);
-    EXPECT_EQ(GetSlot(&Creator::SetPlatformInformation), 5U);
-    EXPECT_EQ(GetSlot(&Creator::GetName), 6U);
-    EXPECT_EQ(GetSlot(&Creator::GetComment), 7U);
-    EXPECT_EQ(GetSlot(&Creator::GetMaterialCount), 8U);
-    EXPECT_EQ(GetSlot(&Creator::GetMaterial), 9U);
-    EXPECT_EQ(GetSlot(&Creator::SetParameterValue), 10U);
-    EXPECT_EQ(GetSlot(&Creator::GetParameterCount), 11U);
-    EXPECT_EQ(GetSlot(&Creator::GetParameter), 12U);
-    EXPECT_EQ(GetSlot(&Creator::CreatePlatform), 13U);
+    EXPECT_THAT(slots(&Parameter::GetId, &Parameter::GetType, &Parameter::GetName, &Parameter::IsRequired,
+                      &Choice::GetItemCount, &Choice::GetItem),
+                ElementsAre(2, 3, 4, 5, 6, 7));
+    EXPECT_THAT(slots(&Item::GetId, &Item::GetName, &Item::IsDefault), ElementsAre(2, 3, 4));
+    EXPECT_THAT(slots(static_cast<MachineLayer::IMachineData* (Creator::*)()>(&Creator::GetMachineData),
+                      static_cast<const MachineLayer::IMachineData* (Creator::*)() const>(&Creator::GetMachineData),
+                      &Creator::RefreshPlatformInformation, &Creator::SetPlatformInformation, &Creator::GetName,
+                      &Creator::GetComment, &Creator::GetMaterialCount, &Creator::GetMaterial,
+                      &Creator::SetParameterValue, &Creator::GetParameterCount, &Creator::GetParameter,
+                      &Creator::CreatePlatform),
+                ElementsAre(2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13));
 }
 
 TEST(PlatformInterfacesTest, CopyNothing)
@@ -108,58 +104,32 @@ TEST(PlatformInterfacesTest, CopyNothing)
     EXPECT_FALSE(other.IsRequired());
 }
 
-struct CountedItem final : IPlatformParameterChoiceItem
-{
-    explicit CountedItem(int& io_deaths)
-        : deaths(io_deaths)
-    {}
-    ~CountedItem() override { ++deaths; }
-    const std::wstring& GetId() const override { return text; }
-    const std::wstring& GetName() const override { return text; }
-    bool IsDefault() const override { return false; }
-    int& deaths;
-    std::wstring text;
-};
-
 TEST(PlatformInformationTest, CopiesShareParametersAndOwnMachineData)
 {
-    int deaths = 0;
-    auto original = std::make_unique<VexlorPlatformInformation>();
-    auto choice = std::make_shared<PlatformParameterChoice>(L"id", L"name");
-    EXPECT_EQ(choice->GetType(), 1);
-    EXPECT_THROW(choice->GetItem(0), std::out_of_range);
-    for (int item = 0; item < 3; ++item)
-        choice->AddItem(std::make_unique<CountedItem>(deaths));
-    EXPECT_THROW(choice->GetItem(3), std::out_of_range);
-    original->parameters.push_back(std::move(choice));
-    original->materials = {L"a", L"b"};
-    original->machineData->Edit().properties = {L"first", L"second", L"third", {}, {}, {}, {}, {}};
+    VexlorPlatformInformation copy;
+    std::weak_ptr<IPlatformParameterChoice> shared;
     {
-        VexlorPlatformInformation copy(*original);
-        EXPECT_EQ(copy.parameters, original->parameters);
-        original->machineData->Edit().properties.name = L"changed";
-        EXPECT_EQ(copy.machineData->Get().properties.name, L"first");
-        VexlorPlatformInformation assigned;
-        assigned = copy;
-        const VexlorPlatformInformation& self = assigned;
-        assigned = self;
-        original.reset();
-        EXPECT_EQ(deaths, 0);
-        EXPECT_EQ(assigned.materials.size(), 2U);
-        EXPECT_EQ(assigned.machineData->Get().properties.name, L"first");
-
-        assigned.PopulatePropertiesUsingMachineInformation();
-        EXPECT_EQ(assigned.name, L"first");
-        EXPECT_EQ(assigned.comment, L"third");
-        EXPECT_EQ(assigned.materials, std::vector<std::wstring>{L"second"});
-        EXPECT_TRUE(assigned.parameters.empty());
-        copy.machineData.reset();
-        copy.name = L"kept";
-        copy.PopulatePropertiesUsingMachineInformation();
-        EXPECT_EQ(copy.name, L"kept");
-        EXPECT_TRUE(VexlorPlatformInformation(copy).parameters.empty());
+        VexlorPlatformInformation original;
+        const auto choice = std::make_shared<PlatformParameterChoice>(L"id", L"name");
+        EXPECT_THROW(choice->GetItem(0), std::out_of_range);
+        original.parameters.push_back(choice);
+        shared = choice;
+        original.machineData->Edit().properties = {L"first", L"second", L"third", {}, {}, {}, {}, {}};
+        copy = original;
+        original.machineData->Edit().properties.name = L"changed";
     }
-    EXPECT_EQ(deaths, 3);
+    EXPECT_FALSE(shared.expired());
+    EXPECT_EQ(copy.machineData->Get().properties.name, L"first");
+
+    copy.PopulatePropertiesUsingMachineInformation();
+    EXPECT_EQ(copy.name, L"first");
+    EXPECT_EQ(copy.comment, L"third");
+    EXPECT_EQ(copy.materials, std::vector<std::wstring>{L"second"});
+    EXPECT_TRUE(shared.expired()) << "parameters of another machine";
+    copy.machineData.reset();
+    copy.name = L"kept";
+    copy.PopulatePropertiesUsingMachineInformation();
+    EXPECT_EQ(VexlorPlatformInformation(copy).name, L"kept");
 }
 
 /// All that a reader fills, as one text.
@@ -226,7 +196,7 @@ TEST(PlatformCreationParametersTest, WritesValuesInTheOrderOfTheirIds)
     const std::filesystem::path path = std::filesystem::path(dir.path().toStdString()) / "parameters.xml";
     const auto write = [&path](const ParameterValues& i_values) {
         WritePlatformCreationParameters(path.wstring().c_str(), i_values);
-        return TestSupport::ReadFile(path);
+        return ReadFile(path);
     };
     const std::string root = "<PlatformCreationParameters xmlns=\"https://www.vexlor.example/BuildProcessor/2014\"";
     const std::string document = write({{L"a", L"1 < 2 & \u00e4"}, {L"B", L""}, {L"\U0001F5A8\"", L"x"}});
@@ -234,14 +204,12 @@ TEST(PlatformCreationParametersTest, WritesValuesInTheOrderOfTheirIds)
                                         "<ParameterValue id=\"a\">1 &lt; 2 &amp; ä</ParameterValue>"
                                         "<ParameterValue id=\"\xF0\x9F\x96\xA8&quot;\">x</ParameterValue>"
                                         "</PlatformCreationParameters>";
-    EXPECT_THAT(document, ::testing::HasSubstr(expected));
-    EXPECT_THAT(write({}),
-                ::testing::AllOf(::testing::HasSubstr(root), ::testing::Not(::testing::HasSubstr("Value>"))));
+    EXPECT_THAT(document, HasSubstr(expected));
+    EXPECT_THAT(write({}), AllOf(HasSubstr(root), Not(HasSubstr("Value>"))));
 
     const std::filesystem::path missing = path / "below";
-    EXPECT_EQ(TestSupport::GetFailure([&] { WritePlatformCreationParameters(missing.wstring().c_str(), {}); }),
-              (TestSupport::Failure{ErrorCode::FileError, "Failed to create '" + missing.string() + "'."}));
+    EXPECT_EQ(GetFailure([&] { WritePlatformCreationParameters(missing.wstring().c_str(), {}); }),
+              (Failure{ErrorCode::FileError, "Failed to create '" + missing.string() + "'."}));
 }
 
 } // namespace
-} // namespace MachineService

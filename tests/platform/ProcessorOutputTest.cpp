@@ -4,17 +4,19 @@
 #include "support/HostFixture.h"
 #include "support/ScriptedProvider.h"
 
-namespace MachineService {
 namespace {
+
+using namespace MachineService;
+using namespace TestSupport;
 
 using Files = std::vector<std::wstring>;
 using Log = std::vector<std::string>;
 
-class ProcessorOutputTest : public TestSupport::HostFixture
+class ProcessorOutputTest : public HostFixture
 {
 protected:
     int _calls = 0;
-    TestSupport::ScriptedProvider _provider{_host.provider};
+    ScriptedProvider _provider{_host.provider};
 
     void _Load(int i_format, const Files& i_files)
     {
@@ -41,12 +43,11 @@ TEST_F(ProcessorOutputTest, DispatchesByFormatAndLeavesTheCallbackToTheHost)
 TEST_F(ProcessorOutputTest, RefusesWhatItDoesNotKnowAndAHostThatIsNotThere)
 {
     for (const int format : {-1, 0, 9, 1000})
-        EXPECT_EQ(TestSupport::GetFailure([&] { _Load(format, {L"a"}); }),
-                  (TestSupport::Failure{ErrorCode::UnsupportedOutputFormat, "Unsupported input file format."}));
+        EXPECT_EQ(GetFailure([&] { _Load(format, {L"a"}); }),
+                  (Failure{ErrorCode::UnsupportedOutputFormat, "Unsupported input file format."}));
     EXPECT_TRUE(_provider.log.empty());
     for (const DataFormat format : {DataFormat::Platform, DataFormat::Document})
         EXPECT_THROW(LoadProcessorOutput(_host.scene, format, {}, {}, {}), std::bad_function_call);
 }
 
 } // namespace
-} // namespace MachineService

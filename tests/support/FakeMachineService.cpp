@@ -13,32 +13,6 @@ using namespace MachineService;
 std::unique_ptr<FakeMachinesCatalog> mgp_next_catalog;
 std::vector<std::string> mgp_service_calls;
 
-class FakeStrategy final : public SilentMachine
-{
-public:
-    FakeStrategy(const MachineData& i_data, FakeBehaviour i_behaviour)
-        : SilentMachine(i_data)
-        , _behaviour(std::move(i_behaviour))
-    {}
-
-    std::future<std::vector<CommandDescription>> GetCommands() const override { return MakeReady(_behaviour.commands); }
-    std::future<bool> CanRunCommand(const boost::uuids::uuid& i_id) const override
-    {
-        return _behaviour.canRun ? _behaviour.canRun(i_id) : std::future<bool>();
-    }
-    std::future<CommandResult> RunCommand(const CommandParameters& i_parameters) const override
-    {
-        return _behaviour.run ? _behaviour.run(i_parameters) : std::future<CommandResult>();
-    }
-    std::future<CommandResult> FillReportProperties(const CommandParameters& i_parameters) const override
-    {
-        return _behaviour.fillReport ? _behaviour.fillReport(i_parameters) : std::future<CommandResult>();
-    }
-
-private:
-    const FakeBehaviour _behaviour;
-};
-
 class FakeServiceAPI final : public ICommunicationServiceAPI
 {
 public:
@@ -72,11 +46,6 @@ MachineData MakeMachineData(std::uint8_t i_number)
     data.id = MakeId(i_number);
     data.name = "Machine " + std::to_string(i_number);
     return data;
-}
-
-Machine MakeFakeMachine(const MachineData& i_data, FakeBehaviour i_behaviour)
-{
-    return Machine(std::make_unique<FakeStrategy>(i_data, std::move(i_behaviour)));
 }
 
 FakeMachinesCatalog::~FakeMachinesCatalog()

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "client/interface/AbstractMachinesCatalog.h"
-#include "support/MachineParts.h"
+#include "support/FakeMachine.h"
 
 #include <boost/uuid/uuid.hpp>
 
@@ -15,17 +15,6 @@ namespace TestSupport {
 /// An id that differs in its last byte, so that ids are ordered as their numbers.
 boost::uuids::uuid MakeId(std::uint8_t i_number);
 MachineService::MachineData MakeMachineData(std::uint8_t i_number);
-
-/// What a fake machine answers. An operation without a function gives a future that is not valid.
-struct FakeBehaviour
-{
-    std::function<std::future<bool>(const boost::uuids::uuid&)> canRun;
-    std::function<std::future<MachineService::CommandResult>(const MachineService::CommandParameters&)> run;
-    std::function<std::future<MachineService::CommandResult>(const MachineService::CommandParameters&)> fillReport;
-    std::vector<MachineService::CommandDescription> commands;
-};
-
-MachineService::Machine MakeFakeMachine(const MachineService::MachineData& i_data, FakeBehaviour i_behaviour = {});
 
 /// A catalog whose machines and news are made by the test.
 ///

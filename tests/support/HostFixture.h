@@ -1,18 +1,12 @@
 #pragma once
 
 #include "support/MessageRecorder.h"
+#include "support/Test.h"
 #include "vexlorcore/Application.h"
 #include "vexlorcore/UiThread.h"
 #include "vexlorui/ReferenceApiProvider.h"
 
-#include <gtest/gtest.h>
-
 #include <QTemporaryDir>
-
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <string>
 
 namespace TestSupport {
 
@@ -65,7 +59,7 @@ public:
 };
 
 /// Base of tests that need a host.
-class HostFixture : public ::testing::Test
+class HostFixture : public testing::Test
 {
 protected:
     Host _host;

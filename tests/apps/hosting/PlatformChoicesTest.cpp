@@ -3,14 +3,12 @@
 #include "platform/IPlatformCreator.h"
 #include "platform/PlatformInformationReader.h"
 #include "platform/VexlorPlatformInformation.h"
-
-#include <gmock/gmock.h>
+#include "support/Test.h"
 
 namespace Hosting {
 namespace {
 
 using MachineService::IPlatformParameterChoice;
-using ::testing::HasSubstr;
 using Values = ChosenValues;
 
 /// Offers what a document of a machine says.

@@ -15,8 +15,9 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-namespace MachineService {
 namespace {
+
+using namespace MachineService;
 
 using Choices = std::map<std::wstring, std::wstring>;
 
@@ -144,14 +145,6 @@ TEST_F(PlatformRoundTripTest, PrintersOfferChoicesWithOneDefaultEach)
     });
 }
 
-TEST_F(PlatformRoundTripTest, PlatformsHaveTheChosenValuesAndThePrintersShape)
-{
-    ForEachPrinter([](Prepared& io_prepared) {
-        ExpectChoices(io_prepared.scene->GetPlatform(), io_prepared.chosen);
-        ExpectShape(io_prepared.creator->GetMachineData()->Get(), *io_prepared.data.buildVolume);
-    });
-}
-
 TEST_F(PlatformRoundTripTest, ReopenedScenesAreThoseThatWereSaved)
 {
     ForEachPrinter([this](Prepared& io_prepared) {
@@ -164,6 +157,7 @@ TEST_F(PlatformRoundTripTest, ReopenedScenesAreThoseThatWereSaved)
         const auto* after = MachineLayer::Utilities::GetMachineDataMutable(&reopened);
         ASSERT_TRUE(before && after);
         EXPECT_TRUE(after->Get() == before->Get());
+        ExpectChoices(platform, io_prepared.chosen);
         ExpectShape(after->Get(), *io_prepared.data.buildVolume);
     });
 }
@@ -205,4 +199,3 @@ TEST_F(PlatformRoundTripTest, ReopenedScenesRememberPrinterAndChoices)
 }
 
 } // namespace
-} // namespace MachineService

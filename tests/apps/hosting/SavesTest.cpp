@@ -7,13 +7,11 @@
 #include "machinelayer/PldfFile.h"
 #include "support/FailingCalls.h"
 #include "support/Files.h"
+#include "support/Test.h"
 #include "tavam/AMXFileWriter.h"
-
-#include <gmock/gmock.h>
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 
 namespace {

@@ -2,67 +2,61 @@
 #include "machineconfig/MachineConfiguration.h"
 #include "machineconfig/MachineConfigurationFile.h"
 
-#include <gmock/gmock.h>
-
-namespace MachineService {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::HasSubstr;
-using ::testing::Not;
+using namespace MachineService;
+using TestSupport::Texts;
 
 class ExportConfigTest : public TestSupport::TourFixture
 {
 protected:
-    std::filesystem::path _GetFile() const { return Path("out/machine-configuration.xml").toStdString(); }
+    const std::filesystem::path _file = Path("out/machine-configuration.xml");
 };
 
 TEST_F(ExportConfigTest, WritesTheAttachedPrintersConfigurationAndNamesItsSchemas)
 {
-    const QStringList arguments = {QStringLiteral("--export-config"), QStringLiteral("--machine"),
-                                   QStringLiteral("lumen 8k")};
+    const Texts arguments = {"--export-config", "--machine", "lumen 8k"};
     const auto outcome = Run(arguments);
     ASSERT_EQ(outcome.status, 0) << outcome.output << outcome.errors;
-    const auto configuration = LoadMachineConfiguration(_GetFile());
+    const auto configuration = LoadMachineConfiguration(_file);
     EXPECT_EQ(configuration.machineName, L"Lumen 8K");
     EXPECT_THAT(outcome.output, HasSubstr("\n  valid, as checked against the schemas\n"));
     for (const ConfigurationSchema& schema : GetConfigurationSchemas(configuration))
         EXPECT_THAT(outcome.output,
                     AllOf(HasSubstr("    " + schema.fileName + " "), HasSubstr(schema.nameSpace + "\n")));
-    EXPECT_EQ(QDir(Path("out")).entryList(QDir::Files | QDir::Hidden),
-              QStringList({QStringLiteral("machine-configuration.xml"), QStringLiteral("transcript.txt")}));
+    EXPECT_THAT(TestSupport::GetFileNames(Path("out")),
+                UnorderedElementsAre("machine-configuration.xml", "transcript.txt"));
 
     // Without anything to check with it is written all the same, and nothing is claimed.
-    std::filesystem::remove(_GetFile());
+    std::filesystem::remove(_file);
     SetVariable("PATH", Path("none"));
     const auto unchecked = Run(arguments);
     EXPECT_EQ(unchecked.status, 0) << unchecked.errors;
-    EXPECT_EQ(LoadMachineConfiguration(_GetFile()), configuration);
+    EXPECT_EQ(LoadMachineConfiguration(_file), configuration);
     EXPECT_THAT(unchecked.output, AllOf(HasSubstr("not checked, xmllint was not found"), Not(HasSubstr("valid, as"))));
 }
 
 TEST_F(ExportConfigTest, EndsInOneSentenceWhenItFails)
 {
-    const QString exportConfig = QStringLiteral("--export-config");
     const struct
     {
-        QStringList arguments;
-        QByteArray xmllint;
+        Texts arguments;
+        std::string xmllint;
         int status;
         const char* sentence;
     } rows[] = {
-        {{exportConfig, QStringLiteral("part.stl")}, {}, 2, "--export-config takes neither meshes nor --command."},
-        {{exportConfig, QStringLiteral("--command"), QStringLiteral("Print3D.Print")}, {}, 2, "nor --command."},
-        {{exportConfig, QStringLiteral("--list")}, {}, 2, "--list takes"},
-        {{exportConfig, QStringLiteral("--machine"), QStringLiteral("nobody")}, {}, 1, "No machine is called 'nobody'"},
-        {{exportConfig}, "echo 'line 2 is wrong'; echo more; exit 3", 1, "keep to its schemas: line 2 is wrong\n"},
-        {{exportConfig}, "kill -9 $$", 0, ""},
+        {{"--export-config", "part.stl"}, "", 2, "--export-config takes neither meshes nor --command."},
+        {{"--export-config", "--command", "Print3D.Print"}, "", 2, "nor --command."},
+        {{"--export-config", "--list"}, "", 2, "--list takes"},
+        {{"--export-config", "--machine", "nobody"}, "", 1, "No machine is called 'nobody'"},
+        {{"--export-config"}, "echo 'line 2 is wrong'; echo more; exit 3", 1, "to its schemas: line 2 is wrong\n"},
+        {{"--export-config"}, "kill -9 $$", 0, ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.sentence);
-        if (!row.xmllint.isEmpty()) {
-            SetVariable("PATH", _dir.path());
-            WriteFile(Path("xmllint"), "#!/bin/sh\n" + row.xmllint, true);
+        if (!row.xmllint.empty()) {
+            SetVariable("PATH", Path(""));
+            WriteScript("xmllint", row.xmllint);
         }
         const auto outcome = Run(row.arguments);
         EXPECT_EQ(outcome.status, row.status) << outcome.output;
@@ -70,13 +64,12 @@ TEST_F(ExportConfigTest, EndsInOneSentenceWhenItFails)
         EXPECT_THAT(outcome.output, Not(HasSubstr("valid, as")));
     }
     // A folder of that name is not replaced.
-    std::filesystem::remove(_GetFile());
-    std::filesystem::create_directory(_GetFile());
-    const auto outcome = Run({exportConfig});
+    std::filesystem::remove(_file);
+    std::filesystem::create_directory(_file);
+    const auto outcome = Run({"--export-config"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.errors, HasSubstr("machine-configuration.xml"));
-    EXPECT_TRUE(std::filesystem::is_directory(_GetFile()));
+    EXPECT_TRUE(std::filesystem::is_directory(_file));
 }
 
 } // namespace
-} // namespace MachineService

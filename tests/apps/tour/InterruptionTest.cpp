@@ -1,13 +1,9 @@
 #include "apps/tour/TourFixture.h"
 
-#include <gmock/gmock.h>
-
 #include <QTest>
 
 #include <csignal>
-#include <cstdint>
 #include <cstring>
-#include <map>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,44 +11,57 @@
 
 namespace {
 
-using ::testing::ContainsRegex;
-using ::testing::HasSubstr;
-using TestSupport::Outcome;
+using TestSupport::Texts;
+using TestSupport::WriteFile;
 
-const QByteArray Former = "of a former run";
+/// The call that a run stands still at; see tools/callfaults/CallFaults.cpp.
+struct Hold
+{
+    const char* call; ///< null: the engine never ends
+    const char* paths = "";
+    const char* threads = "others";
+    const char* nth = "1";
+};
 
-/// Lets a run stand still at a certain call, see tests/support/CallFaults.cpp.
 class InterruptionTest : public TestSupport::TourFixture
 {
 protected:
     InterruptionTest()
     {
-        EXPECT_EQ(::mkfifo(QFile::encodeName(Path("pipe")).constData(), S_IRUSR | S_IWUSR), 0);
+        EXPECT_EQ(::mkfifo(Path("pipe").c_str(), S_IRUSR | S_IWUSR), 0);
         SetVariable("FAULT_HOLD", Path("pipe"));
         SetVariable("FAULT_COUNTER", Path("counter"));
-        SetVariable("FAULT_PROGRAM", QStringLiteral("tour"));
+        SetVariable("FAULT_PROGRAM", "tour");
         // Where the program has one, its sanitizer wants to be first.
-        SetVariable("ASAN_OPTIONS", qEnvironmentVariable("ASAN_OPTIONS") + QStringLiteral(":verify_asan_link_order=0"));
+        SetVariable("ASAN_OPTIONS", qEnvironmentVariable("ASAN_OPTIONS").toStdString() + ":verify_asan_link_order=0");
     }
 
-    void StartHeld(const QStringList& i_arguments, const std::map<const char*, QString>& i_fault)
+    void StartHeld(const Texts& i_arguments, const Hold& i_hold)
     {
-        WriteFile(Path("counter"), QByteArray(8, '\0'));
-        SetVariable("LD_PRELOAD", QStringLiteral(CALL_FAULTS));
-        for (const char* name : {"FAULT_CALL", "FAULT_PATHS", "FAULT_THREADS", "FAULT_NTH"})
-            SetVariable(name, i_fault.contains(name) ? i_fault.at(name) : QStringLiteral("1"));
-        Start(i_arguments);
-        const auto nth = i_fault.contains("FAULT_NTH") ? i_fault.at("FAULT_NTH").toULongLong() : 1;
-        EXPECT_TRUE(QTest::qWaitFor([&] { return _CountCalls() >= nth; }, 30'000)) << "no call to hold";
-        SetVariable("LD_PRELOAD", QString());
+        WriteFile(Path("counter"), std::string(8, '\0'));
+        for (const auto& [name, value] : {std::pair("LD_PRELOAD", CALL_FAULTS),
+                                          {"FAULT_CALL", i_hold.call},
+                                          {"FAULT_PATHS", i_hold.paths},
+                                          {"FAULT_THREADS", i_hold.threads},
+                                          {"FAULT_NTH", i_hold.nth}})
+            SetVariable(name, value);
+        Start(_process, i_arguments);
+        SetVariable("LD_PRELOAD", "");
+        const auto isHeld = [&] {
+            std::uint64_t count = 0;
+            std::memcpy(&count, Read("counter").data(), sizeof count);
+            return count >= std::stoul(i_hold.nth);
+        };
+        EXPECT_TRUE(QTest::qWaitFor(isHeld, 30'000)) << "no call to hold";
     }
 
     void Release()
     {
-        const QByteArray pipe = QFile::encodeName(Path("pipe"));
         int writer = -1;
-        EXPECT_TRUE(QTest::qWaitFor(
-            [&] { return (writer = ::open(pipe.constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0; }, 5000));
+        const auto isOpen = [&] {
+            return (writer = ::open(Path("pipe").c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) >= 0;
+        };
+        EXPECT_TRUE(QTest::qWaitFor(isOpen, 5000));
         ::close(writer);
     }
 
@@ -63,106 +72,82 @@ protected:
         ::kill(process, i_signal);
     }
 
+    std::string AwaitErrors()
+    {
+        QByteArray errors;
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !(errors += _process.readAllStandardError()).isEmpty(); }, 5000));
+        return errors.toStdString();
+    }
+
     /// An engine that never comes to an end.
     void SetSleepingEngine()
     {
-        WriteFile(Path("engine"), "#!/bin/sh\necho $$ > \"" + Path("engine.pid").toUtf8() + "\"\nexec sleep 1000\n",
-                  true);
+        std::filesystem::remove(Path("engine.pid"));
+        WriteScript("engine", "echo $$ > \"" + Path("engine.pid") + "\"\nexec sleep 1000\n");
         SetVariable("MACHINESERVICE_ENGINE_PATH", Path("engine"));
     }
 
-    void AwaitEngine()
+    int AwaitEngine()
     {
-        EXPECT_TRUE(QTest::qWaitFor([&] { return QFileInfo(Path("engine.pid")).size() > 0; }, 30'000));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return Read("engine.pid").size() > 1; }, 30'000));
+        return std::atoi(Read("engine.pid").c_str());
     }
 
-    bool IsEngineGone() const
+    static bool IsGone(int i_process)
     {
         // A process that was ended but not waited for yet counts as ended.
-        QFile state(QStringLiteral("/proc/%1/stat").arg(ReadFile("engine.pid").trimmed().toInt()));
-        return !state.open(QIODevice::ReadOnly) || state.readAll().contains(") Z ");
-    }
-
-    QByteArray ReadFile(const char* ip_name) const
-    {
-        QFile file(Path(ip_name));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << ip_name;
-        return file.readAll();
-    }
-
-private:
-    std::uint64_t _CountCalls() const
-    {
-        std::uint64_t count = 0;
-        std::memcpy(&count, ReadFile("counter").constData(), sizeof count);
-        return count;
+        const std::string state = TestSupport::ReadFile("/proc/" + std::to_string(i_process) + "/stat");
+        return state.empty() || state.find(") Z ") != std::string::npos;
     }
 };
 
 TEST_F(InterruptionTest, LeavesWhatWasThereInWhateverPhaseASignalComes)
 {
-    const auto run = [this](const char* ip_command) {
-        return QStringList({QStringLiteral("--command"), QLatin1String(ip_command), MakeMesh()});
-    };
     const char* const placing = "Print3D.AutomaticPlacement";
-    const std::map<const char*, QString> engine;
-    const auto hold = [](const char* ip_call, const char* ip_paths, const char* ip_threads, const char* ip_nth) {
-        return std::map<const char*, QString>{{"FAULT_CALL", QLatin1String(ip_call)},
-                                              {"FAULT_PATHS", QLatin1String(ip_paths)},
-                                              {"FAULT_THREADS", QLatin1String(ip_threads)},
-                                              {"FAULT_NTH", QLatin1String(ip_nth)}};
-    };
     const struct
     {
         const char* phase;
-        QStringList arguments;
-        std::map<const char*, QString> fault; ///< empty: the engine never ends
+        const char* command;
+        Hold hold;
         int signal;
         bool isAwaited; ///< what stands still is a machine, which is not waited for
         int status;
     } rows[] = {
-        {"information", run(placing), hold("mkdir", "", "others", "1"), SIGINT, true, 130},
-        {"empty platform", run(placing), hold("mkdir", "", "others", "2"), SIGTERM, true, 130},
-        {"estimating", run("Print3D.PrintConsumptionEstimations"), engine, SIGHUP, true, 130},
-        {"placing", run(placing), hold("open", "Scene.TavAMX", "others", "1"), SIGHUP, true, 130},
-        {"building", run("Print3D.Print"), engine, SIGTERM, true, 130},
-        {"writing", run(placing), hold("rename", "out/.run-", "", "1"), SIGHUP, false, 130},
-        {"giving names", run(placing), hold("rename", "out/platform.TavAMX", "", "1"), SIGINT, false, 0},
+        {"information", placing, {"mkdir"}, SIGINT, true, 130},
+        {"empty platform", placing, {"mkdir", "", "others", "2"}, SIGTERM, true, 130},
+        {"estimating", "Print3D.PrintConsumptionEstimations", {nullptr}, SIGHUP, true, 130},
+        {"placing", placing, {"open", "Scene.TavAMX"}, SIGHUP, true, 130},
+        {"building", "Print3D.Print", {nullptr}, SIGTERM, true, 130},
+        {"writing", placing, {"rename", "out/.run-", ""}, SIGHUP, false, 130},
+        {"giving names", placing, {"rename", "out/platform.TavAMX", ""}, SIGINT, false, 0},
     };
+    const Texts names = {Path("out/platform.TavAMX"), Path("out/transcript.txt")};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.phase);
-        QDir(Path("out")).removeRecursively();
-        QDir(_dir.path()).mkdir(QStringLiteral("out"));
-        QFile::remove(Path("engine.pid"));
-        QStringList names;
-        for (const char* name : {"platform.TavAMX", "transcript.txt"}) {
-            names << Path("out/") + QLatin1String(name);
-            WriteFile(names.back(), Former);
-        }
-        if (row.fault.empty()) {
-            SetSleepingEngine();
-            Start(row.arguments);
-            AwaitEngine();
+        std::filesystem::remove_all(Path("out"));
+        for (const std::string& name : names)
+            WriteFile(name, "of a former run");
+        const Texts arguments = {"--command", row.command, MakeMesh()};
+        int engine = -1;
+        if (row.hold.call) {
+            SetVariable("MACHINESERVICE_ENGINE_PATH", "");
+            StartHeld(arguments, row.hold);
         } else {
-            RemoveVariable("MACHINESERVICE_ENGINE_PATH");
-            StartHeld(row.arguments, row.fault);
+            SetSleepingEngine();
+            Start(_process, arguments);
+            engine = AwaitEngine();
         }
         Kill(row.signal);
-        QByteArray errors;
-        if (row.isAwaited) {
-            EXPECT_TRUE(QTest::qWaitFor([&] { return !(errors += _process.readAllStandardError()).isEmpty(); }, 5000));
-        }
-        if (!row.fault.empty())
+        const std::string errors = row.isAwaited ? AwaitErrors() : "";
+        if (row.hold.call)
             Release();
-        const auto outcome = Finish();
+        const auto outcome = Finish(_process);
         EXPECT_EQ(outcome.status, row.status) << outcome.output;
-        EXPECT_EQ(errors.toStdString() + outcome.errors, row.status == 0 ? "" : "Interrupted.\n");
-        EXPECT_EQ(FilesIn("tmp"), QStringList());
-        EXPECT_TRUE(!row.fault.empty() || IsEngineGone()) << "the engine still runs";
-        for (const QString& name : names)
-            EXPECT_EQ(ReadFile(QDir(_dir.path()).relativeFilePath(name).toUtf8().constData()) == Former,
-                      row.status != 0)
-                << name.toStdString();
+        EXPECT_EQ(errors + outcome.errors, row.status == 0 ? "" : "Interrupted.\n");
+        EXPECT_THAT(FilesIn("tmp"), IsEmpty());
+        EXPECT_TRUE(engine < 0 || IsGone(engine)) << "the engine still runs";
+        for (const std::string& name : names)
+            EXPECT_EQ(TestSupport::ReadFile(name) == "of a former run", row.status != 0) << name;
         if (row.status != 0) {
             EXPECT_EQ(FilesIn("out"), names);
         }
@@ -171,43 +156,36 @@ TEST_F(InterruptionTest, LeavesWhatWasThereInWhateverPhaseASignalComes)
 
 TEST_F(InterruptionTest, RemovesWhatAKilledRunLeftAndNothingOfAnotherRun)
 {
-    StartHeld({}, {{"FAULT_CALL", QStringLiteral("mkdir")},
-                   {"FAULT_THREADS", QStringLiteral("others")},
-                   {"FAULT_PATHS", QString()}});
-    const QStringList ofFirst = FilesIn("tmp");
-    EXPECT_NE(ofFirst, QStringList());
+    StartHeld({}, {"mkdir"});
+    const Texts ofFirst = FilesIn("tmp");
+    EXPECT_FALSE(ofFirst.empty());
 
     QProcess second;
     SetSleepingEngine();
-    second.setProcessEnvironment(_process.processEnvironment());
-    second.start(QStringLiteral(TOUR_PROGRAM), {});
-    AwaitEngine();
+    Start(second, {});
+    const int engine = AwaitEngine();
     second.kill();
     EXPECT_TRUE(second.waitForFinished());
-    ::kill(ReadFile("engine.pid").trimmed().toInt(), SIGKILL);
+    ::kill(engine, SIGKILL);
     EXPECT_GT(FilesIn("tmp").size(), ofFirst.size()) << "nothing was left to remove";
 
-    RemoveVariable("MACHINESERVICE_ENGINE_PATH");
-    second.setProcessEnvironment(_process.processEnvironment());
-    second.start(QStringLiteral(TOUR_PROGRAM),
-                 {QStringLiteral("--command"), QStringLiteral("Print3D.Print"), MakeMesh()});
-    EXPECT_TRUE(second.waitForFinished(60'000));
-    EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().constData();
+    SetVariable("MACHINESERVICE_ENGINE_PATH", "");
+    Start(second, {"--command", "Print3D.Print", MakeMesh()});
+    const auto outcome = Finish(second);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(FilesIn("tmp"), ofFirst);
 
     // The first began when nothing was there; what another run made meanwhile stays all the same.
-    const auto results = FilesIn("out");
-    EXPECT_TRUE(results.contains(Path("out/part.gcode")));
+    const Texts results = FilesIn("out");
+    EXPECT_THAT(FilesIn("out", "/out/part.gcode"), SizeIs(1));
     Kill(SIGINT);
-    QByteArray errors;
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !(errors += _process.readAllStandardError()).isEmpty(); }, 5000));
+    AwaitErrors();
     Release();
-    EXPECT_EQ(Finish().status, 130);
-    EXPECT_EQ(FilesIn("tmp"), QStringList());
-    const auto left = FilesIn("out");
-    for (const QString& file : results)
-        EXPECT_TRUE(left.contains(file) || file.contains(QLatin1String("/.run-"))) << file.toStdString();
-    EXPECT_TRUE(left.filter(QStringLiteral("/.run-")).isEmpty());
+    EXPECT_EQ(Finish(_process).status, 130);
+    EXPECT_THAT(FilesIn("tmp"), IsEmpty());
+    for (const std::string& file : results)
+        EXPECT_TRUE(std::filesystem::exists(file) || file.find("/.run-") != std::string::npos) << file;
+    EXPECT_THAT(FilesIn("out", "/.run-"), IsEmpty());
 }
 
 TEST_F(InterruptionTest, EndsInOneSentenceWhereNothingCanBeWrittenOrPrinted)
@@ -232,11 +210,11 @@ TEST_F(InterruptionTest, EndsInOneSentenceWhereNothingCanBeWrittenOrPrinted)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
-        const Outcome outcome = RunShell(row.line);
+        const auto outcome = RunShell(row.line);
         EXPECT_EQ(outcome.status, row.status) << outcome.output;
         EXPECT_THAT(outcome.errors, ContainsRegex(row.sentence));
-        EXPECT_EQ(FilesIn("tmp"), QStringList());
-        EXPECT_TRUE(FilesIn("out").filter(QStringLiteral("/.")).isEmpty());
+        EXPECT_THAT(FilesIn("tmp"), IsEmpty());
+        EXPECT_THAT(FilesIn("out", "/."), IsEmpty());
     }
 }
 

@@ -1,16 +1,15 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include "support/Files.h"
+#include "support/Test.h"
 
-#include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 
-#include <string>
-
 namespace TestSupport {
+
+using Texts = std::vector<std::string>;
 
 struct Outcome
 {
@@ -20,74 +19,73 @@ struct Outcome
 };
 
 /// The real program with folders of its own.
-class TourFixture : public ::testing::Test
+class TourFixture : public testing::Test
 {
 protected:
     TourFixture()
     {
-        QDir(_dir.path()).mkdir(QStringLiteral("tmp"));
-        auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("minimal"));
-        environment.insert(QStringLiteral("TMPDIR"), Path("tmp"));
-        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), Path("config"));
-        environment.insert(QStringLiteral("MACHINESERVICE_OUT_DIR"), Path("out"));
+        _environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("minimal"));
         // Whatever the tester speaks.
-        environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
-        environment.remove(QStringLiteral("LANGUAGE"));
-        _process.setProcessEnvironment(environment);
+        _environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+        _environment.remove(QStringLiteral("LANGUAGE"));
+        SetVariable("TMPDIR", Path("tmp"));
+        SetVariable("XDG_CONFIG_HOME", Path("config"));
+        SetVariable("MACHINESERVICE_OUT_DIR", Path("out"));
+        std::filesystem::create_directory(Path("tmp"));
     }
 
-    QString Path(const char* ip_name) const { return _dir.filePath(QLatin1String(ip_name)); }
+    std::string Path(const std::string& i_name) const { return _dir.path().toStdString() + '/' + i_name; }
+    /// A file in the fixture's folder.
+    std::string Read(const std::string& i_name) const { return ReadFile(Path(i_name)); }
 
-    void SetVariable(const char* ip_name, const QString& i_value)
+    /// An empty value takes the variable away.
+    void SetVariable(const char* ip_name, const std::string& i_value)
     {
-        auto environment = _process.processEnvironment();
-        environment.insert(QLatin1String(ip_name), i_value);
-        _process.setProcessEnvironment(environment);
+        if (i_value.empty())
+            _environment.remove(QLatin1String(ip_name));
+        else
+            _environment.insert(QLatin1String(ip_name), QString::fromStdString(i_value));
+        _process.setProcessEnvironment(_environment);
     }
 
-    void RemoveVariable(const char* ip_name)
+    void WriteScript(const std::string& i_name, const std::string& i_lines)
     {
-        auto environment = _process.processEnvironment();
-        environment.remove(QLatin1String(ip_name));
-        _process.setProcessEnvironment(environment);
-    }
-
-    void WriteFile(const QString& i_path, const QByteArray& i_bytes, bool i_executable = false)
-    {
-        QFile file(i_path);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(i_bytes);
-        if (i_executable)
-            file.setPermissions(file.permissions() | QFileDevice::ExeUser);
+        WriteFile(Path(i_name), "#!/bin/sh\n" + i_lines);
+        std::filesystem::permissions(Path(i_name), std::filesystem::perms(0700));
     }
 
     /// A small tetrahedron, "part.stl", which is quickly built.
-    QString MakeMesh()
+    std::string MakeMesh()
     {
-        const QString path = Path("part.stl");
-        QByteArray text = "solid part\n";
+        std::string text = "solid part\n";
         for (const char* corners : {"0 0 0 vertex 0 9 0 vertex 9 0 0", "0 0 0 vertex 9 0 0 vertex 0 0 9",
                                     "0 0 0 vertex 0 0 9 vertex 0 9 0", "9 0 0 vertex 0 9 0 vertex 0 0 9"})
-            text += "facet normal 0 0 0 outer loop vertex " + QByteArray(corners) + " endloop endfacet\n";
-        WriteFile(path, text + "endsolid part\n");
-        return path;
+            text += "facet normal 0 0 0 outer loop vertex " + std::string(corners) + " endloop endfacet\n";
+        WriteFile(Path("part.stl"), text + "endsolid part\n");
+        return Path("part.stl");
     }
 
-    Outcome Finish()
+    static Outcome Finish(QProcess& io_process)
     {
-        EXPECT_TRUE(_process.waitForFinished(120'000));
-        return {_process.exitStatus() == QProcess::NormalExit ? _process.exitCode() : -1,
-                _process.readAllStandardOutput().toStdString(), _process.readAllStandardError().toStdString()};
+        EXPECT_TRUE(io_process.waitForFinished(120'000));
+        return {io_process.exitStatus() == QProcess::NormalExit ? io_process.exitCode() : -1,
+                io_process.readAllStandardOutput().toStdString(), io_process.readAllStandardError().toStdString()};
     }
 
-    Outcome Run(const QStringList& i_arguments)
+    Outcome Run(const Texts& i_arguments)
     {
-        Start(i_arguments);
-        return Finish();
+        Start(_process, i_arguments);
+        return Finish(_process);
     }
 
-    void Start(const QStringList& i_arguments) { _process.start(QStringLiteral(TOUR_PROGRAM), i_arguments); }
+    void Start(QProcess& io_process, const Texts& i_arguments)
+    {
+        QStringList arguments;
+        for (const std::string& argument : i_arguments)
+            arguments << QString::fromStdString(argument);
+        io_process.setProcessEnvironment(_environment);
+        io_process.start(QStringLiteral(TOUR_PROGRAM), arguments);
+    }
 
     /// Runs a line of shell in the fixture's folder, with the program as $0.
     Outcome RunShell(const char* ip_line)
@@ -95,22 +93,27 @@ protected:
         _process.setWorkingDirectory(_dir.path());
         _process.start(QStringLiteral("bash"),
                        {QStringLiteral("-c"), QLatin1String(ip_line), QStringLiteral(TOUR_PROGRAM)});
-        return Finish();
+        return Finish(_process);
     }
 
-    QStringList FilesIn(const char* ip_folder) const
+    /// All files and folders below a folder whose paths contain a text.
+    Texts FilesIn(const char* ip_folder, const std::string& i_text = {}) const
     {
-        QStringList files;
-        QDirIterator all(Path(ip_folder), QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot,
-                         QDirIterator::Subdirectories);
-        while (all.hasNext())
-            files << all.next();
-        files.sort();
+        Texts files;
+        QDirIterator all(QString::fromStdString(Path(ip_folder)),
+                         QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (all.hasNext()) {
+            const std::string file = all.next().toStdString();
+            if (file.find(i_text) != std::string::npos)
+                files.push_back(file);
+        }
+        std::sort(files.begin(), files.end());
         return files;
     }
 
     QTemporaryDir _dir;
     QProcess _process;
+    QProcessEnvironment _environment = QProcessEnvironment::systemEnvironment();
 };
 
 } // namespace TestSupport

@@ -1,60 +1,20 @@
 #include "machinelayer/Pldf.h"
 
 #include "machinelayer/PldfFile.h"
+#include "support/FullMachine.h"
+#include "support/Test.h"
 #include "tavam/FileError.h"
 #include "vexlorcore/Database.h"
 #include "vexlorcore/SceneMachineData.h"
 
-#include <gmock/gmock.h>
-
 #include <QTemporaryDir>
 
-#include <filesystem>
-#include <fstream>
-#include <limits>
-
-namespace MachineLayer {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
+using namespace MachineLayer;
+using TestSupport::MakeFullMachine;
 
 constexpr PLDF::PldfConvertOptions Everything = {.properties = true, .platform = true, .profiles = true};
-
-/// A machine that has everything, with texts and numbers that are hard to carry.
-Data::Machine MakeFullMachine()
-{
-    Data::Machine machine;
-    machine.properties = {L"Gro\u00df \U0001F5A8",
-                          L"<PLA> & \"more\"\n\t",
-                          L"\u202Ecomment",
-                          L"Maker",
-                          L"m-1",
-                          L"fused filament",
-                          0.1 + 0.2,
-                          0.4};
-    machine.platformShape = Data::CylinderShape{1.0 / 3, 1e6};
-    machine.platformGeometry = Data::PlatformGeometry{-100.5, 1e-300, 0};
-    machine.scanFields = {{L"left", -100, -100, 5, 100}, {L"right", -5, -100, 100, 100}};
-    machine.baseplate = Data::Baseplate{Data::BaseplateShape::Circle, 200, {}, 20, 1, 2, 3, 0, L"steel"};
-    machine.surfaceTypeProfiles[L"down.face"] = {Data::SupportType::Gusset,
-                                                 2.5,
-                                                 45,
-                                                 Data::SupportTeeth{1, 0.3, 0.8, 0},
-                                                 Data::SupportPerforation{Data::PerforationShape::Circle, 1, 2, 0.5},
-                                                 Data::SupportContact{0.4, 0.1, {}}};
-    machine.surfaceTypeProfiles[L"tree"] = {Data::SupportType::Tree, {}, {}, {}, {}, {}};
-    machine.supportProfileSet = Data::SupportProfileSet{
-        L"fine", {{Data::SupportType::Gusset, L"down.face"}, {Data::SupportType::Tree, L"tree"}}};
-    machine.nesting = Data::Nesting{2, 5, Data::RotationFreedom::Any, 15, {{L"screw", -1, -2, 0, 1, 2, 3}}};
-    machine.zBrace = Data::ZBrace{2, 1, 60, 10};
-    machine.zCompensation =
-        Data::ZCompensation{Data::ZCompensationKey::Depth, {{0.05, 0.02}, {0.1, -0.04}}, {{1, 0.1}, {2, 0.2}}};
-    machine.partExport = Data::PartExport{{L"3MF", L"STL"}, Data::LengthUnit::Inch, 0.01, L"%part%"};
-    machine.settings = {{L"a", L""}, {L"scanField.x.minX", L"7"}, {L"\u4e2d.\u6587", L"v"}};
-    return machine;
-}
 
 std::unique_ptr<IMachineData> MakeData(const Data::Machine& i_machine)
 {
@@ -68,7 +28,7 @@ std::string Document(const std::string& i_content, const std::string& i_version 
     return "<MachineConfiguration version=\"" + i_version + "\">" + i_content + "</MachineConfiguration>";
 }
 
-class PldfTest : public ::testing::Test
+class PldfTest : public testing::Test
 {
 protected:
     QTemporaryDir _dir;
@@ -220,7 +180,7 @@ TEST(PldfConversionTest, TakesOverTheChosenGroupsOnly)
     EXPECT_EQ(parameters.name, MakeFullMachine().properties.name);
     EXPECT_EQ(parameters.values.GetText(L"platform.shape"), L"cylinder");
     EXPECT_EQ(parameters.values.GetText(L"scanField.2.minX"), L"-5");
-    EXPECT_EQ(parameters.values.GetText(L"nesting.noBuildZone.1.maxZ"), L"3");
+    EXPECT_EQ(parameters.values.GetText(L"nesting.noBuildZone.1.maxZ"), L"30");
 
     auto data = CreateMachineData();
     PLDF::ConvertFromPLDF(*data, parameters, {});
@@ -266,7 +226,7 @@ TEST(MachineDataTest, MergesAConfigurationIntoMachineDataOfAPlatform)
     target.properties.name = L"target";
     target.properties.comment = L"kept";
     target.baseplate.emplace();
-    target.surfaceTypeProfiles[L"tree"].spacing = 9;
+    target.surfaceTypeProfiles[L"Overhang"].spacing = 9;
     target.surfaceTypeProfiles[L"mine"].spacing = 8;
     target.settings = {{L"a", L"old"}, {L"b", L"kept"}};
     target.zBrace = Data::ZBrace{9, {}, {}, {}};
@@ -280,7 +240,7 @@ TEST(MachineDataTest, MergesAConfigurationIntoMachineDataOfAPlatform)
     Data::Machine expected = target;
     expected.properties.name = L"loaded";
     expected.baseplate.reset();
-    expected.surfaceTypeProfiles[L"tree"] = loaded.surfaceTypeProfiles[L"tree"];
+    expected.surfaceTypeProfiles[L"Overhang"] = loaded.surfaceTypeProfiles[L"Overhang"];
     expected.supportProfileSet = loaded.supportProfileSet;
     expected.nesting = loaded.nesting;
     expected.settings = {{L"a", L"new"}, {L"b", L"kept"}, {L"c", L"new"}};
@@ -321,4 +281,3 @@ TEST(SceneMachineDataTest, FollowsTheScenesPlatformAndIsSavedWithIt)
 }
 
 } // namespace
-} // namespace MachineLayer

@@ -1,15 +1,11 @@
 #include "sdk/tavam/PlatformSamples.h"
 #include "support/Texts.h"
 
-#include <cmath>
-
 #include <zip.h>
 
 namespace {
 
 using namespace TavAM;
-using testing::AllOf;
-using testing::HasSubstr;
 using TestSupport::Repeat;
 
 struct PackageEntry
@@ -66,7 +62,7 @@ std::string MakeMeshEntry()
     return bytes;
 }
 
-class AMXDamagedFile : public testing::Test
+class AMXDamagedFileTest : public testing::Test
 {
 protected:
     /// Empty when the file could be read.
@@ -95,7 +91,7 @@ protected:
     std::shared_ptr<Platform> _platform;
 };
 
-TEST_F(AMXDamagedFile, ADocumentThatBreaksTheFormatIsRefused)
+TEST_F(AMXDamagedFileTest, ADocumentThatBreaksTheFormatIsRefused)
 {
     const std::string mesh = MakeMeshEntry();
     ASSERT_EQ(GetErrorOf({{"platform.xml", mgp_document}, {"meshes/0.mesh", mesh}, {"other/thing", "x"}}), "");
@@ -150,7 +146,7 @@ TEST_F(AMXDamagedFile, ADocumentThatBreaksTheFormatIsRefused)
     EXPECT_THAT(GetErrorOf({{"other.xml", mgp_document}}), HasSubstr("\"platform.xml\": is missing"));
 }
 
-TEST_F(AMXDamagedFile, AMeshThatCannotBeIsRefused)
+TEST_F(AMXDamagedFileTest, AMeshThatCannotBeIsRefused)
 {
     const std::string mesh = MakeMeshEntry();
     const struct
@@ -178,7 +174,7 @@ TEST_F(AMXDamagedFile, AMeshThatCannotBeIsRefused)
     }
 }
 
-TEST_F(AMXDamagedFile, APackageThatTricksIsRefused)
+TEST_F(AMXDamagedFileTest, APackageThatTricksIsRefused)
 {
     const std::string padding = "<Shape kind='brep' entry='x'/>";
     const PackageEntry user{"platform.xml", ReplaceAll(mgp_document, mgp_shape, padding)};
@@ -191,7 +187,7 @@ TEST_F(AMXDamagedFile, APackageThatTricksIsRefused)
                 HasSubstr("longer than 67108864 bytes"));
 }
 
-TEST_F(AMXDamagedFile, WhatIsNoPackageIsRefused)
+TEST_F(AMXDamagedFileTest, WhatIsNoPackageIsRefused)
 {
     EXPECT_THAT(GetReadError(), HasSubstr("No such file"));
     for (const std::string& bytes : {std::string(), std::string("text"), std::string(100000, 'P')}) {
@@ -203,7 +199,7 @@ TEST_F(AMXDamagedFile, WhatIsNoPackageIsRefused)
     EXPECT_THAT(GetReadError(), HasSubstr("no regular file"));
 }
 
-TEST_F(AMXDamagedFile, CutOrFlippedItFailsOrIsTheSame)
+TEST_F(AMXDamagedFileTest, CutOrFlippedItFailsOrIsTheSame)
 {
     const Platform original = MakeRichPlatform();
     AMXFileWriter().WriteFile(_path, original);

@@ -1,13 +1,10 @@
 #include "sdk/tavam/PlatformSamples.h"
 
-#include <cmath>
-#include <limits>
-
 namespace {
 
 using namespace TavAM;
 
-TEST(Geometry, VolumeFollowsPlacementAndOrientation)
+TEST(GeometryTest, VolumeFollowsPlacementAndOrientation)
 {
     const auto mesh = MakeTetrahedron(6);
     EXPECT_NEAR(GetVolume(*mesh, {}), 36, 1e-9);
@@ -20,7 +17,7 @@ TEST(Geometry, VolumeFollowsPlacementAndOrientation)
     EXPECT_EQ(GetVolume({}, {}), 0);
 }
 
-TEST(Geometry, MembersAreVisitedAsPlaced)
+TEST(GeometryTest, MembersAreVisitedAsPlaced)
 {
     const Transform quarterTurn{{0, -1, 0, 0, 1, 0, 0, 0, 0, 0, 1, 0}};
     Representation inner = Representation::FromMesh(MakeTetrahedron(1));
@@ -41,7 +38,7 @@ TEST(Geometry, MembersAreVisitedAsPlaced)
     EXPECT_THROW(Representation::FromMesh(nullptr), std::runtime_error);
 }
 
-TEST(Geometry, DefectsAreFoundWhereverTheyAre)
+TEST(GeometryTest, DefectsAreFoundWhereverTheyAre)
 {
     EXPECT_EQ(FindMeshDefect(*MakeTetrahedron(1e6F)), "");
     for (const float bad : {std::nextafter(1e6F, 2e6F), -1.1e6F, std::numeric_limits<float>::infinity(),

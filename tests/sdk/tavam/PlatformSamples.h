@@ -1,12 +1,12 @@
 #pragma once
 
 #include "support/Files.h"
+#include "support/Test.h"
 #include "tavam/AMXFileReader.h"
 #include "tavam/AMXFileWriter.h"
 
 #include <boost/uuid/string_generator.hpp>
 
-#include <gmock/gmock.h>
 #include <unistd.h>
 
 /// A folder that goes with the test.

@@ -1,9 +1,5 @@
 #include "vexlorcore/Base64.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-#include <string>
+#include "support/Test.h"
 
 namespace {
 

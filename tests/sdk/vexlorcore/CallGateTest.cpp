@@ -1,15 +1,6 @@
 #include "vexlorcore/CallGate.h"
+#include "support/Test.h"
 #include "vexlorcore/Statistic.h"
-
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <condition_variable>
-#include <mutex>
-#include <stdexcept>
-#include <string>
-#include <thread>
-#include <vector>
 
 namespace {
 

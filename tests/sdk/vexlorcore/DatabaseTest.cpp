@@ -1,13 +1,7 @@
 #include "vexlorcore/Database.h"
+#include "support/Test.h"
 
 #include "vexlorcore/Application.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
 
 namespace {
 
@@ -19,6 +13,7 @@ class KindListener final : public MListener
 public:
     KindListener() { StartListening(); }
     std::vector<std::string> Take() { return std::exchange(_kinds, {}); }
+    std::function<void(const std::string& i_kind)> on;
 
 private:
     void ExecuteSelf(const INotification& i_notification) override
@@ -38,13 +33,15 @@ private:
         else if (const auto* completed = dynamic_cast<const OperationCompleted*>(&i_notification))
             _kinds.emplace_back(completed->HasDatabaseAction(DatabaseAction::PlatformChanged) ? "completed 4096"
                                                                                               : "completed");
+        if (on)
+            on(_kinds.back());
     }
     std::vector<std::string> _kinds;
 };
 
 using Kinds = std::vector<std::string>;
 
-class DatabaseTest : public ::testing::Test
+class DatabaseTest : public testing::Test
 {
 protected:
     DatabaseTest()
@@ -119,95 +116,66 @@ TEST_F(DatabaseTest, ExecutesUndoesAndPurgesOperations)
     EXPECT_EQ(value, 0);
 }
 
-enum class Moment
+TEST_F(DatabaseTest, MayBeClosedByWhateverItTellsOrRuns)
 {
-    Copied,
-    Closing,
-    Before,
-    During,
-    Failing,
-    After,
-    Completed,
-    Undoing
-};
-
-class DatabaseClosedInsideTest : public DatabaseTest, public ::testing::WithParamInterface<Moment>
-{
-protected:
-    /// Closes the database at one kind of notification.
-    class Closer final : public MListener
-    {
-    public:
-        explicit Closer(Application& io_application)
-            : _application(io_application)
-        {
-            StartListening();
-        }
-        Moment moment = Moment::During;
-
-    private:
-        void ExecuteSelf(const INotification& i_notification) override
-        {
-            if ((moment == Moment::Copied && dynamic_cast<const DataSetCopied*>(&i_notification)) ||
-                (moment == Moment::Closing && dynamic_cast<const DataSetClosing*>(&i_notification)) ||
-                (moment == Moment::Before && dynamic_cast<const BeforeExecuteOperation*>(&i_notification)) ||
-                (moment == Moment::After && dynamic_cast<const AfterExecuteOperation*>(&i_notification)) ||
-                (moment == Moment::Completed && dynamic_cast<const OperationCompleted*>(&i_notification)))
-                _application.CloseDatabase();
-        }
-        Application& _application;
-    };
-};
-
-TEST_P(DatabaseClosedInsideTest, NothingOfItIsTouchedAfterwards)
-{
-    const Moment moment = GetParam();
-    Closer closer(_application);
-    closer.moment = moment;
-    auto& database = *_application.GetDatabase();
-    auto& operations = *_application.GetOperationManager();
-    database.AddListener(&closer);
-    operations.AddListener(&closer);
-    auto* const scene = database.CreateDataSet();
     const auto close = [this] {
         _application.CloseDatabase();
     };
-    switch (moment) {
-    case Moment::Copied:
-        EXPECT_EQ(database.CopyDataSet(scene), nullptr);
-        break;
-    case Moment::Closing:
-        database.CloseDataSet(scene);
-        break;
-    case Moment::Before:
-        EXPECT_THROW(operations.Execute(L"a", 1, [] { FAIL(); }), std::runtime_error);
-        break;
-    case Moment::During:
-        operations.Execute(L"a", 1, close);
-        break;
-    case Moment::Failing:
-        EXPECT_THROW(operations.Execute(L"a", 1,
-                                        [&] {
-                                            close();
-                                            throw std::out_of_range("x");
-                                        }),
-                     std::out_of_range);
-        break;
-    case Moment::Undoing:
-        operations.Execute(
-            L"a", 1, [] {}, close);
-        EXPECT_TRUE(operations.Undo());
-        break;
-    case Moment::After:
-    case Moment::Completed:
-        operations.Execute(L"a", 1, [] {});
-        break;
+    const auto nothing = [] {
+    };
+    const auto fail = [&] {
+        close();
+        throw std::out_of_range("x");
+    };
+    using Operations = OperationManagerBase;
+    const std::tuple<const char*, const char*, std::function<void(Database&, Operations&)>> rows[] = {
+        {"copying", "copied",
+         [](Database& io_database, Operations&) {
+             EXPECT_EQ(io_database.CopyDataSet(io_database.CreateDataSet()), nullptr);
+         }},
+        {"closing", "closing",
+         [](Database& io_database, Operations&) {
+             io_database.CloseDataSet(io_database.CreateDataSet());
+         }},
+        {"before", "before",
+         [](Database&, Operations& io_operations) {
+             EXPECT_THROW(io_operations.Execute(L"a", 1, [] { FAIL(); }), std::runtime_error);
+         }},
+        {"during", "",
+         [&](Database&, Operations& io_operations) {
+             io_operations.Execute(L"a", 1, close);
+         }},
+        {"failing", "",
+         [&](Database&, Operations& io_operations) {
+             EXPECT_THROW(io_operations.Execute(L"a", 1, fail), std::out_of_range);
+         }},
+        {"after", "after",
+         [&](Database&, Operations& io_operations) {
+             io_operations.Execute(L"a", 1, nothing);
+         }},
+        {"completed", "completed",
+         [&](Database&, Operations& io_operations) {
+             io_operations.Execute(L"a", 1, nothing);
+         }},
+        {"undoing", "",
+         [&](Database&, Operations& io_operations) {
+             io_operations.Execute(L"a", 1, nothing, close);
+             EXPECT_TRUE(io_operations.Undo());
+         }},
+    };
+    for (const auto& [name, kind, act] : rows) {
+        SCOPED_TRACE(name);
+        KindListener listener;
+        listener.on = [&, wanted = std::string(kind)](const std::string& i_kind) {
+            if (i_kind == wanted)
+                close();
+        };
+        close();
+        _application.CreateDatabase().AddListener(&listener);
+        _application.GetOperationManager()->AddListener(&listener);
+        act(*_application.GetDatabase(), *_application.GetOperationManager());
+        EXPECT_EQ(_application.GetDatabase(), nullptr);
     }
-    EXPECT_EQ(_application.GetDatabase(), nullptr);
 }
-
-INSTANTIATE_TEST_SUITE_P(Moments, DatabaseClosedInsideTest,
-                         ::testing::Values(Moment::Copied, Moment::Closing, Moment::Before, Moment::During,
-                                           Moment::Failing, Moment::After, Moment::Completed, Moment::Undoing));
 
 } // namespace

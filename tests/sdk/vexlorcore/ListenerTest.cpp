@@ -1,11 +1,5 @@
 #include "vexlorcore/Listener.h"
-
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
-#include <string>
-#include <vector>
+#include "support/Test.h"
 
 namespace {
 
@@ -36,7 +30,7 @@ private:
 
 using Log = std::vector<std::string>;
 
-class ListenerTest : public ::testing::Test
+class ListenerTest : public testing::Test
 {
 protected:
     ListenerTest()

@@ -1,16 +1,11 @@
 #include "vexlorcore/ScopedTemporaryFile.h"
+#include "support/Test.h"
 
 #include "tavam/FileError.h"
-
-#include <gtest/gtest.h>
 
 #include <QString>
 
 #include <sys/stat.h>
-
-#include <filesystem>
-#include <stdexcept>
-#include <string>
 
 namespace {
 

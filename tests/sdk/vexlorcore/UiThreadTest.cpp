@@ -1,44 +1,13 @@
 #include "vexlorcore/UiThread.h"
-
-#include <gmock/gmock.h>
+#include "support/Test.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QTest>
 
-#include <atomic>
-#include <memory>
-#include <stdexcept>
-#include <thread>
-#include <vector>
-
 namespace {
 
 using VexlorCore::UiThread;
-
-TEST(UiThreadTest, CarriesJobsAndTheirFailuresBothWays)
-{
-    const UiThread ui;
-    const auto here = std::this_thread::get_id();
-    std::atomic<int> done = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 50; ++i) {
-                EXPECT_FALSE(UiThread::IsCurrent());
-                UiThread::Invoke([&] { EXPECT_EQ(std::this_thread::get_id(), here); });
-                EXPECT_THROW(UiThread::Invoke([] { throw std::out_of_range("mine"); }), std::out_of_range);
-            }
-            ++done;
-        });
-    }
-    QTRY_VERIFY_WITH_TIMEOUT(done == 4, 20'000);
-    for (auto& thread : threads)
-        thread.join();
-    bool ranAtOnce = false;
-    UiThread::Invoke([&] { ranAtOnce = true; });
-    EXPECT_TRUE(ranAtOnce);
-}
 
 TEST(UiThreadTest, ServesOthersFromALoopWithinAJob)
 {
@@ -73,7 +42,7 @@ TEST(UiThreadTest, WakesWhoeverWaitsWhenItGoes)
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&] {
             EXPECT_THAT([] { UiThread::Invoke([] { ADD_FAILURE() << "ran without an event loop"; }); },
-                        ::testing::ThrowsMessage<std::runtime_error>("The host is shutting down."));
+                        ThrowsMessage<std::runtime_error>("The host is shutting down."));
         });
     }
     UiThread::Post([&] { hasPostRun = true; });

@@ -2,8 +2,6 @@
 #include "vexlorui/ActiveSceneContext.h"
 #include "vexlorui/BaseCommandsStorage.h"
 
-#include <gmock/gmock.h>
-
 namespace {
 
 using namespace Vexlor::UICommands;
@@ -43,7 +41,7 @@ public:
 
 using Log = std::vector<std::string>;
 
-class CommandsStorageTest : public ::testing::Test
+class CommandsStorageTest : public testing::Test
 {
 protected:
     CommandsStorageTest()
@@ -80,7 +78,7 @@ protected:
 TEST_F(CommandsStorageTest, AnnouncesAdditionsOnceToEachSide)
 {
     EXPECT_TRUE(_Add("a"));
-    EXPECT_THAT(_Take(), ::testing::UnorderedElementsAre("container +? a of 0", "factory +? a of 0",
+    EXPECT_THAT(_Take(), UnorderedElementsAre("container +? a of 0", "factory +? a of 0",
                                                          "container + a of 1", "factory + a of 1"));
     auto* first = _storage.GetCommand(QStringLiteral("a"));
     ASSERT_TRUE(first);
@@ -99,10 +97,10 @@ TEST_F(CommandsStorageTest, AnnouncesRemovalsEvenOfWhatIsNotThereAndClearingOnly
     _Add("b");
     _Take();
     _storage.RemoveCommand(QStringLiteral("x"));
-    EXPECT_THAT(_Take(), ::testing::UnorderedElementsAre("container -? x of 2", "factory -? x of 2",
+    EXPECT_THAT(_Take(), UnorderedElementsAre("container -? x of 2", "factory -? x of 2",
                                                          "container - x of 2", "factory - x of 2"));
     _storage.Clear();
-    EXPECT_THAT(_Take(), ::testing::UnorderedElementsAre("container -? a,b of 2", "factory -? a,b of 2",
+    EXPECT_THAT(_Take(), UnorderedElementsAre("container -? a,b of 2", "factory -? a,b of 2",
                                                          "container - a,b of 0", "factory - a,b of 0"));
 }
 
@@ -142,19 +140,6 @@ TEST_F(CommandsStorageTest, KeepsACommandThatIsDroppedWhileItRunsUntilItsEnd)
         EXPECT_TRUE(storage->GetCommand(id)->Exec());
         EXPECT_TRUE(isDestroyed);
     }
-}
-
-TEST_F(CommandsStorageTest, AnnouncesChangesOfACommandOncePerChange)
-{
-    TestStorage storage;
-    TestCommand command(QStringLiteral("a"));
-    int changes = 0;
-    QObject::connect(&command, &UiCommand::Changed, &_context, [&] { ++changes; });
-    for (int i = 0; i < 2; ++i) {
-        command.SetTitle(QStringLiteral("Build"));
-        command.SetEnabled(false);
-    }
-    EXPECT_EQ(changes, 2);
 }
 
 TEST(ActiveSceneContextTest, ReportsWhatTheActiveSceneHolds)

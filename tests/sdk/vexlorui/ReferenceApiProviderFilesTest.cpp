@@ -6,20 +6,15 @@
 #include "tavam/PropertyNames.h"
 #include "vexlorcore/SceneFile.h"
 
-#include <gmock/gmock.h>
-
 #include <QFile>
 
 #include <boost/uuid/uuid_io.hpp>
-
-#include <stdexcept>
 
 #include <sys/stat.h>
 
 namespace {
 
 namespace Names = TavAM::PropertyNames::Print3D;
-using ::testing::HasSubstr;
 using TestSupport::MakePart;
 using TestSupport::ReadFile;
 
@@ -178,7 +173,7 @@ TEST_F(ReferenceApiProviderFilesTest, SaysThatTheSceneWasClosed)
         [&] { _host.provider.PrepareScene(scene); },
     };
     for (const auto& call : calls) {
-        EXPECT_THAT(call, ::testing::ThrowsMessage<std::runtime_error>("The scene was closed."));
+        EXPECT_THAT(call, ThrowsMessage<std::runtime_error>("The scene was closed."));
     }
     EXPECT_FALSE(std::filesystem::exists(_host.GetDir() / "documents"));
     EXPECT_FALSE(std::filesystem::exists(_host.GetDir() / "x.TavAMX"));
@@ -281,19 +276,6 @@ TEST_F(ReferenceApiProviderFilesTest, LoadsAPlatformIntoTheSceneAsAWhole)
                  TavAM::FileError);
     EXPECT_THROW(_host.provider.LoadPlatformFile(_host.scene, 6, {file}, {}, {}, {}, {}, false, false),
                  std::runtime_error);
-}
-
-TEST_F(ReferenceApiProviderFilesTest, SavesAndReopensScenes)
-{
-    const auto path = _host.GetDir() / "Szene.TavAMX";
-    VexlorCore::SaveScene(*_host.scene, path);
-    auto* reopened = VexlorCore::LoadScene(_host.GetDatabase(), path);
-    EXPECT_EQ(QString::fromStdWString(reopened->GetFileName()).toStdString(), path.string());
-    EXPECT_EQ(reopened->GetFileName(), _host.scene->GetFileName());
-    EXPECT_EQ(reopened->GetParts()[1].GetPlacement(), _host.scene->GetParts()[1].GetPlacement());
-    std::ofstream(path) << "no package";
-    EXPECT_THROW(VexlorCore::LoadScene(_host.GetDatabase(), path), TavAM::FileError);
-    EXPECT_EQ(_host.GetDatabase().GetDataSets().size(), 2U);
 }
 
 } // namespace
