@@ -24,7 +24,7 @@ using MachineService::PlatformMachineConfiguration;
 
 constexpr double EnoughBytesPerSecond = 100e6;
 
-/// A machine with all that a support profile can have, in figures as users enter them.
+/// A machine with all that a support profile can have, in values as users enter them.
 PlatformMachineConfiguration MakeConfiguration(int i_profiles)
 {
     PlatformMachineConfiguration configuration;

@@ -219,8 +219,8 @@
         <translation>Drucker</translation>
     </message>
     <message>
-        <source>Figures</source>
-        <translation>Kennzahlen</translation>
+        <source>Estimates</source>
+        <translation>Schätzwerte</translation>
     </message>
     <message>
         <source>Files</source>
@@ -243,8 +243,8 @@
         <translation>  verbunden: %1 (%2)</translation>
     </message>
     <message>
-        <source>The machine returned no figures.</source>
-        <translation>Die Maschine hat keine Kennzahlen geliefert.</translation>
+        <source>The machine returned no estimates.</source>
+        <translation>Die Maschine hat keine Schätzwerte geliefert.</translation>
     </message>
     <message>
         <source>  none: nothing was built</source>

@@ -211,7 +211,7 @@ void Tour::_Run()
         _LoadParts(machine);
         _interrupts.ThrowIfInterrupted();
         RunCommands(_host, *_scene, _commandLine.command, _interrupts, _messages, _transcript);
-        _transcript.Line(Texts::tr("Figures"));
+        _transcript.Line(Texts::tr("Estimates"));
         _ShowEstimates();
     }
     _transcript.Line(Texts::tr("Files"));
@@ -283,7 +283,7 @@ void Tour::_ShowEstimates()
     if (const auto estimates = Hosting::ReadEstimates(_scene->GetPlatform()))
         ShowEstimates(*estimates, _transcript);
     else if (_MustBuild())
-        throw HostingError(Texts::tr("The machine returned no figures."));
+        throw HostingError(Texts::tr("The machine returned no estimates."));
     else
         _transcript.Line(Texts::tr("  none: nothing was built"));
 }

@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-/// Machine data as XML documents: the PLDF file, and the two that machine services send beside it. Their format stands
-/// in docs/pldf-format.md. Documents come from anywhere: size, depth, counts, texts and numbers are bounded and
-/// checked.
+/// Machine data as XML documents: the PLDF file, and the two that machine services send beside it. Their format is
+/// described in docs/pldf-format.md. Documents come from anywhere: size, depth, counts, texts and numbers are bounded
+/// and checked.
 ///
 /// Each op_remarks gets a sentence (without its full stop) for each of the first elements and attributes that are not
 /// known and passed over.

@@ -81,7 +81,7 @@ AMXDocumentReader::Answer AMXDocumentReader::_ReadProperty(std::string_view i_na
         return NotTaken();
     const std::wstring name = _GetText(i_attributes, "name");
     if (_properties->Has(name))
-        Fail("the property " + Quote(_Require(i_attributes, "name")) + " stands twice");
+        Fail("the property " + Quote(_Require(i_attributes, "name")) + " appears twice");
     if (i_attributes.Find("value"))
         _properties->SetText(name, _GetText(i_attributes, "value"));
     else
@@ -248,7 +248,7 @@ boost::uuids::uuid AMXDocumentReader::_GetId(const Attributes& i_attributes, std
 void AMXDocumentReader::_RequireFirst(std::set<std::string, std::less<>>& io_seen, std::string_view i_name)
 {
     if (!io_seen.emplace(i_name).second)
-        Fail("an element " + Quote(i_name) + " stands twice");
+        Fail("an element " + Quote(i_name) + " appears twice");
 }
 
 } // namespace TavAM

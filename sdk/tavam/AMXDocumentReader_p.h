@@ -51,7 +51,7 @@ private:
     bool _GetFlag(const Attributes& i_attributes, std::string_view i_name);
     Transform _GetPlacement(const Attributes& i_attributes);
     boost::uuids::uuid _GetId(const Attributes& i_attributes, std::string_view i_name);
-    /// Fails when an element that stands once in its parent comes again.
+    /// Fails when an element that its parent has once appears again.
     void _RequireFirst(std::set<std::string, std::less<>>& io_seen, std::string_view i_name);
 
     /// A shape whose end has not come yet.

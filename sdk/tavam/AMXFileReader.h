@@ -12,7 +12,7 @@ namespace TavAM {
 /// Reads a .TavAMX platform file.
 ///
 /// The file comes from anywhere: sizes, counts, depth, names and numbers are bounded and checked before they count.
-/// The format stands in docs/tavamx-format.md.
+/// The format is described in docs/tavamx-format.md.
 ///
 /// Thread: any; one reader on one thread at a time.
 class TAVAM_EXPORT AMXFileReader

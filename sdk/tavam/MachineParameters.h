@@ -12,7 +12,7 @@ struct MachineParameters
     std::wstring name;
     std::wstring manufacturer;
     std::wstring modelId;
-    /// Everything else by name, for example "platform.width". Units stand in the names' documentation.
+    /// Everything else by name, for example "platform.width". Units are told where the names are documented.
     PersistentProperties values;
 
     bool operator==(const MachineParameters&) const = default;

@@ -27,7 +27,7 @@ public:
     void SetName(const std::wstring& i_name) { _name = i_name; }
     const Representation& GetRepresentation() const { return _representation; }
     void SetRepresentation(Representation i_representation) { _representation = std::move(i_representation); }
-    /// Where the part stands on the platform. Units: mm.
+    /// Where the part is on the platform. Units: mm.
     const Transform& GetPlacement() const { return _placement; }
     void SetPlacement(const Transform& i_placement) { _placement = i_placement; }
     bool HasSupports() const { return _hasSupports; }

@@ -12,7 +12,8 @@ inline constexpr wchar_t MachineInformationTimestamp[] = L"Print3D.MachineInform
 /// What platforms for the machine are prepared with: an XML document, see docs/machine-configuration.md.
 inline constexpr wchar_t MachineConfiguration[] = L"Print3D.MachineConfiguration";
 
-/// Figures of a processed platform or part. Numbers in decimal with a point; on a part they are that part's own share.
+/// Estimates of a processed platform or part. Numbers in decimal with a point; on a part they are that part's own
+/// share.
 inline constexpr wchar_t LayerCount[] = L"Print3D.Figures.LayerCount";
 inline constexpr wchar_t PrintTimeSeconds[] = L"Print3D.Figures.PrintTimeSeconds";
 inline constexpr wchar_t MaterialMillimetres[] = L"Print3D.Figures.MaterialMillimetres"; ///< filament length

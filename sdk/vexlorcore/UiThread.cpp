@@ -1,5 +1,6 @@
 #include "vexlorcore/UiThread.h"
 
+#include "tavsdk/StopExceptions.h"
 #include "vexlorcore/CallGate.h"
 
 #include <QCoreApplication>
@@ -26,13 +27,8 @@ QEvent::Type GetWakeEventType()
 
 void Report(const std::exception_ptr& i_failure)
 {
-    try {
-        std::rethrow_exception(i_failure);
-    } catch (const std::exception& error) {
-        qCWarning(log, "A posted job failed: %s", error.what());
-    } catch (...) {
-        qCWarning(log, "A posted job failed.");
-    }
+    TavSDK::StopExceptions([&] { std::rethrow_exception(i_failure); },
+                           [](const char* ip_why) { qCWarning(log, "A posted job failed: %s", ip_why); });
 }
 
 } // namespace

@@ -195,9 +195,9 @@ bool JobRunner::Run(const QString& i_title, const VexlorCore::Job& i_job, std::s
     bool result = false;
     std::exception_ptr failure;
     {
-        struct Shown
+        struct DisplayGuard
         {
-            ~Shown()
+            ~DisplayGuard()
             {
                 if (display)
                     TellOfFailures([this] { display->End(); });
@@ -206,7 +206,7 @@ bool JobRunner::Run(const QString& i_title, const VexlorCore::Job& i_job, std::s
         };
         if (ip_display)
             ip_display->Begin(i_title);
-        const Shown shown{ip_display.get()};
+        const DisplayGuard guard{ip_display.get()};
         // Within the display's life, so that nothing is delivered after End.
         Pump pump(ip_display, begun.stop.get_token());
         QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &pump,

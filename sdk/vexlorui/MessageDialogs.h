@@ -20,7 +20,7 @@ struct Message
     };
 
     Kind kind = Kind::Information;
-    QString title;       ///< may be empty: the host's name stands there
+    QString title;       ///< may be empty: the host's name is shown instead
     QString text;        ///< plain text: never interpreted as markup
     QStringList buttons; ///< at least one, the last is what closing the box answers
 };

@@ -95,10 +95,8 @@ Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_me
             platforms.push_back(std::move(platform));
             continue;
         }
-        TavAM::AMXFileReader reader;
         TavAM::Database file;
-        if (!reader.ReadFile(path, file))
-            throw TavAM::FileError(reader.GetError());
+        TavAM::AMXFileReader::Read(path, file);
         if (file.GetNumPlatforms() == 0)
             throw TavAM::FileError(QCoreApplication::translate("Vexlor::PlatformImport", "'%1' holds no platform.")
                                        .arg(QString::fromStdString(TavSDK::ShowPath(path)))

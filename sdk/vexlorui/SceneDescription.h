@@ -7,7 +7,7 @@
 namespace Vexlor {
 
 /// XML that describes a platform without its meshes, for machines that take their geometry another way. UTF-8.
-/// Its form stands in docs/host-scene-xml.md. Thread: any.
+/// Its form is described in docs/host-scene-xml.md. Thread: any.
 std::string DescribeScene(const TavAM::Platform& i_platform);
 
 } // namespace Vexlor

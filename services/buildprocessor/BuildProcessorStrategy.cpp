@@ -47,7 +47,7 @@ std::future<CommandResult> BuildProcessorStrategy::RunCommand(const CommandParam
             throw CommunicationException(refusal);
         return _Submit(dated, i_parameters, command->slices, command->run);
     } catch (...) {
-        return Ready([failure = std::current_exception()]() -> CommandResult { std::rethrow_exception(failure); });
+        return Failed<CommandResult>();
     }
 }
 
@@ -64,8 +64,7 @@ ProgressWatcherFuture<PlatformInfo> BuildProcessorStrategy::GetPlatformInformati
                                           }),
                                      watcher);
     } catch (...) {
-        return ProgressWatcherFuture(
-            Ready([failure = std::current_exception()]() -> PlatformInfo { std::rethrow_exception(failure); }));
+        return ProgressWatcherFuture(Failed<PlatformInfo>());
     }
 }
 
@@ -77,9 +76,7 @@ BuildProcessorStrategy::GetEmptyPlatform(const std::string& i_parameters) const
             return MakeEmptyPlatform(i_request, parameters);
         });
     } catch (...) {
-        return Ready([failure = std::current_exception()]() -> std::pair<CommandResult, Platform> {
-            std::rethrow_exception(failure);
-        });
+        return Failed<std::pair<CommandResult, Platform>>();
     }
 }
 
@@ -93,7 +90,7 @@ std::future<CommandResult> BuildProcessorStrategy::FillReportProperties(const Co
     try {
         return _Submit(_GetProfile(), i_parameters, true, &FillReport);
     } catch (...) {
-        return Ready([failure = std::current_exception()]() -> CommandResult { std::rethrow_exception(failure); });
+        return Failed<CommandResult>();
     }
 }
 

@@ -14,7 +14,7 @@ namespace MachineService {
 
 /// The machines that a service has at this moment.
 ///
-/// Beside Entry stand `boost::uuids::uuid GetId(const Entry&)` and `MachineChanges FindChanges(const Entry& i_old,
+/// Beside Entry there are `boost::uuids::uuid GetId(const Entry&)` and `MachineChanges FindChanges(const Entry& i_old,
 /// const Entry& i_new)`.
 ///
 /// Thread: any. Entries that were handed out stay as they were.

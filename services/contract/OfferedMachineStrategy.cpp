@@ -99,7 +99,7 @@ std::future<CommandResult> OfferedMachineStrategy::_Run(const CommandParameters&
                                           return Guarded([&] { return run(CommandRun{parameters, i_stop}); });
                                       });
     } catch (...) {
-        return Ready([failure = std::current_exception()]() -> CommandResult { std::rethrow_exception(failure); });
+        return Failed<CommandResult>();
     }
 }
 
@@ -176,9 +176,7 @@ OfferedMachineStrategy::GetEmptyPlatform(const std::string& i_parameters) const
                 });
             });
     } catch (...) {
-        return Ready([failure = std::current_exception()]() -> std::pair<CommandResult, Platform> {
-            std::rethrow_exception(failure);
-        });
+        return Failed<std::pair<CommandResult, Platform>>();
     }
 }
 
@@ -196,8 +194,7 @@ ProgressWatcherFuture<void> OfferedMachineStrategy::ModifyPlatform(const Platfor
                                         }),
             watcher);
     } catch (...) {
-        return ProgressWatcherFuture(Ready([failure = std::current_exception()] { std::rethrow_exception(failure); }),
-                                     watcher);
+        return ProgressWatcherFuture(Failed<void>(), watcher);
     }
 }
 

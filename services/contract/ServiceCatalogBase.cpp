@@ -2,6 +2,7 @@
 
 #include "client/interface/CommunicationException.h"
 
+#include "tavsdk/StopExceptions.h"
 #include "tavsdk/ThreadCollector.h"
 
 #include <QLoggingCategory>
@@ -45,13 +46,9 @@ struct ServiceCatalogBase::Impl
     {
         if (isLeft)
             return;
-        try {
-            i_signal();
-        } catch (const std::exception& failure) {
-            qCWarning(Log, "A listener of %s failed: %s", name.c_str(), failure.what());
-        } catch (...) {
-            qCWarning(Log, "A listener of %s failed.", name.c_str());
-        }
+        TavSDK::StopExceptions(i_signal, [this](const char* ip_why) {
+            qCWarning(Log, "A listener of %s failed: %s", name.c_str(), ip_why);
+        });
     }
     bool IsStopped()
     {
@@ -78,15 +75,11 @@ struct ServiceCatalogBase::Impl
 
 void ServiceCatalogBase::Impl::RunThread()
 {
-    std::string reason = "for an unknown reason";
-    try {
-        Run();
+    const bool hasEnded = TavSDK::StopExceptions(
+        [this] { Run(); },
+        [this](const char* ip_why) { qCCritical(Log, "The service of %s ended: %s", name.c_str(), ip_why); });
+    if (hasEnded)
         return;
-    } catch (const std::exception& failure) {
-        reason = failure.what();
-    } catch (...) {
-    }
-    qCCritical(Log, "The service of %s ended: %s", name.c_str(), reason.c_str());
     {
         const std::lock_guard lock(mutex);
         isStopped = true;

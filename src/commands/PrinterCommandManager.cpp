@@ -78,19 +78,19 @@ struct PrinterCommandManager::Impl
 
     // The commands that the last check left in the storage, by what their names are made of; empty once anybody changed
     // the storage. Most checks find everything as it was and need not make names.
-    struct Shown
+    struct ShownCommand
     {
         CommandType type;
         boost::uuids::uuid id;
     };
-    std::optional<std::vector<Shown>> shown;
+    std::optional<std::vector<ShownCommand>> shown;
     bool shownConnection = false;
 
     bool IsShown(const std::vector<CommandDescription>& i_offered, const MachineData& i_data) const
     {
         return shown && shownConnection == i_data.configuresConnection &&
                std::equal(i_offered.begin(), i_offered.end(), shown->begin(), shown->end(),
-                          [](const CommandDescription& i_command, const Shown& i_shown) {
+                          [](const CommandDescription& i_command, const ShownCommand& i_shown) {
                               return i_command.type == i_shown.type && i_command.id == i_shown.id;
                           });
     }

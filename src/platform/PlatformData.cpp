@@ -65,11 +65,12 @@ void LoadMachineParametersFromAmx(TavAM::MachineParameters& o_parameters, const 
 {
     const auto file = MakeTemporaryFile(L"VexlorGetPlatformInformation", L".TavAMX");
     TavAM::Database database;
-    TavAM::AMXFileReader reader;
     if (!WriteBytes(file->GetPath(), i_bytes))
         ThrowUnreadable(file->GetPath());
-    if (!reader.ReadFile(TavSDK::PathFromWide(file->GetPath()), database)) {
-        LogReason("Platform of a machine", reader.GetError());
+    try {
+        TavAM::AMXFileReader::Read(TavSDK::PathFromWide(file->GetPath()), database);
+    } catch (const TavAM::FileError& failure) {
+        LogReason("Platform of a machine", failure.what());
         ThrowUnreadable(file->GetPath());
     }
     if (database.GetNumPlatforms() != 1)

@@ -18,7 +18,7 @@ namespace {
 using namespace TestSupport;
 using Vexlor::UICommands::UiCommand;
 
-/// The road of an answer: service, cache, client, host, button. Nobody asks the button.
+/// The way of an answer: service, cache, client, host, button. Nobody asks the button.
 TEST(FreshAnswerTest, ReachesTheButtonByItself)
 {
     Host host;

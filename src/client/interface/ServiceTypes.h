@@ -79,7 +79,7 @@ enum class DataFormat : std::int32_t
     Undefined = 0,
     Platform = 1,        ///< parts, placement and properties of the whole platform
     Placement = 2,       ///< placements of the parts
-    Properties = 3,      ///< properties of platform and parts, such as figures
+    Properties = 3,      ///< properties of platform and parts, such as estimates
     Strategies = 4,      ///< print strategies assigned to the parts
     AdditionalParts = 5, ///< parts that are added to the platform
     Document = 6,        ///< a document for the user, such as a report
