@@ -75,10 +75,10 @@ struct ServiceCatalogBase::Impl
 
 void ServiceCatalogBase::Impl::RunThread()
 {
-    const bool hasEnded = TavSDK::StopExceptions(
-        [this] { Run(); },
-        [this](const char* ip_why) { qCCritical(Log, "The service of %s ended: %s", name.c_str(), ip_why); });
-    if (hasEnded)
+    const auto tell = [this](const char* ip_why) {
+        qCCritical(Log, "The service of %s ended: %s", name.c_str(), ip_why);
+    };
+    if (TavSDK::StopExceptions([this] { Run(); }, tell))
         return;
     {
         const std::lock_guard lock(mutex);

@@ -159,45 +159,34 @@ TEST_F(CommandFailuresTest, CancellingInAnyPhaseIsOneMessageAndIdleWithinASecond
     const auto cancel = [this] {
         _host.provider.CancelCurrentJob();
     };
-    const std::pair<const char*, std::function<void()>> phases[] = {
-        {"before the start",
-         [&] {
-             _provider.onJob = cancel;
-         }},
-        {"while saving",
-         [&] {
-             _provider.onSave = cancel;
-         }},
-        {"the service obeys",
-         [&] {
-             _script->run = [&](const CommandParameters& i_parameters) {
-                 cancel();
-                 EXPECT_TRUE(i_parameters.stopToken.stop_requested());
-                 return MakeFailed<CommandResult>(std::make_exception_ptr(std::runtime_error("engine killed")));
-             };
-         }},
-        {"the service has succeeded already",
-         [&] {
-             _script->run = [&](const CommandParameters& i_parameters) {
-                 cancel();
-                 return Leave({"a.TavAMX"})(i_parameters);
-             };
-         }},
-        {"the service never answers",
-         [&] {
-             _script->run = [&](const CommandParameters& i_parameters) {
-                 never = {};
-                 seen = i_parameters;
-                 QTimer::singleShot(0, QCoreApplication::instance(), cancel);
-                 return never.get_future();
-             };
-         }},
+    using Run = FakeBehaviour::Run;
+    const Run obeys = [&](const CommandParameters& i_parameters) {
+        cancel();
+        EXPECT_TRUE(i_parameters.stopToken.stop_requested());
+        return MakeFailed<CommandResult>(std::make_exception_ptr(std::runtime_error("engine killed")));
+    };
+    const Run hasSucceeded = [&](const CommandParameters& i_parameters) {
+        cancel();
+        return Leave({"a.TavAMX"})(i_parameters);
+    };
+    const Run neverAnswers = [&](const CommandParameters& i_parameters) {
+        never = {};
+        seen = i_parameters;
+        QTimer::singleShot(0, QCoreApplication::instance(), cancel);
+        return never.get_future();
+    };
+    const std::pair<std::function<void()>, const char*> phases[] = {
+        {[&] { _provider.onJob = cancel; }, "before the start"},
+        {[&] { _provider.onSave = cancel; }, "while saving"},
+        {[&] { _script->run = obeys; }, "the service obeys"},
+        {[&] { _script->run = hasSucceeded; }, "the service has succeeded already"},
+        {[&] { _script->run = neverAnswers; }, "the service never answers"},
     };
     QTimer timer;
     int ticks = 0;
     QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
     timer.start(1);
-    for (const auto& [name, arrange] : phases) {
+    for (const auto& [arrange, name] : phases) {
         ticks = 0;
         SCOPED_TRACE(name);
         *_script = Script();

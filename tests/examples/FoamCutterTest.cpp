@@ -127,26 +127,6 @@ TEST_F(FoamCutterTest, TellsTheUserOnceWhatIsWrong)
     EXPECT_EQ(_host.messages.GetMessages()[0].kind, Vexlor::Message::Kind::Critical);
 }
 
-TEST_F(FoamCutterTest, EndsARunThatIsCancelled)
-{
-    const auto machine = *_client->TryGetPrinter(_host.scene);
-    const auto description = machine.GetCommands().get().front();
-    std::stop_source stop;
-    CommandParameters parameters;
-    parameters.commandId = description.id;
-    parameters.inputFile = _host.GetDir() / "input.TavAMX";
-    parameters.outputDir = _host.GetDir();
-    _host.provider.SaveProcessorInput(_host.scene, static_cast<std::int32_t>(description.dataFormat),
-                                      parameters.inputFile);
-    parameters.stopToken = stop.get_token();
-    parameters.onProgress = [&](int, const std::string&) {
-        stop.request_stop();
-    };
-    auto answer = machine.RunCommand(parameters);
-    EXPECT_EQ(TestSupport::GetFailure([&] { answer.get(); }).code, ErrorCode::ProcessingAborted);
-    EXPECT_FALSE(std::filesystem::exists(g_jobsDir));
-}
-
 TEST_F(FoamCutterTest, OutlivesItsServiceAsAMachineThatAnswersNothing)
 {
     const auto machine = *_client->TryGetPrinter(_host.scene);

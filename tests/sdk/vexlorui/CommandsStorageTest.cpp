@@ -78,8 +78,8 @@ protected:
 TEST_F(CommandsStorageTest, AnnouncesAdditionsOnceToEachSide)
 {
     EXPECT_TRUE(_Add("a"));
-    EXPECT_THAT(_Take(), UnorderedElementsAre("container +? a of 0", "factory +? a of 0",
-                                                         "container + a of 1", "factory + a of 1"));
+    EXPECT_THAT(_Take(), UnorderedElementsAre("container +? a of 0", "factory +? a of 0", "container + a of 1",
+                                              "factory + a of 1"));
     auto* first = _storage.GetCommand(QStringLiteral("a"));
     ASSERT_TRUE(first);
     EXPECT_FALSE(_Add("a"));
@@ -97,11 +97,11 @@ TEST_F(CommandsStorageTest, AnnouncesRemovalsEvenOfWhatIsNotThereAndClearingOnly
     _Add("b");
     _Take();
     _storage.RemoveCommand(QStringLiteral("x"));
-    EXPECT_THAT(_Take(), UnorderedElementsAre("container -? x of 2", "factory -? x of 2",
-                                                         "container - x of 2", "factory - x of 2"));
+    EXPECT_THAT(_Take(), UnorderedElementsAre("container -? x of 2", "factory -? x of 2", "container - x of 2",
+                                              "factory - x of 2"));
     _storage.Clear();
-    EXPECT_THAT(_Take(), UnorderedElementsAre("container -? a,b of 2", "factory -? a,b of 2",
-                                                         "container - a,b of 0", "factory - a,b of 0"));
+    EXPECT_THAT(_Take(), UnorderedElementsAre("container -? a,b of 2", "factory -? a,b of 2", "container - a,b of 0",
+                                              "factory - a,b of 0"));
 }
 
 TEST_F(CommandsStorageTest, IsSilentAsFactoryWithinBracketsThatNest)

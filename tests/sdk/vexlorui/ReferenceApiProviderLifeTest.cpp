@@ -112,47 +112,29 @@ protected:
 
 TEST_F(ReferenceApiProviderLifeTest, MayBeDestroyedByWhateverItCalls)
 {
-    const std::pair<std::vector<const char*>, std::function<void()>> rows[] = {
-        {{"begin", "job", "progress", "end"},
-         [&] {
-             EXPECT_TRUE(_provider->RunJob(QStringLiteral("Build"), _job));
-         }},
-        {{"confirm"},
-         [&] {
-             EXPECT_TRUE(_provider->ConfirmSubmission({}, {}));
-         }},
-        {{"prepare"},
-         [&] {
-             EXPECT_TRUE(_provider->PrepareScene(_scene));
-         }},
-        {{"job"},
-         [&] {
-             _provider->InvokeOnUiThread([&] { _provider.reset(); });
-         }},
-        {{"update"},
-         [&] {
-             _provider->UpdateCommands();
-             QCoreApplication::processEvents();
-         }},
-        {{"open"},
-         [&] {
+    const QString title = QStringLiteral("Build");
+    const std::pair<std::function<void()>, std::vector<const char*>> rows[] = {
+        {[&] { EXPECT_TRUE(_provider->RunJob(title, _job)); }, {"begin", "job", "progress", "end"}},
+        {[&] { EXPECT_TRUE(_provider->ConfirmSubmission({}, {})); }, {"confirm"}},
+        {[&] { EXPECT_TRUE(_provider->PrepareScene(_scene)); }, {"prepare"}},
+        {[&] { _provider->InvokeOnUiThread([&] { _provider.reset(); }); }, {"job"}},
+        {[&] { _provider->UpdateCommands(), QCoreApplication::processEvents(); }, {"update"}},
+        {[&] {
              _provider->OpenProcessorFiles(_scene, {_file, _file});
-         }},
-        {{"platform"},
-         [&] {
+         },
+         {"open"}},
+        {[&] {
              _provider->LoadProcessorFiles(_scene, {_file, _file}, 1, _onPlatform, 0);
-         }},
-        {{"end", "scene", "platform"},
-         [&] {
-             _LoadPlatform();
-         }},
+         },
+         {"platform"}},
+        {[&] { _LoadPlatform(); }, {"end", "scene", "platform"}},
     };
     _act = [this] {
         _provider.reset();
     };
-    for (const auto& [calls, act] : rows)
+    for (const auto& [act, calls] : rows)
         for (const char* const call : calls) {
-            SCOPED_TRACE(std::to_string(&calls - &rows[0].first) + call);
+            SCOPED_TRACE(std::to_string(&act - &rows[0].first) + call);
             _MakeProvider();
             _where = call;
             _isArmed = true;
@@ -169,24 +151,19 @@ TEST_F(ReferenceApiProviderLifeTest, TakesNoOtherSceneForTheOneThatWasClosed)
         for (int scene = 0; scene < 10; ++scene)
             _OpenScene();
     };
-    const std::pair<const char*, std::function<void()>> rows[] = {
-        {"open",
-         [&] {
-             _provider->OpenProcessorFiles(_scene, {_file, _file});
-         }},
-        {"begin",
-         [&] {
-             _LoadPlatform();
-         }},
-        {"job",
-         [&] {
-             _provider->RunJob(QStringLiteral("Build"), [&](IJobProgress& io_progress) {
-                 _provider->LoadProcessorFiles(_scene, {_file}, 1, {}, 0);
-                 return _job(io_progress);
-             });
-         }},
+    const auto load = [&](IJobProgress& io_progress) {
+        _provider->LoadProcessorFiles(_scene, {_file}, 1, {}, 0);
+        return _job(io_progress);
     };
-    for (const auto& [where, act] : rows) {
+    const std::pair<std::function<void()>, const char*> rows[] = {
+        {[&] {
+             _provider->OpenProcessorFiles(_scene, {_file, _file});
+         },
+         "open"},
+        {[&] { _LoadPlatform(); }, "begin"},
+        {[&] { _provider->RunJob(QStringLiteral("Build"), load); }, "job"},
+    };
+    for (const auto& [act, where] : rows) {
         SCOPED_TRACE(where);
         _scene = _OpenScene();
         _opened = 0;
