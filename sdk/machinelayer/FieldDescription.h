@@ -71,7 +71,8 @@ const Field& GetPldfDescription();
 /// Of a document with sections.
 MACHINELAYER_EXPORT const Field& GetConfigurationDescription();
 
-/// The text as a field of this kind keeps it. \throws FieldError when it cannot have it.
+/// The text as a field of this kind keeps it.
+/// \throws FieldError when it cannot have it.
 std::string_view CheckText(const Field& i_field, std::string_view i_text);
 /// \throws FieldError.
 void CheckNumber(double i_number, const Quantity& i_quantity);

@@ -25,7 +25,8 @@ inline constexpr std::size_t LargestShapeCount = 100'000;
 class ShapeCounter
 {
 public:
-    /// \param ip_mesh null for a shape that is none. \throws FileError beyond the bounds.
+    /// \param ip_mesh null for a shape that is none.
+    /// \throws FileError beyond the bounds.
     void Add(const Mesh* ip_mesh);
 
 private:

@@ -31,7 +31,8 @@ VEXLORCORE_EXPORT std::unique_ptr<IMachineData> MakeMachineData(const TavAM::Pla
 ///         file; std::invalid_argument for a number out of its range. What was saved with the scene then stays.
 VEXLORCORE_EXPORT void StoreMachineData(VexlorCore::DataSet* ip_data_set);
 
-/// Whether StoreMachineData would take them. \throws as it does.
+/// Whether StoreMachineData would take them.
+/// \throws as it does.
 VEXLORCORE_EXPORT void CheckStorable(const IMachineData& i_data);
 
 } // namespace MachineLayer::Utilities

@@ -5,7 +5,8 @@
 
 namespace Vexlor::UICommands {
 
-/// Answers for the active scene of VexlorCore::Application; false to everything without one. Thread: UI thread.
+/// Answers for the active scene of VexlorCore::Application; false to everything without one.
+/// Thread: UI thread.
 class VEXLORUI_EXPORT ActiveSceneContext final : public UpdatableContext
 {
 public:

@@ -16,8 +16,10 @@ void WriteFileAtomically(const std::filesystem::path& i_path, std::string_view i
 std::string SanitizeFileName(const std::string& i_name);
 
 /// Copies files into a folder, which is made (0700) if need be, under their own names or, where one is taken, under
-/// "name (2).ext". All or none are copied. Thread: any.
-/// \return the copies in the order of the files. \throws TavAM::FileError.
+/// "name (2).ext". All or none are copied.
+/// Thread: any.
+/// \return the copies in the order of the files.
+/// \throws TavAM::FileError.
 std::vector<std::filesystem::path> CopyDocuments(const std::vector<std::filesystem::path>& i_files,
                                                  const std::filesystem::path& i_folder);
 

@@ -17,8 +17,9 @@ class IProgressDisplay;
 class JobRunner : public std::enable_shared_from_this<JobRunner>
 {
 public:
-    /// \param ip_display may be null. \throws std::logic_error off the UI thread; std::runtime_error "Another command
-    /// is still running."; what the job throws, after the display has ended.
+    /// \param ip_display may be null.
+    /// \throws std::logic_error off the UI thread; std::runtime_error "Another command is still running."; what the job
+    /// throws, after the display has ended.
     bool Run(const QString& i_title, const VexlorCore::Job& i_job, std::shared_ptr<IProgressDisplay> ip_display);
 
     /// Thread: any.

@@ -34,7 +34,8 @@ public:
     /// Shows a message on the UI thread; returns the index of the button, 0 to buttons.size() - 1.
     using Handler = std::function<int(const Message&)>;
 
-    /// Returns the former handler. Thread: UI thread.
+    /// Returns the former handler.
+    /// Thread: UI thread.
     static Handler SetHandler(Handler i_handler);
 
     /// \throws std::runtime_error when the host is shutting down (see VexlorCore::UiThread).

@@ -24,8 +24,10 @@ ImportKind ToImportKind(std::int32_t i_kind);
 
 using Platforms = std::vector<std::shared_ptr<TavAM::Platform>>;
 
-/// All platforms of all files. \param i_with_meshes a file that is not .TavAMX is read as mesh and makes a platform of
-/// its parts. Thread: any. \throws TavAM::FileError.
+/// All platforms of all files.
+/// \param i_with_meshes a file that is not .TavAMX is read as mesh and makes a platform of its parts.
+/// Thread: any.
+/// \throws TavAM::FileError.
 Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_meshes);
 
 /// Takes one platform of a machine into the platform of a scene.

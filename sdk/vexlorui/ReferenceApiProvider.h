@@ -11,7 +11,8 @@ namespace Vexlor {
 
 /// Shows that a job runs; a host installs its own. Order: Begin, progress any number of times, End, once each per job.
 ///
-/// A button "Cancel" calls ReferenceApiProvider::CancelCurrentJob. Thread: all calls on the UI thread.
+/// A button "Cancel" calls ReferenceApiProvider::CancelCurrentJob.
+/// Thread: all calls on the UI thread.
 class IProgressDisplay
 {
 public:
@@ -55,7 +56,8 @@ public:
     /// Shows a copied document. The default leaves it in the documents folder and logs its path.
     void SetOpenDocumentHandler(OpenDocumentHandler i_handler);
 
-    /// Requests the running job to stop; harmless without one. Thread: any, but not a signal handler.
+    /// Requests the running job to stop; harmless without one.
+    /// Thread: any, but not a signal handler.
     void CancelCurrentJob();
     /// Thread: any.
     bool IsJobRunning() const;

@@ -39,13 +39,17 @@ public:
     std::vector<Machine> GetMachines() const override;
 
 protected:
-    /// Looks which machines there are now, changes the state, and says what changed. Thread: the service's.
+    /// Looks which machines there are now, changes the state, and says what changed.
+    /// Thread: the service's.
     virtual MachineNews _FindNews() = 0;
-    /// Waits until there may be news; also returns when _Wake was called or the service stops. Thread: the service's.
+    /// Waits until there may be news; also returns when _Wake was called or the service stops.
+    /// Thread: the service's.
     virtual void _Wait();
-    /// Makes _Wait return, now or when it is called next. Thread: any.
+    /// Makes _Wait return, now or when it is called next.
+    /// Thread: any.
     virtual void _Wake();
-    /// Empty when there is no such machine. Thread: any.
+    /// Empty when there is no such machine.
+    /// Thread: any.
     virtual std::optional<Machine> _MakeMachine(const boost::uuids::uuid& i_id) const = 0;
 
 private:

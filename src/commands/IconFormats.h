@@ -19,9 +19,10 @@ struct BoundedImage
 ///
 /// PNG, BMP and JPEG tell it: their sides, and how often a JPEG goes over its picture. Texts, profiles and other
 /// additions, which a few bytes may make megabytes of, are left out. Damage within the picture is for the decoder to
-/// find, which can only come to an end earlier then. Thread: any.
+/// find, which can only come to an end earlier then.
+/// Thread: any.
 /// \return nothing for another format, for an image without its end, and for one that would take longer than an icon
-///         may.
+/// may.
 std::optional<BoundedImage> BoundImage(const std::vector<std::uint8_t>& i_bytes);
 
 } // namespace MachineService

@@ -17,7 +17,8 @@ QUrl AssembleUrl(const JobListAddress& i_address);
 /// Tells the user that the Machine Manager took the job, and opens the job list in the desktop's browser if the user
 /// wants.
 ///
-/// Only http and https addresses are opened: a service must not make the desktop start other programs. Thread: any.
+/// Only http and https addresses are opened: a service must not make the desktop start other programs.
+/// Thread: any.
 void ShowPlatformSent(const JobListAddress& i_address, IVexlorApiProvider& io_api_provider);
 
 } // namespace MachineService::Helpers

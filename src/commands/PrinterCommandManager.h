@@ -33,15 +33,16 @@ namespace MachineService {
 /// command for Print3D Command Manager" when a machine offers one command twice. A check that runs because of a signal
 /// or a notification says so in the log instead: exceptions must not pass through the event loop.
 /// Order: PrinterNameUpdated after the commands changed; Activated before the check that Activate makes. A check that
-/// is made by a listener of another one takes its place: the other one tells nothing more. Ownership: whoever is asked
-/// or told of something may destroy the manager.
+/// is made by a listener of another one takes its place: the other one tells nothing more.
+/// Ownership: whoever is asked or told of something may destroy the manager.
 class MACHINESERVICE_EXPORT PrinterCommandManager final : public Vexlor::UICommands::BaseCommandsStorage<PrinterCommand>
 {
     Q_OBJECT
 
 public:
-    /// \param i_get_data_set the active scene or null. \param i_get_machine the machine attached to a scene (maybe
-    /// null). \param i_get_text goes to the machine's own commands when they run.
+    /// \param i_get_data_set the active scene or null.
+    /// \param i_get_machine the machine attached to a scene (maybe null).
+    /// \param i_get_text goes to the machine's own commands when they run.
     PrinterCommandManager(std::function<VexlorCore::DataSet*()> i_get_data_set,
                           std::function<std::optional<Machine>(VexlorCore::DataSet*)> i_get_machine,
                           VexlorCore::ApiProviderGetter i_get_api_provider, std::function<QString()> i_get_text,

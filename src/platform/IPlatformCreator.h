@@ -34,8 +34,9 @@ namespace MachineService {
 ///
 /// Thread: the caller's, one at a time; operations that ask the machine block it. On the UI thread they wait under the
 /// host's progress display, which keeps the event loop turning and lets the user cancel: the creator must not be
-/// destroyed from there. Scenes belong to the UI thread. Ownership: pointers to parameters stay valid until the
-/// platform information is replaced. Interface objects carry no data: copying and assigning one copies nothing.
+/// destroyed from there. Scenes belong to the UI thread.
+/// Ownership: pointers to parameters stay valid until the platform information is replaced. Interface objects carry no
+/// data: copying and assigning one copies nothing.
 class MACHINESERVICE_EXPORT IPlatformCreator
 {
 public:

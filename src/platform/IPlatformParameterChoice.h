@@ -22,7 +22,8 @@ public:
     ~IPlatformParameterChoice() override;
 
     virtual std::size_t GetItemCount() const = 0;
-    /// Owned by the choice. \throws std::out_of_range.
+    /// Owned by the choice.
+    /// \throws std::out_of_range.
     virtual IPlatformParameterChoiceItem* GetItem(std::size_t i_index) const = 0;
 };
 

@@ -41,7 +41,8 @@ bool TakeMachineData(MachineLayer::IMachineData& io_data, const std::vector<Plat
 std::unique_ptr<VexlorCore::ScopedTemporaryFile> MakeTemporaryFile(const std::wstring& i_stem,
                                                                    const std::wstring& i_extension);
 std::filesystem::path ToPath(const std::wstring& i_path);
-/// Replaces the content of a file. \return false when that fails.
+/// Replaces the content of a file.
+/// \return false when that fails.
 bool WriteBytes(const std::wstring& i_path, const std::string& i_bytes);
 /// \throws as ThrowUnreadable.
 std::string ReadBytes(const std::wstring& i_path);

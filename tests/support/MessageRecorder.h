@@ -7,7 +7,8 @@
 
 namespace TestSupport {
 
-/// Answers the host's messages while it lives and keeps them for the test. Thread: UI thread.
+/// Answers the host's messages while it lives and keeps them for the test.
+/// Thread: UI thread.
 class MessageRecorder
 {
 public:
