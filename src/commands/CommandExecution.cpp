@@ -37,8 +37,8 @@ QString GetDefaultJobName()
 
 QString GetJobName(const VexlorCore::DataSet& i_scene)
 {
-    const QString file_name = QFileInfo(QString::fromStdWString(i_scene.GetFileName())).fileName();
-    const QString name = file_name.left(file_name.lastIndexOf(QLatin1Char('.')));
+    const QString fileName = QFileInfo(QString::fromStdWString(i_scene.GetFileName())).fileName();
+    const QString name = fileName.left(fileName.lastIndexOf(QLatin1Char('.')));
     return name.isEmpty() ? GetDefaultJobName() : name;
 }
 
@@ -68,9 +68,9 @@ void PurgeLastOperation()
 /// False when the host refuses the job.
 bool Confirm(const CommandDescription& i_description, const std::string& i_job_name, IVexlorApiProvider& io_host)
 {
-    const bool creates_url = i_description.type == CommandType::CreateJobUrl;
-    const char* const command_name = creates_url ? BPCommandNameCreateJobUrl : BPCommandNamePostJob;
-    return io_host.ConfirmSubmission(QLatin1String(command_name), QString::fromStdString(i_job_name));
+    const bool createsUrl = i_description.type == CommandType::CreateJobUrl;
+    const char* const commandName = createsUrl ? BPCommandNameCreateJobUrl : BPCommandNamePostJob;
+    return io_host.ConfirmSubmission(QLatin1String(commandName), QString::fromStdString(i_job_name));
 }
 
 bool TryRun(const CommandKind& i_kind, const CommandDescription& i_description, const Machine& i_machine,
@@ -86,23 +86,22 @@ bool TryRun(const CommandKind& i_kind, const CommandDescription& i_description, 
     CommandParameters parameters = MakeParameters(i_description, i_kind.processName);
     if (i_kind.passesText)
         parameters.callerContext = i_host.text().toStdString();
-    const bool needs_confirmation = i_kind.sendsJob && IsServedByMachineManager(i_machine);
+    const bool needsConfirmation = i_kind.sendsJob && IsServedByMachineManager(i_machine);
     if (i_kind.sendsJob)
         parameters.jobName = GetJobName(scene.Get()).toStdString();
     // The host may ask its user, who can do anything meanwhile.
-    if (needs_confirmation && !Confirm(i_description, parameters.jobName, i_host.apiProvider()))
+    if (needsConfirmation && !Confirm(i_description, parameters.jobName, i_host.apiProvider()))
         return false;
     if (i_kind.sendsJob)
         parameters.parts = GetPartParameters(scene.Get());
 
-    const bool is_named_by_machine = i_kind.progressTitle == ProgressTitle::OfTheMachine;
-    const bool has_succeeded =
-        RunCommand(scene, i_machine, parameters, i_description.dataFormat,
-                   is_named_by_machine ? GetMachinesTitle(i_description) : GetCommandTitle(i_description, data),
-                   i_host.apiProvider);
-    if (needs_confirmation)
+    const bool isNamedByMachine = i_kind.progressTitle == ProgressTitle::OfTheMachine;
+    const bool hasSucceeded = RunCommand(
+        scene, i_machine, parameters, i_description.dataFormat,
+        isNamedByMachine ? GetMachinesTitle(i_description) : GetCommandTitle(i_description, data), i_host.apiProvider);
+    if (needsConfirmation)
         PurgeLastOperation();
-    return has_succeeded;
+    return hasSucceeded;
 }
 
 } // namespace

@@ -19,16 +19,16 @@ bool HoldsBuild(const QAbstractItemModel& i_model, const QModelIndex& i_group, i
 
 int GetPosition(RibbonPlace i_place, const QAbstractItemModel& i_model, const QModelIndex& i_group)
 {
-    const int row_count = i_model.rowCount(i_group);
+    const int rowCount = i_model.rowCount(i_group);
     switch (i_place) {
     case RibbonPlace::First:
         return 0;
     case RibbonPlace::BeforeBuild:
-        return HoldsBuild(i_model, i_group, row_count) ? row_count - 1 : row_count;
+        return HoldsBuild(i_model, i_group, rowCount) ? rowCount - 1 : rowCount;
     case RibbonPlace::Last:
         break;
     }
-    return row_count;
+    return rowCount;
 }
 
 } // namespace

@@ -141,14 +141,14 @@ std::optional<CommandFace> GetFace(const CommandKind& i_kind, const MachineData&
 
 RibbonPlace GetRibbonPlace(const QString& i_command_name)
 {
-    const auto is_named = [&i_command_name](const std::optional<CommandFace>& i_face) {
+    const auto isNamed = [&i_command_name](const std::optional<CommandFace>& i_face) {
         return i_face && i_command_name == QLatin1String(i_face->name);
     };
     for (std::uint32_t number = 0;; ++number) {
         const std::optional<CommandKind> kind = FindCommandKind(static_cast<CommandType>(number));
         if (!kind)
             return RibbonPlace::BeforeBuild;
-        if (is_named(kind->face) || is_named(kind->connectionFace))
+        if (isNamed(kind->face) || isNamed(kind->connectionFace))
             return kind->place;
     }
 }

@@ -175,17 +175,17 @@ private:
 bool Execute(const Run& i_run, const std::function<bool(IVexlorApiProvider&, const VexlorCore::Job&)>& i_start)
 {
     SelectionWatch selection;
-    const auto was_reported = std::make_shared<std::atomic<bool>>(false);
+    const auto wasReported = std::make_shared<std::atomic<bool>>(false);
     bool succeeded = false;
     try {
-        succeeded = i_start(i_run.apiProvider(), [i_run, was_reported](VexlorCore::IJobProgress& io_progress) {
-            const bool job_succeeded = RunCommandWrapper(i_run, io_progress);
-            *was_reported = !job_succeeded;
-            return job_succeeded;
+        succeeded = i_start(i_run.apiProvider(), [i_run, wasReported](VexlorCore::IJobProgress& io_progress) {
+            const bool jobSucceeded = RunCommandWrapper(i_run, io_progress);
+            *wasReported = !jobSucceeded;
+            return jobSucceeded;
         });
     } catch (...) {
         // The job tells of its own failure; what the host adds to it would be a second message.
-        if (!*was_reported)
+        if (!*wasReported)
             throw;
     }
     // Buttons that depend on the selection were not checked while the command ran.
@@ -206,11 +206,11 @@ CommandParameters MakeParameters(const CommandDescription& i_description, const 
 
 VexlorCore::DataSet& RequireScene(const DataSetGetter& i_data_set)
 {
-    VexlorCore::DataSet* const data_set = i_data_set();
-    if (!data_set)
+    VexlorCore::DataSet* const dataSet = i_data_set();
+    if (!dataSet)
         throw std::runtime_error(
             QCoreApplication::translate("PrinterHelpers", "There is no active scene.").toStdString());
-    return *data_set;
+    return *dataSet;
 }
 
 bool IsServedByMachineManager(const Machine& i_machine)
@@ -221,13 +221,13 @@ bool IsServedByMachineManager(const Machine& i_machine)
 bool RunCommand(const VexlorCore::HeldScene& i_scene, const Machine& i_machine, const CommandParameters& i_parameters,
                 DataFormat i_data_format, const QString& i_title, const ApiProviderGetter& i_api_provider)
 {
-    const bool is_for_machine_manager = IsServedByMachineManager(i_machine);
+    const bool isForMachineManager = IsServedByMachineManager(i_machine);
     const auto operation = [i_machine](const CommandParameters& i_run_parameters) {
         return i_machine.RunCommand(i_run_parameters);
     };
-    const Run run = {operation, i_scene, i_parameters, i_data_format, is_for_machine_manager, i_api_provider};
+    const Run run = {operation, i_scene, i_parameters, i_data_format, isForMachineManager, i_api_provider};
     return Execute(run, [&](IVexlorApiProvider& io_provider, const VexlorCore::Job& i_job) {
-        if (!is_for_machine_manager)
+        if (!isForMachineManager)
             return io_provider.RunJob(i_title, i_job);
         return io_provider.RunJobWithTitle(
             QCoreApplication::translate("PrinterHelpers", "Creating a job in the Machine Manager"), i_job);

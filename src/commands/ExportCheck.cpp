@@ -37,10 +37,10 @@ const VexlorCore::DataSet* GetActiveDataSet()
 
 bool CheckExport(const MachineData& i_data, const VexlorCore::ApiProviderGetter& i_api_provider)
 {
-    const VexlorCore::DataSet* const data_set = GetActiveDataSet();
-    if (!data_set)
+    const VexlorCore::DataSet* const dataSet = GetActiveDataSet();
+    if (!dataSet)
         return true;
-    const auto& parts = data_set->GetParts();
+    const auto& parts = dataSet->GetParts();
     if (std::all_of(parts.begin(), parts.end(), [&](const auto& i_part) { return CanExport(i_part, i_data); }))
         return true;
     ShowFailure(

@@ -45,39 +45,39 @@ std::size_t GetDecodedBytes(Bytes i_header)
     const auto width = qFromBigEndian<quint32>(i_header.data());
     const auto height = qFromBigEndian<quint32>(i_header.data() + 4);
     const std::size_t depth = i_header[8];
-    const std::uint8_t color_type = i_header[9];
-    const bool is_interlaced = i_header[12] != 0;
+    const std::uint8_t colorType = i_header[9];
+    const bool isInterlaced = i_header[12] != 0;
     constexpr std::size_t channels[] = {1, 0, 3, 1, 2, 0, 4};
-    if (!AreSides(width, height) || color_type >= std::size(channels) || depth > 16)
+    if (!AreSides(width, height) || colorType >= std::size(channels) || depth > 16)
         return 0;
-    const std::size_t row = (width * channels[color_type] * depth + 7) / 8;
-    return row * height * (is_interlaced ? 2 : 1); // its rows are gone over twice
+    const std::size_t row = (width * channels[colorType] * depth + 7) / 8;
+    return row * height * (isInterlaced ? 2 : 1); // its rows are gone over twice
 }
 
 std::optional<BoundedImage> BoundPng(Bytes i_bytes)
 {
-    constexpr std::size_t signature_size = 8;
-    constexpr std::size_t frame_size = 12; // length, type and check sum of a chunk
-    constexpr std::uint32_t header_size = 13;
+    constexpr std::size_t signatureSize = 8;
+    constexpr std::size_t frameSize = 12; // length, type and check sum of a chunk
+    constexpr std::uint32_t headerSize = 13;
     BoundedImage image{"png", {}};
-    Append(image.bytes, i_bytes.first(signature_size));
+    Append(image.bytes, i_bytes.first(signatureSize));
     std::size_t decoded = 0;
-    for (Bytes rest = i_bytes.subspan(signature_size); rest.size() >= frame_size;) {
+    for (Bytes rest = i_bytes.subspan(signatureSize); rest.size() >= frameSize;) {
         const auto length = qFromBigEndian<quint32>(rest.data());
-        if (length > rest.size() - frame_size)
+        if (length > rest.size() - frameSize)
             return std::nullopt;
-        const Bytes chunk = rest.first(frame_size + length);
+        const Bytes chunk = rest.first(frameSize + length);
         const Bytes typed = chunk.subspan(4);
         rest = rest.subspan(chunk.size());
-        const bool is_header = BeginsWith(typed, "IHDR");
-        if (is_header != (decoded == 0) || (is_header && length != header_size))
+        const bool isHeader = BeginsWith(typed, "IHDR");
+        if (isHeader != (decoded == 0) || (isHeader && length != headerSize))
             return std::nullopt;
-        if (is_header && (decoded = GetDecodedBytes(typed.subspan(4))) == 0)
+        if (isHeader && (decoded = GetDecodedBytes(typed.subspan(4))) == 0)
             return std::nullopt;
-        const bool is_end = BeginsWith(typed, "IEND");
-        if (is_header || is_end || BeginsWith(typed, "PLTE") || BeginsWith(typed, "tRNS") || BeginsWith(typed, "IDAT"))
+        const bool isEnd = BeginsWith(typed, "IEND");
+        if (isHeader || isEnd || BeginsWith(typed, "PLTE") || BeginsWith(typed, "tRNS") || BeginsWith(typed, "IDAT"))
             Append(image.bytes, chunk);
-        if (is_end)
+        if (isEnd)
             return decoded + 4 * static_cast<std::size_t>(image.bytes.size()) <= MaxPngWork ? std::optional(image)
                                                                                             : std::nullopt;
     }
@@ -86,14 +86,14 @@ std::optional<BoundedImage> BoundPng(Bytes i_bytes)
 
 std::optional<BoundedImage> BoundBmp(Bytes i_bytes)
 {
-    constexpr std::size_t smallest_header = 26;
-    constexpr std::uint32_t oldest_form = 12;
-    if (i_bytes.size() < smallest_header)
+    constexpr std::size_t smallestHeader = 26;
+    constexpr std::uint32_t oldestForm = 12;
+    if (i_bytes.size() < smallestHeader)
         return std::nullopt;
     const std::uint8_t* const sides = i_bytes.data() + 18;
     std::int64_t width = qFromLittleEndian<qint32>(sides);
     std::int64_t height = qFromLittleEndian<qint32>(sides + 4);
-    if (qFromLittleEndian<quint32>(i_bytes.data() + 14) == oldest_form) {
+    if (qFromLittleEndian<quint32>(i_bytes.data() + 14) == oldestForm) {
         width = qFromLittleEndian<quint16>(sides);
         height = qFromLittleEndian<quint16>(sides + 2);
     }
@@ -142,8 +142,8 @@ std::size_t CountScanBytes(Bytes i_bytes)
 {
     for (std::size_t index = 0; index + 1 < i_bytes.size(); ++index) {
         const std::uint8_t next = i_bytes[index + 1];
-        const bool is_data = next == 0 || (next >= FirstRestart && next <= LastRestart);
-        if (i_bytes[index] == Escape && !is_data)
+        const bool isData = next == 0 || (next >= FirstRestart && next <= LastRestart);
+        if (i_bytes[index] == Escape && !isData)
             return index;
     }
     return i_bytes.size();
@@ -176,9 +176,9 @@ std::optional<BoundedImage> BoundJpeg(Bytes i_bytes)
         }
         if (marker == End) {
             Append(image.bytes, rest.first(2));
-            const bool is_cheap = passes == 1 || (passes <= MaxPasses && passes * pixels <= MaxPixelsInPasses &&
-                                                  static_cast<std::size_t>(image.bytes.size()) <= MaxBytesInPasses);
-            return pixels > 0 && passes > 0 && is_cheap ? std::optional(image) : std::nullopt;
+            const bool isCheap = passes == 1 || (passes <= MaxPasses && passes * pixels <= MaxPixelsInPasses &&
+                                                 static_cast<std::size_t>(image.bytes.size()) <= MaxBytesInPasses);
+            return pixels > 0 && passes > 0 && isCheap ? std::optional(image) : std::nullopt;
         }
         if (rest.size() < 4 || !(IsKept(marker) || IsLeftOut(marker)))
             return std::nullopt;

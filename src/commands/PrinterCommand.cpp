@@ -36,9 +36,9 @@ void PrinterCommand::_UpdateUiCommand(const UpdatableContext& i_context)
     const std::shared_ptr<const Impl> impl = _impl;
     // Who is asked may drop the command.
     const QPointer<PrinterCommand> alive(this);
-    const bool is_enabled = impl->update(i_context);
+    const bool isEnabled = impl->update(i_context);
     if (alive)
-        SetEnabled(is_enabled);
+        SetEnabled(isEnabled);
 }
 
 } // namespace MachineService

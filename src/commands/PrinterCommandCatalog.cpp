@@ -104,9 +104,9 @@ std::unique_ptr<PrinterCommand> CreatePrinterCommand(const CommandDescription& i
         [context] { return Helpers::RunPrinterCommand(context->description, context->machine, context->host); },
         [context](const UpdatableContext& i_context) { return IsEnabled(*context, i_context); });
     command->SetTitle(GetCommandTitle(i_description, data));
-    const QString tool_tip = GetCommandToolTip(i_description, data);
-    command->SetToolTip(tool_tip);
-    command->SetStatusTip(tool_tip);
+    const QString toolTip = GetCommandToolTip(i_description, data);
+    command->SetToolTip(toolTip);
+    command->SetStatusTip(toolTip);
     if (kind->takesMachinesIcon && !i_description.icon.empty()) {
         const QIcon icon = LoadCommandIcon(i_description.icon);
         command->SetIcon(icon);

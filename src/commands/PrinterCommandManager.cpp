@@ -150,9 +150,9 @@ bool PrinterCommandManager::event(QEvent* ip_event)
 {
     // Queued calls of the slots come through here, some of them without a sender: it may be gone by now. What they
     // throw would end the host's event loop.
-    bool is_handled = true;
-    StopExceptions([&] { is_handled = BaseCommandsStorage::event(ip_event); });
-    return is_handled;
+    bool isHandled = true;
+    StopExceptions([&] { isHandled = BaseCommandsStorage::event(ip_event); });
+    return isHandled;
 }
 
 QString PrinterCommandManager::PrinterName() const
@@ -194,8 +194,8 @@ void PrinterCommandManager::_CheckAndTell()
     // Whoever is asked or told of something in a check may check again itself, or destroy the manager.
     const auto check = [this] {
         const QPointer<PrinterCommandManager> alive(this);
-        const bool has_changed = _CheckCommands();
-        if (alive && has_changed)
+        const bool hasChanged = _CheckCommands();
+        if (alive && hasChanged)
             Q_EMIT PrinterNameUpdated(QString(_impl->printerName));
     };
     // A caller can handle an exception; whoever raises a signal knows nothing of this manager.
@@ -214,9 +214,9 @@ bool PrinterCommandManager::_CheckCommands()
 {
     const Check check(*this);
     // Copies: what is called may destroy the manager.
-    const auto get_data_set = _impl->host.dataSet;
-    const auto get_machine = _impl->getMachine;
-    const std::optional<Machine> machine = get_machine(get_data_set());
+    const auto getDataSet = _impl->host.dataSet;
+    const auto getMachine = _impl->getMachine;
+    const std::optional<Machine> machine = getMachine(getDataSet());
     const MachineData data = machine ? machine->GetMachineData() : MachineData();
     if (check.IsOver())
         return false;
@@ -267,10 +267,10 @@ void PrinterCommandManager::_Show(const std::vector<CommandDescription>& i_offer
         if (i_check.IsOver())
             return;
         command->moveToThread(thread());
-        const bool is_added = AddCommand(std::move(command));
+        const bool isAdded = AddCommand(std::move(command));
         if (i_check.IsOver())
             return;
-        if (!is_added)
+        if (!isAdded)
             throw CommunicationException(ErrorCode::InternalError,
                                          "Can't insert BP command for Print3D Command Manager");
     }

@@ -40,9 +40,9 @@ void ThrowIfCancelled(const VexlorCore::IJobProgress& i_progress);
 template <class Future>
 auto AwaitAnswer(Future& io_future, const VexlorCore::ApiProviderGetter& i_api_provider, const QString& i_title)
 {
-    const bool is_pending =
+    const bool isPending =
         io_future.valid() && io_future.wait_for(std::chrono::seconds(0)) != std::future_status::ready;
-    if (is_pending && i_api_provider && VexlorCore::UiThread::IsCurrent()) {
+    if (isPending && i_api_provider && VexlorCore::UiThread::IsCurrent()) {
         i_api_provider().RunJobWithTitle(i_title, [&io_future](VexlorCore::IJobProgress& io_progress) {
             PendingAnswer answer;
             answer.wait = [&io_future](std::chrono::milliseconds i_time) {

@@ -32,8 +32,8 @@ QString WithoutControls(const QString& i_text)
     text.reserve(i_text.size());
     for (const QChar character : i_text) {
         const QChar shown = ToShown(character);
-        const bool is_repeated = shown == QChar(QChar::ReplacementCharacter) && text.endsWith(shown);
-        if (!shown.isNull() && !is_repeated)
+        const bool isRepeated = shown == QChar(QChar::ReplacementCharacter) && text.endsWith(shown);
+        if (!shown.isNull() && !isRepeated)
             text += shown;
     }
     return text;

@@ -127,8 +127,8 @@ bool PlatformCreator::_AskAndLoad(VexlorCore::DataSet& io_data_set, bool i_keep_
     const auto [result, item] =
         AwaitAnswer(future, _apiProvider, QCoreApplication::translate("MachineService", "Get Empty Platform"));
     // Given up without a code, but with words and without a platform, is given up as well.
-    const bool has_words_only = !result.message.empty() && item.kind == PlatformDataKind::None;
-    if (!result.completed && (result.status != static_cast<std::int32_t>(ErrorCode::None) || has_words_only))
+    const bool hasWordsOnly = !result.message.empty() && item.kind == PlatformDataKind::None;
+    if (!result.completed && (result.status != static_cast<std::int32_t>(ErrorCode::None) || hasWordsOnly))
         throw CommunicationException(static_cast<ErrorCode>(result.status), result.message.c_str());
     if (result.completed && result.dataFormat == DataFormat::None)
         return false;

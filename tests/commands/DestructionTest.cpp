@@ -71,19 +71,19 @@ protected:
 
     void _MakeManager()
     {
-        const auto get_scene = [this] {
+        const auto getScene = [this] {
             _Call("scene");
             return _scene;
         };
-        const auto get_machine = [this](VexlorCore::DataSet*) {
+        const auto getMachine = [this](VexlorCore::DataSet*) {
             _Call("machine");
             return _attached ? std::optional(_MakeMachine()) : std::nullopt;
         };
-        const auto get_provider = [this]() -> IVexlorApiProvider& {
+        const auto getProvider = [this]() -> IVexlorApiProvider& {
             _Call("provider");
             return _provider;
         };
-        _manager = std::make_unique<Manager>(get_scene, get_machine, get_provider, _getText);
+        _manager = std::make_unique<Manager>(getScene, getMachine, getProvider, _getText);
         const auto watch = [this](auto ip_signal, const char* ip_name) {
             QObject::connect(_manager.get(), ip_signal, [this, ip_name] { _Call(ip_name); });
         };

@@ -64,11 +64,11 @@ TEST_F(PrinterCommandCatalogTest, KindDecidesNameTextsIconAndEnabling)
         const char* toolTip;
         bool needsContent, asksMachine, ownIcon;
     };
-    const char* const build_tip = "Send the active platform to the machine.";
+    const char* const buildTip = "Send the active platform to the machine.";
     const char* const additional = "Print3D.AdditionalCommand_00000000-0000-0000-0000-00000000000";
     const Row rows[] = {
         {0, additional, "own name", "own words", false, true, true},
-        {1, "Print3D.Print", "Build", build_tip, true, false, false},
+        {1, "Print3D.Print", "Build", buildTip, true, false, false},
         {2, "Print3D.ConfigurePrinter", "Configure Printer", "Configure settings of the printer.", false, true, false},
         {3, "Print3D.ConfigurPlatform", "Configure Platform",
          "Configure platform settings related to the build processor.", false, true, true},
@@ -105,16 +105,16 @@ TEST_F(PrinterCommandCatalogTest, KindDecidesNameTextsIconAndEnabling)
         EXPECT_EQ(QStringLiteral("MultiPlatform.BuildProcessors"), command.GetContext());
         EXPECT_FALSE(command.IsCustomizable());
 
-        const auto is_enabled = [&](int i_content) {
+        const auto isEnabled = [&](int i_content) {
             Content content;
             content.which = i_content;
             command.Update(content);
             return command.IsEnabled();
         };
         for (int content = 0; content < 4; ++content)
-            EXPECT_EQ(content != 0 || !row.needsContent, is_enabled(content)) << content;
+            EXPECT_EQ(content != 0 || !row.needsContent, isEnabled(content)) << content;
         _host.application.GetSettings().SetDisableBuildButton(true);
-        EXPECT_EQ(row.asksMachine, is_enabled(1));
+        EXPECT_EQ(row.asksMachine, isEnabled(1));
         _host.application.GetSettings().SetDisableBuildButton(false);
         const std::function<std::future<bool>()> refusals[] = {[] { return MakeReady(false); },
                                                                [] { return std::future<bool>(); },
@@ -126,7 +126,7 @@ TEST_F(PrinterCommandCatalogTest, KindDecidesNameTextsIconAndEnabling)
             _script->canRun = [&](const auto&) {
                 return refusal();
             };
-            EXPECT_EQ(!row.asksMachine, is_enabled(1));
+            EXPECT_EQ(!row.asksMachine, isEnabled(1));
         }
         _script->canRun = [](const auto&) {
             return MakeReady(true);
