@@ -1,17 +1,29 @@
 #pragma once
 
 #include "machinelayer/Choices.h"
+#include "machinelayer/DescriptionBuilder.h"
 #include "machinelayer/MachineRecords.h"
-#include "machinelayer/NodeVisitors.h"
+#include "machinelayer/NodeReader.h"
+#include "machinelayer/NodeWriter.h"
 
 #include <algorithm>
 #include <array>
+#include <concepts>
 #include <optional>
+#include <type_traits>
 
 // The fields of every record in both formats, with what they measure and may be; docs/pldf-format.md lists the first
 // names and docs/machine-configuration.md the second. The schemas say the same; a test compares them.
+//
+// Every record is described once, by a function Describe(fields, record) that names its fields in the order of the
+// formats. DescriptionBuilder makes the description from it, NodeWriter writes records as nodes, and NodeReader reads
+// them. A field has the first name in PLDF; in sections the second, or the first with a capital letter. Those that
+// write and read know each field by its number among the calls, so that Describe() must make the same calls each time.
 
 namespace MachineLayer {
+
+template <class Record, class T>
+concept Is = std::same_as<std::remove_const_t<Record>, T>;
 
 enum class ShapeKind
 {

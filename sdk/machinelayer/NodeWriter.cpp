@@ -1,4 +1,4 @@
-#include "machinelayer/NodeVisitors.h"
+#include "machinelayer/NodeWriter.h"
 
 #include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"
@@ -13,8 +13,6 @@ namespace MachineLayer {
 
 namespace {
 
-constexpr std::size_t VersionSize = std::string_view("/2022/09").size();
-
 std::string ToHexadecimal(wchar_t i_character)
 {
     std::array<char, 8> digits = {};
@@ -23,71 +21,6 @@ std::string ToHexadecimal(wchar_t i_character)
 }
 
 } // namespace
-
-std::string DescriptionBuilder::GetName(std::string_view i_path)
-{
-    i_path.remove_suffix(VersionSize);
-    return std::string(i_path.substr(i_path.rfind('/') + 1));
-}
-
-Field& DescriptionBuilder::_Add(Field::Kind i_kind, std::string_view i_name, const char* ip_tag)
-{
-    Field& field = _record.fields.emplace_back();
-    field.kind = i_kind;
-    field.format = _format;
-    field.name = ip_tag && _format == Format::Sections ? std::string(ip_tag) : _Spell(i_name);
-    return field;
-}
-
-std::string DescriptionBuilder::_Spell(std::string_view i_name) const
-{
-    std::string name(i_name);
-    if (_format == Format::Sections && name.front() >= 'a' && name.front() <= 'z')
-        name.front() = static_cast<char>(name.front() - 'a' + 'A');
-    return name;
-}
-
-Format NodeReader::GetFormat() const
-{
-    return _node.field->format;
-}
-
-void NodeReader::Text(const char*, std::wstring& o_text, const char*)
-{
-    if (const Node* node = _Next())
-        o_text = TavSDK::ToWide(node->text);
-}
-
-void NodeReader::Names(const char*, std::vector<std::wstring>& o_texts)
-{
-    _Each([&](const Node& i_child) {
-        o_texts.push_back(TavSDK::ToWide(i_child.children.empty() ? i_child.text : i_child.children.front().text));
-    });
-}
-
-/// Of the next field; null when the record has none.
-const Node* NodeReader::_Next()
-{
-    const Field& field = _node.field->fields[_next++];
-    const auto found = std::find_if(_node.children.begin(), _node.children.end(),
-                                    [&field](const Node& i_child) { return i_child.field == &field; });
-    return found == _node.children.end() ? nullptr : &*found;
-}
-
-void NodeReader::_Each(const std::function<void(const Node&)>& i_read)
-{
-    const Field& field = _node.field->fields[_next++];
-    for (const Node& child : _node.children) {
-        if (child.field == &field)
-            i_read(child);
-    }
-}
-
-std::size_t NodeReader::_GetChoice(const Node& i_node)
-{
-    const auto& choices = i_node.field->choices;
-    return static_cast<std::size_t>(std::find(choices.begin(), choices.end(), i_node.text) - choices.begin());
-}
 
 Format NodeWriter::GetFormat() const
 {
