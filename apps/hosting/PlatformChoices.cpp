@@ -23,16 +23,11 @@ struct Texts
     Q_DECLARE_TR_FUNCTIONS(Hosting::PlatformChoices)
 };
 
-QString FromWide(const std::wstring& i_text)
-{
-    return QString::fromStdWString(i_text);
-}
-
 QStringList GetItemIds(const IPlatformParameterChoice& i_choice)
 {
     QStringList ids;
     for (std::size_t index = 0; index < i_choice.GetItemCount(); ++index)
-        ids << FromWide(i_choice.GetItem(index)->GetId());
+        ids << QString::fromStdWString(i_choice.GetItem(index)->GetId());
     return ids;
 }
 
@@ -40,18 +35,19 @@ void CheckIds(const IPlatformCreator& i_creator, const ChosenValues& i_chosen)
 {
     QStringList ids;
     for (std::size_t index = 0; index < i_creator.GetParameterCount(); ++index)
-        ids << FromWide(i_creator.GetParameter(index)->GetId());
+        ids << QString::fromStdWString(i_creator.GetParameter(index)->GetId());
     for (const auto& [id, value] : i_chosen) {
         if (!ids.contains(id))
-            throw HostingError(Texts::tr("The machine '%1' does not offer the choice '%2'; it offers %3.")
-                                   .arg(FromWide(i_creator.GetName()), id, ids.join(QStringLiteral(", "))));
+            throw HostingError(
+                Texts::tr("The machine '%1' does not offer the choice '%2'; it offers %3.")
+                    .arg(QString::fromStdWString(i_creator.GetName()), id, ids.join(QStringLiteral(", "))));
     }
 }
 
 /// The user's value, or the first default; empty when there is neither.
 std::optional<QString> GetValue(const IPlatformParameterChoice& i_choice, const ChosenValues& i_chosen)
 {
-    const QString id = FromWide(i_choice.GetId());
+    const QString id = QString::fromStdWString(i_choice.GetId());
     const auto chosen =
         std::find_if(i_chosen.begin(), i_chosen.end(), [&](const auto& i_value) { return i_value.first == id; });
     if (chosen != i_chosen.end()) {
@@ -63,7 +59,7 @@ std::optional<QString> GetValue(const IPlatformParameterChoice& i_choice, const 
     }
     for (std::size_t index = 0; index < i_choice.GetItemCount(); ++index) {
         if (i_choice.GetItem(index)->IsDefault())
-            return FromWide(i_choice.GetItem(index)->GetId());
+            return QString::fromStdWString(i_choice.GetItem(index)->GetId());
     }
     if (i_choice.IsRequired())
         throw HostingError(Texts::tr("The choice '%1' needs a value; it offers %2.")
@@ -80,7 +76,7 @@ ChosenValues CompleteChoices(const IPlatformCreator& i_creator, const ChosenValu
     for (std::size_t index = 0; index < i_creator.GetParameterCount(); ++index) {
         const auto& choice = *i_creator.GetParameter(index);
         if (const auto value = GetValue(choice, i_chosen))
-            complete.emplace_back(FromWide(choice.GetId()), *value);
+            complete.emplace_back(QString::fromStdWString(choice.GetId()), *value);
     }
     return complete;
 }
