@@ -18,45 +18,11 @@ namespace {
 using namespace MachineService;
 using namespace TestSupport;
 
-/// Makes an interface's special members visible through a class that could be created.
-template <class Interface>
-struct Concrete : Interface
-{
-    Concrete() = default;
-    const std::wstring& GetId() const override { return text; }
-    const std::wstring& GetName() const override { return text; }
-    std::wstring text;
-};
-struct ConcreteParameter : Concrete<IPlatformParameter>
-{
-    int GetType() const override { return 2; }
-    bool IsRequired() const override { return true; }
-};
-struct ConcreteItem : Concrete<IPlatformParameterChoiceItem>
-{
-    bool IsDefault() const override { return true; }
-};
-
-// A move that is there does not throw, while the copy that stands in for one that is not there may.
-template <class T>
-constexpr bool HasMoveAssignment = std::is_nothrow_move_assignable_v<T>;
-static_assert(!HasMoveAssignment<IPlatformCreator> && !HasMoveAssignment<IPlatformParameter>);
-static_assert(!HasMoveAssignment<IPlatformParameterChoiceItem> && HasMoveAssignment<IPlatformParameterChoice>);
-static_assert(!std::is_nothrow_move_constructible_v<ConcreteParameter>);
-static_assert(!std::is_nothrow_move_constructible_v<ConcreteItem>);
-static_assert(std::is_nothrow_move_constructible_v<PlatformParameterChoice>);
-
 template <class T>
 constexpr bool IsCopyAssignable = std::is_same_v<decltype(std::declval<T&>() = std::declval<const T&>()), T&>;
 static_assert(IsCopyAssignable<IPlatformCreator> && IsCopyAssignable<IPlatformParameter>);
 static_assert(IsCopyAssignable<IPlatformParameterChoice> && IsCopyAssignable<IPlatformParameterChoiceItem>);
-static_assert(std::is_copy_constructible_v<ConcreteParameter> && std::is_copy_constructible_v<ConcreteItem>);
-static_assert(
-    std::is_same_v<decltype(std::declval<IPlatformParameterChoice&>() = std::declval<IPlatformParameterChoice>()),
-                   IPlatformParameterChoice&>);
-static_assert(std::is_base_of_v<IPlatformParameter, IPlatformParameterChoice>);
-static_assert(std::has_virtual_destructor_v<IPlatformCreator> && std::has_virtual_destructor_v<IPlatformParameter> &&
-              std::has_virtual_destructor_v<IPlatformParameterChoiceItem>);
+static_assert(std::is_nothrow_move_constructible_v<PlatformParameterChoice>);
 
 /// Place of a virtual function in the table; the destructor has the first two.
 template <class Function>
