@@ -26,7 +26,7 @@ struct ConfigurationExport
 ///
 /// Thread: UI thread; waits for xmllint.
 /// \throws HostingError also for a file that is not valid; what the library throws for machine data that no
-///         configuration can hold.
+/// configuration can hold.
 ConfigurationExport ExportConfiguration(VexlorCore::DataSet& io_scene, const std::filesystem::path& i_path);
 
 } // namespace Hosting

@@ -1,5 +1,6 @@
 #include "hosting/RibbonModel.h"
 
+#include "commands/CommandConditions.h"
 #include "commands/CommandInsertHint.h"
 #include "commands/CommandNames.h"
 #include "vexlorcore/Application.h"
@@ -17,27 +18,13 @@ namespace {
 
 using Vexlor::UICommands::UiCommand;
 
-bool NeedsContent(const QString& i_name)
-{
-    using namespace MachineService;
-    for (const char* name :
-         {BPCommandNameBuild, BPCommandNamePostJob, BPCommandNameCreateJobUrl, BPCommandNameConfigureParts,
-          BPCommandNamePrintConsumptionEstimations, BPCommandNameAutomaticPlacement}) {
-        if (i_name == QLatin1String(name))
-            return true;
-    }
-    return false;
-}
-
 QString ExplainDisabled(const UiCommand& i_command)
 {
-    const Vexlor::UICommands::ActiveSceneContext context;
-    if (NeedsContent(i_command.GetId()) && !context.HasPartsOnActiveDataSet())
+    const MachineService::CommandConditions needs = MachineService::GetCommandConditions(i_command.GetId());
+    if (needs.content && !Vexlor::UICommands::ActiveSceneContext().HasPartsOnActiveDataSet())
         return RibbonModel::tr("the scene is empty");
     auto* application = VexlorCore::Application::GetInstance();
-    if (application && application->GetSettings().GetDisableBuildButton() &&
-        (i_command.GetId() == QLatin1String(MachineService::BPCommandNameBuild) ||
-         i_command.GetId() == QLatin1String(MachineService::BPCommandNamePostJob)))
+    if (needs.buildButton && application && application->GetSettings().GetDisableBuildButton())
         return RibbonModel::tr("the host does not allow it");
     return RibbonModel::tr("the machine refuses");
 }

@@ -20,7 +20,7 @@ class Transcript;
 ///
 /// Thread: UI thread.
 /// \throws std::runtime_error with one sentence for the user, UTF-8, when there is no such command or one of them was
-///         not carried out.
+/// not carried out.
 /// \throws Hosting::Interruption
 void RunCommands(Hosting::Host& io_host, VexlorCore::DataSet& io_scene, const QString& i_wanted,
                  const Hosting::InterruptWatcher& i_interrupts, const ConsoleMessages& i_messages,

@@ -20,17 +20,17 @@ MACHINELAYER_EXPORT Data::MachineConfiguration TakeConfiguration(const Data::Mac
 MACHINELAYER_EXPORT bool HasSection(const Data::MachineConfiguration& i_configuration);
 
 /// \throws std::invalid_argument, without a full stop, for what no document can hold: a configuration without any
-///         section, numbers out of range, texts that XML cannot carry or that are too long; it begins with the place,
-///         for example "Nesting/NoBuildZone[2]/MinX".
+/// section, numbers out of range, texts that XML cannot carry or that are too long; it begins with the place,
+/// for example "Nesting/NoBuildZone[2]/MinX".
 MACHINELAYER_EXPORT void CheckConfiguration(const Data::MachineConfiguration& i_configuration);
 /// The document in UTF-8.
 /// \throws as CheckConfiguration(), and when the document were longer than readers take.
 MACHINELAYER_EXPORT std::string WriteConfiguration(const Data::MachineConfiguration& i_configuration);
 
 /// \param o_remarks gets a sentence, without its full stop, for each of the first things that depart from the schemas
-///        and do no harm: what is not known and passed over, and what is not in its place.
+/// and do no harm: what is not known and passed over, and what is not in its place.
 /// \throws std::invalid_argument, a sentence with line, place and reason, for what is no such document, for another
-///         version of a section, for values that a field cannot have, and for a document without any section.
+/// version of a section, for values that a field cannot have, and for a document without any section.
 MACHINELAYER_EXPORT Data::MachineConfiguration ReadConfiguration(std::string_view i_document,
                                                                  std::vector<std::string>& o_remarks);
 MACHINELAYER_EXPORT Data::MachineConfiguration LoadConfiguration(const std::filesystem::path& i_path,

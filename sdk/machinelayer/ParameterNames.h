@@ -14,7 +14,7 @@ namespace MachineLayer {
 void FlattenMachine(const Node& i_root, TavAM::PersistentProperties& io_values);
 /// The reverse. Properties that are no such field go to o_rest.
 /// \throws FieldError that begins with the property's name, for a value that it cannot have and for a number that skips
-///         others.
+/// others.
 Node GrowMachine(const TavAM::PersistentProperties& i_values, std::map<std::wstring, std::wstring>& o_rest);
 
 } // namespace MachineLayer

@@ -17,7 +17,7 @@ struct PldfConvertOptions
 /// Fills machine data from the parameters that a platform file carries. The chosen groups are replaced as a whole.
 /// Names of parameters are those of docs/pldf-format.md; a parameter with another name becomes a setting.
 /// \throws std::invalid_argument with a sentence that names the parameter, for a value that is no number, is beyond its
-///         range or is not one of those possible. The machine data are then unchanged.
+/// range or is not one of those possible. The machine data are then unchanged.
 MACHINELAYER_EXPORT void ConvertFromPLDF(IMachineData& io_data, const TavAM::MachineParameters& i_parameters,
                                          const PldfConvertOptions& i_options);
 

@@ -30,7 +30,7 @@ MACHINELAYER_EXPORT void SaveMachineDataPLDF(const std::filesystem::path& i_path
 
 /// The PLDF document as a text.
 /// \throws std::invalid_argument with place and reason for a value that PLDF cannot hold, a text that XML cannot carry,
-///         and a document that were longer than readers take.
+/// and a document that were longer than readers take.
 MACHINELAYER_EXPORT std::string WriteMachineDataPLDF(const IMachineData& i_data);
 
 /// Reads a description of a platform's geometry: shape, geometry and scan fields.

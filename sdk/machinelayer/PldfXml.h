@@ -14,7 +14,7 @@ inline constexpr std::size_t MostPldfElements = 100'000;
 
 /// Reads a document with this root and a version that this code knows.
 /// \param op_remarks gets a sentence for each of the first elements and attributes that are not known and passed over;
-///        null when nobody wants to know.
+/// null when nobody wants to know.
 /// \throws std::invalid_argument with line, place and reason.
 Node ReadPldf(std::string_view i_document, const char* ip_root, std::vector<std::string>* op_remarks);
 Node ReadPldf(const std::filesystem::path& i_path, const char* ip_root, std::vector<std::string>* op_remarks);

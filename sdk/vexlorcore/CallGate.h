@@ -17,7 +17,7 @@ class CallGate
 {
 public:
     /// \param i_wake arranges one call of RunOne soon and must neither block nor call back. It is called under the
-    ///        lock, so that none is on its way any more once Close has returned.
+    /// lock, so that none is on its way any more once Close has returned.
     explicit CallGate(std::function<void()> i_wake);
 
     /// Waits until the job has run; what it throws is thrown here.

@@ -94,7 +94,7 @@ public:
     virtual void OpenProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files) = 0;
     /// 11. Loads a platform file into a scene that takes over its platform as a whole.
     /// \param i_on_scene_loaded, i_on_platform_loaded called on the UI thread, in this order, with the scene and its
-    ///        platform as they are then; may be empty. When one of them throws, the scene is as it was.
+    /// platform as they are then; may be empty. When one of them throws, the scene is as it was.
     /// \param i_show_progress under a progress display with the title.
     /// \param i_keep_parts the scene's parts stay.
     /// \throws VexlorCore::JobCancelled when the user cancelled there; TavAM::FileError; VexlorCore::SceneClosed.

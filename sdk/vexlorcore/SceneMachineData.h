@@ -28,7 +28,7 @@ VEXLORCORE_EXPORT std::unique_ptr<IMachineData> MakeMachineData(const TavAM::Pla
 
 /// Lets the scene's machine data be saved with it, as they are now. Harmless without machine data.
 /// \throws std::runtime_error for a text in them that a document cannot carry, or when they are too long for a platform
-///         file; std::invalid_argument for a number out of its range. What was saved with the scene then stays.
+/// file; std::invalid_argument for a number out of its range. What was saved with the scene then stays.
 VEXLORCORE_EXPORT void StoreMachineData(VexlorCore::DataSet* ip_data_set);
 
 /// Whether StoreMachineData would take them.

@@ -48,7 +48,7 @@ using ChosenValues = std::map<std::string, std::string>;
 /// \param i_parameters XML in UTF-8; empty: nothing was chosen.
 /// \param i_machine the machine's name, for the sentence of a failure.
 /// \throws CommunicationException FileError for a document that is damaged or another, an id or a value that the
-///         machine did not offer, and a required choice left out; names it and what there is to choose.
+/// machine did not offer, and a required choice left out; names it and what there is to choose.
 ChosenValues ReadChosenValues(const std::string& i_parameters, const std::string& i_machine,
                               const std::vector<PlatformChoice>& i_choices);
 

@@ -39,11 +39,13 @@ std::optional<Vexlor::UIProfiles::InsertHint> BPCommandInsertHint(const QString&
     if (!i_target.isValid())
         return std::nullopt;
     const QAbstractItemModel& model = *i_target.model();
+    const auto kind = FindCommandKind(i_command_name);
+    const RibbonPlace place = kind ? kind->place : RibbonPlace::BeforeBuild;
     Vexlor::UIProfiles::InsertHint hint;
     if (model.rowCount(i_target) == 0)
         hint.createGroup = 1;
     else
-        hint.position = GetPosition(GetRibbonPlace(i_command_name), model, model.index(0, 0, i_target));
+        hint.position = GetPosition(place, model, model.index(0, 0, i_target));
     return hint;
 }
 

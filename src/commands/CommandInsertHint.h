@@ -15,8 +15,7 @@ namespace MachineService {
 /// others before Build.
 ///
 /// \param i_target the page's node in the host's ribbon model, whose children are groups, whose children are commands
-/// with
-///        their names under Qt::UserRole. No hint when it is not valid.
+/// with their names under Qt::UserRole. No hint when it is not valid.
 MACHINESERVICE_EXPORT std::optional<Vexlor::UIProfiles::InsertHint> BPCommandInsertHint(const QString& i_command_name,
                                                                                         const QModelIndex& i_target);
 

@@ -1,6 +1,7 @@
 #include "commands/CommandKinds.h"
 
 #include "client/interface/MachineData.h"
+#include "commands/CommandConditions.h"
 #include "commands/CommandNames.h"
 
 #include <QCoreApplication>
@@ -139,18 +140,23 @@ std::optional<CommandFace> GetFace(const CommandKind& i_kind, const MachineData&
     return i_data.configuresConnection && i_kind.connectionFace ? i_kind.connectionFace : i_kind.face;
 }
 
-RibbonPlace GetRibbonPlace(const QString& i_command_name)
+std::optional<CommandKind> FindCommandKind(const QString& i_command_name)
 {
     const auto isNamed = [&i_command_name](const std::optional<CommandFace>& i_face) {
         return i_face && i_command_name == QLatin1String(i_face->name);
     };
     for (std::uint32_t number = 0;; ++number) {
         const std::optional<CommandKind> kind = FindCommandKind(static_cast<CommandType>(number));
-        if (!kind)
-            return RibbonPlace::BeforeBuild;
-        if (isNamed(kind->face) || isNamed(kind->connectionFace))
-            return kind->place;
+        if (!kind || isNamed(kind->face) || isNamed(kind->connectionFace))
+            return kind;
     }
+}
+
+CommandConditions GetCommandConditions(const QString& i_command_name)
+{
+    const std::optional<CommandKind> kind = FindCommandKind(i_command_name);
+    return kind ? CommandConditions{kind->needsContent, kind->enabledBy == EnabledBy::BuildButton}
+                : CommandConditions();
 }
 
 } // namespace MachineService

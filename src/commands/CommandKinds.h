@@ -70,7 +70,7 @@ std::optional<CommandKind> FindCommandKind(CommandType i_type);
 /// What the kind is called for this machine; none when the machine names the command.
 std::optional<CommandFace> GetFace(const CommandKind& i_kind, const MachineData& i_data);
 
-/// By the name of a command in the host.
-RibbonPlace GetRibbonPlace(const QString& i_command_name);
+/// By the name of a command in the host; none for a machine's own command.
+std::optional<CommandKind> FindCommandKind(const QString& i_command_name);
 
 } // namespace MachineService

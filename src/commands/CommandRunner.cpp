@@ -14,6 +14,7 @@
 #include "vexlorcore/Application.h"
 #include "vexlorcore/HeldScene.h"
 #include "vexlorcore/IVexlorApiProvider.h"
+#include "vexlorcore/meshimport/MeshImporter.h"
 
 #include <QCoreApplication>
 #include <QLoggingCategory>
@@ -70,8 +71,8 @@ std::vector<std::filesystem::path> GetOutputFiles(const ScopedTempDir& i_output,
         return i_output.GetFilesByFilter("*");
     auto paths = i_output.GetFilesByFilter("*.TavAMX");
     if (i_format == DataFormat::AdditionalParts) {
-        for (const char* const meshes : {"*.stl", "*.3mf", "*.obj", "*.ply"}) {
-            const auto found = i_output.GetFilesByFilter(meshes);
+        for (const std::string& ending : VexlorCore::GetMeshFileEndings()) {
+            const auto found = i_output.GetFilesByFilter('*' + ending);
             paths.insert(paths.end(), found.begin(), found.end());
         }
     }

@@ -24,7 +24,7 @@ public:
     using UpdatableContext = Vexlor::UICommands::UpdatableContext;
 
     /// \param i_exec runs on click; true when the command was carried out. Calling an empty one throws
-    ///        std::bad_function_call, also for i_update.
+    /// std::bad_function_call, also for i_update.
     PrinterCommand(const QString& i_name, const QStringList& i_layouts, const QString& i_context,
                    std::function<bool()> i_exec, std::function<bool(const UpdatableContext&)> i_update);
     ~PrinterCommand() override;

@@ -22,7 +22,7 @@ using MachineOperation = std::function<std::future<CommandResult>(const CommandP
 ///
 /// Thread: the job's; only this thread touches the display, whatever a service does later with the parameters.
 /// \throws CommunicationException ProcessingAborted after a cancellation, whatever the service answered, unless it had
-///         already submitted the job; what the service stored.
+/// already submitted the job; what the service stored.
 CommandResult AwaitServiceAnswer(const MachineOperation& i_operation, CommandParameters i_parameters,
                                  VexlorCore::IJobProgress& io_progress);
 

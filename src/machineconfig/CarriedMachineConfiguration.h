@@ -17,7 +17,7 @@ class DataSet;
 namespace MachineService {
 
 /// \throws CommunicationException InternalError for a configuration that cannot be written or is too long for a
-///         platform file; the platform is then left as it was.
+/// platform file; the platform is then left as it was.
 MACHINESERVICE_EXPORT void SetMachineConfiguration(TavAM::Platform& io_platform,
                                                    const PlatformMachineConfiguration& i_configuration);
 
@@ -39,7 +39,7 @@ namespace Utilities {
 ///
 /// Thread: UI thread.
 /// \throws CommunicationException InternalError for machine data that no configuration can hold,
-///         std::invalid_argument for machine parameters that cannot be understood. The platform then carries none.
+/// std::invalid_argument for machine parameters that cannot be understood. The platform then carries none.
 MACHINESERVICE_EXPORT void UpdateMachineConfiguration(VexlorCore::DataSet* ip_data_set);
 
 } // namespace Utilities

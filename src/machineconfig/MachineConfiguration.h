@@ -15,7 +15,7 @@ namespace MachineService {
 
 /// What a machine's data say about preparing platforms for it.
 /// \throws CommunicationException InternalError when the data have no section at all, or hold what no configuration
-///         can: numbers that are no numbers or out of range, texts that XML cannot carry. The text names the field.
+/// can: numbers that are no numbers or out of range, texts that XML cannot carry. The text names the field.
 MACHINESERVICE_EXPORT PlatformMachineConfiguration
 MachineConfigurationFromMachineData(const MachineLayer::IMachineData& i_machine_data);
 
@@ -33,10 +33,10 @@ MACHINESERVICE_EXPORT std::string WriteMachineConfiguration(const PlatformMachin
 /// The configuration in such a document.
 /// \param i_document at most TavSDK::XmlBounds::Document bytes.
 /// \param op_remarks gets a sentence, without its full stop, for each of the first things that depart from the schemas
-///        and do no harm: what is not known and passed over, and what is not in its place. When null, they are warnings
-///        of the logging category machineservice.machineconfig.
+/// and do no harm: what is not known and passed over, and what is not in its place. When null, they are warnings
+/// of the logging category machineservice.machineconfig.
 /// \throws CommunicationException FileError for what is no such document, a section whose version is not known, a
-///         document without any section; the text names line and field.
+/// document without any section; the text names line and field.
 MACHINESERVICE_EXPORT PlatformMachineConfiguration
 ReadMachineConfiguration(std::string_view i_document, std::vector<std::string>* op_remarks = nullptr);
 

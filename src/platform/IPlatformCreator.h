@@ -83,8 +83,7 @@ protected:
 ///
 /// \param io_platform_information is used up.
 /// \param o_error_message what to show the user. May be set although there is a creator: the machine then has something
-/// to
-///        say; is not touched otherwise.
+/// to say; is not touched otherwise.
 /// \return null when the machine gave no platform or its information cannot be read.
 MACHINESERVICE_EXPORT std::unique_ptr<IPlatformCreator>
 TryCreatePlatformCreator(const Machine& i_machine, ProgressWatcherFuture<PlatformInfo>& io_platform_information,

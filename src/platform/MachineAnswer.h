@@ -36,7 +36,7 @@ void ThrowIfCancelled(const VexlorCore::IJobProgress& i_progress);
 
 /// The machine's answer: on the UI thread awaited under the host's progress display, elsewhere directly.
 /// \throws CommunicationException ProcessingAborted when the user cancelled; what the machine or the host's display
-///         throws.
+/// throws.
 template <class Future>
 auto AwaitAnswer(Future& io_future, const VexlorCore::ApiProviderGetter& i_api_provider, const QString& i_title)
 {

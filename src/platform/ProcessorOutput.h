@@ -25,8 +25,7 @@ namespace MachineService {
 /// \param i_on_platform_loaded handed to the host, which calls it for each platform taken into the scene.
 /// Thread: any; the host brings itself to the UI thread.
 /// \throws CommunicationException UnsupportedOutputFormat "Unsupported input file format." for any other format; what
-/// the
-///         host throws; std::bad_function_call for an empty i_api_provider.
+/// the host throws; std::bad_function_call for an empty i_api_provider.
 MACHINESERVICE_EXPORT void
 LoadProcessorOutput(VexlorCore::DataSet* ip_data_set, DataFormat i_format, const std::vector<std::wstring>& i_files,
                     VexlorCore::ApiProviderGetter i_api_provider,

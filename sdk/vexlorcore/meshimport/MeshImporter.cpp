@@ -85,6 +85,12 @@ std::vector<TavAM::Part> Import(const std::filesystem::path& i_path, const std::
 
 } // namespace
 
+const std::vector<std::string>& GetMeshFileEndings()
+{
+    static const std::vector<std::string> endings = {".stl", ".3mf", ".obj", ".ply"};
+    return endings;
+}
+
 std::vector<TavAM::Part> ImportMeshFile(const std::filesystem::path& i_path, const std::stop_token& i_stop)
 {
     const std::string beginning = "The mesh file '" + TavSDK::ShowPath(i_path) + "' cannot be read: ";

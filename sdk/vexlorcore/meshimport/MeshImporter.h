@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <stdexcept>
 #include <stop_token>
+#include <string>
 #include <vector>
 
 namespace VexlorCore {
@@ -16,6 +17,9 @@ class VEXLORCORE_EXPORT ImportStopped : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// Of the files that ImportMeshFile reads: ".stl", ".3mf" and so on.
+VEXLORCORE_EXPORT const std::vector<std::string>& GetMeshFileEndings();
 
 /// Reads the parts of a mesh file: STL (both kinds), 3MF, OBJ, PLY; lengths in mm whatever the file's unit.
 ///
