@@ -28,7 +28,7 @@ inline MachineLayer::Data::Machine MakeFullMachine()
         Data::SupportPerforation{Data::PerforationShape::Circle, 2.0, 1.0 / 3, 1e-7},
         Data::SupportContact{0.4, 0.0, 0.1}};
     machine.surfaceTypeProfiles[L"Overhang"].type = Data::SupportType::Point;
-    machine.surfaceTypeProfiles[L"Bridge"].teeth.emplace();
+    machine.surfaceTypeProfiles[L"Bridge"].teeth = Data::SupportTeeth{0.5, {}, {}, {}};
     machine.supportProfileSet = {L"Usual",
                                  {{Data::SupportType::Point, L"Overhang"}, {Data::SupportType::Gusset, L"Gone"}}};
     machine.nesting = {5.0, 0.0, Data::RotationFreedom::Any, 22.5, {{L"Lamp", -1, -2, 0, 1e6, 0.1, 30}, {}}};
