@@ -9,7 +9,7 @@ target_compile_options(machineservice_options INTERFACE
     -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
     # -Wrestrict of g++ 12 warns of std::string's own operator+ (a fault of that compiler).
     $<$<CXX_COMPILER_ID:GNU>:-Wsuggest-override;-Wno-restrict>
-    $<$<CXX_COMPILER_ID:Clang>:-Winconsistent-missing-destructor-override -Wno-gnu-zero-variadic-macro-arguments>)
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety;-Winconsistent-missing-destructor-override;-Wno-gnu-zero-variadic-macro-arguments>)
 target_compile_definitions(machineservice_options INTERFACE
     QT_NO_KEYWORDS QT_NO_CAST_TO_ASCII QT_NO_CAST_FROM_ASCII QT_NO_CAST_FROM_BYTEARRAY QT_NO_URL_CAST_FROM_STRING
     QT_USE_QSTRINGBUILDER QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS

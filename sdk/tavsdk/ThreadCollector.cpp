@@ -1,8 +1,8 @@
 #include "tavsdk/ThreadCollector.h"
+#include "tavsdk/Mutex.h"
 
 #include <algorithm>
 #include <iterator>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -30,7 +30,7 @@ public:
     {
         std::vector<Ending> ended;
         {
-            const std::lock_guard lock(_mutex);
+            const MutexLock lock(_mutex);
             if (_isProcessEnding && i_ending.thread.get_id() != std::this_thread::get_id()) {
                 ended.push_back(std::move(i_ending));
             } else {
@@ -48,7 +48,7 @@ public:
     {
         std::vector<Ending> all;
         {
-            const std::lock_guard lock(_mutex);
+            const MutexLock lock(_mutex);
             _isProcessEnding = true;
             all.swap(_endings);
         }
@@ -62,9 +62,9 @@ private:
             ending.thread.join();
     }
 
-    std::mutex _mutex; // guards all below; not held while a thread is joined
-    std::vector<Ending> _endings;
-    bool _isProcessEnding = false;
+    Mutex _mutex; // guards all below; not held while a thread is joined
+    std::vector<Ending> _endings TAVSDK_GUARDED_BY(_mutex);
+    bool _isProcessEnding TAVSDK_GUARDED_BY(_mutex) = false;
 };
 
 struct JoinAtEnd

@@ -47,7 +47,7 @@ void CallGate::Invoke(const std::function<void()>& i_job)
         i_job();
     };
     call->isAwaited = true;
-    std::unique_lock lock(_mutex);
+    TavSDK::MutexLock lock(_mutex);
     if (_isClosed)
         ThrowShuttingDown();
     _Push(call);
@@ -65,7 +65,7 @@ void CallGate::Post(std::function<void()> i_job)
 {
     auto call = std::make_shared<Call>();
     call->job = std::move(i_job);
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     if (!_isClosed)
         _Push(std::move(call));
 }
@@ -74,7 +74,7 @@ void CallGate::RunOne(const std::function<void(std::exception_ptr)>& i_report)
 {
     std::shared_ptr<Call> call;
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         if (_queue.empty())
             return;
         call = std::move(_queue.front());
@@ -91,7 +91,7 @@ void CallGate::RunOne(const std::function<void(std::exception_ptr)>& i_report)
             i_report(std::move(failure));
         return;
     }
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     call->failure = std::move(failure);
     call->state = Call::State::Done;
     _done.notify_all();
@@ -101,7 +101,7 @@ void CallGate::Close()
 {
     // Posted jobs are destroyed after the lock: their captures may do anything.
     std::deque<std::shared_ptr<Call>> dropped;
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     _isClosed = true;
     dropped.swap(_queue);
     for (const auto& call : dropped) {

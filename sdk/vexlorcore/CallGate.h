@@ -1,11 +1,12 @@
 #pragma once
 
+#include "tavsdk/Mutex.h"
+
 #include <condition_variable>
 #include <deque>
 #include <exception>
 #include <functional>
 #include <memory>
-#include <mutex>
 
 namespace VexlorCore {
 
@@ -32,14 +33,14 @@ public:
 
 private:
     struct Call;
-    void _Push(std::shared_ptr<Call> ip_call);
+    void _Push(std::shared_ptr<Call> ip_call) TAVSDK_REQUIRES(_mutex);
 
     /// Guards _queue, _isClosed, the states of the calls, and the life of what _wake reaches.
-    std::mutex _mutex;
-    std::condition_variable _done;
-    std::deque<std::shared_ptr<Call>> _queue;
-    std::function<void()> _wake;
-    bool _isClosed = false;
+    TavSDK::Mutex _mutex;
+    std::condition_variable_any _done;
+    std::deque<std::shared_ptr<Call>> _queue TAVSDK_GUARDED_BY(_mutex);
+    std::function<void()> _wake TAVSDK_GUARDED_BY(_mutex);
+    bool _isClosed TAVSDK_GUARDED_BY(_mutex) = false;
 };
 
 } // namespace VexlorCore

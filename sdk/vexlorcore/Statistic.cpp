@@ -1,7 +1,8 @@
 #include "vexlorcore/Statistic.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <deque>
-#include <mutex>
 #include <utility>
 
 namespace VexlorCore {
@@ -12,8 +13,8 @@ constexpr std::size_t MaxTraces = 10'000;
 
 struct Traces
 {
-    std::mutex mutex; ///< guards items
-    std::deque<Statistic::Trace> items;
+    TavSDK::Mutex mutex; ///< guards items
+    std::deque<Statistic::Trace> items TAVSDK_GUARDED_BY(mutex);
 };
 
 Traces& GetStore()
@@ -30,7 +31,7 @@ void Statistic::TrackCustomTrace(const std::string& i_category, const std::strin
 {
     Trace trace{i_category, i_level, i_label, i_properties};
     auto& store = GetStore();
-    const std::lock_guard lock(store.mutex);
+    const TavSDK::MutexLock lock(store.mutex);
     if (store.items.size() >= MaxTraces)
         store.items.pop_front();
     store.items.push_back(std::move(trace));
@@ -39,14 +40,14 @@ void Statistic::TrackCustomTrace(const std::string& i_category, const std::strin
 std::vector<Statistic::Trace> Statistic::GetTraces()
 {
     auto& store = GetStore();
-    const std::lock_guard lock(store.mutex);
+    const TavSDK::MutexLock lock(store.mutex);
     return {store.items.begin(), store.items.end()};
 }
 
 void Statistic::Clear()
 {
     auto& store = GetStore();
-    const std::lock_guard lock(store.mutex);
+    const TavSDK::MutexLock lock(store.mutex);
     store.items.clear();
 }
 

@@ -1,5 +1,6 @@
 #include "vexlorcore/UiThread.h"
 
+#include "tavsdk/Mutex.h"
 #include "tavsdk/StopExceptions.h"
 #include "vexlorcore/CallGate.h"
 
@@ -8,7 +9,6 @@
 #include <QLoggingCategory>
 #include <QObject>
 
-#include <mutex>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -66,12 +66,12 @@ struct UiThread::Gate
     CallGate calls;
 
     /// Guards current.
-    static inline std::mutex mutex;
-    static inline std::shared_ptr<Gate> current;
+    static inline TavSDK::Mutex mutex;
+    static inline std::shared_ptr<Gate> current TAVSDK_GUARDED_BY(mutex);
 
     static std::shared_ptr<Gate> Get()
     {
-        const std::lock_guard lock(mutex);
+        const TavSDK::MutexLock lock(mutex);
         return current;
     }
 };
@@ -80,7 +80,7 @@ UiThread::UiThread()
     : _gate(std::make_shared<Gate>())
 {
     auto receiver = std::make_unique<Gate::Receiver>(_gate);
-    const std::lock_guard lock(Gate::mutex);
+    const TavSDK::MutexLock lock(Gate::mutex);
     if (Gate::current)
         throw std::logic_error("There is a UI thread already.");
     _gate->receiver = receiver.release();
@@ -90,7 +90,7 @@ UiThread::UiThread()
 UiThread::~UiThread()
 {
     {
-        const std::lock_guard lock(Gate::mutex);
+        const TavSDK::MutexLock lock(Gate::mutex);
         Gate::current.reset();
     }
     _gate->calls.Close();

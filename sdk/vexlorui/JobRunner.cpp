@@ -58,7 +58,7 @@ public:
 
     void SetProgress(int i_percent, const std::string& i_stage) override
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _news = News{std::clamp(i_percent, 0, 100), std::string(TavSDK::CutUtf8(i_stage, MaxStage))};
         _Wake();
     }
@@ -67,7 +67,7 @@ public:
 
     void SetDone()
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _isDone = true;
         _Wake();
     }
@@ -75,23 +75,23 @@ public:
     /// Called when the wake-up arrived, before anything else is asked.
     void TakeWake()
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _isWakePosted = false;
     }
     std::optional<News> TakeNews()
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         return std::exchange(_news, std::nullopt);
     }
     bool IsDone() const
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         return _isDone;
     }
 
 private:
     /// Any number of news makes one event. Under the lock; posting calls nothing of ours.
-    void _Wake()
+    void _Wake() TAVSDK_REQUIRES(_mutex)
     {
         if (!std::exchange(_isWakePosted, true))
             QCoreApplication::postEvent(&_receiver, new QEvent(GetNewsEventType()));
@@ -99,10 +99,10 @@ private:
 
     QObject& _receiver;
     const std::stop_token _stop;
-    mutable std::mutex _mutex; ///< guards all below
-    std::optional<News> _news;
-    bool _isDone = false;
-    bool _isWakePosted = false;
+    mutable TavSDK::Mutex _mutex; ///< guards all below
+    std::optional<News> _news TAVSDK_GUARDED_BY(_mutex);
+    bool _isDone TAVSDK_GUARDED_BY(_mutex) = false;
+    bool _isWakePosted TAVSDK_GUARDED_BY(_mutex) = false;
 };
 
 /// The UI thread's side: passes progress on at its pace and ends the loop when the job has ended.
@@ -166,7 +166,7 @@ struct JobRunner::Begun
     explicit Begun(JobRunner& io_runner)
         : runner(io_runner)
     {
-        const std::lock_guard lock(runner._mutex);
+        const TavSDK::MutexLock lock(runner._mutex);
         if (runner._stop)
             throw std::runtime_error(
                 QCoreApplication::translate("Vexlor::JobRunner", "Another command is still running.").toStdString());
@@ -175,7 +175,7 @@ struct JobRunner::Begun
     }
     ~Begun()
     {
-        const std::lock_guard lock(runner._mutex);
+        const TavSDK::MutexLock lock(runner._mutex);
         runner._stop.reset();
     }
     Begun(const Begun&) = delete;
@@ -241,7 +241,7 @@ void JobRunner::Cancel()
 {
     std::optional<std::stop_source> stop;
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         stop = _stop;
     }
     // Outside the lock: it runs the callbacks of whoever waits for it.
@@ -251,7 +251,7 @@ void JobRunner::Cancel()
 
 bool JobRunner::IsRunning() const
 {
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     return _stop.has_value();
 }
 

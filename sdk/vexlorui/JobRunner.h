@@ -1,9 +1,9 @@
 #pragma once
 
+#include "tavsdk/Mutex.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <stop_token>
 
@@ -29,9 +29,9 @@ public:
 private:
     struct Begun;
 
-    mutable std::mutex _mutex; ///< guards _stop
+    mutable TavSDK::Mutex _mutex; ///< guards _stop
     /// There while a job runs.
-    std::optional<std::stop_source> _stop;
+    std::optional<std::stop_source> _stop TAVSDK_GUARDED_BY(_mutex);
 };
 
 } // namespace Vexlor

@@ -2,7 +2,14 @@
 
 #include "client/interface/CommunicationException.h"
 
+#include "tavsdk/ThreadCollector.h"
+
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <list>
+#include <set>
+#include <thread>
 
 namespace MachineService {
 
@@ -15,29 +22,44 @@ std::exception_ptr MakeFailure(ErrorCode i_code)
 
 } // namespace
 
-JobScheduler::JobScheduler(std::size_t i_thread_count)
+struct JobScheduler::Worker
 {
-    try {
-        for (std::size_t index = 0; index < i_thread_count; ++index)
-            _threads.emplace_back([this] { _RunThread(); });
-    } catch (...) {
-        Close();
-        throw;
-    }
-}
+    std::thread thread;
+    std::shared_ptr<std::atomic<bool>> hasEnded;
+};
 
-JobScheduler::~JobScheduler()
+/// The jobs, as the threads see them.
+class JobScheduler::Queue
 {
-    Close();
-}
+public:
+    void Submit(const JobPointer& ip_job, std::stop_token i_stop);
+    void Close();
+    /// The life of a thread.
+    void Run();
 
-void JobScheduler::_Submit(JobPointer ip_job, std::stop_token i_stop)
+private:
+    /// Waits for a job whose machine is free; null when the scheduler closes.
+    JobPointer _Take();
+    JobPointer _TakeNext() TAVSDK_REQUIRES(_mutex);
+    void _Run(const JobPointer& ip_job);
+    /// The caller does not want the job any more: out of the queue with it, or let it stop.
+    void _Abandon(Job* ip_job);
+
+    TavSDK::Mutex _mutex; ///< guards all below
+    std::condition_variable_any _wakeUp;
+    std::list<JobPointer> _waiting TAVSDK_GUARDED_BY(_mutex);
+    std::set<JobPointer> _running TAVSDK_GUARDED_BY(_mutex);
+    std::set<boost::uuids::uuid> _busyMachines TAVSDK_GUARDED_BY(_mutex);
+    bool _closed TAVSDK_GUARDED_BY(_mutex) = false;
+};
+
+void JobScheduler::Queue::Submit(const JobPointer& ip_job, std::stop_token i_stop)
 {
     // In place before a thread can take the job; a stop that comes before the job is queued is seen below.
     ip_job->onCallerStop.emplace(std::move(i_stop), [this, raw = ip_job.get()] { _Abandon(raw); });
     bool queued = false;
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         queued = !_closed;
         if (queued)
             _waiting.push_back(ip_job);
@@ -51,12 +73,12 @@ void JobScheduler::_Submit(JobPointer ip_job, std::stop_token i_stop)
     }
 }
 
-void JobScheduler::Close()
+void JobScheduler::Queue::Close()
 {
     std::list<JobPointer> refused;
     std::set<JobPointer> stopped;
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _closed = true;
         refused.swap(_waiting);
         stopped = _running;
@@ -68,37 +90,39 @@ void JobScheduler::Close()
         job->onCallerStop.reset();
         job->answer(MakeFailure(ErrorCode::ServicesUnavailable));
     }
-    const std::lock_guard lock(_threadsMutex);
-    for (auto& thread : _threads)
-        thread.join();
-    _threads.clear();
 }
 
-void JobScheduler::_RunThread()
+void JobScheduler::Queue::Run()
 {
     while (const auto job = _Take())
         _Run(job);
 }
 
-JobScheduler::JobPointer JobScheduler::_Take()
+JobScheduler::JobPointer JobScheduler::Queue::_Take()
 {
-    std::unique_lock lock(_mutex);
+    TavSDK::MutexLock lock(_mutex);
     while (!_closed) {
-        const auto next = std::find_if(_waiting.begin(), _waiting.end(),
-                                       [&](const auto& i_job) { return !_busyMachines.contains(i_job->machine); });
-        if (next != _waiting.end()) {
-            const JobPointer job = *next;
-            _waiting.erase(next);
-            _running.insert(job);
-            _busyMachines.insert(job->machine);
+        if (auto job = _TakeNext())
             return job;
-        }
         _wakeUp.wait(lock);
     }
     return nullptr;
 }
 
-void JobScheduler::_Run(const JobPointer& ip_job)
+JobScheduler::JobPointer JobScheduler::Queue::_TakeNext()
+{
+    for (auto next = _waiting.begin(); next != _waiting.end(); ++next) {
+        const JobPointer job = *next;
+        if (!_busyMachines.insert(job->machine).second)
+            continue;
+        _waiting.erase(next);
+        _running.insert(job);
+        return job;
+    }
+    return nullptr;
+}
+
+void JobScheduler::Queue::_Run(const JobPointer& ip_job)
 {
     std::exception_ptr failure;
     try {
@@ -109,9 +133,10 @@ void JobScheduler::_Run(const JobPointer& ip_job)
         // Whatever a stopped job stumbled over, it was stopped.
         failure = ip_job->stop.stop_requested() ? MakeFailure(ErrorCode::ProcessingAborted) : std::current_exception();
     }
+    // What the work held may be the last that keeps the scheduler.
     ip_job->work = nullptr;
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _running.erase(ip_job);
         _busyMachines.erase(ip_job->machine);
         // One thread may wait for this machine while another is woken for a machine that is busy.
@@ -122,20 +147,67 @@ void JobScheduler::_Run(const JobPointer& ip_job)
     ip_job->answer(failure);
 }
 
-void JobScheduler::_Abandon(Job* ip_job)
+void JobScheduler::Queue::_Abandon(Job* ip_job)
 {
     ip_job->stop.request_stop();
     JobPointer abandoned;
     {
-        const std::lock_guard lock(_mutex);
-        const auto found =
-            std::find_if(_waiting.begin(), _waiting.end(), [&](const auto& i_job) { return i_job.get() == ip_job; });
+        const TavSDK::MutexLock lock(_mutex);
+        const auto found = std::ranges::find(_waiting, ip_job, &JobPointer::get);
         if (found == _waiting.end())
             return;
         abandoned = *found;
         _waiting.erase(found);
     }
     abandoned->answer(MakeFailure(ErrorCode::ProcessingAborted));
+}
+
+JobScheduler::JobScheduler(std::size_t i_thread_count)
+    : _queue(std::make_shared<Queue>())
+{
+    _workers.reserve(i_thread_count);
+    try {
+        for (std::size_t index = 0; index < i_thread_count; ++index) {
+            const auto has_ended = std::make_shared<std::atomic<bool>>(false);
+            std::thread thread([queue = _queue, has_ended]() mutable {
+                queue->Run();
+                queue.reset();
+                *has_ended = true;
+            });
+            _workers.push_back({std::move(thread), has_ended});
+        }
+    } catch (...) {
+        Close();
+        throw;
+    }
+}
+
+JobScheduler::~JobScheduler()
+{
+    Close();
+}
+
+void JobScheduler::_Submit(JobPointer ip_job, std::stop_token i_stop)
+{
+    _queue->Submit(ip_job, std::move(i_stop));
+}
+
+void JobScheduler::Close()
+{
+    // A job that is answered or stopped here may destroy this.
+    const auto queue = _queue;
+    std::vector<Worker> workers;
+    {
+        const TavSDK::MutexLock lock(_mutex);
+        workers.swap(_workers);
+    }
+    queue->Close();
+    for (Worker& worker : workers) {
+        if (worker.thread.get_id() == std::this_thread::get_id())
+            TavSDK::CollectThread(std::move(worker.thread), worker.hasEnded);
+        else
+            worker.thread.join();
+    }
 }
 
 } // namespace MachineService

@@ -1,16 +1,14 @@
 #pragma once
 
+#include "tavsdk/Mutex.h"
+
 #include <boost/uuid/uuid.hpp>
 
-#include <condition_variable>
 #include <exception>
 #include <functional>
 #include <future>
-#include <list>
 #include <memory>
-#include <mutex>
 #include <optional>
-#include <set>
 #include <stop_token>
 #include <thread>
 #include <type_traits>
@@ -65,7 +63,8 @@ public:
         _Submit(std::move(job), std::move(i_stop));
         return future;
     }
-    /// Stops what runs, refuses what waits or comes, and joins the threads. Twice is harmless.
+    /// Stops what runs, refuses what waits or comes, and joins the threads. Twice is harmless. Inside a job, whose own
+    /// thread then ends after it, as it does where a job destroys the scheduler.
     void Close();
 
 private:
@@ -80,22 +79,15 @@ private:
     };
     using JobPointer = std::shared_ptr<Job>;
 
-    void _Submit(JobPointer ip_job, std::stop_token i_stop);
-    void _RunThread();
-    /// Waits for a job whose machine is free; null when the scheduler closes.
-    JobPointer _Take();
-    void _Run(const JobPointer& ip_job);
-    /// The caller does not want the job any more: out of the queue with it, or let it stop.
-    void _Abandon(Job* ip_job);
+    class Queue;
+    struct Worker;
 
-    std::mutex _mutex; ///< guards _waiting, _running, _busyMachines, _closed
-    std::condition_variable _wakeUp;
-    std::list<JobPointer> _waiting;
-    std::set<JobPointer> _running;
-    std::set<boost::uuids::uuid> _busyMachines;
-    bool _closed = false;
-    std::mutex _threadsMutex; ///< guards _threads; never taken together with _mutex
-    std::vector<std::thread> _threads;
+    void _Submit(JobPointer ip_job, std::stop_token i_stop);
+
+    /// Shared with the threads, which may outlive this.
+    std::shared_ptr<Queue> _queue;
+    TavSDK::Mutex _mutex; ///< guards _workers; never held while a thread is joined
+    std::vector<Worker> _workers TAVSDK_GUARDED_BY(_mutex);
 };
 
 } // namespace MachineService

@@ -2,11 +2,12 @@
 
 #include "contract/MachineNews.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <boost/uuid/uuid.hpp>
 
 #include <map>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -28,7 +29,7 @@ public:
     MachineNews Replace(std::vector<Entry> i_entries)
     {
         MachineNews news;
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         if (_closed)
             return news;
         std::map<boost::uuids::uuid, EntryPointer> entries;
@@ -58,7 +59,7 @@ public:
     /// No machine any more, now and later.
     void Close()
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _closed = true;
         _entries.clear();
         _order.clear();
@@ -66,14 +67,14 @@ public:
 
     bool IsClosed() const
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         return _closed;
     }
 
     /// Null when there is no such machine.
     EntryPointer Find(const boost::uuids::uuid& i_id) const
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         const auto found = _entries.find(i_id);
         return found == _entries.end() ? nullptr : found->second;
     }
@@ -81,7 +82,7 @@ public:
     /// In the order in which they were given.
     std::vector<EntryPointer> GetAll() const
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         std::vector<EntryPointer> entries;
         entries.reserve(_order.size());
         for (const auto& id : _order)
@@ -90,10 +91,10 @@ public:
     }
 
 private:
-    mutable std::mutex _mutex; ///< guards everything below
-    std::map<boost::uuids::uuid, EntryPointer> _entries;
-    std::vector<boost::uuids::uuid> _order;
-    bool _closed = false;
+    mutable TavSDK::Mutex _mutex; ///< guards everything below
+    std::map<boost::uuids::uuid, EntryPointer> _entries TAVSDK_GUARDED_BY(_mutex);
+    std::vector<boost::uuids::uuid> _order TAVSDK_GUARDED_BY(_mutex);
+    bool _closed TAVSDK_GUARDED_BY(_mutex) = false;
 };
 
 } // namespace MachineService

@@ -2,6 +2,7 @@
 
 #include "client/interface/CommunicationException.h"
 
+#include "tavsdk/Mutex.h"
 #include "tavsdk/StopExceptions.h"
 #include "tavsdk/ThreadCollector.h"
 
@@ -9,7 +10,6 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace MachineService {
@@ -52,7 +52,7 @@ struct ServiceCatalogBase::Impl
     }
     bool IsStopped()
     {
-        const std::lock_guard lock(mutex);
+        const TavSDK::MutexLock lock(mutex);
         return isStopped;
     }
 
@@ -66,11 +66,11 @@ struct ServiceCatalogBase::Impl
     const std::string name;
     bool isLeft = false; ///< used by the service's thread only: a slot on it stopped the service
     const std::shared_ptr<std::atomic<bool>> hasEnded = std::make_shared<std::atomic<bool>>(false);
-    std::mutex mutex;       ///< guards everything below
-    bool isStopped = false; ///< for good: by Stop() or by a failure
-    bool isWoken = false;
-    std::condition_variable wakeUp;
-    std::thread thread;
+    TavSDK::Mutex mutex;                             ///< guards everything below
+    bool isStopped TAVSDK_GUARDED_BY(mutex) = false; ///< for good: by Stop() or by a failure
+    bool isWoken TAVSDK_GUARDED_BY(mutex) = false;
+    std::condition_variable_any wakeUp;
+    std::thread thread TAVSDK_GUARDED_BY(mutex);
 };
 
 void ServiceCatalogBase::Impl::RunThread()
@@ -81,7 +81,7 @@ void ServiceCatalogBase::Impl::RunThread()
     if (TavSDK::StopExceptions([this] { Run(); }, tell))
         return;
     {
-        const std::lock_guard lock(mutex);
+        const TavSDK::MutexLock lock(mutex);
         isStopped = true;
     }
     TellStatus(ServiceStatus::Failed);
@@ -125,7 +125,7 @@ void ServiceCatalogBase::Stop()
 {
     std::thread thread;
     {
-        const std::lock_guard lock(_impl->mutex);
+        const TavSDK::MutexLock lock(_impl->mutex);
         _impl->isStopped = true;
         thread.swap(_impl->thread);
     }
@@ -145,7 +145,7 @@ bool ServiceCatalogBase::Start(ServiceId i_service)
 {
     if (i_service != _impl->service)
         return false;
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     if (_impl->isStopped)
         return false;
     if (_impl->thread.joinable())
@@ -167,7 +167,7 @@ bool ServiceCatalogBase::Refresh(ServiceId i_service)
     if (i_service != _impl->service)
         return false;
     {
-        const std::lock_guard lock(_impl->mutex);
+        const TavSDK::MutexLock lock(_impl->mutex);
         if (_impl->isStopped || !_impl->thread.joinable())
             return false;
     }
@@ -177,7 +177,7 @@ bool ServiceCatalogBase::Refresh(ServiceId i_service)
 
 void ServiceCatalogBase::_Wait()
 {
-    std::unique_lock lock(_impl->mutex);
+    TavSDK::MutexLock lock(_impl->mutex);
     while (!_impl->isWoken && !_impl->isStopped)
         _impl->wakeUp.wait(lock);
     _impl->isWoken = false;
@@ -185,7 +185,7 @@ void ServiceCatalogBase::_Wait()
 
 void ServiceCatalogBase::_Wake()
 {
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     _impl->isWoken = true;
     _impl->wakeUp.notify_one();
 }

@@ -2,9 +2,10 @@
 
 #include "client/interface/CommunicationException.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <thread>
 
 namespace MachineService {
@@ -21,7 +22,7 @@ class ServicesCatalog::VersionCollector
 public:
     std::future<Versions> Collect(std::vector<std::future<Versions>> i_answers)
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _questions.push_back({std::move(i_answers), {}});
         auto future = _questions.back().promise.get_future();
         if (!_thread.joinable())
@@ -34,7 +35,7 @@ public:
     ~VersionCollector()
     {
         {
-            const std::lock_guard lock(_mutex);
+            const TavSDK::MutexLock lock(_mutex);
             _stop = true;
             _wakeUp.notify_one();
         }
@@ -51,7 +52,7 @@ private:
 
     void _Run()
     {
-        std::unique_lock lock(_mutex);
+        TavSDK::MutexLock lock(_mutex);
         for (;;) {
             while (!_stop && _questions.empty())
                 _wakeUp.wait(lock);
@@ -83,11 +84,11 @@ private:
             io_question.promise.set_value(std::move(all));
     }
 
-    std::mutex _mutex; ///< guards _questions, _stop and the start of _thread
-    std::condition_variable _wakeUp;
-    std::deque<Question> _questions;
-    bool _stop = false;
-    std::thread _thread;
+    TavSDK::Mutex _mutex; ///< guards _questions, _stop and the start of _thread
+    std::condition_variable_any _wakeUp;
+    std::deque<Question> _questions TAVSDK_GUARDED_BY(_mutex);
+    bool _stop TAVSDK_GUARDED_BY(_mutex) = false;
+    std::thread _thread TAVSDK_GUARDED_BY(_mutex);
 };
 
 ServicesCatalog::ServicesCatalog()

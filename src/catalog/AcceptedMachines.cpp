@@ -4,7 +4,7 @@ namespace MachineService {
 
 bool AcceptedMachines::Contains(const boost::uuids::uuid& i_id) const
 {
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     return _ids.contains(i_id);
 }
 
@@ -12,7 +12,7 @@ std::vector<bool> AcceptedMachines::Contain(const std::vector<boost::uuids::uuid
 {
     std::vector<bool> are_accepted;
     are_accepted.reserve(i_ids.size());
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     for (const boost::uuids::uuid& id : i_ids)
         are_accepted.push_back(_ids.contains(id));
     return are_accepted;
@@ -20,14 +20,14 @@ std::vector<bool> AcceptedMachines::Contain(const std::vector<boost::uuids::uuid
 
 NewsOrder::Place AcceptedMachines::Remove(const boost::uuids::uuid& i_id)
 {
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     _Record(i_id, true, 0);
     return _ids.erase(i_id) > 0 ? _news.Append({News::Kind::MachineRemoved, i_id}) : NewsOrder::Place();
 }
 
 NewsOrder::Place AcceptedMachines::Update(const boost::uuids::uuid& i_id, MachineChanges i_changes)
 {
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     return _ids.contains(i_id) ? _news.Append({News::Kind::MachineUpdated, i_id, i_changes}) : NewsOrder::Place();
 }
 
@@ -42,7 +42,7 @@ AcceptedMachines::Evaluation::Evaluation(AcceptedMachines& io_machines, Kind i_k
     : _machines(io_machines)
     , _kind(i_kind)
 {
-    const std::lock_guard lock(_machines._mutex);
+    const TavSDK::MutexLock lock(_machines._mutex);
     ++_machines._evaluations;
     if (_kind == Kind::Invalidation)
         _machines._lastInvalidation = ++_machines._sequence;
@@ -51,14 +51,14 @@ AcceptedMachines::Evaluation::Evaluation(AcceptedMachines& io_machines, Kind i_k
 
 AcceptedMachines::Evaluation::~Evaluation()
 {
-    const std::lock_guard lock(_machines._mutex);
+    const TavSDK::MutexLock lock(_machines._mutex);
     if (--_machines._evaluations == 0)
         _machines._changes.clear();
 }
 
 std::optional<NewsOrder::Place> AcceptedMachines::Evaluation::Apply(const boost::uuids::uuid& i_id, bool i_is_accepted)
 {
-    const std::lock_guard lock(_machines._mutex);
+    const TavSDK::MutexLock lock(_machines._mutex);
     const Sequence asked_at = std::exchange(_seen, _machines._sequence);
     if (!_machines._changes.empty()) {
         const auto change = _machines._changes.find(i_id);
@@ -100,7 +100,7 @@ std::vector<bool> AcceptedMachines::Evaluation::Look(std::span<const boost::uuid
 {
     std::vector<bool> are_accepted;
     are_accepted.reserve(i_ids.size());
-    const std::lock_guard lock(_machines._mutex);
+    const TavSDK::MutexLock lock(_machines._mutex);
     for (const boost::uuids::uuid& id : i_ids)
         are_accepted.push_back(_machines._ids.contains(id));
     _looked = _machines._sequence;
@@ -114,7 +114,7 @@ bool AcceptedMachines::Evaluation::IsAsLooked() const
 
 bool AcceptedMachines::Evaluation::HasGone(const boost::uuids::uuid& i_id) const
 {
-    const std::lock_guard lock(_machines._mutex);
+    const TavSDK::MutexLock lock(_machines._mutex);
     const auto change = _machines._changes.find(i_id);
     return change != _machines._changes.end() && change->second.sequence > _begin && change->second.isGone;
 }

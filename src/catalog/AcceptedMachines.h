@@ -2,6 +2,8 @@
 
 #include "catalog/NewsOrder.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <boost/unordered/unordered_flat_set.hpp>
 #include <boost/uuid/uuid.hpp>
 
@@ -10,7 +12,6 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <span>
 #include <vector>
@@ -66,17 +67,18 @@ private:
         }
     };
 
-    void _Record(const boost::uuids::uuid& i_id, bool i_is_gone, int i_own_evaluations);
+    void _Record(const boost::uuids::uuid& i_id, bool i_is_gone, int i_own_evaluations) TAVSDK_REQUIRES(_mutex);
 
     NewsOrder& _news;
     // Guards all below, and is held while a decision takes its place in the order of news; neither while the rule is
     // asked nor while news are raised. Taken before the lock of the order.
-    mutable std::mutex _mutex;
-    boost::unordered_flat_set<boost::uuids::uuid, Hash> _ids;
-    std::map<boost::uuids::uuid, Change> _changes; ///< since the oldest evaluation that still runs
-    std::atomic<Sequence> _sequence = 0; ///< may be read without the mutex: whether anything was decided since
-    Sequence _lastInvalidation = 0;
-    int _evaluations = 0;
+    mutable TavSDK::Mutex _mutex;
+    boost::unordered_flat_set<boost::uuids::uuid, Hash> _ids TAVSDK_GUARDED_BY(_mutex);
+    std::map<boost::uuids::uuid, Change>
+        _changes TAVSDK_GUARDED_BY(_mutex); ///< since the oldest evaluation that still runs
+    std::atomic<Sequence> _sequence = 0;    ///< may be read without the mutex: whether anything was decided since
+    Sequence _lastInvalidation TAVSDK_GUARDED_BY(_mutex) = 0;
+    int _evaluations TAVSDK_GUARDED_BY(_mutex) = 0;
 };
 
 /// Somebody is asking the rule, about one machine or about one after the other.
@@ -109,8 +111,8 @@ public:
     bool HasGone(const boost::uuids::uuid& i_id) const;
 
 private:
-    NewsOrder::Place _Accept(const boost::uuids::uuid& i_id);
-    NewsOrder::Place _Reject(const boost::uuids::uuid& i_id);
+    NewsOrder::Place _Accept(const boost::uuids::uuid& i_id) TAVSDK_REQUIRES(_machines._mutex);
+    NewsOrder::Place _Reject(const boost::uuids::uuid& i_id) TAVSDK_REQUIRES(_machines._mutex);
 
     AcceptedMachines& _machines;
     const Kind _kind;

@@ -1,5 +1,6 @@
 #include "catalog/CanRunCommandCache.h"
 
+#include "tavsdk/Mutex.h"
 #include "tavsdk/ThreadCollector.h"
 
 #include <QLoggingCategory>
@@ -10,7 +11,6 @@
 #include <atomic>
 #include <condition_variable>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -47,18 +47,18 @@ struct CanRunCommandCache::State
 
     // Guards all below. The flags are set with it held, because a flag set between the worker's look at it and its
     // falling asleep would wake nobody. Held neither while the service is asked nor while onChanged runs.
-    std::mutex mutex;
-    std::condition_variable wakeUp;
-    Answers values;
-    bool stop = false;
-    bool requested = false;
-    bool isIdle = false;     ///< the worker waits for a request
-    bool isFetching = false; ///< the worker may be waiting for the service
+    TavSDK::Mutex mutex;
+    std::condition_variable_any wakeUp;
+    Answers values TAVSDK_GUARDED_BY(mutex);
+    bool stop TAVSDK_GUARDED_BY(mutex) = false;
+    bool requested TAVSDK_GUARDED_BY(mutex) = false;
+    bool isIdle TAVSDK_GUARDED_BY(mutex) = false;     ///< the worker waits for a request
+    bool isFetching TAVSDK_GUARDED_BY(mutex) = false; ///< the worker may be waiting for the service
 
     /// The worker's life.
     void Run();
     /// Until the interval is over or stop is set.
-    void Pause(std::unique_lock<std::mutex>& io_lock);
+    void Pause(TavSDK::MutexLock& io_lock) TAVSDK_REQUIRES(mutex);
     /// Asks the service about every command; true when an answer changed.
     bool Refresh(Answers& io_values) const;
     /// Empty when the service failed, or was given up.
@@ -69,7 +69,7 @@ struct CanRunCommandCache::State
 
 void CanRunCommandCache::State::Run()
 {
-    std::unique_lock lock(mutex);
+    TavSDK::MutexLock lock(mutex);
     while (!stop) {
         requested = false;
         isFetching = true;
@@ -93,19 +93,21 @@ void CanRunCommandCache::State::Run()
         if (has_asked)
             Pause(lock);
         isIdle = true;
-        wakeUp.wait(lock, [this] { return stop || requested; });
+        while (!stop && !requested)
+            wakeUp.wait(lock);
         isIdle = false;
     }
 }
 
-void CanRunCommandCache::State::Pause(std::unique_lock<std::mutex>& io_lock)
+void CanRunCommandCache::State::Pause(TavSDK::MutexLock& io_lock)
 {
     using Clock = std::chrono::steady_clock;
     const auto now = Clock::now();
     const auto longest = std::chrono::floor<std::chrono::milliseconds>(Clock::time_point::max() - now);
     // "For ever" is more than the clock can count.
     const auto end = now + std::clamp(interval, std::chrono::milliseconds::zero(), longest);
-    wakeUp.wait_until(io_lock, end, [this] { return stop; });
+    while (!stop && wakeUp.wait_until(io_lock, end) == std::cv_status::no_timeout)
+        ;
 }
 
 bool CanRunCommandCache::State::Refresh(Answers& io_values) const
@@ -154,7 +156,7 @@ void CanRunCommandCache::State::Report() const
 void CanRunCommandCache::State::Stop(bool i_abandon)
 {
     {
-        const std::lock_guard lock(mutex);
+        const TavSDK::MutexLock lock(mutex);
         stop = true;
         if (i_abandon)
             isAbandoned = true;
@@ -193,7 +195,7 @@ bool CanRunCommandCache::Get(const boost::uuids::uuid& i_command_id)
     bool answer = false;
     bool must_wake = false;
     {
-        const std::lock_guard lock(_state->mutex);
+        const TavSDK::MutexLock lock(_state->mutex);
         answer = _state->values.try_emplace(i_command_id, false).first->second;
         // Waking costs a system call: only the first question after a pass pays for it.
         must_wake = _state->isIdle && !_state->requested;
@@ -209,7 +211,7 @@ void CanRunCommandCache::Abandon()
     _state->Stop(true);
     // The UI thread must not stand still for as long as the worker sleeps on the service.
     const bool is_fetching = [this] {
-        const std::lock_guard lock(_state->mutex);
+        const TavSDK::MutexLock lock(_state->mutex);
         return _state->isFetching;
     }();
     if (is_fetching)

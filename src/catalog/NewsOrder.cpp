@@ -39,7 +39,7 @@ NewsOrder::Place NewsOrder::Append(const News& i_news)
 {
     Place place;
     const boost::uuids::uuid id = GetSubject(i_news);
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     if (_hasEnded)
         return place;
     const auto subject = std::ranges::find(_subjects, id, &Subject::id);
@@ -88,7 +88,7 @@ void NewsOrder::_RaiseWithThoseBehind(const News& i_first)
 
 bool NewsOrder::_TakeNext(Pending& io_raised, std::exception_ptr& io_failure)
 {
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     if (io_raised.waiter) {
         io_raised.waiter->failure = std::exchange(io_failure, nullptr);
         io_raised.waiter->isDone = true;
@@ -107,7 +107,7 @@ bool NewsOrder::_TakeNext(Pending& io_raised, std::exception_ptr& io_failure)
 
 void NewsOrder::_Wait(const Waiter& i_waiter)
 {
-    std::unique_lock lock(_mutex);
+    TavSDK::MutexLock lock(_mutex);
     while (!i_waiter.isDone && !_hasEnded)
         _done.wait(lock);
     const std::exception_ptr failure = i_waiter.failure;
@@ -118,7 +118,7 @@ void NewsOrder::_Wait(const Waiter& i_waiter)
 
 void NewsOrder::End()
 {
-    const std::lock_guard lock(_mutex);
+    const TavSDK::MutexLock lock(_mutex);
     _hasEnded = true;
     for (Subject& subject : _subjects)
         subject.behind.clear();

@@ -2,6 +2,8 @@
 
 #include "client/interface/ServiceTypes.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <boost/uuid/uuid.hpp>
 
 #include <atomic>
@@ -10,7 +12,6 @@
 #include <functional>
 #include <list>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace MachineService {
@@ -86,9 +87,10 @@ private:
     void _Wait(const Waiter& i_waiter);
 
     const std::function<void(const News&)> _raise;
-    std::mutex _mutex; // guards _subjects and all waiters; with it held _hasEnded is set. Nothing is called under it.
-    std::condition_variable _done;
-    std::vector<Subject> _subjects;
+    TavSDK::Mutex
+        _mutex; // guards _subjects and all waiters; with it held _hasEnded is set. Nothing is called under it.
+    std::condition_variable_any _done;
+    std::vector<Subject> _subjects TAVSDK_GUARDED_BY(_mutex);
     std::atomic<bool> _hasEnded = false;
 };
 

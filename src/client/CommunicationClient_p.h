@@ -5,10 +5,11 @@
 #include "client/events/LifetimeGate.h"
 #include "client/interface/ICommunicationServiceAPI.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <QLoggingCategory>
 
 #include <memory>
-#include <mutex>
 #include <set>
 
 namespace MachineService {
@@ -34,8 +35,8 @@ public:
     // Every way from a foreign thread into the client passes it: news of services, and caches of machines that outlive
     // the client, so that what they captured is touched only while it is whole.
     LifetimeGate gate;
-    std::mutex mutex; // guards machinesInModification; never held while calling out
-    std::set<boost::uuids::uuid> machinesInModification;
+    TavSDK::Mutex mutex; // guards machinesInModification; never held while calling out
+    std::set<boost::uuids::uuid> machinesInModification TAVSDK_GUARDED_BY(mutex);
     // The catalog goes before the proxy: it ends the threads that raise news while the proxy can still take them.
     std::unique_ptr<ProxyMachinesCatalog> proxyCatalog;
     std::unique_ptr<AbstractMachinesCatalog> machinesCatalog;

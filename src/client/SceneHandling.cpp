@@ -236,7 +236,7 @@ void CommunicationClient::_HandleMachineModified(const QUuid& i_modified_machine
         {
             if (!client)
                 return;
-            const std::lock_guard lock(client->_impl->mutex);
+            const TavSDK::MutexLock lock(client->_impl->mutex);
             client->_impl->machinesInModification.erase(id);
         }
         const QPointer<CommunicationClient> client;
@@ -251,7 +251,7 @@ void CommunicationClient::_HandleMachineModified(const QUuid& i_modified_machine
     if (const auto data_sets = database->GetDataSets(); !data_sets.empty()) {
         const boost::uuids::uuid id = ToBoostUuid(i_modified_machine);
         {
-            const std::lock_guard lock(_impl->mutex);
+            const TavSDK::MutexLock lock(_impl->mutex);
             if (!_impl->machinesInModification.insert(id).second)
                 return;
         }

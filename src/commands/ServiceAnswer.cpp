@@ -4,12 +4,12 @@
 #include "commands/CommandTexts.h"
 #include "platform/MachineAnswer.h"
 
+#include "tavsdk/Mutex.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <algorithm>
 #include <chrono>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -30,20 +30,20 @@ public:
     void Put(int i_percent, const std::string& i_stage)
     {
         Report report(std::clamp(i_percent, 0, 100), ToDisplayText(i_stage, MaxStageLength).simplified().toStdString());
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         _latest = std::move(report);
     }
 
     /// The latest report that was not taken yet.
     std::optional<Report> Take()
     {
-        const std::lock_guard lock(_mutex);
+        const TavSDK::MutexLock lock(_mutex);
         return std::exchange(_latest, std::nullopt);
     }
 
 private:
-    std::mutex _mutex; // guards _latest
-    std::optional<Report> _latest;
+    TavSDK::Mutex _mutex; // guards _latest
+    std::optional<Report> _latest TAVSDK_GUARDED_BY(_mutex);
 };
 
 bool Wait(const std::future<CommandResult>& i_answer, ProgressMailbox& io_mailbox,

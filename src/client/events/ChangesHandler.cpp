@@ -2,7 +2,7 @@
 
 #include "client/events/ChangesListener.h"
 
-#include <mutex>
+#include "tavsdk/Mutex.h"
 
 namespace MachineService {
 
@@ -13,8 +13,8 @@ public:
         : handler(ip_handler)
     {}
 
-    std::mutex mutex; // guards flags; taken after the listener's, never before it
-    std::uint32_t flags = 0;
+    TavSDK::Mutex mutex; // guards flags; taken after the listener's, never before it
+    std::uint32_t flags TAVSDK_GUARDED_BY(mutex) = 0;
     ChangesHandler* const handler;
 };
 
@@ -26,13 +26,13 @@ ChangesHandler::~ChangesHandler() = default;
 
 void ChangesHandler::AddChanges(std::uint32_t i_flags)
 {
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     _impl->flags |= i_flags;
 }
 
 void ChangesHandler::SetChanges(std::uint32_t i_flags)
 {
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     _impl->flags = i_flags;
 }
 
@@ -43,7 +43,7 @@ void ChangesHandler::ResetChanges()
 
 bool ChangesHandler::CheckAndResetChanges(std::uint32_t i_flags)
 {
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     const bool all_were_set = (_impl->flags & i_flags) == i_flags;
     _impl->flags &= ~i_flags;
     return all_were_set;

@@ -2,11 +2,11 @@
 
 #include "client/events/ChangesHandler.h"
 
+#include "tavsdk/Mutex.h"
 #include "vexlorcore/Application.h"
 #include "vexlorcore/Listener.h"
 
 #include <cstdint>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -44,8 +44,8 @@ public:
         ForEachSource([this](auto& io_source) { io_source.RemoveListener(this); });
     }
 
-    std::mutex mutex; // guards handlers; taken before a handler's own, never after it
-    std::vector<ChangesHandler*> handlers;
+    TavSDK::Mutex mutex; // guards handlers; taken before a handler's own, never after it
+    std::vector<ChangesHandler*> handlers TAVSDK_GUARDED_BY(mutex);
     ChangesListener* const owner;
 
 private:
@@ -59,7 +59,7 @@ private:
             _pending |= ChangeFlagSelectionChanged;
         if (_inOperation || _pending == 0)
             return;
-        const std::lock_guard lock(mutex);
+        const TavSDK::MutexLock lock(mutex);
         for (ChangesHandler* const handler : handlers)
             handler->SetChanges(_pending);
         _pending = 0;
@@ -109,13 +109,13 @@ bool ChangesListener::IsListening() const
 
 void ChangesListener::AddChangesHandler(ChangesHandler* ip_handler)
 {
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     _impl->handlers.push_back(ip_handler);
 }
 
 void ChangesListener::RemoveChangesHandler(ChangesHandler* ip_handler)
 {
-    const std::lock_guard lock(_impl->mutex);
+    const TavSDK::MutexLock lock(_impl->mutex);
     std::erase(_impl->handlers, ip_handler);
 }
 

@@ -1,9 +1,10 @@
 #include "client/events/LifetimeGate.h"
 
+#include "tavsdk/Mutex.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <utility>
 
 namespace MachineService {
@@ -19,13 +20,14 @@ struct LifetimeGate::State
     /// Entries of all threads, and ClosedBit. Every piece of news passes here on several threads at once: the mutex is
     /// only for those who leave a closed gate and for the one who waits for them.
     std::atomic<std::uint32_t> entries = 0;
-    std::mutex mutex; // guards no data: it keeps a leaver's notice from coming between a look at entries and the wait
-    std::condition_variable left;
+    TavSDK::Mutex
+        mutex; // guards no data: it keeps a leaver's notice from coming between a look at entries and the wait
+    std::condition_variable_any left;
 
     void Leave()
     {
         if (entries.fetch_sub(1) & ClosedBit) {
-            const std::lock_guard lock(mutex);
+            const TavSDK::MutexLock lock(mutex);
             left.notify_all();
         }
     }
@@ -58,8 +60,9 @@ void LifetimeGate::Close()
     std::uint32_t own = 0;
     for (const Entry* entry = mgp_entries; entry; entry = entry->_other)
         own += entry->_state == _state ? 1 : 0;
-    std::unique_lock lock(_state->mutex);
-    _state->left.wait(lock, [&] { return (_state->entries.load() & ~ClosedBit) == own; });
+    TavSDK::MutexLock lock(_state->mutex);
+    while ((_state->entries.load() & ~ClosedBit) != own)
+        _state->left.wait(lock);
 }
 
 LifetimeGate::Entry::Entry(std::shared_ptr<State> ip_state)

@@ -140,6 +140,26 @@ TEST(JobScheduler, ClosingUnderFireAnswersEveryJobOnce)
     }
 }
 
+TEST(JobScheduler, IsClosedAndDestroyedInsideItsOwnJobs)
+{
+    for (const bool closes_first : {true, false}) {
+        auto scheduler = std::make_shared<JobScheduler>(2);
+        JobScheduler* const raw = scheduler.get();
+        std::latch owned(1);
+        const Answer answer =
+            raw->Submit(MakeId(1), {}, [&owned, closes_first, own = std::move(scheduler)](std::stop_token) {
+                owned.wait();
+                if (closes_first)
+                    own->Close();
+                return CommandResult();
+            });
+        const Answer waiting = raw->Submit(MakeId(1), {}, [](std::stop_token) { return CommandResult(); });
+        owned.count_down();
+        EXPECT_EQ(GetCode(answer), ErrorCode::None);
+        EXPECT_EQ(GetCode(waiting), ErrorCode::ServicesUnavailable);
+    }
+}
+
 } // namespace
 
 } // namespace MachineService
