@@ -39,18 +39,21 @@ QString FindSchema(const QString& i_file_name)
     return {};
 }
 
-/// Says in one sentence why the file was not checked; empty when it is valid.
-QString CheckWithXmllint(const QString& i_file, const QString& i_schema_name)
+/// Says in one sentence why the document was not checked; empty when it is valid.
+/// \param i_file what it is meant for.
+QString CheckWithXmllint(const std::string& i_document, const QString& i_file, const QString& i_schema_name)
 {
     const QString schema = FindSchema(i_schema_name);
     if (schema.isEmpty())
         return Texts::tr("the schema %1 was not found").arg(i_schema_name);
     QProcess xmllint;
     xmllint.setProcessChannelMode(QProcess::MergedChannels);
-    xmllint.start(QStringLiteral("xmllint"),
-                  {QStringLiteral("--noout"), QStringLiteral("--nonet"), QStringLiteral("--schema"), schema, i_file});
+    xmllint.start(QStringLiteral("xmllint"), {QStringLiteral("--noout"), QStringLiteral("--nonet"),
+                                              QStringLiteral("--schema"), schema, QStringLiteral("-")});
     if (!xmllint.waitForStarted())
         return Texts::tr("xmllint was not found: install the package libxml2-utils");
+    xmllint.write(QByteArray::fromStdString(i_document));
+    xmllint.closeWriteChannel();
     const bool isFinished = xmllint.waitForFinished(static_cast<int>(std::chrono::milliseconds(CheckDeadline).count()));
     if (!isFinished || xmllint.exitStatus() != QProcess::NormalExit) {
         xmllint.kill();
@@ -72,12 +75,15 @@ ConfigurationExport ExportConfiguration(VexlorCore::DataSet& io_scene, const std
     if (!data)
         throw HostingError(Texts::tr("The platform tells nothing about its machine."));
     const auto configuration = MachineService::MachineConfigurationFromMachineData(*data);
-    MachineService::SaveMachineConfiguration(i_path, configuration);
-    if (MachineService::LoadMachineConfiguration(i_path) != configuration)
-        throw HostingError(Texts::tr("'%1' does not hold what was written.").arg(FromPath(i_path)));
+    // Checked before it takes the place of a good file.
+    const std::string document = MachineService::WriteMachineConfiguration(configuration);
+    if (MachineService::ReadMachineConfiguration(document) != configuration)
+        throw HostingError(Texts::tr("'%1' would not hold what was to be written.").arg(FromPath(i_path)));
     ConfigurationExport result;
     result.schemas = MachineService::GetConfigurationSchemas(configuration);
-    result.whyNotChecked = CheckWithXmllint(FromPath(i_path), QString::fromStdString(result.schemas.front().fileName));
+    result.whyNotChecked =
+        CheckWithXmllint(document, FromPath(i_path), QString::fromStdString(result.schemas.front().fileName));
+    MachineService::SaveMachineConfiguration(i_path, configuration);
     return result;
 }
 

@@ -15,18 +15,18 @@ namespace Hosting {
 
 struct ConfigurationExport
 {
-    /// Why the file was not checked against its schemas, half a sentence; empty when it was, and is valid.
+    /// Why the document was not checked against its schemas, half a sentence; empty when it was, and is valid.
     QString whyNotChecked;
     /// Of the document, which leads to those of its sections that follow.
     std::vector<MachineService::ConfigurationSchema> schemas;
 };
 
-/// Writes the configuration that the scene's machine data have, reads it back and lets xmllint check it against its
-/// schemas. Where there is nothing to check with the file is written all the same.
+/// Writes the configuration that the scene's machine data have, after it was read back and xmllint has checked it
+/// against its schemas. Where there is nothing to check with the file is written all the same.
 ///
 /// Thread: UI thread; waits for xmllint.
-/// \throws HostingError also for a file that is not valid; what the library throws for machine data that no
-/// configuration can hold.
+/// \throws HostingError also for a document that is not valid, which is not written; what the library throws for
+/// machine data that no configuration can hold.
 ConfigurationExport ExportConfiguration(VexlorCore::DataSet& io_scene, const std::filesystem::path& i_path);
 
 } // namespace Hosting

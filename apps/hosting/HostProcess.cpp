@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QCoreApplication>
+#include <QTextCodec>
 
 #include <csignal>
 #include <system_error>
@@ -40,6 +41,9 @@ HostProcess::HostProcess()
     sigaction(SIGPIPE, &ignore, nullptr);
     sigaction(SIGXFSZ, &ignore, nullptr);
     InterruptWatcher::CatchSignals();
+
+    // A path's bytes are UTF-8 in every locale, for arguments, variables and file names of Qt as well.
+    QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
 
     std::error_code error;
     auto parent = std::filesystem::temp_directory_path(error);

@@ -11,8 +11,9 @@ namespace Hosting {
 ///
 /// Closed standard streams are open on nothing, so that no file takes their place and is written over. Writing to a
 /// pipe that nobody reads, or beyond the size that files may have, is an error and does not end the program. Signals
-/// that end it are noted from here on, see InterruptWatcher. Temporary files, of the library and of other programs that
-/// are started, are in one folder that goes with this object; after a kill it goes with the next run.
+/// that end it are noted from here on, see InterruptWatcher. Names of files are UTF-8 in every locale. Temporary files,
+/// of the library and of other programs that are started, are in one folder that goes with this object; after a kill it
+/// goes with the next run.
 ///
 /// Thread: the main thread, before there is another one.
 class HostProcess

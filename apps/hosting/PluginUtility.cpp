@@ -1,8 +1,8 @@
 #include "hosting/PluginUtility.h"
 
+#include "tavsdk/Path.h"
+
 #include <QByteArray>
-#include <QStandardPaths>
-#include <QString>
 
 namespace Hosting {
 
@@ -17,9 +17,8 @@ class PluginUtility final : public MachineService::AbstractPluginUtility
 {
 public:
     PluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir)
-        : _configurationDir(std::filesystem::path(
-                                QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation).toStdString()) /
-                            "machineservice" / FolderOf(i_service))
+        : _configurationDir(TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice" /
+                            FolderOf(i_service))
         , _dataDir(i_data_dir)
     {}
 

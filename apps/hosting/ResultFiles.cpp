@@ -62,14 +62,19 @@ void CopyFile(const std::filesystem::path& i_from, const std::filesystem::path& 
 void SavePlatform(VexlorCore::DataSet& io_scene, const std::filesystem::path& i_path)
 {
     MachineService::Utilities::UpdateMachineConfiguration(&io_scene);
-    TavAM::AMXFileWriter().WriteFile(i_path, io_scene.GetPlatform());
-    TavAM::Database database;
-    TavAM::AMXFileReader::Read(i_path, database);
-    if (database.GetNumPlatforms() != 1)
-        throw HostingError(Texts::tr("'%1' does not hold one platform.").arg(FromPath(i_path)));
-    const QString difference = FindDifference(io_scene.GetPlatform(), *database.GetPlatform(0));
-    if (!difference.isEmpty())
-        throw HostingError(Texts::tr("'%1' does not hold what was saved. %2").arg(FromPath(i_path), difference));
+    const auto check = [&](const std::filesystem::path& i_written) {
+        TavAM::Database database;
+        TavAM::AMXFileReader reader;
+        if (!reader.ReadFile(i_written, database))
+            throw HostingError(Texts::tr("'%1' was not saved: what was written cannot be read. Please try again.")
+                                   .arg(FromPath(i_path)));
+        if (database.GetNumPlatforms() != 1)
+            throw HostingError(Texts::tr("'%1' does not hold one platform.").arg(FromPath(i_path)));
+        const QString difference = FindDifference(io_scene.GetPlatform(), *database.GetPlatform(0));
+        if (!difference.isEmpty())
+            throw HostingError(Texts::tr("'%1' does not hold what was saved. %2").arg(FromPath(i_path), difference));
+    };
+    TavAM::AMXFileWriter().WriteFile(i_path, io_scene.GetPlatform(), check);
 }
 
 } // namespace Hosting

@@ -10,6 +10,7 @@
 
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -50,19 +51,32 @@ void WritePackage(int i_file, const std::vector<const Platform*>& i_platforms)
     package.Write(i_file);
 }
 
-void WritePlatforms(const std::filesystem::path& i_path, const std::vector<const Platform*>& i_platforms)
+/// Lets every failure name the file.
+template <class Step>
+void Write(const std::filesystem::path& i_path, const Step& i_step)
 {
     const std::string beginning = "The file " + TavSDK::Quote(TavSDK::ShowPath(i_path)) + " cannot be written: ";
     try {
-        TavSDK::AtomicFile file(i_path);
-        WritePackage(file.GetDescriptor(), i_platforms);
-        file.TakeRightsOfTarget();
-        file.Commit();
+        i_step();
     } catch (const std::bad_alloc&) {
         throw FileError(beginning + "there is not enough memory.");
     } catch (const std::exception& error) {
         throw FileError(beginning + error.what() + ".");
     }
+}
+
+void WritePlatforms(const std::filesystem::path& i_path, const std::vector<const Platform*>& i_platforms,
+                    const std::function<void(const std::filesystem::path&)>& i_check)
+{
+    std::optional<TavSDK::AtomicFile> file;
+    Write(i_path, [&] {
+        file.emplace(i_path);
+        WritePackage(file->GetDescriptor(), i_platforms);
+        file->TakeRightsOfTarget();
+    });
+    if (i_check)
+        i_check(file->GetTemporaryPath());
+    Write(i_path, [&] { file->Commit(); });
 }
 
 } // namespace
@@ -73,12 +87,13 @@ void AMXFileWriter::WriteFile(const std::filesystem::path& i_path, const Databas
     std::vector<std::shared_ptr<Platform>> owners;
     for (std::size_t index = 0; index < i_database.GetNumPlatforms(); ++index)
         platforms.push_back(owners.emplace_back(i_database.GetPlatform(index)).get());
-    WritePlatforms(i_path, platforms);
+    WritePlatforms(i_path, platforms, {});
 }
 
-void AMXFileWriter::WriteFile(const std::filesystem::path& i_path, const Platform& i_platform)
+void AMXFileWriter::WriteFile(const std::filesystem::path& i_path, const Platform& i_platform,
+                              const std::function<void(const std::filesystem::path&)>& i_check)
 {
-    WritePlatforms(i_path, {&i_platform});
+    WritePlatforms(i_path, {&i_platform}, i_check);
 }
 
 } // namespace TavAM

@@ -4,6 +4,7 @@
 #include "tavam_export.h"
 
 #include <filesystem>
+#include <functional>
 
 namespace TavAM {
 
@@ -16,7 +17,10 @@ public:
     /// Replaces a file at the path; on failure what was there stays and nothing is left beside it.
     /// \throws FileError; parts with a mesh that FindMeshDefect objects to are refused by name.
     void WriteFile(const std::filesystem::path& i_path, const Database& i_database);
-    void WriteFile(const std::filesystem::path& i_path, const Platform& i_platform);
+    /// \param i_check called with the complete file under its temporary name; the path's file is replaced only when it
+    ///        comes back. What it throws is thrown here.
+    void WriteFile(const std::filesystem::path& i_path, const Platform& i_platform,
+                   const std::function<void(const std::filesystem::path&)>& i_check = {});
 };
 
 } // namespace TavAM

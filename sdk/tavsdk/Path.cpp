@@ -5,6 +5,7 @@
 #include "tavsdk/Utf8.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <system_error>
 
 namespace TavSDK {
@@ -47,6 +48,29 @@ std::filesystem::path GetTemporaryFolder()
         throw FileError("The name of the folder for temporary files, " + Quote(ShowPath(folder)) +
                         ", is not UTF-8; set TMPDIR to another one.");
     return std::filesystem::absolute(folder);
+}
+
+std::filesystem::path GetUserFolder(UserFolder i_folder)
+{
+    const struct
+    {
+        const char* variable;
+        const char* belowHome;
+    } names[] = {{"XDG_CONFIG_HOME", ".config"}, {"XDG_DATA_HOME", ".local/share"}, {"XDG_CACHE_HOME", ".cache"}};
+    const auto& name = names[static_cast<std::size_t>(i_folder)];
+    const auto get = [](const char* ip_variable) {
+        const char* const value = std::getenv(ip_variable);
+        return std::filesystem::path(value ? value : "");
+    };
+    std::filesystem::path folder = get(name.variable);
+    if (!folder.is_absolute())
+        folder = get("HOME") / name.belowHome;
+    if (!folder.is_absolute())
+        throw FileError("There is no home folder; set HOME to an absolute path.");
+    if (!IsUtf8(folder.native()))
+        throw FileError("The name of the folder " + Quote(ShowPath(folder)) + " is not UTF-8; set " + name.variable +
+                        " to another one.");
+    return folder;
 }
 
 std::string ShowPath(const std::filesystem::path& i_path)

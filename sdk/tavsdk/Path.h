@@ -25,6 +25,18 @@ TAVSDK_EXPORT std::filesystem::path PathFromWide(std::wstring_view i_text);
 /// \throws FileError with a whole sentence when there is no such folder, or its bytes are not UTF-8.
 TAVSDK_EXPORT std::filesystem::path GetTemporaryFolder();
 
+enum class UserFolder
+{
+    Configuration, ///< XDG_CONFIG_HOME, or else .config in the home folder
+    Data,          ///< XDG_DATA_HOME, .local/share
+    Cache,         ///< XDG_CACHE_HOME, .cache
+};
+
+/// Where the user's programs keep what is of this kind; it need not be there yet. As the XDG base directory
+/// specification has it: a variable that holds no absolute path does not count.
+/// \throws FileError with a whole sentence when there is no home folder, or the bytes are not UTF-8.
+TAVSDK_EXPORT std::filesystem::path GetUserFolder(UserFolder i_folder);
+
 /// The path for a message: bytes that are not UTF-8 are shown as U+FFFD.
 TAVSDK_EXPORT std::string ShowPath(const std::filesystem::path& i_path);
 

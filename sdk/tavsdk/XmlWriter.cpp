@@ -1,12 +1,11 @@
 #include "tavsdk/XmlWriter.h"
 
+#include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/Utf8.h"
 
 #include <array>
-#include <cerrno>
-#include <cstdio>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -16,11 +15,6 @@ namespace TavSDK {
 namespace {
 
 constexpr std::size_t BufferSize = std::size_t{64} << 10U;
-
-struct FileCloser
-{
-    void operator()(std::FILE* ip_file) const { std::fclose(ip_file); }
-};
 
 // What a byte may mean, as bits: those of all bytes of a text, put together, tell how it must be treated.
 constexpr unsigned char Escaped = 1;         ///< markup, or a control character that some place cannot carry as it is
@@ -81,7 +75,7 @@ bool IsName(std::string_view i_name)
 class XmlWriter::Impl
 {
 public:
-    void Begin(std::unique_ptr<std::FILE, FileCloser> ip_file)
+    void Begin(std::unique_ptr<AtomicFile> ip_file)
     {
         file = std::move(ip_file);
         isInMemory = !file;
@@ -110,21 +104,14 @@ public:
 
     void Flush()
     {
-        const bool isWritten = std::fwrite(text.data(), 1, text.size(), file.get()) == text.size();
+        file->Write(text);
         text.clear();
-        if (!isWritten)
-            ThrowWriteError();
-    }
-
-    [[noreturn]] static void ThrowWriteError()
-    {
-        throw std::runtime_error("the XML document cannot be written: " + ErrnoText(errno));
     }
 
     /// \param i_is_attribute line ends and tabs in an attribute would be read back as blanks.
     void AppendEscaped(std::string_view i_text, bool i_is_attribute);
 
-    std::unique_ptr<std::FILE, FileCloser> file;
+    std::unique_ptr<AtomicFile> file;
     std::string text;              ///< what is not in the file yet; the whole document when it is made in memory
     std::vector<std::string> tags; ///< open elements
     std::vector<std::pair<std::size_t, std::size_t>> attributes; ///< names in the open tag: place in the text, and size
@@ -191,13 +178,12 @@ XmlWriter::~XmlWriter() = default;
 bool XmlWriter::Open(const std::wstring& i_path)
 {
     *_impl = Impl();
-    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(PathFromWide(i_path).c_str(), "wbe"));
-    if (!file)
+    try {
+        _impl->Begin(std::make_unique<AtomicFile>(PathFromWide(i_path)));
+        return true;
+    } catch (const FileError&) {
         return false;
-    // Buffered here already.
-    std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    _impl->Begin(std::move(file));
-    return true;
+    }
 }
 
 void XmlWriter::OpenText()
@@ -281,8 +267,8 @@ void XmlWriter::Close()
     if (_impl->isInMemory)
         return;
     _impl->Flush();
-    if (std::fclose(_impl->file.release()) != 0)
-        Impl::ThrowWriteError();
+    _impl->file->Commit();
+    _impl->file.reset();
 }
 
 std::string XmlWriter::TakeText()

@@ -22,8 +22,7 @@ namespace TavSDK {
 /// \endcode
 ///
 /// Texts are UTF-8 and may hold any character that XML 1.0 can carry; markup and line ends in them arrive unchanged.
-/// Writing is buffered: a full disk shows at Close() at the latest. A writer destroyed before Close() leaves what was
-/// written so far.
+/// A file gets its name at Close(), complete and on the disk, see AtomicFile; without Close() what was there stays.
 ///
 /// Thread: any; one writer on one thread at a time.
 /// Errors: all operations but Open() throw std::runtime_error: for a text that XML cannot carry, for tags that do not
@@ -36,8 +35,8 @@ public:
     XmlWriter(const XmlWriter&) = delete;
     XmlWriter& operator=(const XmlWriter&) = delete;
 
-    /// Begins a document in a file, which is emptied first. A document begun before is given up.
-    /// \return false when the file cannot be opened for writing; errno then says why.
+    /// Begins a document in a file, in place of one that is there. A document begun before is given up.
+    /// \return false when no file can be made in the folder.
     bool Open(const std::wstring& i_path);
     /// Begins a document in memory; TakeText() has it after Close().
     void OpenText();

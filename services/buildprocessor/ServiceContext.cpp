@@ -1,7 +1,6 @@
 #include "buildprocessor/ServiceContext.h"
 
-#include <QStandardPaths>
-#include <QString>
+#include "tavsdk/Path.h"
 
 #include <algorithm>
 #include <charconv>
@@ -17,16 +16,17 @@ std::size_t GetJobThreadCount()
     return std::clamp<std::size_t>(std::thread::hardware_concurrency(), 2, 4);
 }
 
-std::filesystem::path GetDefaultDir(QStandardPaths::StandardLocation i_location)
+using TavSDK::UserFolder;
+
+std::filesystem::path GetDefaultDir(UserFolder i_folder)
 {
-    return std::filesystem::path(QStandardPaths::writableLocation(i_location).toStdString()) / "machineservice" /
-           "build-processors";
+    return TavSDK::GetUserFolder(i_folder) / "machineservice" / "build-processors";
 }
 
 std::filesystem::path GetCacheDir(const AbstractPluginUtility* ip_utility)
 {
     if (!ip_utility)
-        return GetDefaultDir(QStandardPaths::GenericCacheLocation);
+        return GetDefaultDir(UserFolder::Cache);
     const auto setting = ip_utility->GetSetting("cache.path");
     return setting && !setting->empty() ? std::filesystem::path(*setting) : ip_utility->GetDataDir() / "cache";
 }
@@ -50,10 +50,9 @@ ServiceContext::ServiceContext(const AbstractPluginUtility* ip_utility)
     : cache(GetCacheDir(ip_utility), GetCacheBounds(ip_utility))
     , jobs(GetJobThreadCount())
 {
-    using Location = QStandardPaths::StandardLocation;
     profilesDir =
-        (ip_utility ? ip_utility->GetConfigurationDir() : GetDefaultDir(Location::GenericConfigLocation)) / "profiles";
-    const auto dataDir = ip_utility ? ip_utility->GetDataDir() : GetDefaultDir(Location::GenericDataLocation);
+        (ip_utility ? ip_utility->GetConfigurationDir() : GetDefaultDir(UserFolder::Configuration)) / "profiles";
+    const auto dataDir = ip_utility ? ip_utility->GetDataDir() : GetDefaultDir(UserFolder::Data);
     jobsDir = dataDir / "jobs";
     settingsDir = dataDir / "machines";
     if (ip_utility)

@@ -101,9 +101,17 @@ void Utilities::UpdateMachineConfiguration(VexlorCore::DataSet* ip_data_set)
 {
     PersistentProperties& properties = ip_data_set->GetAMObject().GetAMXProperties();
     try {
+        auto& collection = ip_data_set->GetPropertyCollection();
         const auto* const data = MachineLayer::Utilities::GetMachineDataMutable(ip_data_set);
-        const std::optional<std::wstring> none;
-        const auto& document = data ? GetDocument(ip_data_set->GetPropertyCollection(), data->Get()) : none;
+        if (!data) {
+            // Only what was made from machine data went with them.
+            const auto* const carried = dynamic_cast<const CarriedProperty*>(collection.Get(CarriedKey));
+            const bool is_made = carried && carried->GetValue().document;
+            if (is_made && Carries(properties, *carried->GetValue().document))
+                properties.Remove(MachineConfiguration);
+            return;
+        }
+        const auto& document = GetDocument(collection, data->Get());
         if (!document)
             properties.Remove(MachineConfiguration);
         else if (!Carries(properties, *document))

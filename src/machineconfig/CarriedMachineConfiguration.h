@@ -28,8 +28,8 @@ GetMachineConfiguration(const TavAM::Platform& i_platform);
 
 namespace Utilities {
 
-/// Makes the scene's platform carry the configuration that its machine data have now. Without machine data, or when
-/// they have no section, it carries none.
+/// Makes the scene's platform carry the configuration that its machine data have now, or none when they have no
+/// section. Without machine data it keeps the one that came with its file, which is then the only one there is.
 ///
 /// A host calls it before it saves a scene; the library does when it attaches a printer, when a scene gets active or
 /// another platform, and before a machine receives the scene. It costs little when nothing has changed.

@@ -9,9 +9,8 @@ namespace MachineService {
 using ParameterValues = std::map<std::wstring, std::wstring>;
 
 /// Writes the document that tells a machine what was chosen for a new platform; docs/platform-information.md describes
-/// the format. A file at the path is replaced.
-/// \throws CommunicationException FileError "Failed to create '%1'."; std::runtime_error when writing fails or a text
-/// holds what XML cannot carry. A partial file may then be left to the caller, who owns the path.
+/// the format. A file at the path is replaced, as a whole or not at all.
+/// \throws CommunicationException FileError "Failed to create '%1'.", also for a text that XML cannot carry.
 void WritePlatformCreationParameters(const wchar_t* ip_path, const ParameterValues& i_values);
 
 } // namespace MachineService

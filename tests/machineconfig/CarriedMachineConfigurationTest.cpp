@@ -86,6 +86,7 @@ TEST(CarriedMachineConfigurationTest, FollowsTheSceneStepByStep)
     {
         Carries,
         CarriesNone,
+        KeepsTheFilesOwn,
         IsRefused,
     };
     const struct
@@ -95,11 +96,11 @@ TEST(CarriedMachineConfigurationTest, FollowsTheSceneStepByStep)
         End end;
     } rows[] = {
         {"no machine", [](VexlorCore::DataSet&, Data::Machine*) {}, End::CarriesNone},
-        {"one of another machine",
+        {"one that came with a file",
          [](VexlorCore::DataSet& io_scene, Data::Machine*) {
              SetMachineConfiguration(io_scene.GetPlatform(), Convert(MakeFullMachine()));
          },
-         End::CarriesNone},
+         End::KeepsTheFilesOwn},
         {"a machine", setShape(L"cylinder"), End::Carries},
         {"machine data that grew", [](VexlorCore::DataSet&, Data::Machine* op_m) { *op_m = MakeFullMachine(); },
          End::Carries},
@@ -124,6 +125,10 @@ TEST(CarriedMachineConfigurationTest, FollowsTheSceneStepByStep)
          End::Carries},
         {"parameters that nobody understands", setShape(L"torus"), End::IsRefused},
         {"those of before", setShape(L"cylinder"), End::Carries},
+        {"no machine any more",
+         [](VexlorCore::DataSet& io_scene, Data::Machine*) { io_scene.GetPlatform().SetMachine(std::nullopt); },
+         End::CarriesNone},
+        {"the machine again", setShape(L"cylinder"), End::Carries},
         {"no section left", [](VexlorCore::DataSet&, Data::Machine* op_m) { *op_m = {}; }, End::CarriesNone},
     };
     VexlorCore::Database database;
@@ -141,9 +146,10 @@ TEST(CarriedMachineConfigurationTest, FollowsTheSceneStepByStep)
             auto* const data = MachineLayer::Utilities::GetMachineDataMutable(&scene);
             machine = data ? &data->Edit() : nullptr;
         }
-        ASSERT_EQ(looked.GetPlatform().GetAMXProperties().Has(MachineConfiguration), row.end == End::Carries);
-        if (row.end == End::Carries) {
-            EXPECT_EQ(GetMachineConfiguration(looked.GetPlatform()), Convert(*machine));
+        const bool carries = row.end == End::Carries || row.end == End::KeepsTheFilesOwn;
+        ASSERT_EQ(looked.GetPlatform().GetAMXProperties().Has(MachineConfiguration), carries);
+        if (carries) {
+            EXPECT_EQ(GetMachineConfiguration(looked.GetPlatform()), Convert(machine ? *machine : MakeFullMachine()));
         }
         EXPECT_NO_THROW(VexlorCore::SaveScene(scene, folder.filePath(QStringLiteral("a.TavAMX")).toStdString()));
     }

@@ -5,10 +5,12 @@
 #include "machineconfig/PlatformMachineConfiguration.h"
 #include "machinelayer/IMachineData.h"
 #include "machinelayer/PldfFile.h"
+#include "platform/PlatformCreationParameters.h"
 #include "support/FailingCalls.h"
 #include "support/Files.h"
 #include "support/Test.h"
 #include "tavam/AMXFileWriter.h"
+#include "tavsdk/Path.h"
 
 #include <unistd.h>
 
@@ -122,6 +124,11 @@ INSTANTIATE_TEST_SUITE_P(
                              MachineService::PlatformMachineConfiguration configuration;
                              configuration.nesting.emplace();
                              MachineService::SaveMachineConfiguration(i_path, configuration);
+                         }},
+                    Save{"PlatformParameters",
+                         [](const fs::path& i_path) {
+                             MachineService::WritePlatformCreationParameters(TavSDK::PathToWide(i_path).c_str(),
+                                                                             {{L"B", std::wstring(100'000, L'b')}});
                          }},
                     Save{"PrivateFile",
                          [](const fs::path& i_path) {

@@ -10,7 +10,18 @@ using TestSupport::Texts;
 class ExportConfigTest : public TestSupport::TourFixture
 {
 protected:
-    const std::filesystem::path _file = Path("out/machine-configuration.xml");
+    /// In a locale whose characters the folder's name does not have.
+    ExportConfigTest()
+    {
+        SetVariable("LC_ALL", QStringLiteral("C"));
+        SetVariable("MACHINESERVICE_OUT_DIR", _GetFolder());
+    }
+
+    QString _GetFolder() const { return Path("out \xfc"); }
+    std::filesystem::path _GetFile() const
+    {
+        return (_GetFolder() + QStringLiteral("/machine-configuration.xml")).toStdString();
+    }
 };
 
 TEST_F(ExportConfigTest, WritesTheAttachedPrintersConfigurationAndNamesItsSchemas)
@@ -18,21 +29,21 @@ TEST_F(ExportConfigTest, WritesTheAttachedPrintersConfigurationAndNamesItsSchema
     const Texts arguments = {"--export-config", "--machine", "lumen 8k"};
     const auto outcome = Run(arguments);
     ASSERT_EQ(outcome.status, 0) << outcome.output << outcome.errors;
-    const auto configuration = LoadMachineConfiguration(_file);
+    const auto configuration = LoadMachineConfiguration(_GetFile());
     EXPECT_EQ(configuration.machineName, L"Lumen 8K");
     EXPECT_THAT(outcome.output, HasSubstr("\n  valid, as checked against the schemas\n"));
     for (const ConfigurationSchema& schema : GetConfigurationSchemas(configuration))
         EXPECT_THAT(outcome.output,
                     AllOf(HasSubstr("    " + schema.fileName + " "), HasSubstr(schema.nameSpace + "\n")));
-    EXPECT_THAT(TestSupport::GetFileNames(Path("out")),
-                UnorderedElementsAre("machine-configuration.xml", "transcript.txt"));
+    EXPECT_EQ(QDir(_GetFolder()).entryList(QDir::Files | QDir::Hidden),
+              QStringList({QStringLiteral("machine-configuration.xml"), QStringLiteral("transcript.txt")}));
 
     // Without anything to check with it is written all the same, and nothing is claimed.
-    std::filesystem::remove(_file);
+    std::filesystem::remove(_GetFile());
     SetVariable("PATH", Path("none"));
     const auto unchecked = Run(arguments);
     EXPECT_EQ(unchecked.status, 0) << unchecked.errors;
-    EXPECT_EQ(LoadMachineConfiguration(_file), configuration);
+    EXPECT_EQ(LoadMachineConfiguration(_GetFile()), configuration);
     EXPECT_THAT(unchecked.output, AllOf(HasSubstr("not checked, xmllint was not found"), Not(HasSubstr("valid, as"))));
 }
 
@@ -64,12 +75,12 @@ TEST_F(ExportConfigTest, EndsInOneSentenceWhenItFails)
         EXPECT_THAT(outcome.output, Not(HasSubstr("valid, as")));
     }
     // A folder of that name is not replaced.
-    std::filesystem::remove(_file);
-    std::filesystem::create_directory(_file);
+    std::filesystem::remove(_GetFile());
+    std::filesystem::create_directory(_GetFile());
     const auto outcome = Run({"--export-config"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(outcome.errors, HasSubstr("machine-configuration.xml"));
-    EXPECT_TRUE(std::filesystem::is_directory(_file));
+    EXPECT_TRUE(std::filesystem::is_directory(_GetFile()));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <clocale>
+#include <cstdlib>
 #include <locale>
 
 namespace {
@@ -46,6 +47,36 @@ TEST(Path, OtherBytesAreRefusedInASentenceThatIsUtf8)
     }
     EXPECT_THROW(TavSDK::PathFromUtf8(std::string("a\0b", 3)), TavSDK::FileError);
     EXPECT_THROW(TavSDK::PathFromWide(L"half \xD83D"), TavSDK::FileError);
+}
+
+TEST(Path, TheUsersFoldersAreThoseOfTheEnvironmentAndAbsolute)
+{
+    using TavSDK::UserFolder;
+    const struct
+    {
+        const char* home;
+        const char* variable;
+        std::string folder; ///< empty for a sentence
+    } rows[] = {
+        {"/home/jörg", "", "/home/jörg/.cache"},
+        {"/home/x", "/cäche", "/cäche"},
+        {"/home/x", "cache", "/home/x/.cache"},
+        {"", "", ""},
+        {"/home/x", "/café", ""},
+    };
+    const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.variable);
+        setenv("HOME", row.home, 1);
+        setenv("XDG_CACHE_HOME", row.variable, 1);
+        try {
+            EXPECT_EQ(TavSDK::GetUserFolder(UserFolder::Cache).native(), row.folder);
+        } catch (const TavSDK::FileError& error) {
+            EXPECT_EQ(row.folder, "") << error.what();
+        }
+    }
+    unsetenv("XDG_CACHE_HOME");
+    setenv("HOME", home.c_str(), 1);
 }
 
 TEST(Text, NumbersReadBackTheSame)
