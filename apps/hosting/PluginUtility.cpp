@@ -3,6 +3,7 @@
 #include "tavsdk/Path.h"
 
 #include <QByteArray>
+#include <QString>
 
 namespace Hosting {
 

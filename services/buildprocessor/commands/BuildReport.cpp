@@ -118,10 +118,10 @@ QString MakePartRow(const ReportInput& i_input, std::size_t i_index)
     }
     QString strategies;
     for (const auto& [role, id] : part.GetStrategies().value_or(TavAM::Part::Strategies())) {
-        const auto known = std::find_if(
-            i_input.profile.strategies.begin(), i_input.profile.strategies.end(), [&](const auto& i_known) {
-                return ToText(i_known.id).toStdWString() == id && ToText(i_known.role).toStdWString() == role;
-            });
+        const auto isThis = [&wantedRole = role, &wantedId = id](const PrintStrategy& i_known) {
+            return ToText(i_known.id).toStdWString() == wantedId && ToText(i_known.role).toStdWString() == wantedRole;
+        };
+        const auto known = std::find_if(i_input.profile.strategies.begin(), i_input.profile.strategies.end(), isThis);
         const QString name =
             known != i_input.profile.strategies.end() ? ToText(known->name) : QString::fromStdWString(id);
         strategies += (strategies.isEmpty() ? QString() : QStringLiteral(", ")) + Name(QString::fromStdWString(role)) +

@@ -35,9 +35,10 @@ TavAM::Part::Strategies AssignPart(const TavAM::Part& i_part, const std::string&
         }
     }
     for (const auto& [role, id] : old) {
-        const bool hasRole = std::any_of(i_known.begin(), i_known.end(), [&](const auto& i_candidate) {
-            return TavSDK::ToWide(i_candidate.role) == role;
-        });
+        const auto hasThisRole = [&wanted = role](const auto& i_candidate) {
+            return TavSDK::ToWide(i_candidate.role) == wanted;
+        };
+        const bool hasRole = std::any_of(i_known.begin(), i_known.end(), hasThisRole);
         if (!hasRole) {
             io_report.replaced.push_back("The part '" + i_label + "' had the strategy '" + TavSDK::ToUtf8(id) +
                                          "' for the role '" + TavSDK::ToUtf8(role) +

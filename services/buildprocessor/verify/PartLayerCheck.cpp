@@ -87,7 +87,7 @@ void PartLayerCheck::AddMove(const GCodeMove& i_move, const ExtrusionLabel& i_la
     if (_layer && i_label.top != _layer->top)
         _FinishLayer();
     if (!_layer) {
-        _layer.emplace();
+        _layer = Layer();
         _layer->top = i_label.top;
         _layer->minX = _layer->maxX = i_move.x;
         _layer->minY = _layer->maxY = i_move.y;
