@@ -125,7 +125,6 @@ TEST(CallGateTest, WakesOneWhoseJobNobodyServes)
 {
     CallGate gate([] {});
     std::atomic<bool> isDropped = false;
-    std::mutex mutex;
     std::thread caller([&] { EXPECT_THROW(gate.Invoke([] { FAIL(); }), std::runtime_error); });
     gate.Post([keeper = std::shared_ptr<void>(nullptr, [&](void*) { isDropped = true; })] {});
     gate.Close();
