@@ -207,7 +207,7 @@ bool AMXDocumentReader::_GetFlag(const Attributes& i_attributes, std::string_vie
 {
     const std::string_view value = _Require(i_attributes, i_name);
     if (value != "true" && value != "false")
-        Fail("the attribute " + Quote(i_name) + " is neither \"true\" nor \"false\"");
+        Fail("the attribute " + Quote(i_name) + " is neither 'true' nor 'false'");
     return value == "true";
 }
 

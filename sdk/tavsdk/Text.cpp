@@ -11,7 +11,7 @@ namespace TavSDK {
 std::string Quote(std::string_view i_text, std::size_t i_longest)
 {
     const std::string_view shown = CutUtf8(i_text, i_longest);
-    return '"' + std::string(shown) + (shown.size() < i_text.size() ? "…\"" : "\"");
+    return '\'' + std::string(shown) + (shown.size() < i_text.size() ? "…'" : "'");
 }
 
 std::string NumberToText(double i_number)

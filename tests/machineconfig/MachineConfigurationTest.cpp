@@ -153,9 +153,9 @@ TEST(MachineConfigurationTest, PassesOverWhatItDoesNotKnowAndTellsIt)
     const std::pair<std::string, const char*> rows[] = {
         {Replaced(Nest(rotation), machine,
                   machine + "<Sintering xmlns=\"https://www.vexlor.example/AM/MachineData/Sintering/2030/01\"/>"),
-         "\"Sintering\" is not known"},
+         "'Sintering' is not known"},
         {Replaced(Nest(rotation), machine, machine + "<ZBrace xmlns=\"urn:other\"><Angle/></ZBrace><!-- x --><?y z?>"),
-         "\"ZBrace\" is not known"},
+         "'ZBrace' is not known"},
     };
     for (const auto& [document, remark] : rows) {
         std::vector<std::string> remarks;
@@ -198,20 +198,20 @@ TEST(MachineConfigurationTest, SaysWhatIsWrongWithADocument)
     };
     const std::string full = WriteMachineConfiguration(Convert(MakeFullMachine()));
     const Row rows[] = {
-        {Nest("", "2031/02"), "Line 1: \"Nesting\" has the format of 2031/02, which is newer than this program: it "
+        {Nest("", "2031/02"), "Line 1: 'Nesting' has the format of 2031/02, which is newer than this program: it "
                               "reads the format of 2023/03"},
-        {Nest("", "2019/01"), "\"Nesting\" has the format of 2019/01, which is not known"},
-        {Replaced(good, "2026/11", "2027/01"), "\"MachineConfiguration\" has the format of 2027/01, which is newer"},
+        {Nest("", "2019/01"), "'Nesting' has the format of 2019/01, which is not known"},
+        {Replaced(good, "2026/11", "2027/01"), "'MachineConfiguration' has the format of 2027/01, which is newer"},
         {Replaced(good, "www.vexlor", "elsewhere"), "the document's namespace is"},
-        {"<Other/>", "the document is a \"Other\""},
+        {"<Other/>", "the document is a 'Other'"},
         {"", "Line 1: no element found"},
         {Replaced(good, " xmlns=\"https://www.vexlor.example/AM/MachineData/Nesting/2023/03\"", ""),
          "Nesting does not say its namespace"},
-        {Replaced(good, "<Machine/>", "<Machine/><n:Nesting/>"), "the prefix of \"n:Nesting\" stands for no namespace"},
+        {Replaced(good, "<Machine/>", "<Machine/><n:Nesting/>"), "the prefix of 'n:Nesting' stands for no namespace"},
         {clearance("mm", "-1"), "Nesting/PartToPartClearance is -1, which is not from 0 to 1000000 mm"},
-        {clearance("mm", "5 mm"), "Nesting/PartToPartClearance is \"5 mm\", which is no number"},
+        {clearance("mm", "5 mm"), "Nesting/PartToPartClearance is '5 mm', which is no number"},
         {Nest("<RotationFreedom>Some</RotationFreedom>"),
-         "RotationFreedom is \"Some\", which is none of None, AroundZ, Any"},
+         "RotationFreedom is 'Some', which is none of None, AroundZ, Any"},
         {Nest(""), "Nesting lacks RotationFreedom"},
         {Nest("<RotationFreedom>None</RotationFreedom><RotationFreedom>Any</RotationFreedom>"),
          "RotationFreedom appears twice"},

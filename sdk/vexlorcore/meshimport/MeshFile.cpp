@@ -37,7 +37,7 @@ std::vector<ReadPart> ReadMeshFile(std::string_view i_bytes, std::string_view i_
     if (i_extension == ".3mf")
         throw std::runtime_error("it is no 3MF file: it does not begin as a package does");
     if (i_extension == ".ply")
-        throw std::runtime_error("it is no PLY file: it does not begin with the word \"ply\"");
+        throw std::runtime_error("it is no PLY file: it does not begin with the word 'ply'");
     throw std::runtime_error("it is not an STL, 3MF, OBJ or PLY file");
 }
 

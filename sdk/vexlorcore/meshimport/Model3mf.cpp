@@ -62,7 +62,7 @@ private:
         const auto colon = i_name.find(':');
         _prefix = i_name.substr(0, colon == i_name.npos ? 0 : colon + 1);
         if (!_Is(i_name, "model"))
-            Fail(ShowWord(i_name) + " instead of \"model\"");
+            Fail(ShowWord(i_name) + " instead of 'model'");
         const auto unit = i_attributes.Find("unit").value_or("millimeter");
         const auto found = std::ranges::find(Units, unit, &Unit::name);
         if (found == Units.end())

@@ -134,9 +134,9 @@ public:
         }
         _values.CheckEnd();
         if (!hasVertices)
-            throw std::runtime_error("it announces no element \"vertex\"");
+            throw std::runtime_error("it announces no element 'vertex'");
         if (!hasFaces)
-            throw std::runtime_error("it is a cloud of points: it announces no element \"face\"");
+            throw std::runtime_error("it is a cloud of points: it announces no element 'face'");
         return _mesh.Take();
     }
 
@@ -195,7 +195,7 @@ private:
             return i_one.count && (i_one.name == "vertex_indices" || i_one.name == "vertex_index");
         };
         if (std::ranges::count_if(i_element.properties, isList) != 1)
-            throw std::runtime_error("its element " + ShowWord(i_element.name) + " has no list \"vertex_indices\"");
+            throw std::runtime_error("its element " + ShowWord(i_element.name) + " has no list 'vertex_indices'");
         for (std::uint64_t i = 0; i < i_element.count; ++i) {
             for (const auto& property : i_element.properties) {
                 if (!isList(property))

@@ -106,7 +106,7 @@ private:
             else if (IsSameWord(word, "color"))
                 _words.TakeRestOfLine();
             else
-                _words.Fail(ShowWord(word) + " instead of \"facet\" or \"endsolid\"");
+                _words.Fail(ShowWord(word) + " instead of 'facet' or 'endsolid'");
         }
     }
 
@@ -119,7 +119,7 @@ private:
         for (int i = 0; i < normalWords && !IsSameWord(word, "outer"); ++i)
             word = _NextOfFacet();
         if (!IsSameWord(word, "outer"))
-            _words.Fail(ShowWord(word) + " instead of \"outer loop\"");
+            _words.Fail(ShowWord(word) + " instead of 'outer loop'");
         _Expect("loop");
         std::array<std::uint32_t, 3> corners = {};
         std::size_t count = 0;
@@ -129,7 +129,7 @@ private:
                 corners[count] = corner;
         }
         if (!IsSameWord(word, "endloop"))
-            _words.Fail(ShowWord(word) + " instead of \"vertex\" or \"endloop\"");
+            _words.Fail(ShowWord(word) + " instead of 'vertex' or 'endloop'");
         _Expect("endfacet");
         if (count != corners.size())
             throw std::runtime_error("line " + std::to_string(line) + ": the facet has " + std::to_string(count) +
@@ -169,7 +169,7 @@ ReadPart ReadStl(std::string_view i_bytes)
     if (IsTextStl(i_bytes))
         return TextReader(i_bytes).Read();
     if (!IsExactBinaryStl(i_bytes) && !IsBinary(i_bytes))
-        throw std::runtime_error("it is a text, but not of a mesh: an STL text begins with the word \"solid\"");
+        throw std::runtime_error("it is a text, but not of a mesh: an STL text begins with the word 'solid'");
     return ReadBinary(i_bytes);
 }
 

@@ -108,7 +108,7 @@ std::string FindEngine(const std::optional<std::string>& i_setting)
             return candidate.string();
     }
     Fail(ErrorCode::InternalError, "The slicing engine was not found: install the package prusa-slicer (for example "
-                                   "\"apt-get install prusa-slicer\") and try again.");
+                                   "'apt-get install prusa-slicer') and try again.");
 }
 
 std::string GetEngineStamp(const std::string& i_engine)

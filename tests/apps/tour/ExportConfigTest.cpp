@@ -17,11 +17,8 @@ protected:
         SetVariable("MACHINESERVICE_OUT_DIR", _GetFolder());
     }
 
-    QString _GetFolder() const { return Path("out \xfc"); }
-    std::filesystem::path _GetFile() const
-    {
-        return (_GetFolder() + QStringLiteral("/machine-configuration.xml")).toStdString();
-    }
+    std::string _GetFolder() const { return Path("out \xc3\xbc"); }
+    std::filesystem::path _GetFile() const { return _GetFolder() + "/machine-configuration.xml"; }
 };
 
 TEST_F(ExportConfigTest, WritesTheAttachedPrintersConfigurationAndNamesItsSchemas)
@@ -35,8 +32,8 @@ TEST_F(ExportConfigTest, WritesTheAttachedPrintersConfigurationAndNamesItsSchema
     for (const ConfigurationSchema& schema : GetConfigurationSchemas(configuration))
         EXPECT_THAT(outcome.output,
                     AllOf(HasSubstr("    " + schema.fileName + " "), HasSubstr(schema.nameSpace + "\n")));
-    EXPECT_EQ(QDir(_GetFolder()).entryList(QDir::Files | QDir::Hidden),
-              QStringList({QStringLiteral("machine-configuration.xml"), QStringLiteral("transcript.txt")}));
+    EXPECT_THAT(TestSupport::GetFileNames(_GetFolder()),
+                UnorderedElementsAre("machine-configuration.xml", "transcript.txt"));
 
     // Without anything to check with it is written all the same, and nothing is claimed.
     std::filesystem::remove(_GetFile());

@@ -109,7 +109,7 @@ TEST_F(ScopedTempDirTest, AFolderThatIsNotUtf8IsRefusedInASentence)
     fs::create_directories(odd);
     setenv("TMPDIR", odd.c_str(), 1);
     EXPECT_THAT([] { ScopedTempDir(); },
-                testing::ThrowsMessage<std::exception>(testing::HasSubstr("caf\ufffd\", is not UTF-8")));
+                testing::ThrowsMessage<std::exception>(testing::HasSubstr("caf\ufffd', is not UTF-8")));
     EXPECT_TRUE(fs::is_empty(odd));
 }
 

@@ -89,7 +89,7 @@ TEST_F(PldfTest, ReadsHandWrittenDocumentsAndTellsWhatLaterWritersAdd)
     std::vector<std::string> remarks;
     Utilities::LoadMachineDataPLDF(_path, *data, &remarks);
     EXPECT_THAT(remarks,
-                ElementsAre("\"New\" is not known", "\"Platform/new\" is not known", "\"Platform/New\" is not known"));
+                ElementsAre("'New' is not known", "'Platform/new' is not known", "'Platform/New' is not known"));
     Data::Machine expected;
     expected.properties.name = L"A&B";
     expected.platformShape = Data::BoxShape{100, 50, 0.5};
@@ -111,21 +111,21 @@ TEST_F(PldfTest, RefusesDamagedDocumentsWithTheReason)
         {Document("", "2"), "version 2, which is newer than version 1"},
         {"<!DOCTYPE MachineConfiguration>" + Document(""), "DOCTYPE"},
         {Document("<Platform shape='box' width='NaN' depth='1' height='1'/>"),
-         "Line 1: Platform/width is \"NaN\", which is no number."},
-        {Document("<Platform shape='box' width='inf' depth='1' height='1'/>"), "width is \"inf\", which is no number."},
-        {Document("<Platform shape='box' width='1,5' depth='1' height='1'/>"), "width is \"1,5\", which is no number."},
+         "Line 1: Platform/width is 'NaN', which is no number."},
+        {Document("<Platform shape='box' width='inf' depth='1' height='1'/>"), "width is 'inf', which is no number."},
+        {Document("<Platform shape='box' width='1,5' depth='1' height='1'/>"), "width is '1,5', which is no number."},
         {Document("<Platform shape='box' width='0' depth='1' height='1'/>"),
          "width is 0, which is not more than 0 and up to 1000000 mm."},
         {Document("<Platform shape='box' width='1' height='1'/>"), "Platform lacks depth."},
-        {Document("<Platform shape='ball'/>"), "Platform/shape is \"ball\", which is none of box, cylinder."},
+        {Document("<Platform shape='ball'/>"), "Platform/shape is 'ball', which is none of box, cylinder."},
         {Document("<Platform shape='cylinder' diameter='1e400' height='1'/>"), "diameter is inf, which is not"},
         {Document("<Platform minX='1'/>"), "Platform has some of minX, minY and minZ only."},
         {Document("<Platform/><Platform/>"), "Platform appears twice."},
         {Document("<ScanField minX='1' minY='1' maxX='1' maxY='2'/>"), "ScanField[1] is empty."},
         {Document("<ZBrace angle='361'/>"), "ZBrace/angle is 361, which is not from 0 to 360 deg."},
         {Document("<SupportProfile name='a' type='line'/><SupportProfile name='a' type='line'/>"),
-         "SupportProfile[2] has the name \"a\" of another."},
-        {Document("<Setting name='a'/><Setting name='a'/>"), "Setting[2] has the name \"a\" of another."},
+         "SupportProfile[2] has the name 'a' of another."},
+        {Document("<Setting name='a'/><Setting name='a'/>"), "Setting[2] has the name 'a' of another."},
         {Document("<SupportProfile type='line'/>"), "SupportProfile[1] lacks name."},
         {Document("<SupportProfileSet><Use type='line' profile=''/></SupportProfileSet>"),
          "SupportProfileSet/Use[1]/profile is empty."},

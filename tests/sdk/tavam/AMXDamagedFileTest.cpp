@@ -106,17 +106,17 @@ TEST_F(AMXDamagedFileTest, ADocumentThatBreaksTheFormatIsRefused)
     } rows[] = {
         {"version=\"1\"", "version=\"2\"", "format version 2, written by a newer program"},
         {"version=\"1\"", "version=\"1x\"", "is no number"},
-        {"version=\"1\"", "", "\"version\" is missing"},
+        {"version=\"1\"", "", "'version' is missing"},
         {"PlatformFile", "Other", "no platform file"},
         {"2026/11", "2025/11", "no platform file"},
         {"<PlatformFile", "<!DOCTYPE x><PlatformFile", "DOCTYPE"},
         {"</Platform>", "", "mismatched tag"},
-        {"name=\"part\"", "", "\"name\" is missing"},
+        {"name=\"part\"", "", "'name' is missing"},
         {"name=\"part\"", "name=\"\\\"", "backslash"},
         {"name=\"part\"", "name=\"\\{zz}\"", "backslash"},
-        {"89ab-", "89ab_", "\"revisionId\" is no id"},
-        {"01234567", "{0123456", "\"revisionId\" is no id"},
-        {"\"false\"", "\"no\"", "\"hasSupports\""},
+        {"89ab-", "89ab_", "'revisionId' is no id"},
+        {"01234567", "{0123456", "'revisionId' is no id"},
+        {"\"false\"", "\"no\"", "'hasSupports'"},
         {"1 0 0 0 0", "1 0 0 0 nan", "twelve numbers"},
         {"1 0 0 0 0", "1 0 0 0 1e999", "twelve numbers"},
         {"1 0 0 0 0", "1 0 0 0", "twelve numbers"},
@@ -129,9 +129,9 @@ TEST_F(AMXDamagedFileTest, ADocumentThatBreaksTheFormatIsRefused)
         {"<Strategy ", "<Strategy role='part' id=''/><Strategy ", "two strategies"},
         {mgp_shape, mgp_shape + mgp_shape, "appears twice"},
         {mgp_shape, "", "no shape"},
-        {"\"mesh\"", "\"voxels\"", "unknown kind \"voxels\""},
-        {"meshes/0", "meshes/1", "\"meshes/1.mesh\": is missing"},
-        {"kind=\"mesh\" entry=\"meshes/0.mesh\"", "kind=\"brep\" entry=\"x\"", "\"x\": is missing"},
+        {"\"mesh\"", "\"voxels\"", "unknown kind 'voxels'"},
+        {"meshes/0", "meshes/1", "'meshes/1.mesh': is missing"},
+        {"kind=\"mesh\" entry=\"meshes/0.mesh\"", "kind=\"brep\" entry=\"x\"", "'x': is missing"},
         {mgp_shape, composed(33), "deeper than 32"},
         {mgp_shape, composed(100000), "deeper than"},
         {mgp_shape, "<Shape kind=\"composed\">" + Repeat("<Shape kind=\"composed\"/>", 100000) + "</Shape>",
@@ -143,7 +143,7 @@ TEST_F(AMXDamagedFileTest, ADocumentThatBreaksTheFormatIsRefused)
         EXPECT_THAT(GetErrorOf({{"platform.xml", document}, {"meshes/0.mesh", mesh}}), HasSubstr(row.error));
     }
     EXPECT_EQ(GetErrorOf({{"platform.xml", ReplaceAll(mgp_document, mgp_shape, composed(32))}}), "");
-    EXPECT_THAT(GetErrorOf({{"other.xml", mgp_document}}), HasSubstr("\"platform.xml\": is missing"));
+    EXPECT_THAT(GetErrorOf({{"other.xml", mgp_document}}), HasSubstr("'platform.xml': is missing"));
 }
 
 TEST_F(AMXDamagedFileTest, AMeshThatCannotBeIsRefused)

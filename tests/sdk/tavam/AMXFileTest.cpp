@@ -124,7 +124,7 @@ TEST(AMXFileTest, TheWriterRefusesWhatNoReaderTakes)
         Platform platform;
         std::string error;
     } rows[] = {
-        {withDefect([](Mesh& io_mesh) { io_mesh.triangles.clear(); }), "part \"part\": its mesh cannot be used"},
+        {withDefect([](Mesh& io_mesh) { io_mesh.triangles.clear(); }), "part 'part': its mesh cannot be used"},
         {withDefect([](Mesh& io_mesh) { io_mesh.triangles[1][2] = 4; }), "vertex 4 of 4"},
         {withDefect([](Mesh& io_mesh) { io_mesh.vertices[2].y = std::nanf(""); }), "vertex 2"},
         {MakePlatform(Nest(33)), "deeper than 32"},

@@ -42,7 +42,7 @@ TEST(Path, OtherBytesAreRefusedInASentenceThatIsUtf8)
             convert(path);
             ADD_FAILURE();
         } catch (const TavSDK::FileError& error) {
-            EXPECT_THAT(error.what(), HasSubstr("\"/tmp/caf\ufffd/x\" is not UTF-8"));
+            EXPECT_THAT(error.what(), HasSubstr("'/tmp/caf\ufffd/x' is not UTF-8"));
         }
     }
     EXPECT_THROW(TavSDK::PathFromUtf8(std::string("a\0b", 3)), TavSDK::FileError);
@@ -106,10 +106,10 @@ TEST(Text, NumbersReadBackTheSame)
 
 TEST(Text, AQuoteIsCutBetweenCharacters)
 {
-    EXPECT_EQ(TavSDK::Quote("x"), "\"x\"");
-    EXPECT_EQ(TavSDK::Quote("a\u00e9b", 4), "\"a\u00e9b\"");
-    EXPECT_EQ(TavSDK::Quote("a\u00e9b", 3), "\"a\u00e9\u2026\"");
-    EXPECT_EQ(TavSDK::Quote("a\u00e9b", 2), "\"a\u2026\"");
+    EXPECT_EQ(TavSDK::Quote("x"), "'x'");
+    EXPECT_EQ(TavSDK::Quote("a\u00e9b", 4), "'a\u00e9b'");
+    EXPECT_EQ(TavSDK::Quote("a\u00e9b", 3), "'a\u00e9\u2026'");
+    EXPECT_EQ(TavSDK::Quote("a\u00e9b", 2), "'a\u2026'");
 }
 
 } // namespace

@@ -117,7 +117,7 @@ TEST_F(Reader3mfTest, KeepsTheBodiesOfAnItemWhereTheyAreToEachOther)
 TEST_F(Reader3mfTest, RefusesWhatIsNoBodyWithTheTrueReason)
 {
     const auto good = MakeModel("millimeter", OneItem);
-    const std::string entry = "its entry \"/3D/3dmodel.model\": ";
+    const std::string entry = "its entry '/3D/3dmodel.model': ";
     std::string items;
     for (int i = 0; i <= 10'000; ++i)
         items += OneItem;
@@ -142,20 +142,20 @@ TEST_F(Reader3mfTest, RefusesWhatIsNoBodyWithTheTrueReason)
             "model-missing.3mf",
             MakePackage({{"_rels/.rels",
                           "<Relationships><Relationship Target=\"/3D/x.model\" Type=\"/3dmodel\"/></Relationships>"}}),
-            "its entry \"/3D/x.model\" is missing"),
+            "its entry '/3D/x.model' is missing"),
         Refused("climbing.3mf", Make3mf(good, {{"3D/../../x", "x"}}),
-                "its entry \"3D/../../x\" would lie outside of the package"),
+                "its entry '3D/../../x' would lie outside of the package"),
         Refused("deep.3mf", Make3mf("<model>" + deep), entry + "line 1: elements are nested deeper than 64"),
         Refused("doctype.3mf", Make3mf("<!DOCTYPE model>" + good.substr(good.find('\n'))),
                 entry + "line 1: a DOCTYPE is not accepted"),
         Refused("cut.3mf", Make3mf(good.substr(0, good.size() / 2)), entry + "line 2: unclosed token"),
-        Refused("page.3mf", Make3mf("<html/>"), entry + "\"html\" instead of \"model\""),
-        Refused("cubit.3mf", Make3mf(MakeModel("cubit", OneItem)), entry + "the unit \"cubit\" is unknown"),
+        Refused("page.3mf", Make3mf("<html/>"), entry + "'html' instead of 'model'"),
+        Refused("cubit.3mf", Make3mf(MakeModel("cubit", OneItem)), entry + "the unit 'cubit' is unknown"),
         Refused("beams-required.3mf",
                 model(OneItem, {},
                       "requiredextensions=\"p b\" xmlns:b=\"" + beams +
                           "\" xmlns:p=\"http://schemas.microsoft.com/3dmanufacturing/production/2015/06\""),
-                entry + "it requires the extension \"b\" (\"" + beams + "\"), which is not read"),
+                entry + "it requires the extension 'b' ('" + beams + "'), which is not read"),
         Refused("beams.3mf", Make3mf(Replace(good, "</mesh>", "<b:beamlattice/></mesh>")),
                 entry + "a mesh holds a lattice of beams, which is not read"),
         Refused("many-items.3mf", model(items), entry + "there are more than 10000 build items"),
@@ -164,20 +164,19 @@ TEST_F(Reader3mfTest, RefusesWhatIsNoBodyWithTheTrueReason)
         Refused("doubling.3mf", model("<item objectid=\"29\"/>", doubling),
                 "its objects hold each other beyond measure"),
         Refused("object-missing.3mf", model("<item objectid=\"7\"/>"),
-                "it refers to the object \"7\", which it does not hold"),
-        Refused("object-twice.3mf", model(OneItem, Assembly(1, Component(1))),
-                entry + "the object \"1\" appears twice"),
+                "it refers to the object '7', which it does not hold"),
+        Refused("object-twice.3mf", model(OneItem, Assembly(1, Component(1))), entry + "the object '1' appears twice"),
         Refused("object-empty.3mf", model("<item objectid=\"2\"/>", "<object id=\"2\"/>"),
-                "its object \"2\" has neither triangles nor components that can be read"),
+                "its object '2' has neither triangles nor components that can be read"),
         Refused("not-printed.3mf",
                 model("<item objectid=\"2\"/>", Replace(Assembly(2, Component(1)), "\"model\"", "\"other\"")),
-                "it refers to the object \"2\", whose type says that it is not to be printed"),
+                "it refers to the object '2', whose type says that it is not to be printed"),
         Refused("no-item.3mf", model(""), "its build section holds no item that is to be printed"),
         Refused("index.3mf", Make3mf(Replace(good, "v3=\"3\"", "v3=\"4\"")),
                 entry + "a triangle refers to vertex 4 of 4"),
         Refused("no-index.3mf", Make3mf(Replace(good, "v3=\"3\"", "v3=\"-1\"")),
-                entry + "\"-1\" is not the index of a vertex"),
-        Refused("nan.3mf", Make3mf(Replace(good, "x=\"10\"", "x=\"nan\"")), entry + "\"nan\" is not a number"),
+                entry + "'-1' is not the index of a vertex"),
+        Refused("nan.3mf", Make3mf(Replace(good, "x=\"10\"", "x=\"nan\"")), entry + "'nan' is not a number"),
         Refused("no-coordinate.3mf", Make3mf(Replace(good, "x=\"10\"", "")), entry + "a number is missing"),
         Refused("flattened.3mf", model("<item objectid=\"1\" transform=\"1 0 0 0 1 0 0 0 0 0 0 0\"/>"),
                 entry + "a transform leaves nothing of its object"),
