@@ -24,8 +24,8 @@
         <translation>Die Plattform sagt nichts über ihre Maschine.</translation>
     </message>
     <message>
-        <source>&apos;%1&apos; does not hold what was written.</source>
-        <translation>„%1“ enthält nicht das, was geschrieben wurde.</translation>
+        <source>&apos;%1&apos; would not hold what was to be written.</source>
+        <translation>„%1“ enthielte nicht, was geschrieben werden soll.</translation>
     </message>
 </context>
 <context>
@@ -144,6 +144,10 @@
     <message>
         <source>&apos;%1&apos; cannot be read: %2.</source>
         <translation>„%1“ kann nicht gelesen werden: %2.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; was not saved: what was written cannot be read. Please try again.</source>
+        <translation>„%1“ wurde nicht gespeichert: Das Geschriebene lässt sich nicht lesen. Bitte versuchen Sie es erneut.</translation>
     </message>
 </context>
 <context>
