@@ -12,8 +12,8 @@
         <translation>Die Maschinenkonfiguration kann nicht gelesen werden: %1</translation>
     </message>
     <message>
-        <source>Failed to create &apos;%1&apos;: %2</source>
-        <translation>„%1“ konnte nicht erstellt werden: %2</translation>
+        <source>Failed to create &apos;%1&apos;: %2.</source>
+        <translation>„%1“ konnte nicht erstellt werden: %2.</translation>
     </message>
     <message>
         <source>Failed to read &apos;%1&apos;: %2</source>

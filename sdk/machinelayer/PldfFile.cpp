@@ -6,6 +6,7 @@
 #include "tavam/FileError.h"
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/Text.h"
 
 #include <stdexcept>
 #include <utility>
@@ -26,7 +27,8 @@ void LoadMachineDataPLDF(const std::filesystem::path& i_path, IMachineData& o_da
     try {
         o_data.Edit() = NodeToMachine(ReadPldf(i_path, ConfigurationRoot, op_remarks));
     } catch (const std::exception& error) {
-        throw TavAM::FileError("The PLDF file " + TavSDK::ShowPath(i_path) + " cannot be read: " + error.what());
+        throw TavAM::FileError("The PLDF file " + TavSDK::Quote(TavSDK::ShowPath(i_path)) +
+                               " cannot be read: " + error.what());
     }
 }
 
@@ -39,8 +41,8 @@ void SaveMachineDataPLDF(const std::filesystem::path& i_path, const IMachineData
         file.TakeRightsOfTarget();
         file.Commit();
     } catch (const std::exception& error) {
-        throw TavAM::FileError("The PLDF file " + TavSDK::ShowPath(i_path) + " cannot be written: " + error.what() +
-                               ".");
+        throw TavAM::FileError("The PLDF file " + TavSDK::Quote(TavSDK::ShowPath(i_path)) +
+                               " cannot be written: " + error.what() + ".");
     }
 }
 

@@ -101,6 +101,9 @@ private:
 };
 
 /// Lets libzip write a new package into an open file; on its own it would make a file of another name.
+///
+/// libzip 1.7 loses memory where closing a package fails: it is told that all went well, and who writes asks for the
+/// failure afterwards.
 class FileTarget
 {
 public:
@@ -113,6 +116,9 @@ public:
         return static_cast<FileTarget*>(ip_self)->_Handle(op_data, i_size, i_command);
     }
 
+    /// errno of the first call that failed, or 0.
+    int GetFailure() const { return _failure; }
+
 private:
     zip_int64_t _Handle(void* op_data, zip_uint64_t i_size, zip_source_cmd_t i_command)
     {
@@ -121,7 +127,6 @@ private:
             // There is no package yet.
             auto* stat = static_cast<zip_stat_t*>(op_data);
             zip_stat_init(stat);
-            _failure = ENOENT;
             return -1;
         }
         case ZIP_SOURCE_BEGIN_WRITE:
@@ -130,15 +135,21 @@ private:
         case ZIP_SOURCE_FREE:
             return 0;
         case ZIP_SOURCE_WRITE:
-            return _Write(static_cast<const char*>(op_data), i_size);
+            _Write(static_cast<const char*>(op_data), i_size);
+            return static_cast<zip_int64_t>(i_size);
         case ZIP_SOURCE_SEEK_WRITE: {
             const auto* arguments = ZIP_SOURCE_GET_ARGS(zip_source_args_seek_t, op_data, i_size, nullptr);
-            return arguments && _Keep(::lseek(_file, arguments->offset, arguments->whence)) >= 0 ? 0 : -1;
+            if (!arguments || arguments->whence != SEEK_SET)
+                return -1;
+            _position = arguments->offset;
+            if (_failure == 0 && ::lseek(_file, _position, SEEK_SET) < 0)
+                _failure = errno;
+            return 0;
         }
         case ZIP_SOURCE_TELL_WRITE:
-            return _Keep(::lseek(_file, 0, SEEK_CUR));
+            return _position;
         case ZIP_SOURCE_ERROR:
-            return TellError(op_data, _failure == ENOENT ? ZIP_ER_READ : ZIP_ER_WRITE, _failure);
+            return TellError(op_data, ZIP_ER_READ, ENOENT);
         case ZIP_SOURCE_SUPPORTS:
             return ZIP_SOURCE_SUPPORTS_WRITABLE;
         default:
@@ -146,27 +157,20 @@ private:
         }
     }
 
-    zip_int64_t _Write(const char* ip_bytes, zip_uint64_t i_size)
+    void _Write(const char* ip_bytes, zip_uint64_t i_size)
     {
-        for (zip_uint64_t done = 0; done < i_size;) {
+        for (zip_uint64_t done = 0; done < i_size && _failure == 0;) {
             const auto count = ::write(_file, ip_bytes + done, i_size - done);
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (_Keep(count) < 0)
-                return -1;
-            done += static_cast<zip_uint64_t>(count);
+            if (count >= 0)
+                done += static_cast<zip_uint64_t>(count);
+            else if (errno != EINTR)
+                _failure = errno;
         }
-        return static_cast<zip_int64_t>(i_size);
-    }
-
-    zip_int64_t _Keep(zip_int64_t i_result)
-    {
-        if (i_result < 0)
-            _failure = errno;
-        return i_result;
+        _position += static_cast<off_t>(i_size);
     }
 
     const int _file;
+    off_t _position = 0;
     int _failure = 0;
 };
 
@@ -234,6 +238,8 @@ void ZipWriter::_WriteOnce(int i_file)
     require(zip_close(zip.get()) == 0);
     // Closing has freed it.
     (void)zip.release();
+    if (target.GetFailure() != 0)
+        throw FileError(ErrnoText(target.GetFailure()));
 }
 
 /// How well an entry packs is known only when it is packed. Few do too well: flat grids, properties full of blanks.

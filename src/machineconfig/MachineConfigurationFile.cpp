@@ -33,7 +33,7 @@ void SaveMachineConfiguration(const std::filesystem::path& i_path, const Platfor
         file.TakeRightsOfTarget();
         file.Commit();
     } catch (const TavSDK::FileError& error) {
-        ThrowFileError(QCoreApplication::translate("MachineService", "Failed to create '%1': %2")
+        ThrowFileError(QCoreApplication::translate("MachineService", "Failed to create '%1': %2.")
                            .arg(ToQString(i_path), QString::fromUtf8(error.what())));
     }
 }

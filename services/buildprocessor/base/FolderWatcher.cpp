@@ -39,7 +39,7 @@ FolderWatcher::FolderWatcher(std::filesystem::path i_folder)
 {
     if (!_wake)
         Fail(ErrorCode::InternalError,
-             "Failed to watch the folder '" + _folder.string() + "': " + TavSDK::ErrnoText(errno));
+             "Failed to watch the folder '" + _folder.string() + "': " + TavSDK::ErrnoText(errno) + '.');
 }
 
 void FolderWatcher::Arm()

@@ -78,7 +78,7 @@ Pipe MakePipe()
 {
     std::array<int, 2> ends{};
     if (pipe2(ends.data(), O_CLOEXEC) != 0)
-        Fail(ErrorCode::InternalError, "No pipe for a program: " + TavSDK::ErrnoText(errno));
+        Fail(ErrorCode::InternalError, "No pipe for a program: " + TavSDK::ErrnoText(errno) + '.');
     fcntl(ends[0], F_SETFL, O_NONBLOCK);
     return {UniqueFd(ends[0]), UniqueFd(ends[1])};
 }
@@ -135,7 +135,7 @@ pid_t Spawn(const SubprocessOptions& i_options, int i_output)
     posix_spawnattr_destroy(&attributes);
     if (error != 0)
         Fail(ErrorCode::InternalError,
-             "The program '" + command.front() + "' cannot be started: " + TavSDK::ErrnoText(error));
+             "The program '" + command.front() + "' cannot be started: " + TavSDK::ErrnoText(error) + '.');
     return pid;
 }
 
@@ -214,7 +214,7 @@ SubprocessResult RunSubprocess(const SubprocessOptions& i_options, std::stop_tok
     LineSplitter lines(result, i_options.onLine);
     const UniqueFd stopFd(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
     if (!stopFd)
-        Fail(ErrorCode::InternalError, "No event for a program: " + TavSDK::ErrnoText(errno));
+        Fail(ErrorCode::InternalError, "No event for a program: " + TavSDK::ErrnoText(errno) + '.');
     Pipe output = MakePipe();
     Child child(Spawn(i_options, output.write.Get()));
     output.write.Reset();

@@ -5,12 +5,12 @@
 #include "machineconfig/PlatformMachineConfiguration.h"
 #include "machinelayer/IMachineData.h"
 #include "machinelayer/PldfFile.h"
-#include "platform/PlatformCreationParameters.h"
 #include "support/FailingCalls.h"
 #include "support/Files.h"
 #include "support/Test.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/XmlWriter.h"
 
 #include <unistd.h>
 
@@ -101,6 +101,20 @@ void SavePlatform(const fs::path& i_path)
     TavAM::AMXFileWriter().WriteFile(i_path, platform);
 }
 
+/// Names the file as those who write documents do.
+void SaveDocument(const fs::path& i_path)
+try {
+    TavSDK::XmlWriter writer;
+    if (!writer.Open(TavSDK::PathToWide(i_path)))
+        throw std::runtime_error("no file can be made");
+    writer.WriteStartTag("Text");
+    writer.WriteCharacterData(std::string(100'000, 'x'));
+    writer.WriteEndTag("Text");
+    writer.Close();
+} catch (const std::runtime_error& error) {
+    throw std::runtime_error(i_path.string() + ": " + error.what());
+}
+
 /// A source outside of the folder that is looked at.
 const fs::path& GetSource()
 {
@@ -125,11 +139,7 @@ INSTANTIATE_TEST_SUITE_P(
                              configuration.nesting.emplace();
                              MachineService::SaveMachineConfiguration(i_path, configuration);
                          }},
-                    Save{"PlatformParameters",
-                         [](const fs::path& i_path) {
-                             MachineService::WritePlatformCreationParameters(TavSDK::PathToWide(i_path).c_str(),
-                                                                             {{L"B", std::wstring(100'000, L'b')}});
-                         }},
+                    Save{"Document", SaveDocument},
                     Save{"PrivateFile",
                          [](const fs::path& i_path) {
                              MachineService::BuildProcessor::WritePrivateFile(i_path, std::string(3'000'000, 'p'));
