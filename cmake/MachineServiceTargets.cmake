@@ -72,11 +72,11 @@ function(machineservice_add_app i_name)
     install(TARGETS ${i_name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
-# machineservice_add_test(NAME SOURCES ... LIBRARIES ... [LABELS tsan ...] [TIMEOUT seconds]): one GoogleTest
-# executable, registered with CTest as a whole. The main of tests/support starts a QCoreApplication or QGuiApplication
-# without a display; a test labelled tsan uses neither Qt's event loop nor QMutex and takes GoogleTest's own main.
+# machineservice_add_test(NAME SOURCES ... LIBRARIES ... [LABELS tsan ...] [TIMEOUT seconds] [WIDGETS]): one GoogleTest
+# executable, registered with CTest as a whole. The main of tests/support starts a QGuiApplication without a display, or
+# with WIDGETS a QApplication whose windows nobody sees; a test labelled tsan uses neither Qt's event loop nor QMutex and takes GoogleTest's own main.
 function(machineservice_add_test i_name)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+    cmake_parse_arguments(ARG "WIDGETS" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
     if(MACHINESERVICE_ONLY_TSAN_TESTS AND NOT "tsan" IN_LIST ARG_LABELS)
         return()
     endif()
@@ -84,7 +84,7 @@ function(machineservice_add_test i_name)
     if("tsan" IN_LIST ARG_LABELS)
         target_link_libraries(${i_name} PRIVATE GTest::gmock GTest::gtest_main)
     else()
-        target_link_libraries(${i_name} PRIVATE GTest::gmock testsupport_main)
+        target_link_libraries(${i_name} PRIVATE GTest::gmock $<IF:$<BOOL:${ARG_WIDGETS}>,testsupport_widgets_main,testsupport_main>)
         set_target_properties(${i_name} PROPERTIES AUTOMOC ON)
     endif()
     target_link_libraries(${i_name} PRIVATE ${ARG_LIBRARIES} machineservice_options)
@@ -95,5 +95,5 @@ function(machineservice_add_test i_name)
         set(ARG_TIMEOUT 120)
     endif()
     set_tests_properties(${i_name} PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}"
-        ENVIRONMENT "QT_QPA_PLATFORM=minimal;LC_ALL=C.UTF-8")
+        ENVIRONMENT "QT_QPA_PLATFORM=$<IF:$<BOOL:${ARG_WIDGETS}>,offscreen,minimal>;LC_ALL=C.UTF-8")
 endfunction()
