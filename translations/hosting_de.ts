@@ -151,21 +151,6 @@
     </message>
 </context>
 <context>
-    <name>Hosting::RibbonModel</name>
-    <message>
-        <source>the scene is empty</source>
-        <translation>die Szene ist leer</translation>
-    </message>
-    <message>
-        <source>the host does not allow it</source>
-        <translation>das Programm lässt es nicht zu</translation>
-    </message>
-    <message>
-        <source>the machine refuses</source>
-        <translation>die Maschine lehnt ab</translation>
-    </message>
-</context>
-<context>
     <name>Hosting::RunFolder</name>
     <message>
         <source>No folder can be made in &apos;%1&apos;: %2.</source>

@@ -113,6 +113,29 @@
     </message>
 </context>
 <context>
+    <name>MachineService::CommandRefusal</name>
+    <message>
+        <source>There is nothing on the plate.</source>
+        <translation>Auf der Platte ist nichts.</translation>
+    </message>
+    <message>
+        <source>It is switched off in the settings.</source>
+        <translation>Es ist in den Einstellungen abgeschaltet.</translation>
+    </message>
+    <message>
+        <source>The machine is being asked whether it can do this.</source>
+        <translation>Die Maschine wird gefragt, ob sie das kann.</translation>
+    </message>
+    <message>
+        <source>The machine has not answered since %1.</source>
+        <translation>Die Maschine antwortet seit %1 nicht.</translation>
+    </message>
+    <message>
+        <source>The machine does not allow it now.</source>
+        <translation>Die Maschine lässt das jetzt nicht zu.</translation>
+    </message>
+</context>
+<context>
     <name>PrinterHelpers</name>
     <message>
         <source>Untitled</source>

@@ -1,9 +1,7 @@
 #include "hosting/RibbonModel.h"
 
-#include "commands/CommandConditions.h"
 #include "commands/CommandInsertHint.h"
 #include "commands/CommandNames.h"
-#include "vexlorcore/Application.h"
 #include "vexlorui/ActiveSceneContext.h"
 
 #include <QCoreApplication>
@@ -14,22 +12,7 @@
 
 namespace Hosting {
 
-namespace {
-
 using Vexlor::UICommands::UiCommand;
-
-QString ExplainDisabled(const UiCommand& i_command)
-{
-    const MachineService::CommandConditions needs = MachineService::GetCommandConditions(i_command.GetId());
-    if (needs.content && !Vexlor::UICommands::ActiveSceneContext().HasPartsOnActiveDataSet())
-        return RibbonModel::tr("the scene is empty");
-    auto* application = VexlorCore::Application::GetInstance();
-    if (needs.buildButton && application && application->GetSettings().GetDisableBuildButton())
-        return RibbonModel::tr("the host does not allow it");
-    return RibbonModel::tr("the machine refuses");
-}
-
-} // namespace
 
 RibbonModel::RibbonModel(MachineService::PrinterCommandManager& io_manager, QObject* ip_parent)
     : QObject(ip_parent)
@@ -82,7 +65,8 @@ std::vector<RibbonModel::Row> RibbonModel::GetRows() const
     for (int row = 0; group && row < group->rowCount(); ++row) {
         auto* command = _manager.GetCommand(group->child(row)->data(Qt::UserRole).toString());
         if (command)
-            rows.push_back({row + 1, command, command->IsEnabled() ? QString() : ExplainDisabled(*command)});
+            rows.push_back(
+                {row + 1, command, command->IsEnabled() ? QString() : _manager.GetRefusal(command->GetId()).GetText()});
     }
     return rows;
 }

@@ -37,10 +37,15 @@ void OperationManagerBase::Execute(const std::wstring& i_name, std::uint32_t i_a
 
 bool OperationManagerBase::Undo()
 {
-    if (_history.empty())
+    return !_history.empty() && Undo(_history.size() - 1);
+}
+
+bool OperationManagerBase::Undo(std::size_t i_index)
+{
+    if (i_index >= _history.size())
         return false;
-    const Record record = std::move(_history.back());
-    _history.pop_back();
+    const Record record = std::move(_history[i_index]);
+    _history.erase(_history.begin() + static_cast<std::ptrdiff_t>(i_index));
     const std::weak_ptr<const int> alive = _alive;
     _listeners.Send(BeforeExecuteOperation());
     if (alive.expired())

@@ -3,6 +3,7 @@
 #include "vexlorcore/Listener.h"
 #include "vexlorcore_export.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -40,6 +41,9 @@ public:
                  std::function<void()> i_undo = {});
     /// Undoes the last recorded operation and takes it out of the history; false when there is none.
     bool Undo();
+    /// Undoes the recorded operation of that place in the history, also when it is not the last one: a host with
+    /// several scenes knows which of them it was about. False when there is none.
+    bool Undo(std::size_t i_index);
     /// Takes the last record out of the history without undoing it; harmless when there is none.
     void PurgeLastOperation();
 

@@ -59,8 +59,6 @@ public:
     /// Requests the running job to stop; harmless without one.
     /// Thread: any, but not a signal handler.
     void CancelCurrentJob();
-    /// Thread: any.
-    bool IsJobRunning() const;
 
     bool RunJobWithTitle(const QString& i_progress_title, const VexlorCore::Job& i_job) override;
     bool RunJob(const QString& i_command_title, const VexlorCore::Job& i_job) override;
@@ -81,6 +79,7 @@ public:
                           std::function<void(VexlorCore::DataSet*)> i_on_scene_loaded,
                           std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
                           bool i_show_progress, bool i_keep_parts) override;
+    bool IsJobRunning() const override;
 
 private:
     struct Impl;

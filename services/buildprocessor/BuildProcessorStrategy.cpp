@@ -28,10 +28,19 @@ std::future<std::vector<CommandDescription>> BuildProcessorStrategy::GetCommands
 
 std::future<bool> BuildProcessorStrategy::CanRunCommand(const boost::uuids::uuid& i_command_id) const
 {
-    return Ready([&] {
+    return Ready([&] { return ExplainCanRunCommand(i_command_id).get().canRun; });
+}
+
+std::future<CanRunAnswer> BuildProcessorStrategy::ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const
+{
+    return Ready([&]() -> CanRunAnswer {
         const auto dated = _GetProfile();
         const auto* const command = FindOfferedCommand(i_command_id, dated->profile.configuresConnection);
-        return command && (!command->needsQueue || GetRefusal(dated->profile.queueState) == ErrorCode::None);
+        if (!command)
+            return {false, "The printer does not offer this command any more."};
+        if (!command->needsQueue || GetRefusal(dated->profile.queueState) == ErrorCode::None)
+            return {true, {}};
+        return {false, GetStateSentence(dated->profile.queueState)};
     });
 }
 

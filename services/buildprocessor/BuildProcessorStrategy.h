@@ -1,6 +1,7 @@
 #pragma once
 
 #include "buildprocessor/machines/MachineProfile.h"
+#include "client/interface/CanRunAnswers.h"
 #include "client/interface/MachineStrategy.h"
 
 #include <memory>
@@ -18,13 +19,14 @@ struct ServiceContext;
 /// Its data are those of the moment at which it was made; commands follow the profile as it is when they are asked.
 ///
 /// Thread: any. Questions answer at once from local state; commands run on the service's job threads.
-class BuildProcessorStrategy final : public MachineStrategy
+class BuildProcessorStrategy final : public MachineStrategy, public IExplainsCanRun
 {
 public:
     BuildProcessorStrategy(const DatedProfile& i_profile, std::shared_ptr<ServiceContext> ip_context);
 
     std::future<std::vector<CommandDescription>> GetCommands() const override;
     std::future<bool> CanRunCommand(const boost::uuids::uuid& i_command_id) const override;
+    std::future<CanRunAnswer> ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const override;
     std::future<CommandResult> RunCommand(const CommandParameters& i_parameters) const override;
     ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override;
     std::future<std::pair<CommandResult, Platform>> GetEmptyPlatform(const std::string& i_parameters) const override;

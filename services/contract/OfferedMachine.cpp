@@ -44,6 +44,10 @@ MachineChanges FindChanges(const OfferedMachine& i_old, const OfferedMachine& i_
     auto changes = MachineChanges::None;
     MachineData renamed = i_old.data;
     renamed.name = i_new.data.name;
+    // What it does now is no configuration; that it was seen once more is no news at all.
+    renamed.state = i_new.data.state;
+    renamed.stateReasons = i_new.data.stateReasons;
+    renamed.stateTime = i_new.data.stateTime;
     if (i_old.data.name != i_new.data.name)
         changes = changes | MachineChanges::NameChanged;
     if (renamed != i_new.data || i_old.platform != i_new.platform || i_old.strategies != i_new.strategies ||
@@ -52,7 +56,8 @@ MachineChanges FindChanges(const OfferedMachine& i_old, const OfferedMachine& i_
     if (!std::equal(i_old.commands.begin(), i_old.commands.end(), i_new.commands.begin(), i_new.commands.end(),
                     AreSame))
         changes = changes | MachineChanges::CommandsChanged;
-    if (i_old.revision != i_new.revision)
+    if (i_old.revision != i_new.revision || i_old.data.state != i_new.data.state ||
+        i_old.data.stateReasons != i_new.data.stateReasons)
         changes = changes | MachineChanges::StateChanged;
     return changes;
 }

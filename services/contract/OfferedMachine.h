@@ -46,6 +46,8 @@ struct OfferedCommand
     std::function<CommandResult(const CommandRun&)> run;
     /// Whether the command can run now; asked often and on any thread: answer from local state. Empty: it always can.
     std::function<bool()> canRun;
+    /// Why it cannot run now, one sentence for the user; asked after canRun said no, in the same way. May be empty.
+    std::function<std::string()> whyNot = {};
 };
 
 /// A machine as its maker describes it: data, choices and commands, and for the rest of the contract a function each.

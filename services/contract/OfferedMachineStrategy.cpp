@@ -115,12 +115,20 @@ std::future<std::vector<CommandDescription>> OfferedMachineStrategy::GetCommands
 
 std::future<bool> OfferedMachineStrategy::CanRunCommand(const boost::uuids::uuid& i_command_id) const
 {
-    return Ready([&] {
+    return Ready([&] { return ExplainCanRunCommand(i_command_id).get().canRun; });
+}
+
+std::future<CanRunAnswer> OfferedMachineStrategy::ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const
+{
+    return Ready([&]() -> CanRunAnswer {
         for (const auto machine = _Get(); const OfferedCommand& command : machine->commands) {
-            if (command.description.id == i_command_id)
-                return command.run && (!command.canRun || command.canRun());
+            if (command.description.id != i_command_id)
+                continue;
+            if (command.run && (!command.canRun || command.canRun()))
+                return {true, {}};
+            return {false, command.whyNot ? command.whyNot() : std::string()};
         }
-        return false;
+        return {};
     });
 }
 

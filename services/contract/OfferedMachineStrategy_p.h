@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/interface/CanRunAnswers.h"
 #include "client/interface/MachineStrategy.h"
 #include "contract/JobScheduler.h"
 #include "contract/MachineRegistry.h"
@@ -33,13 +34,14 @@ struct OfferedMachines
 /// One offered machine. Its data are those of the moment at which it was made; everything else follows the registry.
 ///
 /// Thread: any.
-class OfferedMachineStrategy final : public MachineStrategy
+class OfferedMachineStrategy final : public MachineStrategy, public IExplainsCanRun
 {
 public:
     OfferedMachineStrategy(const MachineData& i_data, std::shared_ptr<OfferedMachines> ip_machines);
 
     std::future<std::vector<CommandDescription>> GetCommands() const override;
     std::future<bool> CanRunCommand(const boost::uuids::uuid& i_command_id) const override;
+    std::future<CanRunAnswer> ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const override;
     std::future<CommandResult> RunCommand(const CommandParameters& i_parameters) const override;
     ProgressWatcherFuture<PlatformInfo> GetPlatformInformation() const override;
     std::future<std::pair<CommandResult, Platform>> GetEmptyPlatform(const std::string& i_parameters) const override;

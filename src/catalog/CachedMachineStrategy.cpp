@@ -29,16 +29,41 @@ std::future<std::vector<CommandDescription>> CachedMachineStrategy::GetCommands(
     return _machine.GetCommands();
 }
 
-std::future<bool> CachedMachineStrategy::CanRunCommand(const boost::uuids::uuid& i_command_id) const
+CanRunCommandCache& CachedMachineStrategy::_GetCache() const
 {
     std::call_once(_cacheMade, [this] {
-        _cache = std::make_unique<CanRunCommandCache>(
-            [machine = _machine](const boost::uuids::uuid& i_id) { return machine.CanRunCommand(i_id); },
-            RefreshInterval, _onChanged);
+        CanRunCommandCache::Fetch fetch = [machine = _machine](const boost::uuids::uuid& i_id) {
+            return machine.CanRunCommand(i_id);
+        };
+        if (_machine.TryExplain())
+            fetch = [machine = _machine](const boost::uuids::uuid& i_id) {
+                return machine.TryExplain()->ExplainCanRunCommand(i_id);
+            };
+        _cache = std::make_unique<CanRunCommandCache>(std::move(fetch), RefreshInterval, _onChanged);
+        _knownCache = _cache.get();
     });
+    return *_cache;
+}
+
+std::future<bool> CachedMachineStrategy::CanRunCommand(const boost::uuids::uuid& i_command_id) const
+{
     std::promise<bool> answer;
-    answer.set_value(_cache->Get(i_command_id));
+    answer.set_value(_GetCache().Get(i_command_id));
     return answer.get_future();
+}
+
+std::future<CanRunAnswer> CachedMachineStrategy::ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const
+{
+    const bool can_run = _GetCache().Get(i_command_id);
+    std::promise<CanRunAnswer> answer;
+    answer.set_value({can_run, GetKnownCanRunAnswer(i_command_id).answer.reason});
+    return answer.get_future();
+}
+
+KnownCanRunAnswer CachedMachineStrategy::GetKnownCanRunAnswer(const boost::uuids::uuid& i_command_id) const
+{
+    const CanRunCommandCache* const cache = _knownCache;
+    return cache ? cache->GetKnownCanRunAnswer(i_command_id) : KnownCanRunAnswer();
 }
 
 std::future<CommandResult> CachedMachineStrategy::RunCommand(const CommandParameters& i_parameters) const

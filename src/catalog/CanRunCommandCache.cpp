@@ -20,25 +20,36 @@ namespace {
 
 Q_LOGGING_CATEGORY(CatalogLog, "machineservice.catalog")
 
-using Answers = std::map<boost::uuids::uuid, bool>;
+using Answers = std::map<boost::uuids::uuid, KnownCanRunAnswer>;
+using Fetch = CanRunCommandCache::Fetch;
 
 // A future cannot be waited for together with a flag. Short slices first, because most services answer at once; longer
 // ones then, because hundreds of workers may wait for a service that hangs.
 constexpr std::chrono::milliseconds FirstWaitSlice{1};
 constexpr std::chrono::milliseconds LongestWaitSlice{50};
+/// A question that is open for longer counts as failing: a service that answers does so at once.
+constexpr std::chrono::seconds LongestAnswer{3};
+
+CanRunAnswer ToAnswer(bool i_can_run)
+{
+    return {i_can_run, {}};
+}
+CanRunAnswer ToAnswer(CanRunAnswer i_answer)
+{
+    return i_answer;
+}
 
 } // namespace
 
 struct CanRunCommandCache::State
 {
-    State(std::function<std::future<bool>(const boost::uuids::uuid&)> i_fetch, std::chrono::milliseconds i_interval,
-          std::function<void()> i_on_changed)
+    State(Fetch i_fetch, std::chrono::milliseconds i_interval, std::function<void()> i_on_changed)
         : fetch(std::move(i_fetch))
         , interval(i_interval)
         , onChanged(std::move(i_on_changed))
     {}
 
-    const std::function<std::future<bool>(const boost::uuids::uuid&)> fetch;
+    const Fetch fetch;
     const std::chrono::milliseconds interval;
     const std::function<void()> onChanged;
 
@@ -47,9 +58,16 @@ struct CanRunCommandCache::State
 
     // Guards all below. The flags are set with it held, because a flag set between the worker's look at it and its
     // falling asleep would wake nobody. Held neither while the service is asked nor while onChanged runs.
-    TavSDK::Mutex mutex;
+    mutable TavSDK::Mutex mutex;
     std::condition_variable_any wakeUp;
     Answers values TAVSDK_GUARDED_BY(mutex);
+    /// Of the question that the worker waits for now.
+    struct Question
+    {
+        KnownCanRunAnswer::Time at; ///< for the user
+        std::chrono::steady_clock::time_point begun;
+    };
+    mutable std::optional<Question> open TAVSDK_GUARDED_BY(mutex);
     bool stop TAVSDK_GUARDED_BY(mutex) = false;
     bool requested TAVSDK_GUARDED_BY(mutex) = false;
     bool isIdle TAVSDK_GUARDED_BY(mutex) = false;     ///< the worker waits for a request
@@ -61,8 +79,11 @@ struct CanRunCommandCache::State
     void Pause(TavSDK::MutexLock& io_lock) TAVSDK_REQUIRES(mutex);
     /// Asks the service about every command; true when an answer changed.
     bool Refresh(Answers& io_values) const;
+    void SetOpen(std::optional<Question> i_question) const;
     /// Empty when the service failed, or was given up.
-    std::optional<bool> Ask(const boost::uuids::uuid& i_command_id) const;
+    std::optional<CanRunAnswer> Ask(const boost::uuids::uuid& i_command_id) const;
+    template <class Future>
+    std::optional<CanRunAnswer> Await(Future i_answer) const;
     void Report() const;
     void Stop(bool i_abandon);
 };
@@ -113,32 +134,50 @@ void CanRunCommandCache::State::Pause(TavSDK::MutexLock& io_lock)
 bool CanRunCommandCache::State::Refresh(Answers& io_values) const
 {
     bool has_changed = false;
-    for (auto& [id, value] : io_values) {
+    for (auto& [id, known] : io_values) {
         if (isAbandoned)
             return false;
-        const std::optional<bool> answer = Ask(id);
-        has_changed |= answer && *answer != value;
-        value = answer.value_or(value);
+        const Question question{std::chrono::system_clock::now(), std::chrono::steady_clock::now()};
+        SetOpen(question);
+        std::optional<CanRunAnswer> answer = Ask(id);
+        SetOpen(std::nullopt);
+        if (!answer) {
+            known.failingSince = known.failingSince.value_or(question.at);
+            continue;
+        }
+        has_changed |= *answer != known.answer;
+        known = {*std::move(answer), std::chrono::system_clock::now(), std::nullopt};
     }
     return has_changed;
 }
 
-std::optional<bool> CanRunCommandCache::State::Ask(const boost::uuids::uuid& i_command_id) const
+void CanRunCommandCache::State::SetOpen(std::optional<Question> i_question) const
+{
+    const TavSDK::MutexLock lock(mutex);
+    open = i_question;
+}
+
+std::optional<CanRunAnswer> CanRunCommandCache::State::Ask(const boost::uuids::uuid& i_command_id) const
 {
     try {
-        std::future<bool> answer = fetch(i_command_id);
-        if (!answer.valid())
-            return false;
-        auto slice = FirstWaitSlice;
-        while (answer.wait_for(slice) == std::future_status::timeout) {
-            if (isAbandoned)
-                return std::nullopt;
-            slice = std::min(2 * slice, LongestWaitSlice);
-        }
-        return answer.get();
+        return std::visit([&](const auto& i_fetch) { return Await(i_fetch(i_command_id)); }, fetch);
     } catch (...) {
         return std::nullopt;
     }
+}
+
+template <class Future>
+std::optional<CanRunAnswer> CanRunCommandCache::State::Await(Future i_answer) const
+{
+    if (!i_answer.valid())
+        return CanRunAnswer();
+    auto slice = FirstWaitSlice;
+    while (i_answer.wait_for(slice) == std::future_status::timeout) {
+        if (isAbandoned)
+            return std::nullopt;
+        slice = std::min(2 * slice, LongestWaitSlice);
+    }
+    return ToAnswer(i_answer.get());
 }
 
 void CanRunCommandCache::State::Report() const
@@ -164,8 +203,8 @@ void CanRunCommandCache::State::Stop(bool i_abandon)
     wakeUp.notify_one();
 }
 
-CanRunCommandCache::CanRunCommandCache(std::function<std::future<bool>(const boost::uuids::uuid&)> i_fetch,
-                                       std::chrono::milliseconds i_interval, std::function<void()> i_on_changed)
+CanRunCommandCache::CanRunCommandCache(Fetch i_fetch, std::chrono::milliseconds i_interval,
+                                       std::function<void()> i_on_changed)
     : _state(std::make_shared<State>(std::move(i_fetch), i_interval, std::move(i_on_changed)))
     , _hasEnded(std::make_shared<std::atomic<bool>>(false))
     , _worker([state = _state, has_ended = _hasEnded] {
@@ -196,7 +235,7 @@ bool CanRunCommandCache::Get(const boost::uuids::uuid& i_command_id)
     bool must_wake = false;
     {
         const TavSDK::MutexLock lock(_state->mutex);
-        answer = _state->values.try_emplace(i_command_id, false).first->second;
+        answer = _state->values.try_emplace(i_command_id).first->second.answer.canRun;
         // Waking costs a system call: only the first question after a pass pays for it.
         must_wake = _state->isIdle && !_state->requested;
         _state->requested = true;
@@ -204,6 +243,19 @@ bool CanRunCommandCache::Get(const boost::uuids::uuid& i_command_id)
     if (must_wake)
         _state->wakeUp.notify_one();
     return answer;
+}
+
+KnownCanRunAnswer CanRunCommandCache::GetKnownCanRunAnswer(const boost::uuids::uuid& i_command_id) const
+{
+    const TavSDK::MutexLock lock(_state->mutex);
+    const auto found = _state->values.find(i_command_id);
+    if (found == _state->values.end())
+        return {};
+    KnownCanRunAnswer known = found->second;
+    // Whichever command it is about: the others wait behind it.
+    if (_state->open && !known.failingSince && std::chrono::steady_clock::now() - _state->open->begun > LongestAnswer)
+        known.failingSince = _state->open->at;
+    return known;
 }
 
 void CanRunCommandCache::Abandon()

@@ -26,7 +26,7 @@ struct ICanRunCommandCache
     virtual bool Get(const boost::uuids::uuid& i_command_id) = 0;
 };
 
-/// Starts the cache's thread, on which it asks and reports.
+/// Starts the cache's thread, on which it asks and reports. The cache is an IKnowsCanRun as well (by dynamic_cast).
 /// \param i_fetch asks the service. What it throws, and what its future throws, leaves the last answer; a future that
 ///        is not valid counts as the answer false.
 /// \param i_interval pause after each pass; std::chrono::milliseconds::max() makes the first pass the last one.

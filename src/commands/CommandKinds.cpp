@@ -1,7 +1,6 @@
 #include "commands/CommandKinds.h"
 
 #include "client/interface/MachineData.h"
-#include "commands/CommandConditions.h"
 #include "commands/CommandNames.h"
 
 #include <QCoreApplication>
@@ -150,13 +149,6 @@ std::optional<CommandKind> FindCommandKind(const QString& i_command_name)
         if (!kind || isNamed(kind->face) || isNamed(kind->connectionFace))
             return kind;
     }
-}
-
-CommandConditions GetCommandConditions(const QString& i_command_name)
-{
-    const std::optional<CommandKind> kind = FindCommandKind(i_command_name);
-    return kind ? CommandConditions{kind->needsContent, kind->enabledBy == EnabledBy::BuildButton}
-                : CommandConditions();
 }
 
 } // namespace MachineService

@@ -10,12 +10,13 @@ struct PrinterCommand::Impl
 {
     std::function<bool()> exec;
     std::function<bool(const UpdatableContext&)> update;
+    Refuse refuse;
 };
 
 PrinterCommand::PrinterCommand(const QString& i_name, const QStringList& i_layouts, const QString& i_context,
                                std::function<bool()> i_exec, std::function<bool(const UpdatableContext&)> i_update)
     : UiCommand(i_name, Vexlor::UICommands::CheckOutRecord(), nullptr)
-    , _impl(std::make_shared<const Impl>(Impl{std::move(i_exec), std::move(i_update)}))
+    , _impl(std::make_shared<const Impl>(Impl{std::move(i_exec), std::move(i_update), {}}))
 {
     SetCustomizable(false);
     SetLayouts(i_layouts);
@@ -23,6 +24,11 @@ PrinterCommand::PrinterCommand(const QString& i_name, const QStringList& i_layou
 }
 
 PrinterCommand::~PrinterCommand() = default;
+
+void PrinterCommand::SetRefuse(Refuse i_refuse)
+{
+    _impl = std::make_shared<const Impl>(Impl{_impl->exec, _impl->update, std::move(i_refuse)});
+}
 
 bool PrinterCommand::_ExecUiCommand()
 {
@@ -36,9 +42,22 @@ void PrinterCommand::_UpdateUiCommand(const UpdatableContext& i_context)
     const std::shared_ptr<const Impl> impl = _impl;
     // Who is asked may drop the command.
     const QPointer<PrinterCommand> alive(this);
-    const bool isEnabled = impl->update(i_context);
-    if (alive)
-        SetEnabled(isEnabled);
+    if (!impl->refuse) {
+        const bool is_enabled = impl->update(i_context);
+        if (alive)
+            SetEnabled(is_enabled);
+        return;
+    }
+    CommandRefusal refusal = impl->refuse(i_context);
+    if (!alive)
+        return;
+    const bool has_changed = !(refusal == _refusal);
+    _refusal = std::move(refusal);
+    const bool is_enabled = _refusal.kind == CommandRefusal::Kind::None;
+    if (is_enabled != IsEnabled())
+        SetEnabled(is_enabled);
+    else if (has_changed)
+        Q_EMIT Changed();
 }
 
 } // namespace MachineService

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "commands/CommandRefusal.h"
 #include "machineservice_export.h"
 
 #include "vexlorui/UiCommand.h"
@@ -29,6 +30,12 @@ public:
                    std::function<bool()> i_exec, std::function<bool(const UpdatableContext&)> i_update);
     ~PrinterCommand() override;
 
+    using Refuse = std::function<CommandRefusal(const UpdatableContext&)>;
+    /// From now on it decides, in the place of i_update, and tells why. Before the command is shown to anybody.
+    void SetRefuse(Refuse i_refuse);
+    /// Why the last update left it disabled; None as well where nothing tells why. Changed is raised for changes of it.
+    const CommandRefusal& GetRefusal() const { return _refusal; }
+
 protected:
     bool _ExecUiCommand() override;
     void _UpdateUiCommand(const UpdatableContext& i_context) override;
@@ -36,6 +43,7 @@ protected:
 private:
     struct Impl;
     std::shared_ptr<const Impl> _impl;
+    CommandRefusal _refusal;
 };
 
 } // namespace MachineService

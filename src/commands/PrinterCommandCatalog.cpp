@@ -26,6 +26,8 @@ namespace {
 
 using Vexlor::UICommands::UpdatableContext;
 
+constexpr int MaxReasonLength = 300;
+
 /// What a command keeps, shared by what it runs and what enables it.
 struct Context
 {
@@ -63,11 +65,47 @@ bool CanRun(const Context& i_command)
     }
 }
 
-bool IsEnabled(const Context& i_command, const UpdatableContext& i_context)
+QDateTime ToLocalTime(const KnownCanRunAnswer::Time& i_time)
 {
+    const auto since_epoch = std::chrono::floor<std::chrono::milliseconds>(i_time.time_since_epoch());
+    return QDateTime::fromMSecsSinceEpoch(since_epoch.count());
+}
+
+CommandRefusal RefuseByMachine(const Context& i_command)
+{
+    using Kind = CommandRefusal::Kind;
+    if (CanRun(i_command))
+        return {};
+    try {
+        const auto known = i_command.machine.GetKnownCanRunAnswer(i_command.description.id);
+        if (known && known->failingSince)
+            return {Kind::MachineSilent, {}, ToLocalTime(*known->failingSince)};
+        if (known && !known->answeredAt)
+            return {Kind::NotAnsweredYet, {}, {}};
+        if (known)
+            return {Kind::MachineRefuses, ToDisplayText(known->answer.reason, MaxReasonLength).simplified(), {}};
+    } catch (...) {
+        // A machine that cannot say why refuses all the same.
+    }
+    return {Kind::MachineRefuses, {}, {}};
+}
+
+/// The host may be without a provider until a command runs.
+bool IsAnotherCommandRunning(const Context& i_command)
+{
+    return i_command.host.apiProvider && i_command.host.apiProvider().IsJobRunning();
+}
+
+CommandRefusal Refuse(const Context& i_command, const UpdatableContext& i_context)
+{
+    using Kind = CommandRefusal::Kind;
+    if (IsAnotherCommandRunning(i_command))
+        return {Kind::AnotherCommandRuns, {}, {}};
     if (i_command.kind.needsContent && !HasContent(i_context))
-        return false;
-    return i_command.kind.enabledBy == EnabledBy::BuildButton ? IsBuildButtonAllowed() : CanRun(i_command);
+        return {Kind::NothingOnPlate, {}, {}};
+    if (i_command.kind.enabledBy == EnabledBy::Machine)
+        return RefuseByMachine(i_command);
+    return {IsBuildButtonAllowed() ? Kind::None : Kind::SwitchedOff, {}, {}};
 }
 
 ContextPtr MakeContext(const CommandKind& i_kind, const CommandDescription& i_description, const Machine& i_machine,
@@ -102,7 +140,10 @@ std::unique_ptr<PrinterCommand> CreatePrinterCommand(const CommandDescription& i
     auto command = std::make_unique<PrinterCommand>(
         name, QStringList{QLatin1String(Vexlor::UICommands::LayoutNames::AM)}, QLatin1String(BPCommandsContext),
         [context] { return Helpers::RunPrinterCommand(context->description, context->machine, context->host); },
-        [context](const UpdatableContext& i_context) { return IsEnabled(*context, i_context); });
+        [context](const UpdatableContext& i_context) {
+            return Refuse(*context, i_context).kind == CommandRefusal::Kind::None;
+        });
+    command->SetRefuse([context](const UpdatableContext& i_context) { return Refuse(*context, i_context); });
     command->SetTitle(GetCommandTitle(i_description, data));
     const QString toolTip = GetCommandToolTip(i_description, data);
     command->SetToolTip(toolTip);

@@ -160,6 +160,12 @@ QString PrinterCommandManager::PrinterName() const
     return _impl->printerName;
 }
 
+CommandRefusal PrinterCommandManager::GetRefusal(const QString& i_id) const
+{
+    const auto* const command = qobject_cast<const PrinterCommand*>(GetCommand(i_id));
+    return command ? command->GetRefusal() : CommandRefusal();
+}
+
 void PrinterCommandManager::InitProductFeatures(const QSet<QString>&, const QMap<QString, QStringList>&) {}
 
 void PrinterCommandManager::MachineModified(QUuid i_id)

@@ -49,6 +49,12 @@ public:
                           QObject* ip_parent = nullptr);
     ~PrinterCommandManager() override;
 
+    /// Why a command is disabled, as of its last update; None for an enabled one and for an id that no command has.
+    ///
+    /// A host that updates its commands once a second or so while they are seen, and when a job begins and ends, shows
+    /// what is true. A kind that never asks its machine stays enabled whether or not the machine answers.
+    CommandRefusal GetRefusal(const QString& i_id) const;
+
     /// Of the machine whose commands are shown; empty when there is none.
     QString PrinterName() const;
 

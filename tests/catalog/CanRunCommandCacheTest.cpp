@@ -193,6 +193,69 @@ TEST_F(CanRunCommandCacheTest, AnswersAQuestionWheneverItComes)
     EXPECT_TRUE(_service.WaitForFetches(fetches + 3)); // both, in the pass that the second question began
 }
 
+/// A machine that gives a sentence with its no.
+class ExplainingMachine final : public SilentMachine, public IExplainsCanRun
+{
+public:
+    explicit ExplainingMachine(std::function<std::future<CanRunAnswer>()> i_explain)
+        : SilentMachine(MakeMachineData(1))
+        , _explain(std::move(i_explain))
+    {}
+    std::future<CanRunAnswer> ExplainCanRunCommand(const boost::uuids::uuid&) const override { return _explain(); }
+
+private:
+    std::function<std::future<CanRunAnswer>()> _explain;
+};
+
+TEST_F(CanRunCommandCacheTest, TellsNoNotAskedYetAndSilenceApartWithoutAsking)
+{
+    std::promise<CanRunAnswer> never;
+    std::atomic<int> questions = 0, reports = 0;
+    std::atomic<bool> hangs = false, fails = false;
+    CanRunAnswer answer{false, "The door is open."};
+    const Machine machine(std::make_unique<CachedMachineStrategy>(Machine(std::make_unique<ExplainingMachine>([&] {
+                                                                      ++questions;
+                                                                      if (fails)
+                                                                          throw std::runtime_error("service");
+                                                                      return hangs ? never.get_future()
+                                                                                   : MakeReady(answer);
+                                                                  })),
+                                                                  [&] { ++reports; }));
+    const auto known = [&] {
+        return machine.GetKnownCanRunAnswer(MakeId(1)).value();
+    };
+    const auto ask_until = [&](const auto& i_predicate) {
+        const auto end = Clock::now() + Deadline;
+        while (!i_predicate(known()) && Clock::now() < end) {
+            machine.CanRunCommand(MakeId(1)).get();
+            std::this_thread::sleep_for(10ms);
+        }
+        return i_predicate(known());
+    };
+    EXPECT_FALSE(known().answeredAt || known().failingSince);
+    EXPECT_EQ(questions, 0);
+
+    const auto before = std::chrono::system_clock::now();
+    ASSERT_TRUE(ask_until([](const auto& i_known) { return i_known.answeredAt.has_value(); }));
+    EXPECT_EQ(known().answer, answer);
+    EXPECT_GE(*known().answeredAt, before);
+    EXPECT_EQ(machine.TryExplain()->ExplainCanRunCommand(MakeId(1)).get(), answer);
+    EXPECT_EQ(reports, 1); // the sentence is news, though the answer is the no of the beginning
+
+    fails = true;
+    ASSERT_TRUE(ask_until([](const auto& i_known) { return i_known.failingSince.has_value(); }));
+    const auto since = *known().failingSince;
+    const int asked = questions;
+    ASSERT_TRUE(ask_until([&](const auto&) { return questions > asked; }));
+    EXPECT_EQ(*known().failingSince, since); // since the first failure
+    EXPECT_EQ(known().answer, answer);       // which leaves the last answer
+
+    fails = false;
+    ASSERT_TRUE(ask_until([](const auto& i_known) { return !i_known.failingSince; }));
+    hangs = true;
+    EXPECT_TRUE(ask_until([](const auto& i_known) { return i_known.failingSince.has_value(); }));
+}
+
 enum class Moment
 {
     Idle,

@@ -1,6 +1,5 @@
 #include "commands/PrinterCommandCatalog.h"
 
-#include "commands/CommandConditions.h"
 #include "commands/CommandInsertHint.h"
 #include "commands/CommandNames.h"
 #include "commands/CommandsFixture.h"
@@ -105,9 +104,6 @@ TEST_F(PrinterCommandCatalogTest, KindDecidesNameTextsIconAndEnabling)
         EXPECT_EQ(QStringList{QStringLiteral("AM")}, command.GetLayouts());
         EXPECT_EQ(QStringLiteral("MultiPlatform.BuildProcessors"), command.GetContext());
         EXPECT_FALSE(command.IsCustomizable());
-        const CommandConditions conditions = GetCommandConditions(command.GetId());
-        EXPECT_EQ(row.needsContent, conditions.content);
-        EXPECT_EQ(row.asksMachine, !conditions.buildButton);
 
         const auto isEnabled = [&](int i_content) {
             Content content;

@@ -4,9 +4,11 @@
 #include "support/Failures.h"
 
 #include "vexlorcore/Notifications.h"
+#include "vexlorui/ActiveSceneContext.h"
 
 #include <QCoreApplication>
 #include <QMetaMethod>
+#include <QSignalSpy>
 
 namespace {
 
@@ -116,6 +118,100 @@ TEST_F(PrinterCommandManagerTest, FollowsTheMachineOfTheScene)
     _manager.CheckCommands();
     _manager.MachineModified(QUuid());
     EXPECT_TRUE(_TakeLog().empty());
+}
+
+/// What a cache of answers tells.
+class KnowingStrategy final : public SilentMachine, public IKnowsCanRun
+{
+public:
+    KnowingStrategy(const Script& i_script, KnownCanRunAnswer i_known)
+        : SilentMachine(i_script.data)
+        , _commands(i_script.commands)
+        , _known(std::move(i_known))
+    {}
+    std::future<std::vector<CommandDescription>> GetCommands() const override { return MakeReady(_commands); }
+    std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override
+    {
+        return MakeReady(_known.answer.canRun);
+    }
+    KnownCanRunAnswer GetKnownCanRunAnswer(const boost::uuids::uuid&) const override { return _known; }
+
+private:
+    std::vector<CommandDescription> _commands;
+    KnownCanRunAnswer _known;
+};
+
+TEST_F(PrinterCommandManagerTest, TellsWhyEachCommandIsDisabled)
+{
+    using Kind = CommandRefusal::Kind;
+    const auto now = std::chrono::system_clock::now();
+    const std::string time = QDateTime::currentDateTime().toString(QStringLiteral("HH:mm")).toStdString();
+    const auto part = TestSupport::MakePart(L"part");
+    struct Row
+    {
+        int kind;
+        bool hasParts, allowsBuild, isRunning;
+        KnownCanRunAnswer known;
+        Kind expected;
+        std::string text;
+    };
+    const Row rows[] = {
+        {4, true, true, false, {{true, {}}, now, {}}, Kind::None, ""},
+        {4, true, true, false, {{true, {}}, now, now}, Kind::None, ""}, // the last answer holds
+        {4,
+         true,
+         true,
+         false,
+         {{}, {}, {}},
+         Kind::NotAnsweredYet,
+         "The machine is being asked whether it can do this."},
+        {4, true, true, false, {{}, now, {}}, Kind::MachineRefuses, "The machine does not allow it now."},
+        {4,
+         true,
+         true,
+         false,
+         {{false, "The <b>door</b>\nis open."}, now, {}},
+         Kind::MachineRefuses,
+         "The <b>door</b> is open."},
+        {4, true, true, false, {{}, now, now}, Kind::MachineSilent, "The machine has not answered since " + time + "."},
+        {4, false, true, false, {{true, {}}, now, {}}, Kind::NothingOnPlate, "There is nothing on the plate."},
+        {4, false, true, true, {{true, {}}, now, {}}, Kind::AnotherCommandRuns, "Another command is still running."},
+        {1, true, false, false, {{true, {}}, now, {}}, Kind::SwitchedOff, "It is switched off in the settings."},
+        {1, true, true, false, {{}, now, now}, Kind::None, ""}, // never asks the machine
+        {1, true, true, true, {{}, now, now}, Kind::AnotherCommandRuns, "Another command is still running."},
+    };
+    const Vexlor::UICommands::ActiveSceneContext context;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.kind << ' ' << row.text);
+        _Offer({row.kind});
+        _scene->GetParts().assign(row.hasParts ? 1 : 0, part);
+        _host.application.GetSettings().SetDisableBuildButton(!row.allowsBuild);
+        PrinterCommandManager manager(
+            _getScene,
+            [&](VexlorCore::DataSet*) { return Machine(std::make_unique<KnowingStrategy>(*_script, row.known)); },
+            _host.GetProviderGetter(), _getText);
+        manager.CheckCommands();
+        auto* const command = manager.GetAllCommands().front();
+        const auto update = [&] {
+            command->Update(context);
+            command->Update(context); // tells of each change once
+            return true;
+        };
+        QSignalSpy changes(command, &Vexlor::UICommands::UiCommand::Changed);
+        if (row.isRunning)
+            _host.provider.RunJob(QString(), [&](VexlorCore::IJobProgress&) {
+                VexlorCore::UiThread::Invoke([&] { update(); });
+                return true;
+            });
+        else
+            update();
+        const CommandRefusal refusal = manager.GetRefusal(command->GetId());
+        EXPECT_EQ(refusal.kind, row.expected);
+        EXPECT_EQ(refusal.GetText().toStdString(), row.text);
+        EXPECT_EQ(command->IsEnabled(), row.expected == Kind::None);
+        EXPECT_EQ(changes.count(), row.expected == Kind::None ? 0 : 1);
+    }
+    _host.application.GetSettings().SetDisableBuildButton(false);
 }
 
 TEST_F(PrinterCommandManagerTest, BringsBackWhatAListenerTookAwayDuringACheck)

@@ -1,5 +1,7 @@
 #include "buildprocessor/machines/MachineProfile.h"
 
+#include "buildprocessor/machines/MachinePictures.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -23,6 +25,21 @@ template <class Named>
 std::optional<std::size_t> FindName(const std::vector<Named>& i_items, std::string_view i_name)
 {
     return FindIndex(i_items, [&](const Named& i_known) { return i_known.name == i_name; });
+}
+
+MachineState ToMachineState(QueueState i_state)
+{
+    switch (i_state) {
+    case QueueState::Running:
+        break;
+    case QueueState::Paused:
+        return MachineState::Paused;
+    case QueueState::Error:
+        return MachineState::Failed;
+    case QueueState::Offline:
+        return MachineState::Offline;
+    }
+    return MachineState::Ready;
 }
 
 } // namespace
@@ -86,6 +103,14 @@ MachineData ToMachineData(const DatedProfile& i_profile)
     data.driverId = profile.driverId;
     data.comment = profile.comment;
     data.configurationTime = i_profile.time;
+    data.technology = profile.technology == Technology::Sla ? MachineTechnology::VatPhotopolymer
+                                                            : MachineTechnology::MaterialExtrusion;
+    data.picture = GetPicture(profile);
+    data.state = ToMachineState(profile.queueState);
+    if (auto sentence = GetStateSentence(profile.queueState); !sentence.empty())
+        data.stateReasons.push_back(std::move(sentence));
+    // The folder is watched: what is known of the queue holds at the moment at which it is asked for.
+    data.stateTime = std::chrono::system_clock::now();
 
     const auto& outline = profile.bed.outline;
     const auto [minX, maxX] = std::minmax_element(outline.begin(), outline.end(),
@@ -138,6 +163,21 @@ const char* GetStateName(QueueState i_state)
         break;
     }
     return "running";
+}
+
+std::string GetStateSentence(QueueState i_state)
+{
+    switch (i_state) {
+    case QueueState::Running:
+        break;
+    case QueueState::Paused:
+        return "The printer's queue is paused.";
+    case QueueState::Error:
+        return "The printer's queue has an error.";
+    case QueueState::Offline:
+        return "The printer is offline.";
+    }
+    return {};
 }
 
 ErrorCode GetRefusal(QueueState i_state)

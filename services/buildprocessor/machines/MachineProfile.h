@@ -164,5 +164,7 @@ MachineChanges FindChanges(const DatedProfile& i_old, const DatedProfile& i_new)
 ErrorCode GetRefusal(QueueState i_state);
 /// "running", "paused", "error", "offline".
 const char* GetStateName(QueueState i_state);
+/// What the user reads of a queue that takes no jobs; empty for one that runs.
+std::string GetStateSentence(QueueState i_state);
 
 } // namespace MachineService::BuildProcessor

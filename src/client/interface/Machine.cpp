@@ -40,6 +40,18 @@ std::future<bool> Machine::CanRunCommand(const boost::uuids::uuid& i_command_id)
     return Held(_strategy)->CanRunCommand(i_command_id);
 }
 
+const IExplainsCanRun* Machine::TryExplain() const
+{
+    return dynamic_cast<const IExplainsCanRun*>(_strategy.get());
+}
+
+std::optional<KnownCanRunAnswer> Machine::GetKnownCanRunAnswer(const boost::uuids::uuid& i_command_id) const
+{
+    const auto strategy = Held(_strategy);
+    const auto* const answers = dynamic_cast<const IKnowsCanRun*>(strategy.get());
+    return answers ? std::optional(answers->GetKnownCanRunAnswer(i_command_id)) : std::nullopt;
+}
+
 std::future<CommandResult> Machine::RunCommand(const CommandParameters& i_parameters) const
 {
     return Held(_strategy)->RunCommand(i_parameters);

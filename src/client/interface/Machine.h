@@ -1,9 +1,11 @@
 #pragma once
 
+#include "client/interface/CanRunAnswers.h"
 #include "client/interface/MachineStrategy.h"
 #include "machineservice_export.h"
 
 #include <memory>
+#include <optional>
 
 namespace MachineService {
 
@@ -25,6 +27,10 @@ public:
     const MachineData GetMachineData() const;
     std::future<std::vector<CommandDescription>> GetCommands() const;
     std::future<bool> CanRunCommand(const boost::uuids::uuid& i_command_id) const;
+    /// Null when the machine gives no sentence with its no. Valid as long as a copy of the machine.
+    const IExplainsCanRun* TryExplain() const;
+    /// Not a question, and ready at once; empty for a machine that keeps no answers: those of the client do.
+    std::optional<KnownCanRunAnswer> GetKnownCanRunAnswer(const boost::uuids::uuid& i_command_id) const;
     std::future<CommandResult> RunCommand(const CommandParameters& i_parameters) const;
     std::future<CommandResult> Preprocessing(const CommandParameters& i_parameters) const;
     std::future<CommandResult> FillReportProperties(const CommandParameters& i_parameters) const;

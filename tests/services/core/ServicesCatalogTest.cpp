@@ -229,8 +229,16 @@ TEST_F(ServicesCatalogTest, MayBeDestroyedInASlotOnItsThread)
 
 TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
 {
-    const std::pair<const char*, ErrorCode> states[] = {
-        {"paused", ErrorCode::QueuePaused}, {"error", ErrorCode::QueueError}, {"offline", ErrorCode::QueueOffline}};
+    struct Row
+    {
+        const char* state;
+        ErrorCode code;
+        MachineState told;
+        const char* reason;
+    };
+    const Row rows[] = {{"paused", ErrorCode::QueuePaused, MachineState::Paused, "The printer's queue is paused."},
+                        {"error", ErrorCode::QueueError, MachineState::Failed, "The printer's queue has an error."},
+                        {"offline", ErrorCode::QueueOffline, MachineState::Offline, "The printer is offline."}};
     WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
     Start();
     const Machine machine = GetMachine(IdA);
@@ -250,11 +258,20 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     EXPECT_EQ(GetFailure([&] { machine.Preprocessing(parameters).get(); }).text,
               "The printer 'Test printer' does not offer preprocessing.");
     parameters.commandId = commands[0].id;
-    for (const auto& [state, code] : states) {
+    EXPECT_EQ(machine.GetMachineData().state, MachineState::Ready);
+    EXPECT_EQ(machine.GetMachineData().technology, MachineTechnology::MaterialExtrusion);
+    EXPECT_EQ(machine.GetMachineData().picture.GetBytes().at(1), 'P'); // a PNG
+    for (const auto& [state, code, told, reason] : rows) {
         WriteFile(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", state));
         ASSERT_TRUE(Expect("updated " + IdA + " 3"));
         journal.Take();
         EXPECT_FALSE(machine.CanRunCommand(parameters.commandId).get());
+        EXPECT_EQ(machine.TryExplain()->ExplainCanRunCommand(parameters.commandId).get(),
+                  (CanRunAnswer{false, reason}));
+        const MachineData data = GetMachine(IdA).GetMachineData();
+        EXPECT_EQ(data.state, told);
+        EXPECT_EQ(data.stateReasons, std::vector<std::string>{reason});
+        EXPECT_LT(std::chrono::system_clock::now() - *data.stateTime, std::chrono::minutes(1));
         EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, code);
     }
     std::filesystem::remove(ProfilePath("a.json"));
