@@ -23,9 +23,7 @@ std::vector<TavAM::Part> ReadMeshFiles(const std::vector<std::filesystem::path>&
         const std::jthread reader([&] {
             try {
                 for (const auto& file : i_files) {
-                    if (stop.stop_requested())
-                        break;
-                    auto read = VexlorCore::ImportMeshFile(file);
+                    auto read = VexlorCore::ImportMeshFile(file, stop);
                     std::move(read.begin(), read.end(), std::back_inserter(parts));
                 }
             } catch (const std::exception&) {

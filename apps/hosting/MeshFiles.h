@@ -9,7 +9,7 @@ namespace Hosting {
 
 class InterruptWatcher;
 
-/// The parts of all files, in their order. The event loop turns meanwhile.
+/// The parts of all files, in their order. The event loop turns meanwhile, and an interruption is heard at any time.
 ///
 /// Thread: UI thread.
 /// \throws what VexlorCore::ImportMeshFile throws.

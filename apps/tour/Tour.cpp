@@ -93,14 +93,14 @@ void ShowEstimates(const Hosting::Estimates& i_estimates, Transcript& io_transcr
 {
     const auto show = [&](const QString& i_label, const QString& i_value, const QString& i_unit) {
         if (!i_value.isEmpty())
-            io_transcript.Line(
-                QStringLiteral("  %1 %2 %3").arg(i_label.leftJustified(10), i_value.rightJustified(12), i_unit));
+            io_transcript.Line(QStringLiteral("  ") + i_label.leftJustified(10) + QLatin1Char(' ') +
+                               i_value.rightJustified(12) + i_unit);
     };
     show(Texts::tr("layers"), i_estimates.layers, {});
-    show(Texts::tr("time"), i_estimates.seconds, QStringLiteral("s"));
-    show(Texts::tr("material"), i_estimates.millimetres, QStringLiteral("mm"));
-    show(QString(), i_estimates.cubicCentimetres, QStringLiteral("cm³"));
-    show(QString(), i_estimates.grams, QStringLiteral("g"));
+    show(Texts::tr("time"), i_estimates.seconds, QStringLiteral(" s"));
+    show(Texts::tr("material"), i_estimates.millimetres, QStringLiteral(" mm"));
+    show(QString(), i_estimates.cubicCentimetres, QStringLiteral(" cm³"));
+    show(QString(), i_estimates.grams, QStringLiteral(" g"));
     for (const auto& part : i_estimates.parts) {
         io_transcript.Line(Texts::tr("  %1 %2 layers %3 cm³")
                                .arg(part.name.leftJustified(24), part.layers.rightJustified(6),

@@ -85,7 +85,8 @@ public:
     ///        also from mesh files. The scene's attachment to a machine stays as it is.
     /// \param i_on_platform_loaded called on the UI thread for each platform after it was taken in; may be empty.
     /// \param i_options 0; reserved.
-    /// \throws TavAM::FileError; VexlorCore::SceneClosed. The scene is then unchanged.
+    /// \throws TavAM::FileError; VexlorCore::SceneClosed; VexlorCore::JobCancelled when the user cancelled while mesh
+    ///         files were read. The scene is then unchanged.
     virtual void LoadProcessorFiles(VexlorCore::DataSet* ip_data_set, const std::vector<std::wstring>& i_files,
                                     const std::int32_t& i_import_kind,
                                     std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,

@@ -33,6 +33,12 @@ QEvent::Type GetNewsEventType()
     return static_cast<QEvent::Type>(type);
 }
 
+std::stop_token& StopOfThisThread()
+{
+    static thread_local std::stop_token mgp_stop;
+    return mgp_stop;
+}
+
 /// A display that fails must not take the job along.
 template <class Function>
 void TellOfFailures(const Function& i_function)
@@ -213,6 +219,7 @@ bool JobRunner::Run(const QString& i_title, const VexlorCore::Job& i_job, std::s
                          [stop = begun.stop]() mutable { stop.request_stop(); });
 
         std::thread thread([&] {
+            StopOfThisThread() = pump.shared.GetStopToken();
             try {
                 result = i_job(pump.shared);
             } catch (...) {
@@ -247,6 +254,11 @@ void JobRunner::Cancel()
     // Outside the lock: it runs the callbacks of whoever waits for it.
     if (stop)
         stop->request_stop();
+}
+
+std::stop_token JobRunner::GetStopOfThisThread()
+{
+    return StopOfThisThread();
 }
 
 bool JobRunner::IsRunning() const

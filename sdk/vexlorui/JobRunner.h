@@ -25,6 +25,8 @@ public:
     /// Thread: any.
     void Cancel();
     bool IsRunning() const;
+    /// That of the job whose thread calls; one that is never asked on other threads.
+    static std::stop_token GetStopOfThisThread();
 
 private:
     struct Begun;

@@ -4,6 +4,7 @@
 #include "tavam/FileError.h"
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Path.h"
+#include "vexlorcore/IVexlorApiProvider.h"
 #include "vexlorcore/Notifications.h"
 #include "vexlorcore/meshimport/MeshImporter.h"
 
@@ -13,6 +14,7 @@
 #include <QString>
 
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -71,6 +73,39 @@ bool IsPlatformFile(const std::filesystem::path& i_path)
            0;
 }
 
+Platforms ReadPlatformFile(const std::filesystem::path& i_path, const std::stop_token& i_stop)
+{
+    TavAM::Database file;
+    TavAM::AMXFileReader::Read(i_path, file, i_stop);
+    if (file.GetNumPlatforms() == 0)
+        throw TavAM::FileError(QCoreApplication::translate("Vexlor::PlatformImport", "'%1' holds no platform.")
+                                   .arg(QString::fromStdString(TavSDK::ShowPath(i_path)))
+                                   .toStdString());
+    Platforms platforms;
+    for (std::size_t i = 0; i < file.GetNumPlatforms(); ++i)
+        platforms.push_back(file.GetPlatform(i));
+    return platforms;
+}
+
+template <class Read>
+Platforms ReadFiles(const std::vector<std::wstring>& i_files, const std::stop_token& i_stop, const Read& i_read)
+{
+    Platforms platforms;
+    try {
+        for (const auto& name : i_files) {
+            auto ofFile = i_read(TavSDK::PathFromWide(name), i_stop);
+            std::move(ofFile.begin(), ofFile.end(), std::back_inserter(platforms));
+        }
+    } catch (const std::runtime_error&) {
+        // Readers that are stopped end like a damaged file.
+        if (!i_stop.stop_requested())
+            throw;
+        throw VexlorCore::JobCancelled(
+            QCoreApplication::translate("Vexlor::PlatformImport", "Reading the files was cancelled.").toStdString());
+    }
+    return platforms;
+}
+
 } // namespace
 
 ImportKind ToImportKind(std::int32_t i_kind)
@@ -84,27 +119,20 @@ ImportKind ToImportKind(std::int32_t i_kind)
     return static_cast<ImportKind>(i_kind);
 }
 
-Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_meshes)
+Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, const std::stop_token& i_stop)
 {
-    Platforms platforms;
-    for (const auto& name : i_files) {
-        const std::filesystem::path path = TavSDK::PathFromWide(name);
-        if (i_with_meshes && !IsPlatformFile(path)) {
-            auto platform = std::make_shared<TavAM::Platform>();
-            platform->GetParts() = VexlorCore::ImportMeshFile(path);
-            platforms.push_back(std::move(platform));
-            continue;
-        }
-        TavAM::Database file;
-        TavAM::AMXFileReader::Read(path, file);
-        if (file.GetNumPlatforms() == 0)
-            throw TavAM::FileError(QCoreApplication::translate("Vexlor::PlatformImport", "'%1' holds no platform.")
-                                       .arg(QString::fromStdString(TavSDK::ShowPath(path)))
-                                       .toStdString());
-        for (std::size_t i = 0; i < file.GetNumPlatforms(); ++i)
-            platforms.push_back(file.GetPlatform(i));
-    }
-    return platforms;
+    return ReadFiles(i_files, i_stop, &ReadPlatformFile);
+}
+
+Platforms ReadPlatformsAndMeshes(const std::vector<std::wstring>& i_files, const std::stop_token& i_stop)
+{
+    return ReadFiles(i_files, i_stop, [](const std::filesystem::path& i_path, const std::stop_token& i_token) {
+        if (IsPlatformFile(i_path))
+            return ReadPlatformFile(i_path, i_token);
+        auto platform = std::make_shared<TavAM::Platform>();
+        platform->GetParts() = VexlorCore::ImportMeshFile(i_path, i_token);
+        return Platforms{std::move(platform)};
+    });
 }
 
 void MergePlatform(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded, ImportKind i_kind)

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -24,11 +25,11 @@ ImportKind ToImportKind(std::int32_t i_kind);
 
 using Platforms = std::vector<std::shared_ptr<TavAM::Platform>>;
 
-/// All platforms of all files.
-/// \param i_with_meshes a file that is not .TavAMX is read as mesh and makes a platform of its parts.
-/// Thread: any.
-/// \throws TavAM::FileError.
-Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, bool i_with_meshes);
+/// All platforms of all files. Thread: any.
+/// \throws TavAM::FileError; VexlorCore::JobCancelled when the token asks.
+Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, const std::stop_token& i_stop);
+/// The same, but a file that is not .TavAMX is read as mesh and makes a platform of its parts.
+Platforms ReadPlatformsAndMeshes(const std::vector<std::wstring>& i_files, const std::stop_token& i_stop);
 
 /// Takes one platform of a machine into the platform of a scene.
 void MergePlatform(TavAM::Platform& io_scene, const TavAM::Platform& i_loaded, ImportKind i_kind);

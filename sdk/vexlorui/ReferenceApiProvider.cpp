@@ -252,7 +252,11 @@ void ReferenceApiProvider::LoadProcessorFiles(
 {
     const auto kind = ToImportKind(i_import_kind);
     const SceneOfCall held(ip_data_set);
-    const auto loaded = ReadPlatforms(i_files, kind == ImportKind::AdditionalParts);
+    // Mesh files may take minutes. A platform file is the result of what was done; a cancellation comes too late for
+    // it.
+    const auto loaded = kind == ImportKind::AdditionalParts
+                            ? ReadPlatformsAndMeshes(i_files, JobRunner::GetStopOfThisThread())
+                            : ReadPlatforms(i_files, {});
     UiThread::Invoke([&] {
         auto& scene = held.Get();
         if (loaded.empty())
@@ -300,18 +304,15 @@ void ReferenceApiProvider::LoadPlatformFile(DataSet* ip_data_set, std::int32_t i
     const SceneOfCall held(ip_data_set);
     Platforms loaded;
     const auto read = [&](VexlorCore::IJobProgress& io_progress) {
-        loaded = ReadPlatforms(i_files, false);
-        return !io_progress.GetStopToken().stop_requested();
+        loaded = ReadPlatforms(i_files, io_progress.GetStopToken());
+        return true;
     };
     // A job's thread is under a progress display already.
     if (i_show_progress && UiThread::IsCurrent()) {
         auto& provider = i_api_provider ? i_api_provider() : *this;
-        if (!provider.RunJobWithTitle(i_progress_title, read))
-            throw VexlorCore::JobCancelled(
-                QCoreApplication::translate("Vexlor::ReferenceApiProvider", "Loading the platform was cancelled.")
-                    .toStdString());
+        provider.RunJobWithTitle(i_progress_title, read);
     } else {
-        loaded = ReadPlatforms(i_files, false);
+        loaded = ReadPlatforms(i_files, JobRunner::GetStopOfThisThread());
     }
     if (loaded.size() != 1)
         throw TavAM::FileError(

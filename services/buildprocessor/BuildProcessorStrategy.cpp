@@ -1,11 +1,11 @@
 #include "buildprocessor/BuildProcessorStrategy.h"
 
 #include "buildprocessor/ServiceContext.h"
-#include "buildprocessor/base/Guard.h"
 #include "buildprocessor/commands/CommandTable.h"
 #include "buildprocessor/commands/ReportCommands.h"
 #include "buildprocessor/platform/PlatformInformation.h"
 #include "contract/Failure.h"
+#include "contract/Guard.h"
 #include "contract/ReadyFuture.h"
 
 namespace MachineService::BuildProcessor {
@@ -46,7 +46,7 @@ std::future<CanRunAnswer> BuildProcessorStrategy::ExplainCanRunCommand(const boo
 
 std::future<CommandResult> BuildProcessorStrategy::RunCommand(const CommandParameters& i_parameters) const
 {
-    try {
+    return ReadyIfRefused([&] {
         const auto dated = _GetProfile();
         const auto* const command = FindOfferedCommand(i_parameters.commandId, dated->profile.configuresConnection);
         if (!command)
@@ -55,38 +55,31 @@ std::future<CommandResult> BuildProcessorStrategy::RunCommand(const CommandParam
         if (refusal != ErrorCode::None)
             throw CommunicationException(refusal);
         return _Submit(dated, i_parameters, command->slices, command->run);
-    } catch (...) {
-        return Failed<CommandResult>();
-    }
+    });
 }
 
 ProgressWatcherFuture<PlatformInfo> BuildProcessorStrategy::GetPlatformInformation() const
 {
     const auto watcher = std::make_shared<ProgressWatcher>();
-    try {
-        return ProgressWatcherFuture(_Ask(watcher->GetStopToken(),
-                                          [watcher](PlatformRequest i_request) {
-                                              i_request.onProgress = [watcher](int i_percent) {
-                                                  watcher->SetProgress(i_percent);
-                                              };
-                                              return MakePlatformInformation(i_request);
-                                          }),
-                                     watcher);
-    } catch (...) {
-        return ProgressWatcherFuture(Failed<PlatformInfo>());
-    }
+    return ProgressWatcherFuture(ReadyIfRefused([&] {
+                                     return _Ask(watcher->GetStopToken(), [watcher](PlatformRequest i_request) {
+                                         i_request.onProgress = [watcher](int i_percent) {
+                                             watcher->SetProgress(i_percent);
+                                         };
+                                         return MakePlatformInformation(i_request);
+                                     });
+                                 }),
+                                 watcher);
 }
 
 std::future<std::pair<CommandResult, Platform>>
 BuildProcessorStrategy::GetEmptyPlatform(const std::string& i_parameters) const
 {
-    try {
+    return ReadyIfRefused([&] {
         return _Ask({}, [parameters = i_parameters](const PlatformRequest& i_request) {
             return MakeEmptyPlatform(i_request, parameters);
         });
-    } catch (...) {
-        return Failed<std::pair<CommandResult, Platform>>();
-    }
+    });
 }
 
 ProgressWatcherFuture<void> BuildProcessorStrategy::ModifyPlatform(const Platform& /*i_platform*/) const
@@ -96,11 +89,7 @@ ProgressWatcherFuture<void> BuildProcessorStrategy::ModifyPlatform(const Platfor
 
 std::future<CommandResult> BuildProcessorStrategy::FillReportProperties(const CommandParameters& i_parameters) const
 {
-    try {
-        return _Submit(_GetProfile(), i_parameters, true, &FillReport);
-    } catch (...) {
-        return Failed<CommandResult>();
-    }
+    return ReadyIfRefused([&] { return _Submit(_GetProfile(), i_parameters, true, &FillReport); });
 }
 
 std::future<CommandResult> BuildProcessorStrategy::Preprocessing(const CommandParameters& /*i_parameters*/) const
@@ -146,7 +135,7 @@ std::future<CommandResult> BuildProcessorStrategy::_Submit(ProfilePointer ip_pro
          ip_run](std::stop_token i_stop) {
             const JobInput input{profile->profile, parameters, context.enginePath, context.jobsDir, context.settingsDir,
                                  context.cache,    i_stop};
-            return RunGuarded([&] { return ip_run(input); });
+            return RunGuarded([&] { return ip_run(input); }, "The job failed: ");
         });
 }
 

@@ -2,6 +2,7 @@
 
 #include "client/interface/ScopedTempDir.h"
 #include "contract/Failure.h"
+#include "contract/Guard.h"
 #include "contract/ReadyFuture.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavam/Platform.h"
@@ -15,19 +16,6 @@ namespace MachineService {
 namespace {
 
 constexpr std::uint64_t MaxPlatformBytes = 10'000'000; ///< one without parts is far below
-
-/// Exceptions that are not the contract's become ones, so that the client knows what to show.
-template <class Work>
-auto Guarded(const Work& i_work)
-{
-    try {
-        return i_work();
-    } catch (const CommunicationException&) {
-        throw;
-    } catch (const std::exception& failure) {
-        Fail(ErrorCode::InternalError, failure.what());
-    }
-}
 
 [[noreturn]] void RefuseMissing(const OfferedMachine& i_machine, const char* ip_what)
 {
@@ -88,7 +76,7 @@ template <class Choose>
 std::future<CommandResult> OfferedMachineStrategy::_Run(const CommandParameters& i_parameters, const char* ip_what,
                                                         const Choose& i_choose) const
 {
-    try {
+    return ReadyIfRefused([&] {
         const auto machine = _Get();
         const Run& run = i_choose(*machine);
         if (!run)
@@ -96,11 +84,9 @@ std::future<CommandResult> OfferedMachineStrategy::_Run(const CommandParameters&
         // The function lives in the machine, which the job therefore keeps.
         return _machines->jobs.Submit(machine->data.id, i_parameters.stopToken,
                                       [machine, &run, parameters = i_parameters](std::stop_token i_stop) {
-                                          return Guarded([&] { return run(CommandRun{parameters, i_stop}); });
+                                          return RunGuarded([&] { return run(CommandRun{parameters, i_stop}); });
                                       });
-    } catch (...) {
-        return Failed<CommandResult>();
-    }
+    });
 }
 
 std::future<std::vector<CommandDescription>> OfferedMachineStrategy::GetCommands() const
@@ -173,37 +159,33 @@ ProgressWatcherFuture<PlatformInfo> OfferedMachineStrategy::GetPlatformInformati
 std::future<std::pair<CommandResult, Platform>>
 OfferedMachineStrategy::GetEmptyPlatform(const std::string& i_parameters) const
 {
-    try {
+    return ReadyIfRefused([&] {
         const auto machine = _Get();
         return _machines->questions.Submit(
             machine->data.id, {}, [machine, parameters = i_parameters](std::stop_token i_stop) {
-                return Guarded([&] {
+                return RunGuarded([&] {
                     const auto values = ReadChosenValues(parameters, machine->data.name, machine->platform.choices);
                     return machine->makeEmptyPlatform ? machine->makeEmptyPlatform(values, i_stop)
                                                       : MakeEmpty(*machine, values);
                 });
             });
-    } catch (...) {
-        return Failed<std::pair<CommandResult, Platform>>();
-    }
+    });
 }
 
 ProgressWatcherFuture<void> OfferedMachineStrategy::ModifyPlatform(const Platform& i_platform) const
 {
     const auto watcher = std::make_shared<ProgressWatcher>();
-    try {
-        const auto machine = _Get();
-        if (!machine->modifyPlatform)
-            RefuseMissing(*machine, "changes of a platform");
-        return ProgressWatcherFuture(
-            _machines->questions.Submit(machine->data.id, watcher->GetStopToken(),
-                                        [machine, platform = i_platform](std::stop_token i_stop) {
-                                            Guarded([&] { machine->modifyPlatform(platform, i_stop); });
-                                        }),
-            watcher);
-    } catch (...) {
-        return ProgressWatcherFuture(Failed<void>(), watcher);
-    }
+    return ProgressWatcherFuture(ReadyIfRefused([&] {
+                                     const auto machine = _Get();
+                                     if (!machine->modifyPlatform)
+                                         RefuseMissing(*machine, "changes of a platform");
+                                     return _machines->questions.Submit(
+                                         machine->data.id, watcher->GetStopToken(),
+                                         [machine, platform = i_platform](std::stop_token i_stop) {
+                                             RunGuarded([&] { machine->modifyPlatform(platform, i_stop); });
+                                         });
+                                 }),
+                                 watcher);
 }
 
 std::future<ProfileAssignments> OfferedMachineStrategy::GetProfileAssignments() const

@@ -8,12 +8,15 @@
 
 namespace MachineService {
 
-std::shared_ptr<TavAM::Platform> ReadOnePlatform(const std::filesystem::path& i_file)
+std::shared_ptr<TavAM::Platform> ReadOnePlatform(const std::filesystem::path& i_file, const std::stop_token& i_stop)
 {
     TavAM::Database database;
     try {
-        TavAM::AMXFileReader::Read(i_file, database);
+        TavAM::AMXFileReader::Read(i_file, database, i_stop);
     } catch (const TavSDK::FileError& failure) {
+        // Reading that is stopped ends like a damaged file.
+        if (i_stop.stop_requested())
+            throw CommunicationException(ErrorCode::ProcessingAborted);
         Fail(ErrorCode::FileError, failure.what());
     }
     if (database.GetNumPlatforms() != 1)

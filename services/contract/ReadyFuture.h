@@ -32,4 +32,18 @@ std::future<Result> Failed()
     return Ready([failure = std::current_exception()]() -> Result { std::rethrow_exception(failure); });
 }
 
+/// The future that i_begin returns, or a ready one with what it throws.
+template <class Begin>
+auto ReadyIfRefused(const Begin& i_begin) -> std::invoke_result_t<const Begin&>
+{
+    using Result = decltype(i_begin().get());
+    try {
+        return i_begin();
+    } catch (...) {
+        std::promise<Result> refused;
+        refused.set_exception(std::current_exception());
+        return refused.get_future();
+    }
+}
+
 } // namespace MachineService

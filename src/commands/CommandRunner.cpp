@@ -129,7 +129,8 @@ CommandResult RunInTemporaryFolders(const Run& i_run, VexlorCore::IJobProgress& 
     ThrowIfCancelled(io_progress);
     CommandResult result = AwaitServiceAnswer(i_run.operation, std::move(parameters), io_progress);
     ThrowIfFailed(result);
-    // From here on a cancellation comes too late: results are taken into the scene as a whole.
+    // From here on a cancellation comes too late, but for mesh files that are read: results are taken into the scene as
+    // a whole.
     LoadOutput(i_run, result, output);
     return result;
 }

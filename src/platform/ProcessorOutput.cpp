@@ -21,7 +21,11 @@ void LoadProcessorOutput(VexlorCore::DataSet* ip_data_set, DataFormat i_format,
     case DataFormat::AdditionalParts: {
         // The host's import kinds have the numbers of the formats.
         const auto kind = static_cast<std::int32_t>(i_format);
-        i_api_provider().LoadProcessorFiles(ip_data_set, i_files, kind, std::move(i_on_platform_loaded), 0);
+        try {
+            i_api_provider().LoadProcessorFiles(ip_data_set, i_files, kind, std::move(i_on_platform_loaded), 0);
+        } catch (const VexlorCore::JobCancelled&) {
+            throw CommunicationException(ErrorCode::ProcessingAborted);
+        }
         return;
     }
     case DataFormat::Document:

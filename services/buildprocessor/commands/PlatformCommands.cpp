@@ -8,6 +8,7 @@
 #include "buildprocessor/geometry/CollisionCheck.h"
 #include "buildprocessor/geometry/PlacementCheck.h"
 #include "buildprocessor/platform/PropertyNames.h"
+#include "buildprocessor/verify/PartMeshes.h"
 #include "contract/Failure.h"
 #include "tavsdk/Text.h"
 
@@ -20,16 +21,18 @@ namespace {
 
 constexpr std::size_t MaxLines = 12; ///< of faults that one message box shows
 
-std::vector<std::string> FindFaults(const JobInput& i_input, const TavAM::Platform& i_platform,
-                                    const std::vector<NoBuildZone>& i_zones)
+/// All that Build would refuse before it slices. \param io_platform gets what Build would mend.
+std::vector<std::string> FindFaults(const JobInput& i_input, JobSettings& io_settings, TavAM::Platform& io_platform)
 {
     std::vector<std::string> faults;
+    const MachineProfile& profile = io_settings.profile;
     PlacementRules rules;
-    rules.onBed = !i_input.profile.MakesSupports();
+    rules.onBed = !profile.MakesSupports();
     rules.tolerance = VolumeTolerance;
     for (const PlacementFault& fault :
-         FindPlacementFaults(i_platform, i_input.profile.bed, i_input.profile.height, rules, i_input.stop))
-        faults.push_back(fault.message);
+         FindPlacementFaults(io_platform, profile.bed, profile.height, rules, i_input.stop))
+        if (fault.kind != PlacementFault::Kind::WithoutMesh)
+            faults.push_back(fault.message);
     const auto collect = [&](const auto& i_check) {
         try {
             i_check();
@@ -39,10 +42,17 @@ std::vector<std::string> FindFaults(const JobInput& i_input, const TavAM::Platfo
             faults.emplace_back(failure.what());
         }
     };
+    const bool isPlaced = faults.empty();
     collect([&] {
-        const auto parts = GetGeometries(i_platform, i_input.stop);
+        const auto mended = MendParts(io_platform, i_input.stop);
+        io_settings.notes.insert(io_settings.notes.end(), mended.begin(), mended.end());
+    });
+    collect([&] {
+        const auto parts = GetGeometries(io_platform, i_input.stop);
+        if (isPlaced)
+            collect([&] { CheckBuildVolume(profile, parts); });
         collect([&] { CheckCollisions(parts, i_input.stop); });
-        collect([&] { CheckNoBuildZones(parts, i_zones, i_input.stop); });
+        collect([&] { CheckNoBuildZones(parts, io_settings.rules.zones, i_input.stop); });
     });
     return faults;
 }
@@ -100,9 +110,9 @@ CommandResult PlaceAutomatically(const JobInput& i_input)
 CommandResult CheckPlatform(const JobInput& i_input)
 {
     PlatformCommand command(i_input);
-    const JobSettings settings = command.Settle();
+    JobSettings settings = command.Settle();
     command.Report(10, "Checking the parts");
-    const auto faults = FindFaults(i_input, command.GetPlatform(), settings.rules.zones);
+    const auto faults = FindFaults(i_input, settings, command.GetPlatform());
     if (!faults.empty()) {
         std::string text = "The platform cannot be built:";
         for (std::size_t index = 0; index < std::min(faults.size(), MaxLines); ++index)
@@ -111,6 +121,7 @@ CommandResult CheckPlatform(const JobInput& i_input)
             text += "\nand " + std::to_string(faults.size() - MaxLines) + " more.";
         Fail(ErrorCode::FileError, text);
     }
+    command.AddNotes(settings.notes);
     command.Set(PropertyName::Check, "passed");
     command.Set(PropertyName::CheckTime, QDateTime::currentDateTimeUtc().toString(Qt::ISODate).toStdString());
     return command.Finish(DataFormat::Properties, "All " + std::to_string(command.GetPlatform().GetParts().size()) +

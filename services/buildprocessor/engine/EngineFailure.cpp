@@ -189,4 +189,9 @@ void FailWithEngineReason(const std::string& i_what, const std::string& i_output
     Fail(ErrorCode::InternalError, reason.empty() ? i_what + '.' : i_what + ": " + reason);
 }
 
+void FailMachineFile(const std::string& i_what)
+{
+    Fail(ErrorCode::InternalError, "The slicing engine's machine file is not usable: " + i_what + '.');
+}
+
 } // namespace MachineService::BuildProcessor

@@ -24,4 +24,7 @@ std::string CleanEngineText(std::string_view i_text);
 [[noreturn]] void FailWithEngineReason(const std::string& i_what, const std::string& i_output,
                                        const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts);
 
+/// \throws CommunicationException InternalError: the engine's machine file cannot be used, and why. Always.
+[[noreturn]] void FailMachineFile(const std::string& i_what);
+
 } // namespace MachineService::BuildProcessor

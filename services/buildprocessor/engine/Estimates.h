@@ -3,9 +3,7 @@
 #include "buildprocessor/machines/MachineProfile.h"
 
 #include <cstddef>
-#include <filesystem>
 #include <optional>
-#include <stop_token>
 #include <vector>
 
 namespace MachineService::BuildProcessor {
@@ -31,15 +29,5 @@ struct Estimates
 
 /// cm³ of a length of filament in mm.
 double GetFilamentVolume(const Material& i_material, double i_millimetres);
-
-/// Reads and checks G-code: complete, its extrusion on the bed and below the height, estimates there and in agreement.
-/// \throws CommunicationException InternalError with what is wrong; ProcessingAborted when the token asked.
-Estimates ReadGCodeEstimates(const std::filesystem::path& i_path, const MachineProfile& i_profile,
-                             std::size_t i_part_count, std::stop_token i_stop);
-
-/// Reads and checks a package of layer images with its estimates.
-/// \throws CommunicationException as ReadGCodeEstimates.
-Estimates ReadResinEstimates(const std::filesystem::path& i_path, const MachineProfile& i_profile,
-                             std::stop_token i_stop);
 
 } // namespace MachineService::BuildProcessor

@@ -1,6 +1,7 @@
 #include "buildprocessor/engine/GCodeReader.h"
 
-#include "contract/Failure.h"
+#include "buildprocessor/base/Cancellation.h"
+#include "buildprocessor/engine/EngineFailure.h"
 #include "tavsdk/FileError.h"
 
 #include <cerrno>
@@ -13,11 +14,6 @@
 namespace MachineService::BuildProcessor {
 
 namespace {
-
-[[noreturn]] void FailFile(const std::string& i_what)
-{
-    Fail(ErrorCode::InternalError, "The slicing engine's machine file is not usable: " + i_what + '.');
-}
 
 template <class Visit>
 void ForEachWord(std::string_view i_words, const Visit& i_visit)
@@ -36,14 +32,14 @@ void ForEachWord(std::string_view i_words, const Visit& i_visit)
 class Machine
 {
 public:
-    explicit Machine(IGCodeVisitor& io_visitor)
-        : _visitor(io_visitor)
+    explicit Machine(std::span<IGCodeVisitor* const> i_visitors)
+        : _visitors(i_visitors)
     {}
 
     void ReadLine(std::string_view i_line)
     {
         if (i_line.starts_with(';')) {
-            _visitor.OnComment(i_line.substr(1));
+            _ReadComment(i_line.substr(1));
             return;
         }
         const std::string_view text = i_line.substr(0, i_line.find(';'));
@@ -59,11 +55,38 @@ public:
                 _isRelativeE = name == "M83";
             else if (name == "G90" || name == "G91")
                 _isRelative = _isRelativeE = name == "G91";
-            _visitor.OnCommand(name, words);
+            _ForEach([&](IGCodeVisitor& io_visitor) { io_visitor.OnCommand(name, words); });
         }
     }
 
 private:
+    template <class Visit>
+    void _ForEach(const Visit& i_visit) const
+    {
+        for (IGCodeVisitor* const visitor : _visitors)
+            i_visit(*visitor);
+    }
+
+    void _ReadComment(std::string_view i_text) const
+    {
+        const bool begins = i_text.starts_with(" printing object ");
+        if (!begins && !i_text.starts_with(" stop printing object ")) {
+            _ForEach([&](IGCodeVisitor& io_visitor) { io_visitor.OnComment(i_text); });
+            return;
+        }
+        std::optional<std::size_t> part;
+        if (begins) {
+            // The name is a user's: the number is behind the last "id:".
+            constexpr std::string_view mark = " id:";
+            const std::size_t at = i_text.rfind(mark);
+            if (at == std::string_view::npos ||
+                std::from_chars(i_text.data() + at + mark.size(), i_text.data() + i_text.size(), part.emplace()).ec !=
+                    std::errc())
+                FailMachineFile("it names a part that was not sent");
+        }
+        _ForEach([&](IGCodeVisitor& io_visitor) { io_visitor.OnPart(part); });
+    }
+
     template <class Set>
     static void _ForEachAxis(std::string_view i_words, const Set& i_set)
     {
@@ -71,7 +94,7 @@ private:
             double value = 0;
             // A letter alone is a flag, as in "G28 X".
             if (!i_text.empty() && !ReadNumber(i_text, value))
-                FailFile("it holds something that is not a number");
+                FailMachineFile("it holds something that is not a number");
             i_set(i_letter, value);
         });
     }
@@ -110,9 +133,11 @@ private:
             move.pushed = _pushed - _furthest;
             _furthest = _pushed;
         }
-        if (i_is_arc && extruded > 0)
-            _visitor.OnArc();
-        _visitor.OnMove(move);
+        _ForEach([&](IGCodeVisitor& io_visitor) {
+            if (i_is_arc && extruded > 0)
+                io_visitor.OnArc();
+            io_visitor.OnMove(move);
+        });
     }
 
     void _SetPosition(std::string_view i_words)
@@ -129,7 +154,7 @@ private:
         });
     }
 
-    IGCodeVisitor& _visitor;
+    const std::span<IGCodeVisitor* const> _visitors;
     double _x = 0;
     double _y = 0;
     double _z = 0;
@@ -160,13 +185,14 @@ bool FindWord(std::string_view i_words, char i_letter, double& o_value)
     return found;
 }
 
-void ReadGCode(const std::filesystem::path& i_path, IGCodeVisitor& io_visitor, const std::stop_token& i_stop)
+void ReadGCode(const std::filesystem::path& i_path, std::span<IGCodeVisitor* const> i_visitors,
+               const std::stop_token& i_stop)
 {
     std::ifstream file(i_path, std::ios::binary);
     if (!file)
-        FailFile("it cannot be read: " + TavSDK::ErrnoText(errno));
+        FailMachineFile("it cannot be read: " + TavSDK::ErrnoText(errno));
     constexpr std::size_t pieceSize = 1 << 20;
-    Machine machine(io_visitor);
+    Machine machine(i_visitors);
     std::vector<char> piece(pieceSize);
     std::string rest;
     const auto read = [&](std::string_view i_line) {
@@ -175,8 +201,7 @@ void ReadGCode(const std::filesystem::path& i_path, IGCodeVisitor& io_visitor, c
         machine.ReadLine(i_line);
     };
     while (file.read(piece.data(), pieceSize), file.gcount() > 0) {
-        if (i_stop.stop_requested())
-            throw CommunicationException(ErrorCode::ProcessingAborted);
+        ThrowIfStopped(i_stop);
         std::string_view text(piece.data(), static_cast<std::size_t>(file.gcount()));
         for (std::size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
             if (rest.empty()) {
@@ -190,10 +215,10 @@ void ReadGCode(const std::filesystem::path& i_path, IGCodeVisitor& io_visitor, c
         }
         rest.append(text);
         if (rest.size() > pieceSize)
-            FailFile("a line of it has no end");
+            FailMachineFile("a line of it has no end");
     }
     if (file.bad())
-        FailFile("it cannot be read to its end");
+        FailMachineFile("it cannot be read to its end");
     if (!rest.empty())
         read(rest);
 }

@@ -2,6 +2,8 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <optional>
+#include <span>
 #include <stop_token>
 #include <string_view>
 
@@ -23,18 +25,21 @@ public:
     virtual ~IGCodeVisitor() = default;
     virtual void OnMove(const GCodeMove& i_move) = 0;
     /// An arc that pushes filament: the engine writes none.
-    virtual void OnArc() = 0;
+    virtual void OnArc() {}
     /// A command other than moves. \param i_words what follows its name, without a comment.
-    virtual void OnCommand(std::string_view i_name, std::string_view i_words) = 0;
-    /// Text behind a semicolon that begins a line.
+    virtual void OnCommand(std::string_view /*i_name*/, std::string_view /*i_words*/) {}
+    /// What follows belongs to the part of this number; to none when there is none.
+    virtual void OnPart(std::optional<std::size_t> i_part) = 0;
+    /// Text behind a semicolon that begins a line, but for the labels of parts.
     virtual void OnComment(std::string_view i_text) = 0;
 };
 
 /// Follows the machine through the file: absolute and relative positions and extrusion, positions that are set, axes E
-/// and A.
+/// and A. Each visitor meets a line before the next line is read.
 /// \throws CommunicationException InternalError for a file that cannot be read or words that are no numbers;
 ///         ProcessingAborted when the token asks; and what the visitor throws.
-void ReadGCode(const std::filesystem::path& i_path, IGCodeVisitor& io_visitor, const std::stop_token& i_stop);
+void ReadGCode(const std::filesystem::path& i_path, std::span<IGCodeVisitor* const> i_visitors,
+               const std::stop_token& i_stop);
 
 /// The number after a letter in the words of a command, "S0" for one; false when there is none.
 bool FindWord(std::string_view i_words, char i_letter, double& o_value);

@@ -131,17 +131,20 @@ private:
             return;
         }
         if (const double depth = GetDepth(_parts[i_index], _bed); depth < -_rules.tolerance)
-            _Add(Kind::OutsideBed, i_index, "leaves the bed by " + FormatMillimetres(-depth) + '.');
+            _Add(Kind::OutsideBed, i_index,
+                 "leaves the bed by " + FormatMillimetres(-depth) + "; move, turn or scale it.");
         else if (depth < _partToWall - _rules.tolerance)
             _Add(Kind::OutsideBed, i_index,
-                 "is only " + FormatMillimetres(std::max(depth, 0.0)) + " away from the edge of the bed.");
+                 "is only " + FormatMillimetres(std::max(depth, 0.0)) + " away from the edge of the bed; move it.");
         if (item.box.max.z > _height + _rules.tolerance)
             _Add(Kind::TooHigh, i_index,
-                 "is " + FormatMillimetres(item.box.max.z - _height) + " higher than the printer builds.");
+                 "is " + FormatMillimetres(item.box.max.z - _height) +
+                     " higher than the printer builds; turn or scale it.");
         if (item.box.min.z < -_rules.tolerance)
-            _Add(Kind::BelowBed, i_index, "reaches " + FormatMillimetres(-item.box.min.z) + " below the bed.");
+            _Add(Kind::BelowBed, i_index, "reaches " + FormatMillimetres(-item.box.min.z) + " below the bed; lift it.");
         else if (_rules.onBed && item.box.min.z > _rules.tolerance)
-            _Add(Kind::AboveBed, i_index, "floats " + FormatMillimetres(item.box.min.z) + " above the bed.");
+            _Add(Kind::AboveBed, i_index,
+                 "floats " + FormatMillimetres(item.box.min.z) + " above the bed; lower it, or choose supports.");
         // Whoever is this far away was told above and meets nobody on the bed.
         const double reach = std::max(
             {std::abs(item.box.min.x), std::abs(item.box.max.x), std::abs(item.box.min.y), std::abs(item.box.max.y)});
@@ -149,7 +152,7 @@ private:
             item.hull = MakeHullFootprint(_parts[i_index], {});
         for (const NoBuildZone& zone : _rules.zones) {
             if (!item.hull.empty() && _Enters(i_index, zone))
-                _Add(Kind::InZone, i_index, "enters the no-build zone '" + TavSDK::ToUtf8(zone.name) + "'.");
+                _Add(Kind::InZone, i_index, "enters the no-build zone '" + TavSDK::ToUtf8(zone.name) + "'; move it.");
         }
     }
 

@@ -1,10 +1,7 @@
 #include "buildprocessor/platform/PlatformFiles.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "contract/Failure.h"
-#include "tavam/AMXFileReader.h"
-#include "tavam/AMXFileWriter.h"
-#include "tavam/FileError.h"
+#include "contract/PlatformFiles.h"
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Utf8.h"
 
@@ -15,21 +12,6 @@
 namespace MachineService::BuildProcessor {
 
 namespace {
-
-std::shared_ptr<TavAM::Platform> ReadFile(const std::filesystem::path& i_file, const std::stop_token& i_stop)
-{
-    TavAM::Database database;
-    try {
-        TavAM::AMXFileReader::Read(i_file, database, i_stop);
-    } catch (const TavAM::FileError&) {
-        ThrowIfStopped(i_stop);
-        throw;
-    }
-    if (database.GetNumPlatforms() != 1)
-        Fail(ErrorCode::FileError, "The file '" + i_file.string() + "' holds " +
-                                       std::to_string(database.GetNumPlatforms()) + " platforms; one is expected.");
-    return database.GetPlatform(0);
-}
 
 void Apply(const PartParameters& i_parameters, TavAM::Part& io_part)
 {
@@ -45,7 +27,7 @@ void Apply(const PartParameters& i_parameters, TavAM::Part& io_part)
 
 std::shared_ptr<TavAM::Platform> ReadPlatform(const CommandParameters& i_parameters, const std::stop_token& i_stop)
 {
-    auto platform = ReadFile(i_parameters.inputFile, i_stop);
+    auto platform = ReadOnePlatform(i_parameters.inputFile, i_stop);
     if (i_parameters.parts.empty())
         return platform;
     // The first part of an id is meant, should there be more.
@@ -71,9 +53,7 @@ CommandResult WriteResult(const CommandParameters& i_parameters, TavAM::Platform
     if (!notes.empty() || properties.GetText(TavAM::PropertyNames::Print3D::Notes))
         properties.SetText(TavAM::PropertyNames::Print3D::Notes, TavSDK::ToWide(notes));
 
-    TavAM::AMXFileWriter().WriteFile(i_parameters.outputDir / "platform.TavAMX", io_platform);
-    CommandResult result;
-    result.dataFormat = i_format;
+    CommandResult result = WritePlatformResult(i_parameters.outputDir, io_platform, i_format);
     result.message = std::move(i_message);
     if (!notes.empty())
         result.message += '\n' + notes;

@@ -1,12 +1,12 @@
 #include "buildprocessor/platform/PlatformInformation.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/Guard.h"
 #include "buildprocessor/base/PrivateFile.h"
 #include "buildprocessor/machines/MachineRecord.h"
 #include "buildprocessor/platform/JobSettings.h"
 #include "buildprocessor/platform/PlatformChoices.h"
 #include "client/interface/ScopedTempDir.h"
+#include "contract/Guard.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"
@@ -93,12 +93,12 @@ std::pair<CommandResult, Platform> MakeEmpty(const PlatformRequest& i_request, c
 
 PlatformInfo MakePlatformInformation(const PlatformRequest& i_request)
 {
-    return RunGuarded([&] { return MakeInformation(i_request); });
+    return RunGuarded([&] { return MakeInformation(i_request); }, "The job failed: ");
 }
 
 std::pair<CommandResult, Platform> MakeEmptyPlatform(const PlatformRequest& i_request, const std::string& i_parameters)
 {
-    return RunGuarded([&] { return MakeEmpty(i_request, i_parameters); });
+    return RunGuarded([&] { return MakeEmpty(i_request, i_parameters); }, "The job failed: ");
 }
 
 } // namespace MachineService::BuildProcessor

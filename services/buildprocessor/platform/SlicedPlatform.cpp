@@ -95,6 +95,8 @@ SlicingResult Slice(const JobInput& i_input, const JobSettings& i_settings, cons
     // Mostly remembered; else asked while the engine works. What it finds says more than the failure that follows from
     // it.
     auto profileCheck = std::async(std::launch::async, [&] { CheckProfile(i_input); });
+    const bool isResin = profile.technology == Technology::Sla;
+    SectionsAhead sections = isResin ? ExpectResin(profile, i_parts) : ExpectGCode(profile, i_parts);
 
     io_progress.Report(6, "Preparing the slicing engine");
     const auto model = i_sliced.workDir.GetAbsoluteFileNameInTempDir("platform.3mf");
@@ -113,15 +115,8 @@ SlicingResult Slice(const JobInput& i_input, const JobSettings& i_settings, cons
     profileCheck.get();
 
     io_progress.Report(EngineEnd, "Checking the machine file");
-    SlicingResult result;
-    if (profile.technology == Technology::Sla) {
-        result.estimates = ReadResinEstimates(i_sliced.machineFile, profile, i_input.stop);
-        CheckResin(i_sliced.machineFile, profile, i_parts, i_input.stop);
-    } else {
-        result.estimates = ReadGCodeEstimates(i_sliced.machineFile, profile, i_parts.size(), i_input.stop);
-        result.notes = CheckGCode(i_sliced.machineFile, profile, i_parts, i_input.stop);
-    }
-    return result;
+    return isResin ? CheckResin(i_sliced.machineFile, profile, i_parts, sections, i_input.stop)
+                   : CheckGCode(i_sliced.machineFile, profile, i_parts, sections, i_input.stop);
 }
 
 /// Empty when nothing was kept, or not the file that is wanted.

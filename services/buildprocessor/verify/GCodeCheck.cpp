@@ -1,24 +1,17 @@
 #include "buildprocessor/verify/GCodeCheck.h"
 
+#include "buildprocessor/engine/EngineFailure.h"
+#include "buildprocessor/engine/GCodeEstimates.h"
 #include "buildprocessor/engine/GCodeReader.h"
 #include "buildprocessor/engine/UsedSettings.h"
 #include "buildprocessor/verify/PartLayerCheck.h"
-#include "contract/Failure.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <memory>
-#include <numbers>
 
 namespace MachineService::BuildProcessor {
 
 namespace {
-
-[[noreturn]] void FailFile(const std::string& i_what)
-{
-    Fail(ErrorCode::InternalError, "The slicing engine's machine file is not usable: " + i_what + '.');
-}
 
 /// What belongs to no part, or carries one, may lie outside of them.
 bool IsAuxiliary(std::string_view i_type)
@@ -36,10 +29,11 @@ class GCodeCheck final : public IGCodeVisitor
 {
 public:
     GCodeCheck(const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts, UsedSettings i_used,
-               const std::stop_token& i_stop)
+               SectionsAhead& io_sections, const std::stop_token& i_stop)
         : _profile(i_profile)
         , _parts(i_parts)
         , _used(std::move(i_used))
+        , _sections(io_sections)
         , _stop(i_stop)
         , _checks(i_parts.size())
     {}
@@ -50,13 +44,13 @@ public:
         if (i_move.pushed <= 0 || !i_move.travels || !_hasLayer || _isAuxiliary)
             return;
         if (!_check)
-            FailFile("material that belongs to no part is put at a height of " + FormatMillimetres(_label.top));
+            FailMachineFile("material that belongs to no part is put at a height of " + FormatMillimetres(_label.top));
         _check->AddMove(i_move, _label);
     }
     void OnArc() override
     {
         if (_hasLayer)
-            FailFile("it holds arcs, which cannot be checked");
+            FailMachineFile("it holds arcs, which cannot be checked");
     }
     void OnCommand(std::string_view i_name, std::string_view i_words) override
     {
@@ -69,10 +63,15 @@ public:
         else if (i_name == "M84" || i_name == "M18")
             _motorsOn = _motorsOn && !_IsBare(i_words);
     }
+    void OnPart(std::optional<std::size_t> i_part) override
+    {
+        // The estimates know that there is such a part.
+        if (i_part && !_checks[*i_part])
+            _MakeCheck(*i_part);
+        _check = i_part ? _checks[*i_part].get() : nullptr;
+    }
     void OnComment(std::string_view i_text) override
     {
-        constexpr std::string_view start = " printing object ";
-        constexpr std::string_view stop = " stop printing object ";
         if (i_text.starts_with("TYPE:")) {
             _SetType(i_text.substr(5));
         } else if (i_text.starts_with("WIDTH:")) {
@@ -81,10 +80,6 @@ public:
             _Read(i_text.substr(7), _label.height);
         } else if (i_text.starts_with("Z:")) {
             _StartLayer(i_text.substr(2));
-        } else if (i_text.starts_with(start)) {
-            _EnterPart(i_text);
-        } else if (i_text.starts_with(stop)) {
-            _check = nullptr;
         } else if (constexpr std::string_view width = " extrusion width = "; !_hasLayer) {
             const std::size_t at = i_text.find(width);
             double value = 0;
@@ -105,11 +100,11 @@ public:
                 notes.push_back(std::move(note));
         }
         if (_nozzle != 0)
-            FailFile("it leaves the nozzle's heater on; end_gcode of the printer's profile must switch it off");
+            FailMachineFile("it leaves the nozzle's heater on; end_gcode of the printer's profile must switch it off");
         if (_bed != 0)
-            FailFile("it leaves the bed's heater on; end_gcode of the printer's profile must switch it off");
+            FailMachineFile("it leaves the bed's heater on; end_gcode of the printer's profile must switch it off");
         if (_motorsOn)
-            FailFile("it leaves the motors on; end_gcode of the printer's profile must switch them off");
+            FailMachineFile("it leaves the motors on; end_gcode of the printer's profile must switch them off");
         return notes;
     }
 
@@ -123,14 +118,14 @@ private:
     static void _Read(std::string_view i_text, double& o_value)
     {
         if (!ReadNumber(i_text, o_value))
-            FailFile("a label of it is not a number");
+            FailMachineFile("a label of it is not a number");
     }
     void _StartLayer(std::string_view i_top)
     {
         const double before = _label.top;
         _Read(i_top, _label.top);
         if (_hasLayer && _label.top <= before)
-            FailFile("its layer at " + FormatMillimetres(_label.top) + " comes again, or too late");
+            FailMachineFile("its layer at " + FormatMillimetres(_label.top) + " comes again, or too late");
         _hasLayer = true;
     }
     void _SetType(std::string_view i_type)
@@ -140,43 +135,17 @@ private:
         if (_check && i_type.starts_with("Support"))
             _check->AddSupport();
     }
-    void _EnterPart(std::string_view i_text)
-    {
-        // The name is a user's: the number is behind the last "id:".
-        constexpr std::string_view mark = " id:";
-        const std::size_t at = i_text.rfind(mark);
-        std::size_t index = _parts.size();
-        if (at != std::string_view::npos)
-            std::from_chars(i_text.data() + at + mark.size(), i_text.data() + i_text.size(), index);
-        if (index >= _parts.size())
-            FailFile("it names a part that was not sent");
-        if (!_checks[index])
-            _MakeCheck(index);
-        _check = _checks[index].get();
-    }
     void _MakeCheck(std::size_t i_index)
     {
         const PartGeometry& part = _parts[i_index];
-        const auto get = [&](std::string_view i_name) {
-            return GetSettingNumber(part.settings, _used, i_name);
-        };
-        const double diameter = _profile.GetDefaultMaterial().filamentDiameter;
-        LayerRules rules;
-        rules.nozzle = _profile.nozzleDiameter;
-        rules.width = std::max(_width, rules.nozzle);
-        rules.grown = std::max(get("xy_size_compensation"), 0.0);
-        rules.shrunk = std::max(-get("xy_size_compensation"), 0.0);
-        rules.foot = std::max(get("elefant_foot_compensation"), 0.0);
-        rules.filament = diameter * diameter * std::numbers::pi / 4;
-        rules.hasRaft = get("raft_layers") > 0;
-        rules.rises = get("spiral_vase") > 0;
-        rules.hasWalls = get("perimeters") > 0;
-        _checks[i_index] = std::make_unique<PartLayerCheck>(part, rules, _stop);
+        _checks[i_index] = std::make_unique<PartLayerCheck>(
+            part, i_index, MakeLayerRules(part, _profile, _used, _width), _sections, _stop);
     }
 
     const MachineProfile& _profile;
     const std::vector<PartGeometry>& _parts;
     const UsedSettings _used;
+    SectionsAhead& _sections;
     const std::stop_token _stop;
     std::vector<std::unique_ptr<PartLayerCheck>> _checks; ///< by part, once it was met
     PartLayerCheck* _check = nullptr;
@@ -191,12 +160,23 @@ private:
 
 } // namespace
 
-std::vector<std::string> CheckGCode(const std::filesystem::path& i_path, const MachineProfile& i_profile,
-                                    const std::vector<PartGeometry>& i_parts, const std::stop_token& i_stop)
+SectionsAhead ExpectGCode(const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts)
 {
-    GCodeCheck check(i_profile, i_parts, ReadUsedSettings(i_path), i_stop);
-    ReadGCode(i_path, check, i_stop);
-    return check.Finish();
+    return {i_parts, GetLayerGrid(i_profile), ExpectLayers(i_profile, i_parts)};
+}
+
+SlicingResult CheckGCode(const std::filesystem::path& i_path, const MachineProfile& i_profile,
+                         const std::vector<PartGeometry>& i_parts, SectionsAhead& io_sections,
+                         const std::stop_token& i_stop)
+{
+    GCodeEstimates estimates(i_profile, i_parts.size());
+    GCodeCheck check(i_profile, i_parts, ReadUsedSettings(i_path), io_sections, i_stop);
+    IGCodeVisitor* const visitors[] = {&estimates, &check};
+    ReadGCode(i_path, visitors, i_stop);
+    SlicingResult result;
+    result.estimates = estimates.Finish();
+    result.notes = check.Finish();
+    return result;
 }
 
 } // namespace MachineService::BuildProcessor

@@ -1,6 +1,6 @@
 #include "buildprocessor/verify/LayerImages.h"
 
-#include "contract/Failure.h"
+#include "buildprocessor/engine/EngineFailure.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/ZipReader.h"
 
@@ -20,18 +20,13 @@ constexpr std::size_t MaxSettings = 1'000'000;
 constexpr std::size_t MaxImage = 400'000'000;
 constexpr std::uint8_t HalfLight = 128;
 
-[[noreturn]] void FailFile(const std::string& i_what)
-{
-    Fail(ErrorCode::InternalError, "The slicing engine's machine file is not usable: " + i_what + '.');
-}
-
 template <class Work>
 void Guarded(const Work& i_work)
 {
     try {
         i_work();
     } catch (const TavSDK::FileError& failure) {
-        FailFile(failure.what());
+        FailMachineFile(failure.what());
     }
 }
 
@@ -53,7 +48,7 @@ std::string CollectPixels(std::string_view i_png, const MaskGrid& i_mask, const 
     for (i_png.remove_prefix(std::min(Signature.size(), i_png.size())); i_png.size() >= frame;) {
         const std::size_t length = ReadBigEndian(i_png);
         if (length > i_png.size() - frame)
-            FailFile(i_refusal);
+            FailMachineFile(i_refusal);
         const std::string_view name = i_png.substr(4, 4);
         const std::string_view content = i_png.substr(8, length);
         if (name == "IHDR")
@@ -64,7 +59,7 @@ std::string CollectPixels(std::string_view i_png, const MaskGrid& i_mask, const 
         i_png.remove_prefix(frame + length);
     }
     if (!hasHead)
-        FailFile(i_refusal);
+        FailMachineFile(i_refusal);
     return pixels;
 }
 
@@ -109,6 +104,8 @@ LayerImages::LayerImages(const std::filesystem::path& i_path)
                 _names.push_back(name);
             else if (name == "prusaslicer.ini")
                 _settings = ReadSettingLines(_archive->ReadBytes(name, MaxSettings));
+            else if (name == "config.ini")
+                _job = ReadSettingLines(_archive->ReadBytes(name, MaxSettings));
         }
     });
     // Their numbers have leading zeros.
@@ -128,7 +125,7 @@ RowSpans FindLight(const std::string& i_png, const MaskGrid& i_mask, std::size_t
 {
     const std::string refusal = "layer " + std::to_string(i_layer + 1) + " is not an image of the display";
     if (!i_png.starts_with(Signature))
-        FailFile(refusal);
+        FailMachineFile(refusal);
     const std::string packed = CollectPixels(i_png, i_mask, refusal);
     const std::size_t stride = i_mask.columns + 1;
     const std::size_t size = stride * i_mask.rows;
@@ -137,7 +134,7 @@ RowSpans FindLight(const std::string& i_png, const MaskGrid& i_mask, std::size_t
         libdeflate_alloc_decompressor(), &libdeflate_free_decompressor);
     if (!unpacker || libdeflate_zlib_decompress(unpacker.get(), packed.data(), packed.size(), pixels.get(), size,
                                                 nullptr) != LIBDEFLATE_SUCCESS)
-        FailFile(refusal);
+        FailMachineFile(refusal);
     RowSpans light(i_mask.GetRows());
     light.Start(0);
     std::vector<RowSpan> spans;
@@ -145,7 +142,7 @@ RowSpans FindLight(const std::string& i_png, const MaskGrid& i_mask, std::size_t
         // From the low edge of the bed upwards.
         const std::uint8_t* const line = pixels.get() + stride * (i_mask.mirrorsY ? row : i_mask.rows - 1 - row);
         if (*line != 0)
-            FailFile(refusal);
+            FailMachineFile(refusal);
         AddRow(line + 1, i_mask, spans);
         for (const RowSpan& span : spans)
             light.Add(span);

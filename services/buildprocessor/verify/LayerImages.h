@@ -3,6 +3,7 @@
 #include "buildprocessor/engine/UsedSettings.h"
 #include "buildprocessor/verify/RowSpans.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <filesystem>
 #include <memory>
@@ -25,6 +26,8 @@ struct MaskGrid
     bool mirrorsX = false;
     bool mirrorsY = false; ///< false: the first row of an image lies at the far edge of the bed
 
+    /// mm, the longer side of a pixel.
+    double GetPixel() const { return std::max(width, height); }
     /// Rows through the middles of the pixels.
     RowGrid GetRows() const { return {height / 2, height}; }
 };
@@ -42,6 +45,8 @@ public:
     std::size_t GetCount() const { return _names.size(); }
     /// Of the engine; empty when there are none.
     const UsedSettings& GetSettings() const { return _settings; }
+    /// What the archive tells its printer of the job, such as "printTime"; empty when there is nothing.
+    const UsedSettings& GetJob() const { return _job; }
     /// The packed image of a layer. \throws as above.
     std::string Read(std::size_t i_layer) const;
 
@@ -49,6 +54,7 @@ private:
     std::unique_ptr<TavSDK::ZipReader> _archive;
     std::vector<std::string> _names; ///< by layer
     UsedSettings _settings;
+    UsedSettings _job;
 };
 
 /// Where at least half of the light comes through, in mm on the bed. The image must be of the mask's size, one byte a

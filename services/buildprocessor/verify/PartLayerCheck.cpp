@@ -16,12 +16,10 @@ namespace MachineService::BuildProcessor {
 namespace {
 
 constexpr double HeightTolerance = 0.011; ///< mm, of heights that the engine rounds to 0.001 mm
-// What the engine's own rounding does to an outline: it closes gaps of 0.1 mm and leaves out points of a straight line.
-constexpr double OutlineTolerance = 0.1;
+constexpr double OutlineTolerance = 0.1;  ///< mm, of the engine's own rounding
 constexpr double FlowTolerance = 0.12;
 // A wall is narrower than its width by the rounding of its edges, and corners are counted twice.
 constexpr double WallShare = 0.6;
-constexpr double RowsPerNozzle = 3;
 
 double GetLength(const GCodeMove& i_move)
 {
@@ -62,11 +60,13 @@ std::string FormatMillimetres(double i_value)
     return QString::number(i_value, 'f', 2).toStdString() + " mm";
 }
 
-PartLayerCheck::PartLayerCheck(const PartGeometry& i_part, const LayerRules& i_rules, std::stop_token i_stop)
+PartLayerCheck::PartLayerCheck(const PartGeometry& i_part, std::size_t i_index, const LayerRules& i_rules,
+                               SectionsAhead& io_sections, std::stop_token i_stop)
     : _part(i_part)
+    , _index(i_index)
     , _rules(i_rules)
+    , _sections(io_sections)
     , _stop(std::move(i_stop))
-    , _slicer(i_part, {0, i_rules.nozzle / RowsPerNozzle})
     , _bottom(std::max(i_part.box.min.z, 0.0))
 {}
 
@@ -75,11 +75,6 @@ void PartLayerCheck::_Fail(const std::string& i_what) const
     Fail(ErrorCode::InternalError,
          "The slicing engine's machine file is not the part " + JoinNames({_part.name}) + ": " + i_what +
              ". The file was not kept; build again with another layer height, or turn the part.");
-}
-
-double PartLayerCheck::_GetRadius(bool i_is_first) const
-{
-    return _rules.width + _rules.shrunk + (i_is_first ? _rules.foot : 0) + OutlineTolerance / 2;
 }
 
 void PartLayerCheck::AddMove(const GCodeMove& i_move, const ExtrusionLabel& i_label)
@@ -131,13 +126,12 @@ void PartLayerCheck::_FinishLayer()
     _CheckMissing(_bottom, bottom, layer.height);
 
     const double z = top - layer.height / 2;
-    const RowSpans& section = _slicer.Cut(z);
-    const double radius = _GetRadius(_isFirst);
-    const RowSpans room = section.Erode(radius);
-    _CheckInside(section, layer);
-    _CheckFilled(room, radius, layer);
-    _CheckVolume(section, room, radius, layer);
-    _NoteThin(section, z);
+    const LayerCut cut = _rules.MakeCut(z, _isFirst);
+    LayerAreas areas = _sections.Take(_index, cut);
+    _CheckInside(areas.section, cut.grow + OutlineTolerance, layer);
+    _CheckFilled(areas.inner, cut.shrink, layer);
+    _CheckVolume(areas, cut.shrink, layer);
+    _NoteThin(areas.section.GetArea(), z);
     _bottom = top;
     _lastHeight = layer.height;
     _isFirst = false;
@@ -150,20 +144,19 @@ void PartLayerCheck::_CheckMissing(double i_bottom, double i_top, double i_heigh
     for (double bottom = i_bottom; bottom + i_height * 0.5 < i_top; bottom += i_height) {
         ThrowIfStopped(_stop);
         const double z = bottom + i_height / 2;
-        const RowSpans& section = _slicer.Cut(z);
-        if (!section.Erode(_GetRadius(_isFirst)).IsEmpty())
+        const LayerAreas areas = _sections.Take(_index, _rules.MakeCut(z, _isFirst));
+        if (!areas.inner.IsEmpty())
             _Fail("nothing of it is there between " + FormatMillimetres(i_bottom + _lift) + " and " +
                   FormatMillimetres(i_top + _lift));
-        _NoteThin(section, z);
+        _NoteThin(areas.section.GetArea(), z);
     }
 }
 
-void PartLayerCheck::_CheckInside(const RowSpans& i_section, const Layer& i_layer)
+void PartLayerCheck::_CheckInside(Section& io_section, double i_reach, const Layer& i_layer)
 {
-    const double outside = _rules.width / 2 + _rules.grown + OutlineTolerance;
     for (const GCodeMove& move : i_layer.moves) {
         ForEachPoint(move, 2 * _rules.width, [&](double i_x, double i_y) {
-            if (!i_section.HasNear(i_x, i_y) && !_slicer.IsBoundaryNear(i_x, i_y, outside))
+            if (!io_section.GetArea().HasNear(i_x, i_y) && !io_section.IsOutlineNear(i_x, i_y, i_reach))
                 _Fail(LayerAt(i_layer.top) + " material lies outside of it, at " + At(i_x, i_y));
         });
     }
@@ -224,20 +217,20 @@ void PartLayerCheck::_CheckFilled(const RowSpans& i_room, double i_radius, const
         _Fail(LayerAt(i_layer.top) + " a side of it is missing");
 }
 
-void PartLayerCheck::_CheckVolume(const RowSpans& i_section, const RowSpans& i_room, double i_radius,
-                                  const Layer& i_layer)
+void PartLayerCheck::_CheckVolume(const LayerAreas& i_areas, double i_radius, const Layer& i_layer)
 {
     const double least = _rules.width * i_layer.height; // below this, rounding to 0.00001 mm of filament counts
     if (std::abs(i_layer.pushed - i_layer.labelled) > FlowTolerance * i_layer.labelled + least)
         _Fail(LayerAt(i_layer.top) + " " + QString::number(i_layer.pushed, 'f', 2).toStdString() +
               " mm³ are pushed out where its threads hold " + QString::number(i_layer.labelled, 'f', 2).toStdString() +
               " mm³");
-    const double solid = i_section.Dilate(_rules.width / 2 + _rules.grown).GetArea() * i_layer.height;
+    const double solid = i_areas.outer.GetArea() * i_layer.height;
     if (i_layer.plain > solid * (1 + FlowTolerance) + least)
         _Fail(LayerAt(i_layer.top) + " there is more material than the solid part takes");
     if (!_rules.hasWalls)
         return;
-    const double wall = (i_room.Dilate(i_radius).GetArea() - i_room.GetArea()) * _rules.width / i_radius;
+    const RowSpans& room = i_areas.inner;
+    const double wall = (room.Dilate(i_radius).GetArea() - room.GetArea()) * _rules.width / i_radius;
     if (i_layer.pushed < wall * i_layer.height * WallShare - least)
         _Fail(LayerAt(i_layer.top) + " there is less material than its outermost wall takes");
 }

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "buildprocessor/engine/GCodeReader.h"
-#include "buildprocessor/verify/SectionSlicer.h"
+#include "buildprocessor/verify/LayerRules.h"
+#include "buildprocessor/verify/SectionsAhead.h"
 
 #include <cstddef>
 #include <optional>
@@ -10,20 +11,6 @@
 #include <vector>
 
 namespace MachineService::BuildProcessor {
-
-/// What the engine made the layers of a part with. Units: mm.
-struct LayerRules
-{
-    double width = 0;    ///< of the widest extrusion
-    double nozzle = 0;   ///< diameter
-    double grown = 0;    ///< outlines lie this much further out than the part's
-    double shrunk = 0;   ///< or further in
-    double foot = 0;     ///< and the first layer's still further in
-    double filament = 0; ///< mm², what a millimetre of filament holds
-    bool hasRaft = false;
-    bool hasWalls = true;
-    bool rises = false; ///< within a layer, as the outline of a vase does
-};
 
 /// "0.25 mm", as the sentences have lengths.
 std::string FormatMillimetres(double i_value);
@@ -41,11 +28,13 @@ struct ExtrusionLabel
 /// wherever the part has room for a disc of two widths, none outside of it, and neither less than its outermost wall
 /// nor more than the solid part. What is thinner than the nozzle is noted.
 ///
-/// Thread: one at a time. The part must outlive it.
+/// Thread: one at a time. Parts and sections must outlive it.
 class PartLayerCheck
 {
 public:
-    PartLayerCheck(const PartGeometry& i_part, const LayerRules& i_rules, std::stop_token i_stop);
+    /// \param i_index of the part, as the sections count them.
+    PartLayerCheck(const PartGeometry& i_part, std::size_t i_index, const LayerRules& i_rules,
+                   SectionsAhead& io_sections, std::stop_token i_stop);
 
     /// \throws CommunicationException InternalError with what is wrong with a finished layer.
     void AddMove(const GCodeMove& i_move, const ExtrusionLabel& i_label);
@@ -71,17 +60,17 @@ private:
     void _FinishLayer();
     /// The part between these heights has no room for material.
     void _CheckMissing(double i_bottom, double i_top, double i_height);
-    void _CheckInside(const RowSpans& i_section, const Layer& i_layer);
+    void _CheckInside(Section& io_section, double i_reach, const Layer& i_layer);
     void _CheckFilled(const RowSpans& i_room, double i_radius, const Layer& i_layer);
-    void _CheckVolume(const RowSpans& i_section, const RowSpans& i_room, double i_radius, const Layer& i_layer);
+    void _CheckVolume(const LayerAreas& i_areas, double i_radius, const Layer& i_layer);
     void _NoteThin(const RowSpans& i_section, double i_z);
-    double _GetRadius(bool i_is_first) const;
     [[noreturn]] void _Fail(const std::string& i_what) const;
 
     const PartGeometry& _part;
+    const std::size_t _index;
     const LayerRules _rules;
+    SectionsAhead& _sections;
     const std::stop_token _stop;
-    SectionSlicer _slicer;
     std::optional<Layer> _layer; ///< the one that is being read
     double _bottom = 0;          ///< up to which the part was found, as the machine file counts
     double _lift = 0;            ///< what the raft lifts the part by

@@ -2,10 +2,11 @@
 
 #include "buildprocessor/base/Cancellation.h"
 #include "buildprocessor/base/NameList.h"
+#include "buildprocessor/engine/EngineFailure.h"
+#include "buildprocessor/engine/EngineSettings.h"
 #include "buildprocessor/engine/UsedSettings.h"
 #include "buildprocessor/verify/LayerImages.h"
 #include "buildprocessor/verify/PartLayerCheck.h"
-#include "buildprocessor/verify/SectionSlicer.h"
 #include "contract/Failure.h"
 
 #include <algorithm>
@@ -35,6 +36,13 @@ struct ResinRules
     double footLayers = 0;
     double shell = 0; ///< of a part that is made hollow; 0: it is not
     bool isCarried = false;
+
+    /// \param i_z of the machine file.
+    LayerCut MakeCut(double i_z, std::size_t i_layer, double i_pixel) const
+    {
+        const double inset = static_cast<double>(i_layer) < footLayers ? foot : 0;
+        return {i_z - lift, Ring * i_pixel + shrunk + inset, Ring * i_pixel + grown};
+    }
 };
 
 ResinRules MakeRules(const PartGeometry& i_part, const UsedSettings& i_used)
@@ -114,19 +122,17 @@ private:
 class ResinCheck
 {
 public:
-    ResinCheck(const LayerImages& i_images, const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts)
+    ResinCheck(const LayerImages& i_images, const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts,
+               SectionsAhead& io_sections)
         : _mask(MakeMask(i_profile, i_images.GetSettings()))
         , _images(i_images)
+        , _parts(i_parts)
+        , _sections(io_sections)
     {
         for (const PartGeometry& part : i_parts) {
             _rules.push_back(MakeRules(part, i_images.GetSettings()));
-            _parts.push_back(part);
-            for (TavAM::Point3d& point : _parts.back().vertices)
-                point.z += _rules.back().lift;
             _top = std::max(_top, part.box.max.z + _rules.back().lift);
         }
-        for (const PartGeometry& part : _parts)
-            _slicers.push_back(std::make_unique<SectionSlicer>(part, _mask.GetRows()));
     }
 
     void Run(const std::stop_token& i_stop)
@@ -137,8 +143,7 @@ public:
         const double first = get("initial_layer_height");
         const double height = get("layer_height");
         if (first <= 0 || height <= 0)
-            Fail(ErrorCode::InternalError,
-                 "The slicing engine's machine file is not usable: it does not tell its layer heights.");
+            FailMachineFile("it does not tell its layer heights");
         LightReader reader(_images, _mask);
         double top = 0;
         for (std::size_t layer = 0; layer < _images.GetCount(); ++layer) {
@@ -163,20 +168,19 @@ private:
 
     void _CheckLayer(const RowSpans& i_light, std::size_t i_layer, double i_top, double i_z)
     {
-        const double pixel = std::max(_mask.width, _mask.height);
+        const double pixel = _mask.GetPixel();
         double lit = 0;
         double allowed = pixel * pixel;
         bool isCarried = false;
         for (std::size_t index = 0; index < _parts.size(); ++index) {
             const ResinRules& rules = _rules[index];
             isCarried = isCarried || rules.isCarried;
-            const RowSpans& section = _slicers[index]->Cut(i_z);
+            const LayerAreas areas = _sections.Take(index, rules.MakeCut(i_z, i_layer, pixel));
+            const RowSpans& section = areas.section.GetArea();
             if (section.IsEmpty())
                 continue;
-            const double foot = static_cast<double>(i_layer) < rules.footLayers ? rules.foot : 0;
-            const RowSpans inner = section.Erode(Ring * pixel + rules.shrunk + foot);
             const double area = section.GetArea();
-            double missing = inner.GetAreaWithout(i_light);
+            double missing = areas.inner.GetAreaWithout(i_light);
             if (rules.shell > 0)
                 missing -= section.Erode(rules.shell / 2).GetAreaWithout(i_light);
             // A layer that the part does not fill to its top is left out by the engine.
@@ -184,8 +188,7 @@ private:
             if (isWhole && missing > AllowedShare * area + pixel * pixel)
                 _Fail(_parts[index].name, "in the layer at " + FormatMillimetres(i_top) + " " +
                                               std::to_string(std::lround(100 * missing / area)) + " % of it are dark");
-            const RowSpans outer = section.Dilate(Ring * pixel + rules.grown);
-            lit += i_light.GetArea() - i_light.GetAreaWithout(outer);
+            lit += i_light.GetArea() - i_light.GetAreaWithout(areas.outer);
             allowed += AllowedShare * area;
         }
         const double excess = i_light.GetArea() - lit;
@@ -195,19 +198,64 @@ private:
 
     const MaskGrid _mask;
     const LayerImages& _images;
+    const std::vector<PartGeometry>& _parts;
+    SectionsAhead& _sections;
     std::vector<ResinRules> _rules;
-    std::vector<PartGeometry> _parts; ///< lifted
-    std::vector<std::unique_ptr<SectionSlicer>> _slicers;
     double _top = 0;
 };
 
+Estimates ReadEstimates(const LayerImages& i_images, const MachineProfile& i_profile)
+{
+    const auto get = [&](const char* ip_name) {
+        const double value = GetSettingNumber({}, i_images.GetJob(), ip_name);
+        if (!(value > 0))
+            FailMachineFile(std::string("its value ") + ip_name + " is missing");
+        return value;
+    };
+    Estimates estimates;
+    estimates.layers = i_images.GetCount();
+    if (estimates.layers == 0 || static_cast<double>(estimates.layers) != get("numFast"))
+        FailMachineFile("it does not hold the layers that it tells of");
+    if (static_cast<double>(estimates.layers - 1) * get("layerHeight") > i_profile.height)
+        FailMachineFile("a layer lies above the machine's height");
+    estimates.seconds = get("printTime");
+    estimates.cubicCentimetres = get("usedMaterial");
+    estimates.grams = estimates.cubicCentimetres * i_profile.GetDefaultMaterial().density;
+    return estimates;
+}
+
 } // namespace
 
-void CheckResin(const std::filesystem::path& i_path, const MachineProfile& i_profile,
-                const std::vector<PartGeometry>& i_parts, const std::stop_token& i_stop)
+SectionsAhead ExpectResin(const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts)
+{
+    const EngineConfiguration configuration = MakeEngineConfiguration(i_profile);
+    UsedSettings settings(configuration.begin(), configuration.end());
+    // The engine's own, where a profile says nothing.
+    for (const auto& [name, value] : {std::pair("elefant_foot_compensation", "0.2"), std::pair("faded_layers", "10"),
+                                      std::pair("support_object_elevation", "5"), std::pair("pad_wall_thickness", "2")})
+        settings.try_emplace(name, value);
+    const MaskGrid mask = MakeMask(i_profile, settings);
+    const double height = GetSettingNumber({}, settings, "layer_height");
+    std::vector<std::vector<LayerCut>> expected(i_parts.size());
+    for (std::size_t index = 0; index < i_parts.size() && height > 0; ++index) {
+        const ResinRules rules = MakeRules(i_parts[index], settings);
+        const double top = i_parts[index].box.max.z + rules.lift;
+        for (std::size_t layer = 0; static_cast<double>(layer) * height < top; ++layer)
+            expected[index].push_back(
+                rules.MakeCut((static_cast<double>(layer) + 0.5) * height, layer, mask.GetPixel()));
+    }
+    return {i_parts, mask.GetRows(), std::move(expected)};
+}
+
+SlicingResult CheckResin(const std::filesystem::path& i_path, const MachineProfile& i_profile,
+                         const std::vector<PartGeometry>& i_parts, SectionsAhead& io_sections,
+                         const std::stop_token& i_stop)
 {
     const LayerImages images(i_path);
-    ResinCheck(images, i_profile, i_parts).Run(i_stop);
+    SlicingResult result;
+    result.estimates = ReadEstimates(images, i_profile);
+    ResinCheck(images, i_profile, i_parts, io_sections).Run(i_stop);
+    return result;
 }
 
 } // namespace MachineService::BuildProcessor

@@ -51,6 +51,8 @@ public:
     void AddJoined(const RowSpan& i_span, double i_gap);
     void FinishRow() { _begins.push_back(static_cast<std::uint32_t>(_spans.size())); }
 
+    /// Bytes that it holds, about.
+    std::size_t GetSize() const { return _spans.size() * sizeof(RowSpan) + _begins.size() * sizeof(std::uint32_t); }
     /// mm².
     double GetArea() const;
     /// True when the row next to the point crosses the area there.

@@ -1,5 +1,6 @@
 #include "support/Files.h"
 #include "support/HostFixture.h"
+#include "support/Texts.h"
 #include "tavam/AMXFileReader.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavam/FileError.h"
@@ -7,9 +8,13 @@
 #include "vexlorcore/SceneFile.h"
 
 #include <QFile>
+#include <QTimer>
 
 #include <boost/uuid/uuid_io.hpp>
 
+
+#include <chrono>
+#include <stdexcept>
 #include <sys/stat.h>
 
 namespace {
@@ -155,6 +160,22 @@ TEST_F(ReferenceApiProviderFilesTest, LeavesTheSceneAloneWhenAnythingFails)
     _Load({}, 1);
     EXPECT_EQ(_Describe(), former);
     EXPECT_TRUE(_host.application.GetOperationManager()->GetHistory().empty());
+}
+
+TEST_F(ReferenceApiProviderFilesTest, StopsWhileMeshesAreReadAndLeavesTheSceneAlone)
+{
+    const auto slow = _host.GetDir() / "slow.obj";
+    TestSupport::WriteFile(slow, TestSupport::MakeSlowObj());
+    const auto former = _Describe();
+    std::chrono::steady_clock::time_point cancelled;
+    QTimer::singleShot(50, [&] {
+        cancelled = std::chrono::steady_clock::now();
+        _host.provider.CancelCurrentJob();
+    });
+    EXPECT_THROW(_Load({_Write("good.TavAMX", _MakeOutput()), QString::fromStdString(slow.string()).toStdWString()}, 5),
+                 VexlorCore::JobCancelled);
+    EXPECT_LT(std::chrono::steady_clock::now() - cancelled, std::chrono::milliseconds(500));
+    EXPECT_EQ(_Describe(), former);
 }
 
 TEST_F(ReferenceApiProviderFilesTest, SaysThatTheSceneWasClosed)

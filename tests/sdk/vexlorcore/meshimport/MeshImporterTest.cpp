@@ -1,4 +1,5 @@
 #include "sdk/vexlorcore/meshimport/MeshVariants.h"
+#include "support/Texts.h"
 
 #include <gmock/gmock.h>
 
@@ -94,16 +95,7 @@ TEST_F(MeshImporterTest, ReadsNumbersInWhateverLocaleTheHostIs)
 
 TEST_F(MeshImporterTest, StopsWhileAFileIsRead)
 {
-    // Two hundred polygons take minutes to split.
-    std::string text;
-    for (int i = 0; i < 9'000; ++i)
-        text += "v " + std::to_string(i % 1000) + " " + std::to_string(i * i % 1009) + " 0\n";
-    std::string face = "f";
-    for (int i = 1; i <= 9'000; ++i)
-        face += " " + std::to_string(i);
-    for (int i = 0; i < 200; ++i)
-        text += face + "\n";
-    const auto path = _Write("slow.obj", text);
+    const auto path = _Write("slow.obj", TestSupport::MakeSlowObj());
     std::stop_source stop;
     const std::jthread stopper([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));

@@ -254,16 +254,16 @@ TEST(PlacementCheck, NamesEachFaultAndLetsPartsNestInOneAnother)
     rules.zones = {{L"hollow of the ell", 15, 15, 0, 65, 65, 9}, {L"above it", 0, 0, 5, 100, 30, 9}};
     EXPECT_THAT(check({corner}), IsEmpty());
     rules.zones.push_back({L"foot", 14.9, 64, 0, 99, 99, 9});
-    EXPECT_THAT(check({corner}), ElementsAre("The part 'ell' enters the no-build zone 'foot'."));
+    EXPECT_THAT(check({corner}), ElementsAre("The part 'ell' enters the no-build zone 'foot'; move it."));
     rules.zones.clear();
     EXPECT_THAT(check({at(box, L"out", -2.5, 40, 0), at(box, L"near", 40, 0.25, 0),
                        at(Shape(Box(5, 5, 50.5)), L"high", 40, 40, 0), at(box, L"deep", 70, 40, -1),
                        at(box, L"floats", 70, 70, 1), MakePart(L"", TavAM::Representation())}),
-                ElementsAre("The part 'out' leaves the bed by 2.5 mm.",
-                            "The part 'near' is only 0.25 mm away from the edge of the bed.",
-                            "The part 'high' is 0.5 mm higher than the printer builds.",
-                            "The part 'deep' reaches 1 mm below the bed.",
-                            "The part 'floats' floats 1 mm above the bed.",
+                ElementsAre("The part 'out' leaves the bed by 2.5 mm; move, turn or scale it.",
+                            "The part 'near' is only 0.25 mm away from the edge of the bed; move it.",
+                            "The part 'high' is 0.5 mm higher than the printer builds; turn or scale it.",
+                            "The part 'deep' reaches 1 mm below the bed; lift it.",
+                            "The part 'floats' floats 1 mm above the bed; lower it, or choose supports.",
                             "The part 'part 6' has no mesh to be checked."));
 }
 

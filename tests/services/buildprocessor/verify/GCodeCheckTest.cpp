@@ -66,7 +66,9 @@ public:
                 _WriteLayer(layer);
         }
         _text << ";TYPE:Custom\n"
-              << _damage.end << "; prusaslicer_config = begin\n; perimeters = 1\n; prusaslicer_config = end\n";
+              << _damage.end
+              << "; filament used [mm] = 200\n; estimated printing time (normal mode) = 1m 2s\n"
+                 "; prusaslicer_config = begin\n; perimeters = 1\n; prusaslicer_config = end\n";
         return _text.str();
     }
 
@@ -155,13 +157,15 @@ protected:
     {
         const auto path = dir.GetAbsoluteFileNameInTempDir("job.gcode");
         Testing::WriteFile(path, i_text);
-        return GetFailure([&] { notes = CheckGCode(path, profile, parts, {}); });
+        SectionsAhead sections = ExpectGCode(profile, parts);
+        return GetFailure([&] { result = CheckGCode(path, profile, parts, sections, stop.get_token()); });
     }
 
     ScopedTempDir dir;
     MachineProfile profile = ReadProfile(MakeProfile(), "test").profile;
     std::vector<PartGeometry> parts;
-    std::vector<std::string> notes;
+    SlicingResult result;
+    std::stop_source stop;
 };
 
 TEST_F(GCodeCheckTest, DamagedFilesAreRefusedWithPartHeightAndReason)
@@ -239,12 +243,8 @@ TEST_F(GCodeCheckTest, HeightsComeFromTheFile)
 
 TEST_F(GCodeCheckTest, StopsWhenAsked)
 {
-    const auto path = dir.GetAbsoluteFileNameInTempDir("job.gcode");
-    Testing::WriteFile(path, GCodeWriter({}).Write());
-    std::stop_source stop;
     stop.request_stop();
-    EXPECT_EQ(GetFailure([&] { CheckGCode(path, profile, parts, stop.get_token()); }).code,
-              ErrorCode::ProcessingAborted);
+    EXPECT_EQ(Check(GCodeWriter({}).Write()).code, ErrorCode::ProcessingAborted);
 }
 
 } // namespace

@@ -101,10 +101,14 @@ protected:
         const std::string settings =
             "display_mirror_x = 1\ninitial_layer_height = 0.1\nlayer_height = 0.1\nfaded_layers = 3\n" + i_settings;
         add("prusaslicer.ini", settings);
+        const std::string job = "numFast = " + std::to_string(i_layers.size()) +
+                                "\nlayerHeight = 0.1\nprintTime = 60\nusedMaterial = 0.1\n";
+        add("config.ini", job);
         for (std::size_t layer = 0; layer < i_layers.size(); ++layer)
             add("job" + std::to_string(10000 + layer) + ".png", i_layers[layer]);
         EXPECT_EQ(zip_close(archive), 0);
-        return GetFailure([&] { CheckResin(path, profile, parts, stop.get_token()); });
+        SectionsAhead sections = ExpectResin(profile, parts);
+        return GetFailure([&] { CheckResin(path, profile, parts, sections, stop.get_token()); });
     }
 
     ScopedTempDir dir;

@@ -1,25 +1,26 @@
-#include "buildprocessor/base/Guard.h"
+#include "contract/Guard.h"
 
 #include "contract/Failure.h"
-#include "tavam/FileError.h"
+#include "tavsdk/FileError.h"
 
 #include <new>
+#include <string>
 
-namespace MachineService::BuildProcessor {
+namespace MachineService {
 
-void RethrowForUser()
+void RethrowForUser(const char* ip_beginning)
 {
     try {
         throw;
     } catch (const CommunicationException&) {
         throw;
-    } catch (const TavAM::FileError& failure) {
+    } catch (const TavSDK::FileError& failure) {
         Fail(ErrorCode::FileError, failure.what());
     } catch (const std::bad_alloc&) {
         Fail(ErrorCode::InternalError, "There is not enough memory for the platform.");
     } catch (const std::exception& failure) {
-        Fail(ErrorCode::InternalError, std::string("The job failed: ") + failure.what());
+        Fail(ErrorCode::InternalError, std::string(ip_beginning) + failure.what());
     }
 }
 
-} // namespace MachineService::BuildProcessor
+} // namespace MachineService
