@@ -25,13 +25,6 @@ auto Ready(Answer i_answer) -> std::future<std::invoke_result_t<Answer>>
     return promise.get_future();
 }
 
-/// To be called in a catch clause: a future that fails with what was caught.
-template <class Result>
-std::future<Result> Failed()
-{
-    return Ready([failure = std::current_exception()]() -> Result { std::rethrow_exception(failure); });
-}
-
 /// The future that i_begin returns, or a ready one with what it throws.
 template <class Begin>
 auto ReadyIfRefused(const Begin& i_begin) -> std::invoke_result_t<const Begin&>

@@ -58,6 +58,18 @@ inline TavAM::Part MakeCube(const std::wstring& i_name, float i_x, const wchar_t
     return part;
 }
 
+/// For tests that need the real engine.
+template <class Test>
+class WithEngine : public Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!IsEngineInstalled())
+            GTEST_SKIP() << "the package prusa-slicer is not installed";
+    }
+};
+
 /// A service whose temporary files, jobs and profiles lie in one folder.
 class ServiceTest : public ::testing::Test
 {

@@ -134,6 +134,22 @@ RowSpans RowSpans::Dilate(double i_radius) const
     return dilated;
 }
 
+RowSpans RowSpans::SnapToColumns(double i_width) const
+{
+    RowSpans snapped(_grid);
+    snapped.Start(_first);
+    for (std::ptrdiff_t row = _first; row < GetEnd(); ++row) {
+        for (const RowSpan& span : GetRow(row)) {
+            const RowSpan columns{std::ceil(span.begin / i_width - 0.5) * i_width,
+                                  (std::floor(span.end / i_width - 0.5) + 1) * i_width};
+            if (columns.begin < columns.end)
+                snapped.AddJoined(columns, 0);
+        }
+        snapped.FinishRow();
+    }
+    return snapped;
+}
+
 double RowSpans::GetAreaWithout(const RowSpans& i_other) const
 {
     double both = 0;

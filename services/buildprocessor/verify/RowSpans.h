@@ -61,6 +61,8 @@ public:
     RowSpans Erode(double i_radius) const;
     /// All points that are as near to the area as this.
     RowSpans Dilate(double i_radius) const;
+    /// The columns of this width, counted from 0, whose middles lie in the area: what a mask shows of it.
+    RowSpans SnapToColumns(double i_width) const;
     /// What of this is not in the other, mm². The grids are the same.
     double GetAreaWithout(const RowSpans& i_other) const;
     /// For each stretch the number of its island, from 0: what hangs together from row to row.

@@ -59,7 +59,7 @@ void SectionsAhead::_Work(std::vector<std::pair<std::size_t, LayerCut>> i_cuts, 
         for (const auto& [part, cut] : i_cuts) {
             {
                 std::unique_lock lock(_mutex);
-                if (!_changed.wait(lock, i_stop, [&] { return _bytes <= _mostBytes; }))
+                if (!_changed.wait(lock, i_stop, [&] { return _bytes <= _mostBytes; }) || i_stop.stop_requested())
                     return;
                 if (cut.z <= _parts[part].taken + SameHeight)
                     continue;

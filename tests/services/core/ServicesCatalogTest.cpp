@@ -227,7 +227,7 @@ TEST_F(ServicesCatalogTest, MayBeDestroyedInASlotOnItsThread)
     }
 }
 
-TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
+TEST_F(ServicesCatalogTest, AMachineTellsItsQueueAndWhyItRefuses)
 {
     struct Row
     {
@@ -239,6 +239,31 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     const Row rows[] = {{"paused", ErrorCode::QueuePaused, MachineState::Paused, "The printer's queue is paused."},
                         {"error", ErrorCode::QueueError, MachineState::Failed, "The printer's queue has an error."},
                         {"offline", ErrorCode::QueueOffline, MachineState::Offline, "The printer is offline."}};
+    WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
+    Start();
+    const Machine machine = GetMachine(IdA);
+    CommandParameters parameters;
+    parameters.commandId = machine.GetCommands().get().at(0).id;
+    EXPECT_EQ(machine.GetMachineData().state, MachineState::Ready);
+    EXPECT_EQ(machine.GetMachineData().technology, MachineTechnology::MaterialExtrusion);
+    EXPECT_EQ(machine.GetMachineData().picture.GetBytes().at(1), 'P'); // a PNG
+    for (const auto& [state, code, told, reason] : rows) {
+        WriteFile(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", state));
+        ASSERT_TRUE(Expect("updated " + IdA + " 3"));
+        journal.Take();
+        EXPECT_FALSE(machine.CanRunCommand(parameters.commandId).get());
+        EXPECT_EQ(machine.TryExplain()->ExplainCanRunCommand(parameters.commandId).get(),
+                  (CanRunAnswer{false, reason}));
+        const MachineData data = GetMachine(IdA).GetMachineData();
+        EXPECT_EQ(data.state, told);
+        EXPECT_EQ(data.stateReasons, std::vector<std::string>{reason});
+        EXPECT_LT(std::chrono::system_clock::now() - *data.stateTime, std::chrono::minutes(1));
+        EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, code);
+    }
+}
+
+TEST_F(ServicesCatalogTest, AMachineAnswersAsLongAsItsCatalogLives)
+{
     WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
     Start();
     const Machine machine = GetMachine(IdA);
@@ -258,22 +283,6 @@ TEST_F(ServicesCatalogTest, CommandsFollowTheQueueAndTheCatalog)
     EXPECT_EQ(GetFailure([&] { machine.Preprocessing(parameters).get(); }).text,
               "The printer 'Test printer' does not offer preprocessing.");
     parameters.commandId = commands[0].id;
-    EXPECT_EQ(machine.GetMachineData().state, MachineState::Ready);
-    EXPECT_EQ(machine.GetMachineData().technology, MachineTechnology::MaterialExtrusion);
-    EXPECT_EQ(machine.GetMachineData().picture.GetBytes().at(1), 'P'); // a PNG
-    for (const auto& [state, code, told, reason] : rows) {
-        WriteFile(ProfilePath("a.json"), Replaced(MakeProfile(IdA), "running", state));
-        ASSERT_TRUE(Expect("updated " + IdA + " 3"));
-        journal.Take();
-        EXPECT_FALSE(machine.CanRunCommand(parameters.commandId).get());
-        EXPECT_EQ(machine.TryExplain()->ExplainCanRunCommand(parameters.commandId).get(),
-                  (CanRunAnswer{false, reason}));
-        const MachineData data = GetMachine(IdA).GetMachineData();
-        EXPECT_EQ(data.state, told);
-        EXPECT_EQ(data.stateReasons, std::vector<std::string>{reason});
-        EXPECT_LT(std::chrono::system_clock::now() - *data.stateTime, std::chrono::minutes(1));
-        EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, code);
-    }
     std::filesystem::remove(ProfilePath("a.json"));
     ASSERT_TRUE(Expect("removed " + IdA));
     EXPECT_EQ(GetFailure([&] { machine.RunCommand(parameters).get(); }).code, ErrorCode::MachineNotFound);

@@ -67,45 +67,29 @@ TEST_F(ContentCacheTest, GivesBackWhatWasKeptToItsOwnerAlone)
 
 TEST_F(ContentCacheTest, WhatIsDamagedIsMissing)
 {
-    const std::pair<const char*, std::function<void(const fs::path&)>> rows[] = {
-        {"cut",
-         [](const fs::path& i_file) {
-             fs::resize_file(i_file, fs::file_size(i_file) - 1);
-         }},
-        {"empty",
-         [](const fs::path& i_file) {
-             fs::resize_file(i_file, 0);
-         }},
-        {"grown",
-         [](const fs::path& i_file) {
-             WriteFile(i_file, ReadFile(i_file) + "x");
-         }},
-        {"other",
-         [](const fs::path& i_file) {
-             WriteFile(i_file, Replaced(ReadFile(i_file), "te", "et"));
-         }},
-        {"a folder",
-         [](const fs::path& i_file) {
-             fs::remove(i_file);
-             fs::create_directory(i_file);
-         }},
-        {"gone",
-         [](const fs::path& i_file) {
-             fs::remove(i_file);
-         }},
+    const auto damage = [](const fs::path& i_file, const std::string& i_how) {
+        const std::string content = ReadFile(i_file);
+        fs::remove(i_file);
+        if (i_how == "a folder")
+            fs::create_directory(i_file);
+        else if (i_how != "gone")
+            WriteFile(i_file, i_how == "cut"     ? content.substr(0, content.size() - 1)
+                              : i_how == "empty" ? ""
+                              : i_how == "grown" ? content + "x"
+                                                 : Replaced(content, "te", "et"));
     };
-    for (const auto& [name, damage] : rows) {
+    for (const char* const how : {"cut", "empty", "grown", "other", "a folder", "gone"}) {
         for (const char* const extension : {".entry", ".file"}) {
             fs::remove_all(store);
             cache.Keep(MakeKey(1), "text", MakeFile("content"), {});
             for (const auto& entry : fs::directory_iterator(store)) {
                 if (entry.path().extension() == extension)
-                    damage(entry.path());
+                    damage(entry.path(), how);
             }
-            EXPECT_EQ(Copy(cache, 1), "") << name << extension;
-            EXPECT_FALSE(cache.FindText(MakeKey(1))) << name << extension;
+            EXPECT_EQ(Copy(cache, 1), "") << how << extension;
+            EXPECT_FALSE(cache.FindText(MakeKey(1))) << how << extension;
             cache.Keep(MakeKey(1), "text", MakeFile("content"), {});
-            EXPECT_EQ(Copy(cache, 1), "content") << name << extension;
+            EXPECT_EQ(Copy(cache, 1), "content") << how << extension;
         }
     }
 }

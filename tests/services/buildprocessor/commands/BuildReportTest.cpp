@@ -6,7 +6,6 @@
 #include "support/Texts.h"
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Utf8.h"
-#include "tavsdk/XmlReader.h"
 
 #include <gmock/gmock.h>
 
@@ -46,18 +45,6 @@ MachineProfile MakeProfile()
     profile.strategies = {{"fine", "Fine", "part", {}}};
     return profile;
 }
-
-/// Reads any XML; the report is written so that it is well-formed but for two tags without an end.
-class AnyXml final : public TavSDK::XmlReader<AnyXml>
-{
-public:
-    AnyXml()
-        : XmlReader(&AnyXml::_Read)
-    {}
-
-private:
-    Answer _Read(std::string_view, const TavSDK::XmlAttributes&) { return Taken(&AnyXml::_Read); }
-};
 
 } // namespace
 
@@ -102,7 +89,7 @@ TEST(BuildReport, ShowsEstimatesAndEscapesEveryTextFromOutside)
     scene.platform.GetAMXProperties().SetText(Names::MachineFile, L"/jobs/\x01 \x202e<b>.gcode");
     const MachineProfile profile = MakeProfile();
     const auto time = std::chrono::system_clock::time_point(std::chrono::seconds(1'793'000'000));
-    std::string report = MakeBuildReport({scene, profile, profile.materials[0], 0.15, time});
+    const std::string report = MakeBuildReport({scene, profile, profile.materials[0], 0.15, time});
     for (const char* const expected :
          {"<title>Build report: job &amp; co</title>", "<bdi>Printer &lt;1&gt;</bdi>",
           "<bdi>PLA &amp; more</bdi>, 1.24 g/cm&sup3;", "0.15 mm", "2026-10-26T07:33:20Z",
@@ -113,21 +100,6 @@ TEST(BuildReport, ShowsEstimatesAndEscapesEveryTextFromOutside)
         EXPECT_THAT(report, HasSubstr(expected));
     EXPECT_THAT(report, Not(HasSubstr("<script")));
     EXPECT_TRUE(TavSDK::IsUtf8(report));
-
-    // Whatever the names are, the tags stay in balance.
-    const auto drop = [&](const std::string& i_text) {
-        report.erase(report.find(i_text), i_text.size());
-    };
-    drop("<!DOCTYPE html>\n");
-    drop("<meta charset=\"utf-8\">");
-    const std::size_t meta = report.find("<meta");
-    report.erase(meta, report.find('>', meta) + 1 - meta);
-    for (const char* const entity : {"&times;", "&sup3;"}) {
-        for (std::size_t at = report.find(entity); at != std::string::npos; at = report.find(entity))
-            report.erase(at, std::char_traits<char>::length(entity));
-    }
-    AnyXml xml;
-    EXPECT_TRUE(xml.ParseText(report)) << xml.GetError();
 }
 
 TEST(BuildReport, SaysThatThereAreNoEstimatesYet)

@@ -52,6 +52,8 @@ protected:
     Journal<std::string> news;
 };
 
+using RealMachineCommandsTest = WithEngine<MachineCommandsTest>;
+
 } // namespace
 
 TEST_F(MachineCommandsTest, OffersEveryKindWithItsFormatAndOwnOnesWithIcons)
@@ -112,10 +114,8 @@ TEST_F(MachineCommandsTest, AStateSetAtRunTimeRefusesCommandsAndIsNewsOfTheState
     EXPECT_TRUE(machine.CanRunCommand(Find(CommandType::Build).id).get());
 }
 
-TEST_F(MachineCommandsTest, StrategiesAreKeptInTheSceneAndShapeWhatTheEngineMakes)
+TEST_F(RealMachineCommandsTest, StrategiesAreKeptInTheSceneAndShapeWhatTheEngineMakes)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
     const auto platform = MakePlatform({MakeCube(L"new", 10), MakeCube(L"fine", 30, L"fine"),
                                         MakeCube(L"solid", 50, L"solid"), MakeCube(L"lost", 70, L"gone")});
@@ -138,10 +138,8 @@ TEST_F(MachineCommandsTest, StrategiesAreKeptInTheSceneAndShapeWhatTheEngineMake
     EXPECT_EQ(parts[3].GetStrategies()->at(L"part"), L"std");
 }
 
-TEST_F(MachineCommandsTest, PlatformSettingsAreChosenAmongThePrintersAndUsedByTheEngine)
+TEST_F(RealMachineCommandsTest, PlatformSettingsAreChosenAmongThePrintersAndUsedByTheEngine)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
     auto platform = MakePlatform({MakeCube(L"a", 20), MakeCube(L"b", 60, L"solid")});
     Run(CommandType::ConfigurePlatform, platform);
@@ -169,10 +167,8 @@ TEST_F(MachineCommandsTest, PlatformSettingsAreChosenAmongThePrintersAndUsedByTh
     EXPECT_EQ(GetText(ReadOutput(), Own::Material), L"Heavy");
 }
 
-TEST_F(MachineCommandsTest, ConfiguringThePrinterWritesSettingsThatPlatformsThenHave)
+TEST_F(RealMachineCommandsTest, ConfiguringThePrinterWritesSettingsThatPlatformsThenHave)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
     const auto file = dir / "data" / "machines" / (TestId + ".json");
     const auto empty = MakePlatform({});
@@ -199,15 +195,6 @@ TEST_F(MachineCommandsTest, ConfiguringThePrinterWritesSettingsThatPlatformsThen
         EXPECT_EQ(failure.code, ErrorCode::FileError);
         EXPECT_THAT(failure.text, HasSubstr(file.string()));
     }
-}
-
-TEST_F(MachineCommandsTest, WithoutAnEngineConfiguringThePrinterSaysWhatToInstall)
-{
-    Start(MakeRichProfile(), {{"engine.path", "/nowhere/prusa-slicer"}});
-    const auto failure = Fail(CommandType::ConfigurePrinter, MakePlatform({}));
-    EXPECT_EQ(failure.code, ErrorCode::InternalError);
-    EXPECT_THAT(failure.text, HasSubstr("install the package prusa-slicer"));
-    EXPECT_FALSE(fs::exists(dir / "data" / "machines"));
 }
 
 TEST_F(MachineCommandsTest, AConnectionIsTestedAtTheFolderOfJobs)
@@ -276,10 +263,8 @@ TEST_F(MachineCommandsTest, ReportsAreMadeOfTheSceneDescription)
     EXPECT_TRUE(fs::is_empty(dir / "output"));
 }
 
-TEST_F(MachineCommandsTest, ReportPropertiesHoldPrinterAndFigures)
+TEST_F(RealMachineCommandsTest, ReportPropertiesHoldPrinterAndFigures)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start();
     const auto fill = [&](const TavAM::Platform& i_platform) {
         const auto result = GetMachine().FillReportProperties(MakeParameters(i_platform)).get();

@@ -25,10 +25,10 @@ protected:
     const ContentCache cache{dir.GetAbsoluteDir() / "cache", {}};
 };
 
-TEST_F(SettingsCheckTest, ValuesThatTheEngineWouldReplaceAreNamedWithTheirField)
+using RealSettingsCheckTest = WithEngine<SettingsCheckTest>;
+
+TEST_F(RealSettingsCheckTest, ValuesThatTheEngineWouldReplaceAreNamedWithTheirField)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     const std::pair<std::string, std::string> rows[] = {
         {R"("fill_pattern": "honeycombb")",
          "engine.fill_pattern is 'honeycombb', of which the slicing engine would make"},
@@ -60,10 +60,8 @@ TEST_F(SettingsCheckTest, ValuesThatTheEngineWouldReplaceAreNamedWithTheirField)
         EXPECT_EQ(Check(text), "") << name;
 }
 
-TEST_F(SettingsCheckTest, AnAnswerIsRememberedAndASilentEngineKnowsNothing)
+TEST_F(RealSettingsCheckTest, AnAnswerIsRememberedAndASilentEngineKnowsNothing)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     const auto script = dir.GetAbsoluteDir() / "engine.sh";
     const auto runs = dir.GetAbsoluteDir() / "runs";
     WriteFile(script, "#!/bin/sh\necho run >> " + runs.string() + "\nexec prusa-slicer \"$@\"\n");

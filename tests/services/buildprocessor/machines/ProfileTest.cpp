@@ -91,32 +91,17 @@ TEST(Profile, DamagedFieldIsNamedWithItsFileAndPath)
     }
 }
 
-TEST(Profile, ShippedPrintersCoverEveryKindUnderDifferentIds)
+TEST(Profile, ShippedPrintersAreReadAndDifferInTheirIds)
 {
     std::set<boost::uuids::uuid> ids;
-    std::set<Technology> technologies;
-    std::set<BedShape> shapes;
-    bool small = false;
-    bool large = false;
     for (const auto& [name, text] : GetShippedProfiles()) {
-        const MachineProfile profile = ReadProfile(text, name).profile;
         const auto data = ToMachineData(ReadProfile(text, name));
-        ids.insert(profile.id);
-        technologies.insert(profile.technology);
-        shapes.insert(profile.bed.shape);
-        const double width = data.buildVolume->maxX - data.buildVolume->minX;
-        small = small || (profile.technology == Technology::Fff && width <= 200);
-        large = large || (profile.technology == Technology::Fff && width >= 300);
-        EXPECT_TRUE(data.configurationTime);
-        const auto& sections = profile.configuration;
-        EXPECT_TRUE(sections.nesting && sections.nesting->partToWall && sections.baseplate &&
-                    sections.baseplate->thickness && sections.supportProfiles && sections.partExport);
-        EXPECT_EQ(data.buildVolume->isCircular, profile.bed.shape == BedShape::Circle);
+        ids.insert(data.id);
+        EXPECT_TRUE(data.configurationTime) << name;
+        EXPECT_EQ(data.buildVolume->isCircular, text.find("\"circle\"") != std::string::npos) << name;
     }
     EXPECT_GE(ids.size(), 4U);
     EXPECT_EQ(ids.size(), GetShippedProfiles().size());
-    EXPECT_EQ(technologies.size(), 2U);
-    EXPECT_TRUE(shapes.contains(BedShape::Circle) && small && large);
 }
 
 TEST(ProfileFolder, TakesTheTimesOfFilesAsTheyAre)

@@ -15,7 +15,7 @@ using namespace Testing;
 
 TEST(PlatformFiles, WhatIsToldOfManyPartsCostsInProportionAndCanBeStopped)
 {
-    constexpr int count = 5000;
+    constexpr int count = 16'000;
     const ScopedTempDir folder;
     CommandParameters parameters;
     parameters.inputFile = folder.GetAbsoluteDir() / "input.TavAMX";

@@ -75,12 +75,12 @@ protected:
     }
 };
 
+using RealPlatformInformationTest = WithEngine<PlatformInformationTest>;
+
 } // namespace
 
-TEST_F(PlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
+TEST_F(RealPlatformInformationTest, TheEngineIsGivenWhatWasChosenAndTheRestAsItWas)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     const auto chosen =
         MakeEmptyPlatform(MakeChoices(MakeValue("Material", "Zäh &amp; hart") + MakeValue("LayerHeight", "0.2") +
                                       MakeValue("Nozzle", "0.6") + MakeValue("Plate", "Riffelblech &lt;ß&gt;")));

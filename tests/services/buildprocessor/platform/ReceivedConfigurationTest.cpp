@@ -123,6 +123,8 @@ protected:
     std::string message;
 };
 
+using RealReceivedConfigurationTest = WithEngine<ReceivedConfigurationTest>;
+
 } // namespace
 
 TEST(ReceivedConfiguration, WhatPrintersSayComesBackThroughTheHost)
@@ -243,10 +245,8 @@ TEST(ReceivedConfiguration, ADocumentThatCannotBeReadIsRefusedInOneSentence)
     }
 }
 
-TEST_F(ReceivedConfigurationTest, TheEngineIsGivenWhatThePlatformCarries)
+TEST_F(RealReceivedConfigurationTest, TheEngineIsGivenWhatThePlatformCarries)
 {
-    if (!IsEngineInstalled())
-        GTEST_SKIP() << "the package prusa-slicer is not installed";
     Start(Replaced(MakeProfile(), "\"perimeters\": 2", R"("perimeters": 2, "support_material_spacing": 1.5)"));
     const auto platform = MakePlatform({MakePart(L"tile", ToRepresentation(MakeBox(20, 20, 0, 10, 10, 0.6F)))});
     const auto carry = [&](const std::string& i_kind, const std::string& i_number) {
