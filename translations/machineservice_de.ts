@@ -249,6 +249,10 @@
         <source>&apos;%1&apos; holds no platform.</source>
         <translation>„%1“ enthält keine Plattform.</translation>
     </message>
+    <message>
+        <source>Reading the files was cancelled.</source>
+        <translation>Das Lesen der Dateien wurde abgebrochen.</translation>
+    </message>
 </context>
 <context>
     <name>Vexlor::ReferenceApiProvider</name>
@@ -263,10 +267,6 @@
     <message>
         <source>Unsupported input file format.</source>
         <translation>Das Format der Eingabedatei wird nicht unterstützt.</translation>
-    </message>
-    <message>
-        <source>Loading the platform was cancelled.</source>
-        <translation>Das Laden der Plattform wurde abgebrochen.</translation>
     </message>
     <message>
         <source>The machine&apos;s files hold %1 platforms; a scene takes exactly one.</source>
