@@ -1,8 +1,8 @@
 #include "buildprocessor/verify/MeshCheck.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/geometry/TriangleTree.h"
 #include "buildprocessor/verify/MeshEdges.h"
+#include "tavam/TriangleTree.h"
 
 #include <algorithm>
 #include <cmath>
@@ -112,7 +112,7 @@ std::vector<bool> FindTurned(const JoinedMesh& i_joined, const std::vector<Body>
         for (auto& triangle : part.triangles)
             std::swap(triangle[1], triangle[2]);
     }
-    const TriangleTree tree(part, 0);
+    const TavAM::TriangleTree tree(part.vertices, part.triangles, 0);
     for (std::uint32_t index = 0; index < i_bodies.size(); ++index) {
         ThrowIfStopped(i_stop);
         const Body& body = i_bodies[index];

@@ -1,14 +1,13 @@
-#include "buildprocessor/geometry/TriangleTree.h"
+#include "tavam/TriangleTree.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace MachineService::BuildProcessor {
+namespace TavAM {
 
 namespace {
 
-using TavAM::BoundingBox;
-using TavAM::Point3d;
+using Triangles = std::vector<std::array<std::uint32_t, 3>>;
 
 constexpr std::uint32_t LeafSize = 4;
 
@@ -61,13 +60,13 @@ int CrossRay(const Point3d& i_origin, const Triangle& i_triangle)
     return Dot(i_triangle.inward, RayDirection) < 0 ? 1 : -1;
 }
 
-double GetSignedVolume(const PartGeometry& i_part)
+double GetSignedVolume(const std::vector<Point3d>& i_vertices, const Triangles& i_triangles)
 {
     double volume = 0;
-    const Point3d origin = i_part.vertices.front();
-    for (const auto& triangle : i_part.triangles) {
-        volume += Dot(i_part.vertices[triangle[0]] - origin,
-                      Cross(i_part.vertices[triangle[1]] - origin, i_part.vertices[triangle[2]] - origin));
+    for (const auto& triangle : i_triangles) {
+        const Point3d& origin = i_vertices.front();
+        volume += Dot(i_vertices[triangle[0]] - origin,
+                      Cross(i_vertices[triangle[1]] - origin, i_vertices[triangle[2]] - origin));
     }
     return volume;
 }
@@ -82,13 +81,13 @@ BoundingBox GetBox(const Triangle& i_triangle)
 
 } // namespace
 
-TriangleTree::TriangleTree(const PartGeometry& i_part, double i_inset)
+TriangleTree::TriangleTree(const std::vector<Point3d>& i_vertices, const Triangles& i_triangles, double i_inset)
 {
     // A mesh may be turned inside out; the part is then still where its surface is.
-    const double outward = GetSignedVolume(i_part) < 0 ? -1 : 1;
-    _triangles.reserve(i_part.triangles.size());
-    for (const auto& indices : i_part.triangles) {
-        Triangle triangle{{i_part.vertices[indices[0]], i_part.vertices[indices[1]], i_part.vertices[indices[2]]}, {}};
+    const double outward = GetSignedVolume(i_vertices, i_triangles) < 0 ? -1 : 1;
+    _triangles.reserve(i_triangles.size());
+    for (const auto& indices : i_triangles) {
+        Triangle triangle{{i_vertices[indices[0]], i_vertices[indices[1]], i_vertices[indices[2]]}, {}};
         const Point3d normal =
             Cross(triangle.corners[1] - triangle.corners[0], triangle.corners[2] - triangle.corners[0]);
         const double length = std::sqrt(Dot(normal, normal));
@@ -167,7 +166,7 @@ void TriangleTree::ForEachPair(const TriangleTree& i_other,
     }
 }
 
-int TriangleTree::GetWinding(const TavAM::Point3d& i_point) const
+int TriangleTree::GetWinding(const Point3d& i_point) const
 {
     if (_nodes.empty() || !IsInside(_nodes.front().box, i_point))
         return 0;
@@ -190,4 +189,4 @@ int TriangleTree::GetWinding(const TavAM::Point3d& i_point) const
     return winding;
 }
 
-} // namespace MachineService::BuildProcessor
+} // namespace TavAM
