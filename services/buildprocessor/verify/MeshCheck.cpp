@@ -1,6 +1,7 @@
 #include "buildprocessor/verify/MeshCheck.h"
 
 #include "buildprocessor/base/Cancellation.h"
+#include "buildprocessor/geometry/PartGeometry.h"
 #include "buildprocessor/verify/MeshEdges.h"
 #include "tavam/TriangleTree.h"
 

@@ -1,0 +1,366 @@
+#include "workbench/plate/PlateRenderer.h"
+
+#include "workbench/plate/PlateModel.h"
+#include "workbench/plate/PlateShaders.h"
+
+#include <QVector4D>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <stdexcept>
+
+namespace Workbench {
+
+namespace {
+
+constexpr float BelowAlpha = 0.35F; ///< of the bed when it is looked at from below
+
+QVector3D ToVector(const QColor& i_colour)
+{
+    return {static_cast<float>(i_colour.redF()), static_cast<float>(i_colour.greenF()),
+            static_cast<float>(i_colour.blueF())};
+}
+
+QVector4D ToVector4(const QColor& i_colour)
+{
+    return {ToVector(i_colour), static_cast<float>(i_colour.alphaF())};
+}
+
+QVector4D ToVector4(const PlateBed& i_bed)
+{
+    return {static_cast<float>(i_bed.minX), static_cast<float>(i_bed.minY), static_cast<float>(i_bed.maxX),
+            static_cast<float>(i_bed.maxY)};
+}
+
+QMatrix4x4 ToMatrix(const TavAM::Transform& i_transform)
+{
+    QMatrix4x4 matrix;
+    for (int row = 0; row < 3; ++row) {
+        for (int column = 0; column < 4; ++column)
+            matrix(row, column) = static_cast<float>(i_transform.rows[static_cast<std::size_t>(row * 4 + column)]);
+    }
+    return matrix;
+}
+
+void Link(QOpenGLShaderProgram& io_program, const char* i_vertex, const char* i_fragment)
+{
+    if (!io_program.addShaderFromSourceCode(QOpenGLShader::Vertex, i_vertex) ||
+        !io_program.addShaderFromSourceCode(QOpenGLShader::Fragment, i_fragment) || !io_program.link())
+        throw std::runtime_error("The graphics driver takes no program: " + io_program.log().toStdString());
+}
+
+void AddBox(const TavAM::BoundingBox& i_box, std::vector<QVector3D>& io_points)
+{
+    const auto corner = [&](int i_number) {
+        return QVector3D(static_cast<float>((i_number & 1) ? i_box.max.x : i_box.min.x),
+                         static_cast<float>((i_number & 2) ? i_box.max.y : i_box.min.y),
+                         static_cast<float>((i_number & 4) ? i_box.max.z : i_box.min.z));
+    };
+    for (int number = 0; number < 8; ++number) {
+        for (const int axis : {1, 2, 4}) {
+            if (!(number & axis)) {
+                io_points.push_back(corner(number));
+                io_points.push_back(corner(number | axis));
+            }
+        }
+    }
+}
+
+void AddCircle(const PlateBed& i_bed, double i_z, std::vector<QVector3D>& io_points)
+{
+    constexpr int sides = 96;
+    const double radius = (i_bed.maxX - i_bed.minX) / 2;
+    const auto point = [&](int i_number) {
+        const double angle = 2 * std::numbers::pi * i_number / sides;
+        return QVector3D(static_cast<float>((i_bed.minX + i_bed.maxX) / 2 + radius * std::cos(angle)),
+                         static_cast<float>((i_bed.minY + i_bed.maxY) / 2 + radius * std::sin(angle)),
+                         static_cast<float>(i_z));
+    };
+    for (int side = 0; side < sides; ++side) {
+        io_points.push_back(point(side));
+        io_points.push_back(point(side + 1));
+    }
+}
+
+/// Over the left shoulder of whoever looks.
+QVector3D GetKeyLight(const Camera& i_camera)
+{
+    return i_camera.GetView().transposed().mapVector(QVector3D(-0.35F, 0.55F, 0.76F)).normalized();
+}
+
+} // namespace
+
+PlateRenderer::PlateRenderer(QOpenGLFunctions_3_3_Core& io_gl, const GlMeshes& i_meshes)
+    : _gl(io_gl)
+    , _meshes(i_meshes)
+{
+    Link(_background, Shaders::BackgroundVertex, Shaders::BackgroundFragment);
+    Link(_bed, Shaders::BedVertex, Shaders::BedFragment);
+    Link(_part, Shaders::PartVertex, Shaders::PartFragment);
+    Link(_shadow, Shaders::PartVertex, Shaders::ShadowFragment);
+    Link(_line, Shaders::LineVertex, Shaders::LineFragment);
+    _gl.glGenVertexArrays(1, &_empty);
+    _gl.glGenVertexArrays(1, &_lineArray);
+    _gl.glGenBuffers(1, &_lineBuffer);
+    _gl.glBindVertexArray(_lineArray);
+    _gl.glBindBuffer(GL_ARRAY_BUFFER, _lineBuffer);
+    _gl.glEnableVertexAttribArray(0);
+    _gl.glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(QVector3D), nullptr);
+    _gl.glBindVertexArray(0);
+}
+
+PlateRenderer::~PlateRenderer()
+{
+    _gl.glDeleteVertexArrays(1, &_empty);
+    _gl.glDeleteVertexArrays(1, &_lineArray);
+    _gl.glDeleteBuffers(1, &_lineBuffer);
+}
+
+void PlateRenderer::Begin(const PlateModel& i_model, const Camera& i_camera, const PlateColours& i_colours, Form i_form)
+{
+    _model = &i_model;
+    _camera = i_camera;
+    _colours = i_colours;
+    _viewProjection = i_camera.GetProjection() * i_camera.GetView();
+    _CollectItems(i_model, i_form);
+    _next = 0;
+    _done = 0;
+
+    // Whoever drew before, a painter for one, leaves its own state.
+    _gl.glDisable(GL_SCISSOR_TEST);
+    _gl.glDisable(GL_CULL_FACE);
+    _gl.glDisable(GL_STENCIL_TEST);
+    _gl.glDisable(GL_BLEND);
+    _gl.glDepthMask(GL_TRUE);
+    _gl.glStencilMask(0xFF);
+    _gl.glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE);
+    _gl.glClear(GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+    _gl.glEnable(GL_DEPTH_TEST);
+    _gl.glDepthFunc(GL_LEQUAL);
+    _gl.glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ZERO, GL_ONE);
+    _DrawBackground();
+    _step = i_camera.IsFromBelow() ? Step::Parts : Step::Bed;
+}
+
+bool PlateRenderer::Draw(std::size_t i_triangles)
+{
+    switch (_step) {
+    case Step::Bed:
+        _DrawBed(*_model, 1);
+        _step = _model->GetBed().isKnown ? Step::Shadows : Step::Parts;
+        break;
+    case Step::Shadows:
+        _DrawShadows(*_model);
+        _step = Step::Parts;
+        break;
+    case Step::Parts:
+        if (_DrawParts(i_triangles))
+            _step = Step::Lines;
+        break;
+    case Step::Lines:
+        _DrawLines(*_model);
+        if (_camera.IsFromBelow())
+            _DrawBed(*_model, BelowAlpha);
+        _step = Step::Done;
+        break;
+    case Step::Done:
+        break;
+    }
+    return _step == Step::Done;
+}
+
+void PlateRenderer::_CollectItems(const PlateModel& i_model, Form i_form)
+{
+    _items.clear();
+    _triangles = 0;
+    std::size_t bodies = 0;
+    for (const PlatePart& part : i_model.GetParts())
+        bodies += part.bodies.size();
+    const std::size_t share = CoarseTriangles / std::max<std::size_t>(bodies, 1);
+    for (const PlatePart& part : i_model.GetParts()) {
+        for (const PlateBody& body : part.bodies) {
+            const GlMesh* const mesh = _meshes.Find(*body.mesh);
+            if (!mesh || mesh->grades.empty())
+                continue;
+            Item& item = _items.emplace_back();
+            item.mesh = mesh;
+            item.model = ToMatrix(i_model.GetShownPlacement(part, body));
+            item.normal = item.model.normalMatrix();
+            item.grade = i_form == Form::Full ? mesh->grades.front() : FindGrade(mesh->grades, share);
+            item.isSelected = part.isSelected;
+            item.hasProblem = part.hasProblem;
+            item.isFlat = item.grade.begin != 0;
+            _triangles += item.grade.count / 3;
+        }
+    }
+}
+
+void PlateRenderer::_DrawBackground()
+{
+    _gl.glDisable(GL_BLEND);
+    _gl.glDepthMask(GL_FALSE);
+    _background.bind();
+    _background.setUniformValue("u_top", ToVector(_colours.backgroundTop));
+    _background.setUniformValue("u_bottom", ToVector(_colours.backgroundBottom));
+    _gl.glBindVertexArray(_empty);
+    _gl.glDrawArrays(GL_TRIANGLES, 0, 3);
+    _gl.glDepthMask(GL_TRUE);
+}
+
+void PlateRenderer::_DrawBed(const PlateModel& i_model, float i_alpha)
+{
+    const PlateBed& bed = i_model.GetBed();
+    // The finest lines that are some pixels apart.
+    const double pixel = _camera.GetMillimetresPerPixel();
+    const float fine = pixel < 0.12 ? 1.0F : pixel < 2.5 ? 10.0F : 100.0F;
+    QVector4D plate = ToVector4(_colours.plate);
+    plate.setW(i_alpha * (bed.isKnown ? 1.0F : 0.45F));
+    QVector4D edge = ToVector4(_colours.edge);
+    edge.setW(bed.isKnown ? 1.0F : 0.0F);
+
+    _gl.glEnable(GL_BLEND);
+    _bed.bind();
+    _bed.setUniformValue("u_viewProjection", _viewProjection);
+    _bed.setUniformValue("u_rectangle", ToVector4(bed));
+    _bed.setUniformValue("u_isCircular", bed.isCircular);
+    _bed.setUniformValue("u_plate", plate);
+    _bed.setUniformValue("u_fineColour", ToVector(_colours.gridFine));
+    _bed.setUniformValue("u_coarseColour", ToVector(_colours.gridCoarse));
+    _bed.setUniformValue("u_edge", edge);
+    _bed.setUniformValue("u_zoneColour", ToVector(_colours.zone));
+    _bed.setUniformValue("u_fine", fine);
+    _bed.setUniformValue("u_coarse", fine * 5);
+    QVector4D zones[Shaders::MaxZones];
+    const int zoneCount = std::min(Shaders::MaxZones, static_cast<int>(bed.zones.size()));
+    for (int zone = 0; zone < zoneCount; ++zone) {
+        const TavAM::BoundingBox& box = bed.zones[static_cast<std::size_t>(zone)].box;
+        zones[zone] = {static_cast<float>(box.min.x), static_cast<float>(box.min.y), static_cast<float>(box.max.x),
+                       static_cast<float>(box.max.y)};
+    }
+    _bed.setUniformValue("u_zoneCount", zoneCount);
+    _bed.setUniformValueArray("u_zones", zones, Shaders::MaxZones);
+    _gl.glBindVertexArray(_empty);
+    _gl.glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    _gl.glDisable(GL_BLEND);
+}
+
+void PlateRenderer::_DrawShadows(const PlateModel& i_model)
+{
+    // Flattened onto the bed along the light; the stencil keeps what overlaps from getting darker.
+    QMatrix4x4 flatten;
+    flatten(0, 2) = 0.30F;
+    flatten(1, 2) = 0.18F;
+    flatten(2, 2) = 0;
+    flatten(2, 3) = -0.015F;
+    _gl.glEnable(GL_BLEND);
+    _gl.glEnable(GL_STENCIL_TEST);
+    _gl.glStencilFunc(GL_EQUAL, 0, 0xFF);
+    _gl.glStencilOp(GL_KEEP, GL_KEEP, GL_INCR);
+    _shadow.bind();
+    _shadow.setUniformValue("u_viewProjection", _viewProjection);
+    _shadow.setUniformValue("u_rectangle", ToVector4(i_model.GetBed()));
+    _shadow.setUniformValue("u_isCircular", i_model.GetBed().isCircular);
+    _shadow.setUniformValue("u_shadow", ToVector4(_colours.shadow));
+    _shadow.setUniformValue("u_normal", QMatrix3x3());
+    for (const Item& item : _items) {
+        constexpr std::size_t enough = 600;
+        const MeshForms::Grade& grade = FindGrade(item.mesh->grades, enough);
+        _shadow.setUniformValue("u_model", flatten * item.model);
+        _gl.glBindVertexArray(item.mesh->vertexArray);
+        _gl.glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(grade.count), GL_UNSIGNED_INT,
+                           reinterpret_cast<const void*>(grade.begin * sizeof(std::uint32_t)));
+    }
+    _gl.glDisable(GL_STENCIL_TEST);
+    _gl.glDisable(GL_BLEND);
+}
+
+void PlateRenderer::_UsePartProgram()
+{
+    bool isInvertible = false;
+    const QVector3D eye = _camera.GetView().inverted(&isInvertible).map(QVector3D());
+    _part.bind();
+    _part.setUniformValue("u_viewProjection", _viewProjection);
+    _part.setUniformValue("u_eye", eye);
+    _part.setUniformValue("u_key", GetKeyLight(_camera));
+    _part.setUniformValue("u_ambient", 0.36F);
+    _gl.glEnable(GL_DEPTH_TEST);
+    _gl.glDisable(GL_BLEND);
+}
+
+void PlateRenderer::_SetItem(const Item& i_item)
+{
+    const QColor base = i_item.isSelected ? _colours.selected : i_item.hasProblem ? _colours.problem : _colours.part;
+    const QColor stripes = i_item.isSelected ? _colours.problem : _colours.problem.darker(150);
+    _part.setUniformValue("u_model", i_item.model);
+    _part.setUniformValue("u_normal", i_item.normal);
+    _part.setUniformValue("u_colour", ToVector(base));
+    _part.setUniformValue("u_stripes", ToVector(stripes));
+    _part.setUniformValue("u_isStriped", i_item.hasProblem);
+    _part.setUniformValue("u_isFlat", i_item.isFlat);
+    _gl.glBindVertexArray(i_item.mesh->vertexArray);
+}
+
+bool PlateRenderer::_DrawParts(std::size_t i_triangles)
+{
+    _UsePartProgram();
+    std::size_t left = i_triangles * 3;
+    while (_next < _items.size() && left > 0) {
+        const Item& item = _items[_next];
+        const std::size_t count = std::min(left, item.grade.count - _done);
+        _SetItem(item);
+        _gl.glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(count), GL_UNSIGNED_INT,
+                           reinterpret_cast<const void*>((item.grade.begin + _done) * sizeof(std::uint32_t)));
+        left -= count;
+        _done += count;
+        if (_done == item.grade.count) {
+            ++_next;
+            _done = 0;
+        }
+    }
+    _gl.glBindVertexArray(0);
+    return _next == _items.size();
+}
+
+void PlateRenderer::_DrawLines(const PlateModel& i_model)
+{
+    const PlateBed& bed = i_model.GetBed();
+    if (bed.isKnown) {
+        std::vector<QVector3D> volume;
+        if (bed.isCircular) {
+            AddCircle(bed, 0, volume);
+            AddCircle(bed, bed.height, volume);
+        } else {
+            AddBox(bed.GetBox(), volume);
+        }
+        _DrawLines(volume, _colours.volume);
+    }
+    std::vector<QVector3D> zones;
+    for (const PlateZone& zone : bed.zones) {
+        TavAM::BoundingBox box = zone.box;
+        // A zone may reach to the sky.
+        box.min.z = std::clamp(box.min.z, 0.0, bed.height);
+        box.max.z = std::clamp(box.max.z, 0.0, bed.height);
+        AddBox(box, zones);
+    }
+    _DrawLines(zones, _colours.zone);
+}
+
+void PlateRenderer::_DrawLines(const std::vector<QVector3D>& i_points, const QColor& i_colour)
+{
+    if (i_points.empty())
+        return;
+    _gl.glEnable(GL_BLEND);
+    _line.bind();
+    _line.setUniformValue("u_viewProjection", _viewProjection);
+    _line.setUniformValue("u_colour", ToVector4(i_colour));
+    _gl.glBindVertexArray(_lineArray);
+    _gl.glBindBuffer(GL_ARRAY_BUFFER, _lineBuffer);
+    _gl.glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(i_points.size() * sizeof(QVector3D)), i_points.data(),
+                     GL_STREAM_DRAW);
+    _gl.glDrawArrays(GL_LINES, 0, static_cast<GLsizei>(i_points.size()));
+    _gl.glBindVertexArray(0);
+    _gl.glDisable(GL_BLEND);
+}
+
+} // namespace Workbench

@@ -1,0 +1,376 @@
+#include "workbench/preview/GCodeParser.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <utility>
+
+namespace Workbench {
+
+namespace {
+
+constexpr double MillimetresPerInch = 25.4;
+constexpr double Largest = 1e7; ///< beyond it a number is a mistake
+
+bool IsBlank(char i_character)
+{
+    return i_character == ' ' || i_character == '\t';
+}
+
+std::string_view Trimmed(std::string_view i_text)
+{
+    while (!i_text.empty() && IsBlank(i_text.front()))
+        i_text.remove_prefix(1);
+    while (!i_text.empty() && (IsBlank(i_text.back()) || i_text.back() == '\r'))
+        i_text.remove_suffix(1);
+    return i_text;
+}
+
+/// Of the form that machine files have, "-12.345"; several times faster than what reads every form. Moves the text on.
+double ReadDecimal(std::string_view& io_text)
+{
+    static constexpr double tenths[] = {1, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e-8, 1e-9};
+    const char* at = io_text.data();
+    const char* const end = at + io_text.size();
+    const bool isNegative = at != end && *at == '-';
+    if (at != end && (*at == '-' || *at == '+'))
+        ++at;
+    std::uint64_t digits = 0;
+    int count = 0;
+    int decimals = 0;
+    bool hasPoint = false;
+    for (; at != end; ++at) {
+        if (*at >= '0' && *at <= '9') {
+            // What is finer than 1e-9 or larger than any machine is not counted.
+            if (count < 17 && decimals < 9) {
+                digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
+                ++count;
+                decimals += hasPoint ? 1 : 0;
+            }
+        } else if (*at == '.' && !hasPoint) {
+            hasPoint = true;
+        } else {
+            break;
+        }
+    }
+    io_text.remove_prefix(static_cast<std::size_t>(at - io_text.data()));
+    const double value = static_cast<double>(digits) * tenths[decimals];
+    return isNegative ? -value : value;
+}
+
+struct KindName
+{
+    std::string_view name;
+    MoveKind kind;
+};
+
+// Names that slicers label moves with.
+constexpr KindName KindNames[] = {
+    {"External perimeter", MoveKind::OuterWall},
+    {"Perimeter", MoveKind::InnerWall},
+    {"Overhang perimeter", MoveKind::Overhang},
+    {"Internal infill", MoveKind::Infill},
+    {"Solid infill", MoveKind::SolidInfill},
+    {"Top solid infill", MoveKind::TopSurface},
+    {"Ironing", MoveKind::TopSurface},
+    {"Bridge infill", MoveKind::Bridge},
+    {"Gap fill", MoveKind::GapFill},
+    {"Skirt", MoveKind::Skirt},
+    {"Skirt/Brim", MoveKind::Skirt},
+    {"Support material", MoveKind::Support},
+    {"Support material interface", MoveKind::SupportInterface},
+    {"Wipe tower", MoveKind::PrimeTower},
+    {"WALL-OUTER", MoveKind::OuterWall},
+    {"WALL-INNER", MoveKind::InnerWall},
+    {"FILL", MoveKind::Infill},
+    {"SKIN", MoveKind::SolidInfill},
+    {"SKIRT", MoveKind::Skirt},
+    {"SUPPORT", MoveKind::Support},
+    {"SUPPORT-INTERFACE", MoveKind::SupportInterface},
+    {"PRIME-TOWER", MoveKind::PrimeTower},
+    {"Outer wall", MoveKind::OuterWall},
+    {"Inner wall", MoveKind::InnerWall},
+    {"Overhang wall", MoveKind::Overhang},
+    {"Sparse infill", MoveKind::Infill},
+    {"Internal solid infill", MoveKind::SolidInfill},
+    {"Bottom surface", MoveKind::SolidInfill},
+    {"Top surface", MoveKind::TopSurface},
+    {"Bridge", MoveKind::Bridge},
+    {"Support", MoveKind::Support},
+    {"Support interface", MoveKind::SupportInterface},
+    {"Prime tower", MoveKind::PrimeTower},
+};
+
+} // namespace
+
+struct GCodeParser::Words
+{
+    double values[26];
+    std::uint32_t mask = 0; ///< bit by letter
+
+    bool Has(char i_letter) const { return (mask >> (i_letter - 'A') & 1U) != 0; }
+    double Get(char i_letter, double i_default = 0) const { return Has(i_letter) ? values[i_letter - 'A'] : i_default; }
+
+    void Read(std::string_view i_text)
+    {
+        while (!i_text.empty()) {
+            char letter = i_text.front();
+            i_text.remove_prefix(1);
+            if (letter >= 'a' && letter <= 'z')
+                letter = static_cast<char>(letter - 'a' + 'A');
+            if (letter < 'A' || letter > 'Z')
+                continue;
+            const double value = ReadDecimal(i_text);
+            if (std::abs(value) <= Largest) {
+                values[letter - 'A'] = value;
+                mask |= 1U << (letter - 'A');
+            }
+        }
+    }
+};
+
+void GCodeParser::ReadLine(std::string_view i_line)
+{
+    while (!i_line.empty() && IsBlank(i_line.front()))
+        i_line.remove_prefix(1);
+    if (i_line.empty())
+        return;
+    if (i_line.front() == ';') {
+        _ReadComment(Trimmed(i_line.substr(1)));
+        return;
+    }
+    if (const std::size_t comment = i_line.find(';'); comment != std::string_view::npos)
+        i_line = i_line.substr(0, comment);
+    const char letter = i_line.front();
+    if (letter != 'G' && letter != 'M' && letter != 'g' && letter != 'm')
+        return;
+    int number = 0;
+    const auto [end, error] = std::from_chars(i_line.data() + 1, i_line.data() + i_line.size(), number);
+    if (error != std::errc())
+        return;
+    i_line.remove_prefix(static_cast<std::size_t>(end - i_line.data()));
+    // "G92.1" and the like are other commands.
+    if (!i_line.empty() && i_line.front() == '.')
+        return;
+    const bool isKnown = letter == 'G' || letter == 'g'
+                             ? number <= 4 || number == 20 || number == 21 || (number >= 90 && number <= 92)
+                             : number == 82 || number == 83 || (number >= 201 && number <= 205);
+    if (!isKnown)
+        return;
+    Words words;
+    words.Read(i_line);
+    _RunCommand(letter == 'g' ? 'G' : letter == 'm' ? 'M' : letter, number, words);
+}
+
+void GCodeParser::_RunCommand(char i_letter, int i_number, const Words& i_words)
+{
+    if (i_letter == 'M') {
+        if (i_number == 82 || i_number == 83)
+            _state.isRelativeFilament = i_number == 83;
+        else
+            _SetLimits(i_number, i_words);
+        return;
+    }
+    switch (i_number) {
+    case 0:
+    case 1:
+        _Move(i_words);
+        break;
+    case 2:
+    case 3:
+        _Arc(i_words, i_number == 2);
+        break;
+    case 4:
+        _sink.OnDwell(std::max(0.0, i_words.Get('S') + i_words.Get('P') / 1000));
+        break;
+    case 20:
+    case 21:
+        _state.isInch = i_number == 20;
+        break;
+    case 90:
+    case 91:
+        _state.isRelative = _state.isRelativeFilament = i_number == 91;
+        break;
+    case 92:
+        _SetPosition(i_words);
+        break;
+    default:
+        break;
+    }
+}
+
+void GCodeParser::_ReadComment(std::string_view i_text)
+{
+    if (i_text.starts_with("TYPE:")) {
+        const std::string_view name = i_text.substr(5);
+        const auto* const found = std::find_if(std::begin(KindNames), std::end(KindNames),
+                                               [&](const KindName& i_kind) { return i_kind.name == name; });
+        _state.kind = found == std::end(KindNames) ? MoveKind::Other : found->kind;
+    } else if (i_text.starts_with("WIDTH:")) {
+        std::string_view text = i_text.substr(6);
+        _state.width = std::min(ReadDecimal(text), 100.0);
+    } else if (i_text == "LAYER_CHANGE" || i_text.starts_with("LAYER:") || i_text == "CHANGE_LAYER") {
+        _sink.OnLayer();
+    }
+}
+
+void GCodeParser::_Move(const Words& i_words)
+{
+    const double unit = _state.isInch ? MillimetresPerInch : 1;
+    if (i_words.Has('F'))
+        _state.speed = std::max(0.001, i_words.Get('F') * unit / 60);
+    std::array<double, 3> to = _state.position;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const char letter = static_cast<char>('X' + axis);
+        if (i_words.Has(letter))
+            to[axis] = (_state.isRelative ? to[axis] : 0) + i_words.Get(letter) * unit;
+    }
+    double filament = 0;
+    for (const char letter : {'E', 'A'}) {
+        if (i_words.Has(letter))
+            filament = i_words.Get(letter) * unit - (_state.isRelativeFilament ? 0 : _state.filament);
+    }
+    _MoveTo(to, filament);
+}
+
+void GCodeParser::_Arc(const Words& i_words, bool i_is_clockwise)
+{
+    const double unit = _state.isInch ? MillimetresPerInch : 1;
+    const std::array<double, 3> from = _state.position;
+    std::array<double, 3> to = from;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const char letter = static_cast<char>('X' + axis);
+        if (i_words.Has(letter))
+            to[axis] = (_state.isRelative ? to[axis] : 0) + i_words.Get(letter) * unit;
+    }
+    double x = i_words.Get('I') * unit;
+    double y = i_words.Get('J') * unit;
+    const double dx = to[0] - from[0];
+    const double dy = to[1] - from[1];
+    if (const double radius = i_words.Get('R') * unit; radius != 0) {
+        // The centre lies beside the chord; a radius below zero asks for the longer way round.
+        const double chord = std::hypot(dx, dy);
+        const double away = std::sqrt(std::max(0.0, radius * radius - chord * chord / 4));
+        const double side = ((radius < 0) != i_is_clockwise ? -1 : 1) * (chord > 0 ? away / chord : 0);
+        x = dx / 2 - side * dy;
+        y = dy / 2 + side * dx;
+    }
+    const double radius = std::hypot(x, y);
+    const double begin = std::atan2(-y, -x);
+    double sweep = std::atan2(dy - y, dx - x) - begin;
+    if (i_is_clockwise && sweep >= -1e-9)
+        sweep -= 2 * std::numbers::pi;
+    if (!i_is_clockwise && sweep <= 1e-9)
+        sweep += 2 * std::numbers::pi;
+    if (radius < 1e-6 || radius > 1e5) {
+        _Move(i_words);
+        return;
+    }
+    Words rest = i_words;
+    if (rest.Has('F'))
+        _state.speed = std::max(0.001, rest.Get('F') * unit / 60);
+    double filament = 0;
+    if (rest.Has('E'))
+        filament = rest.Get('E') * unit - (_state.isRelativeFilament ? 0 : _state.filament);
+    const int steps = std::clamp(static_cast<int>(std::ceil(std::abs(sweep) * radius / 0.5)), 4, 720);
+    for (int step = 1; step <= steps; ++step) {
+        const double part = static_cast<double>(step) / steps;
+        std::array<double, 3> at = to;
+        if (step < steps) {
+            at = {from[0] + x + radius * std::cos(begin + part * sweep),
+                  from[1] + y + radius * std::sin(begin + part * sweep), from[2] + part * (to[2] - from[2])};
+        }
+        _MoveTo(at, filament / steps);
+    }
+}
+
+void GCodeParser::_MoveTo(const std::array<double, 3>& i_to, double i_filament)
+{
+    GCodeMove move{_state.position, i_to, i_filament, 0, _state.speed, _state.width, MoveKind::Travel};
+    _state.filament += i_filament;
+    _state.driven += i_filament;
+    if (_state.driven > _state.furthest) {
+        move.pushed = _state.driven - _state.furthest;
+        _state.furthest = _state.driven;
+        if (move.from[0] != move.to[0] || move.from[1] != move.to[1])
+            move.kind = _state.kind;
+    }
+    _sink.OnMove(move, _state);
+    _state.position = i_to;
+}
+
+void GCodeParser::_SetPosition(const Words& i_words)
+{
+    const double unit = _state.isInch ? MillimetresPerInch : 1;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const char letter = static_cast<char>('X' + axis);
+        if (i_words.Has(letter))
+            _state.position[axis] = i_words.Get(letter) * unit;
+    }
+    for (const char letter : {'E', 'A'}) {
+        if (i_words.Has(letter))
+            _state.filament = i_words.Get(letter) * unit;
+    }
+}
+
+void GCodeParser::_SetLimits(int i_number, const Words& i_words)
+{
+    MotionLimits& limits = _state.limits;
+    constexpr char letters[] = {'X', 'Y', 'Z', 'E'};
+    const auto take = [&](double& io_value, char i_letter, double i_factor = 1) {
+        if (i_words.Get(i_letter) > 0)
+            io_value = i_words.Get(i_letter) * i_factor;
+    };
+    for (std::size_t axis = 0; axis < 4; ++axis) {
+        if (i_number == 201)
+            take(limits.acceleration[axis], letters[axis]);
+        else if (i_number == 203)
+            take(limits.speed[axis], letters[axis]);
+        else if (i_number == 205)
+            take(limits.jerk[axis], letters[axis]);
+    }
+    if (i_number == 204) {
+        // An older word for all of them.
+        take(limits.printing, 'S');
+        take(limits.travelling, 'S');
+        take(limits.printing, 'P');
+        take(limits.retracting, 'R');
+        take(limits.travelling, 'T');
+    }
+}
+
+void TakeMotionSetting(std::string_view i_text, MotionLimits& io_limits)
+{
+    const std::size_t equals = i_text.find('=');
+    if (equals == std::string_view::npos)
+        return;
+    const std::string_view name = Trimmed(i_text.substr(0, equals));
+    std::string_view text = Trimmed(i_text.substr(equals + 1));
+    const double value = ReadDecimal(text);
+    if (!(value > 0))
+        return;
+    const std::pair<std::string_view, double*> values[] = {
+        {"machine_max_acceleration_extruding", &io_limits.printing},
+        {"machine_max_acceleration_retracting", &io_limits.retracting},
+        {"machine_max_acceleration_travel", &io_limits.travelling},
+    };
+    for (const auto& [known, target] : values) {
+        if (name == known)
+            *target = value;
+    }
+    const std::pair<std::string_view, std::array<double, 4>*> axes[] = {
+        {"machine_max_feedrate_", &io_limits.speed},
+        {"machine_max_acceleration_", &io_limits.acceleration},
+        {"machine_max_jerk_", &io_limits.jerk},
+    };
+    for (const auto& [prefix, target] : axes) {
+        if (!name.starts_with(prefix) || name.size() != prefix.size() + 1)
+            continue;
+        if (const std::size_t axis = std::string_view("xyze").find(name.back()); axis != std::string_view::npos)
+            (*target)[axis] = value;
+    }
+}
+
+} // namespace Workbench
