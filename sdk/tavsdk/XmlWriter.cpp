@@ -196,7 +196,7 @@ void XmlWriter::WriteStartTag(std::string_view i_name)
 {
     _impl->RequireOpen();
     if (!IsName(i_name))
-        throw std::runtime_error("'" + std::string(i_name) + "' is no name for an XML element");
+        throw std::runtime_error("'" + std::string(i_name) + "' is no name for an XML element.");
     if (_impl->tags.empty() && _impl->hasRoot)
         throw std::runtime_error("an XML document has one root element only");
     _impl->EndOpenTag();
@@ -214,7 +214,7 @@ void XmlWriter::WriteAttribute(std::string_view i_name, std::string_view i_value
     if (!_impl->isTagOpen)
         throw std::runtime_error("an XML attribute belongs directly after its start tag");
     if (!IsName(i_name))
-        throw std::runtime_error("'" + std::string(i_name) + "' is no name for an XML attribute");
+        throw std::runtime_error("'" + std::string(i_name) + "' is no name for an XML attribute.");
     for (const auto& [place, size] : _impl->attributes) {
         if (std::string_view(_impl->text).substr(place, size) == i_name)
             throw std::runtime_error("an XML element has the attribute '" + std::string(i_name) + "' twice");

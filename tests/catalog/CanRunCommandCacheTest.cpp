@@ -194,11 +194,11 @@ TEST_F(CanRunCommandCacheTest, AnswersAQuestionWheneverItComes)
 }
 
 /// A machine that gives a sentence with its no.
-class ExplainingMachine final : public SilentMachine, public IExplainsCanRun
+class ExplainingMachine final : public FakeMachine, public IExplainsCanRun
 {
 public:
     explicit ExplainingMachine(std::function<std::future<CanRunAnswer>()> i_explain)
-        : SilentMachine(MakeMachineData(1))
+        : FakeMachine(MakeMachineData(1), std::make_shared<FakeBehaviour>())
         , _explain(std::move(i_explain))
     {}
     std::future<CanRunAnswer> ExplainCanRunCommand(const boost::uuids::uuid&) const override { return _explain(); }

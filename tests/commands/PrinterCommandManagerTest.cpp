@@ -121,23 +121,20 @@ TEST_F(PrinterCommandManagerTest, FollowsTheMachineOfTheScene)
 }
 
 /// What a cache of answers tells.
-class KnowingStrategy final : public SilentMachine, public IKnowsCanRun
+class KnowingStrategy final : public TestSupport::FakeMachine, public IKnowsCanRun
 {
 public:
     KnowingStrategy(const Script& i_script, KnownCanRunAnswer i_known)
-        : SilentMachine(i_script.data)
-        , _commands(i_script.commands)
+        : FakeMachine(i_script.data, std::make_shared<Script>(i_script))
         , _known(std::move(i_known))
     {}
-    std::future<std::vector<CommandDescription>> GetCommands() const override { return MakeReady(_commands); }
     std::future<bool> CanRunCommand(const boost::uuids::uuid&) const override
     {
-        return MakeReady(_known.answer.canRun);
+        return TestSupport::MakeReady(_known.answer.canRun);
     }
     KnownCanRunAnswer GetKnownCanRunAnswer(const boost::uuids::uuid&) const override { return _known; }
 
 private:
-    std::vector<CommandDescription> _commands;
     KnownCanRunAnswer _known;
 };
 
@@ -172,7 +169,7 @@ TEST_F(PrinterCommandManagerTest, TellsWhyEachCommandIsDisabled)
          false,
          {{false, "The <b>door</b>\nis open."}, now, {}},
          Kind::MachineRefuses,
-         "The <b>door</b> is open."},
+         "The door is open."},
         {4, true, true, false, {{}, now, now}, Kind::MachineSilent, "The machine has not answered since " + time + "."},
         {4, false, true, false, {{true, {}}, now, {}}, Kind::NothingOnPlate, "There is nothing on the plate."},
         {4, false, true, true, {{true, {}}, now, {}}, Kind::AnotherCommandRuns, "Another command is still running."},

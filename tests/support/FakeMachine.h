@@ -45,8 +45,8 @@ struct FakeBehaviour
     std::function<std::future<Answer>(const std::string&)> getPlatform;
 };
 
-/// The one machine of all tests that need no real one.
-class FakeMachine final : public MachineService::MachineStrategy
+/// The one machine of all tests that need no real one. A test adds what a machine may do besides in a class of its own.
+class FakeMachine : public MachineService::MachineStrategy
 {
 public:
     FakeMachine(const MachineService::MachineData& i_data, std::shared_ptr<const FakeBehaviour> ip_behaviour)

@@ -13,7 +13,7 @@ protected:
     /// In a locale whose characters the folder's name does not have.
     ExportConfigTest()
     {
-        SetVariable("LC_ALL", QStringLiteral("C"));
+        SetVariable("LC_ALL", "C");
         SetVariable("MACHINESERVICE_OUT_DIR", _GetFolder());
     }
 

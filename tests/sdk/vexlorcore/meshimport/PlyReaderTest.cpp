@@ -133,7 +133,7 @@ TEST_F(PlyReaderTest, RefusesWhatIsNoBodyWithTheTrueReason)
         Refused("count.ply", Replace(text, "vertex 4", "vertex four"), "line 3: 'four' is no count of elements"),
         Refused("cloud.ply", Replace(Replace(text, "element face", "element faces"), "vertex_indices", "x"),
                 "it is a cloud of points: it announces no element 'face'"),
-        Refused("flat.ply", Replace(text, "float z", "float w"), "its vertices have no coordinate \"z\""),
+        Refused("flat.ply", Replace(text, "float z", "float w"), "its vertices have no coordinate 'z'"),
         Refused("many-edges.ply", edges,
                 "it is cut off: it announces 400000000 of the element 'edge', and there is no room for them"),
         Refused("many-empty.ply", noProperties, "its element 'edge' has no properties"),

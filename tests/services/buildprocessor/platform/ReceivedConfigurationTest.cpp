@@ -205,7 +205,7 @@ TEST(ReceivedConfiguration, ThePlatformsValuesComeBeforeTheMachines)
     EXPECT_THAT(
         some.notes,
         ElementsAre("The slicing engine has no setting for the configuration's Z compensation; it is not applied.",
-                    "In the platform's machine configuration \"SupportProfiles/SupportProfile[2]/Wings\" is "
+                    "In the platform's machine configuration 'SupportProfiles/SupportProfile[2]/Wings' is "
                     "not known."));
 
     // The profile in use comes before the others of its kind; without an angle the engine looks for one itself.
@@ -231,7 +231,7 @@ TEST(ReceivedConfiguration, ADocumentThatCannotBeReadIsRefusedInOneSentence)
         {good.substr(0, 300), "Line 1: "},
         {MakeDocument(""), "It has no section."},
         {Replaced(good, "Nesting/2023/03", "Nesting/2024/01"),
-         "\"Nesting\" has the format of 2024/01, which is newer than this program"},
+         "'Nesting' has the format of 2024/01, which is newer than this program"},
         {Replaced(good, ">3<", ">-1<"), "Nesting/PartToPartClearance is -1, which is not from 0"},
         {MakeDocument(Nesting("", Zone(5, 4))), "Nesting/NoBuildZone[1] ends before it begins."},
         {MakeDocument(Nesting("", TestSupport::Repeat(Zone(1, 2), 1001))), "There are more than 1000 no-build zones."},
