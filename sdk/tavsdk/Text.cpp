@@ -10,8 +10,16 @@ namespace TavSDK {
 
 std::string Quote(std::string_view i_text, std::size_t i_longest)
 {
-    const std::string_view shown = CutUtf8(i_text, i_longest);
-    return '\'' + std::string(shown) + (shown.size() < i_text.size() ? "…'" : "'");
+    const bool is_cut = i_text.size() > i_longest;
+    // One more: what is cut there in the middle of a character goes with it.
+    std::string shown = ReplaceInvalid(is_cut ? i_text.substr(0, i_longest + 1) : i_text);
+    if (is_cut)
+        shown.resize(CutUtf8(shown, i_longest).size());
+    for (char& character : shown) {
+        const auto code = static_cast<unsigned char>(character);
+        character = code < 0x20 || code == 0x7F ? '?' : character;
+    }
+    return '\'' + shown + (is_cut ? "…'" : "'");
 }
 
 std::string NumberToText(double i_number)

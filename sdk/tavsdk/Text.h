@@ -9,7 +9,8 @@
 
 namespace TavSDK {
 
-/// The text between quotation marks, for a message; of a longer one only so many bytes, and an ellipsis.
+/// A text from outside between quotation marks, for a message: control characters as question marks, bytes that are not
+/// UTF-8 as U+FFFD, and of a longer one only so many bytes, and an ellipsis.
 TAVSDK_EXPORT std::string Quote(std::string_view i_text, std::size_t i_longest = std::string_view::npos);
 
 /// Shortest decimal text that gives the same number when read; independent of the locale.

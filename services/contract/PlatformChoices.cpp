@@ -1,7 +1,7 @@
 #include "contract/PlatformChoices.h"
 
 #include "contract/Failure.h"
-#include "tavsdk/Utf8.h"
+#include "tavsdk/Text.h"
 #include "tavsdk/XmlReader.h"
 #include "tavsdk/XmlWriter.h"
 
@@ -19,7 +19,7 @@ constexpr std::size_t MaxQuotedBytes = 100;
 
 std::string Quoted(const std::string& i_text)
 {
-    return '\'' + std::string(TavSDK::CutUtf8(i_text, MaxQuotedBytes)) + '\'';
+    return TavSDK::Quote(i_text, MaxQuotedBytes);
 }
 
 std::string ListIds(const std::vector<PlatformChoice>& i_choices)

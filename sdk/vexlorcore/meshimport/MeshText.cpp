@@ -1,7 +1,6 @@
 #include "vexlorcore/meshimport/MeshText.h"
 
 #include "tavsdk/Text.h"
-#include "tavsdk/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -58,14 +57,8 @@ std::optional<double> ParseCoordinate(std::string_view i_word)
 
 std::string ShowWord(std::string_view i_word)
 {
-    constexpr std::size_t looked = 256;
     constexpr std::size_t longest = 40;
-    auto shown = TavSDK::ReplaceInvalid(i_word.substr(0, looked));
-    for (char& character : shown) {
-        const auto code = static_cast<unsigned char>(character);
-        character = code < 0x20 || code == 0x7F ? '?' : character;
-    }
-    return TavSDK::Quote(shown, longest);
+    return TavSDK::Quote(i_word, longest);
 }
 
 std::string_view SkipByteOrderMark(std::string_view i_text)

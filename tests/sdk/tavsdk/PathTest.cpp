@@ -106,7 +106,7 @@ TEST(Text, NumbersReadBackTheSame)
 
 TEST(Text, AQuoteIsCutBetweenCharacters)
 {
-    EXPECT_EQ(TavSDK::Quote("x"), "'x'");
+    EXPECT_EQ(TavSDK::Quote("x\n\xff"), "'x?\ufffd'");
     EXPECT_EQ(TavSDK::Quote("a\u00e9b", 4), "'a\u00e9b'");
     EXPECT_EQ(TavSDK::Quote("a\u00e9b", 3), "'a\u00e9\u2026'");
     EXPECT_EQ(TavSDK::Quote("a\u00e9b", 2), "'a\u2026'");
