@@ -21,6 +21,9 @@ MachineProfile MakeProfile()
     profile.technology = MACHINE_FILE_IS_RESIN ? Technology::Sla : Technology::Fff;
     profile.bed.outline = {{0, 0}, {16, 0}, {16, 12}, {0, 12}};
     profile.height = 10;
+    profile.nozzleDiameter = 0.4;
+    profile.nozzles = {0.4};
+    profile.layerHeights = {MACHINE_FILE_IS_RESIN ? 0.5 : 0.25};
     profile.displayWidth = 32;
     profile.displayHeight = 24;
     Material& material = profile.materials.emplace_back();

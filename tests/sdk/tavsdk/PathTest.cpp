@@ -62,7 +62,7 @@ TEST(Path, TheUsersFoldersAreThoseOfTheEnvironmentAndAbsolute)
         {"/home/x", "/cäche", "/cäche"},
         {"/home/x", "cache", "/home/x/.cache"},
         {"", "", ""},
-        {"/home/x", "/caf\xE9", ""},
+        {"/home/x", "/caf\xe9", ""},
     };
     const std::string home = std::getenv("HOME") ? std::getenv("HOME") : "";
     for (const auto& row : rows) {
