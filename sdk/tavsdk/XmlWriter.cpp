@@ -3,6 +3,7 @@
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"
 
 #include <array>
@@ -196,7 +197,7 @@ void XmlWriter::WriteStartTag(std::string_view i_name)
 {
     _impl->RequireOpen();
     if (!IsName(i_name))
-        throw std::runtime_error("'" + std::string(i_name) + "' is no name for an XML element.");
+        throw std::runtime_error(Quote(i_name) + " is no name for an XML element");
     if (_impl->tags.empty() && _impl->hasRoot)
         throw std::runtime_error("an XML document has one root element only");
     _impl->EndOpenTag();
@@ -214,10 +215,10 @@ void XmlWriter::WriteAttribute(std::string_view i_name, std::string_view i_value
     if (!_impl->isTagOpen)
         throw std::runtime_error("an XML attribute belongs directly after its start tag");
     if (!IsName(i_name))
-        throw std::runtime_error("'" + std::string(i_name) + "' is no name for an XML attribute.");
+        throw std::runtime_error(Quote(i_name) + " is no name for an XML attribute");
     for (const auto& [place, size] : _impl->attributes) {
         if (std::string_view(_impl->text).substr(place, size) == i_name)
-            throw std::runtime_error("an XML element has the attribute '" + std::string(i_name) + "' twice");
+            throw std::runtime_error("an XML element has the attribute " + Quote(i_name) + " twice");
     }
     _impl->text += ' ';
     _impl->attributes.emplace_back(_impl->text.size(), i_name.size());
@@ -240,8 +241,8 @@ void XmlWriter::WriteEndTag(std::string_view i_name)
 {
     _impl->RequireOpen();
     if (_impl->tags.empty() || _impl->tags.back() != i_name) {
-        throw std::runtime_error("the XML end tag '" + std::string(i_name) + "' does not match " +
-                                 (_impl->tags.empty() ? "any start tag" : "'" + _impl->tags.back() + "'"));
+        throw std::runtime_error("the XML end tag " + Quote(i_name) + " does not match " +
+                                 (_impl->tags.empty() ? "any start tag" : Quote(_impl->tags.back())));
     }
     if (_impl->isTagOpen) {
         _impl->text += "/>";
@@ -259,7 +260,7 @@ void XmlWriter::Close()
 {
     _impl->RequireOpen();
     if (!_impl->tags.empty())
-        throw std::runtime_error("the XML element '" + _impl->tags.back() + "' was not ended");
+        throw std::runtime_error("the XML element " + Quote(_impl->tags.back()) + " was not ended");
     if (!_impl->hasRoot)
         throw std::runtime_error("the XML document has no element");
     _impl->isOpen = false;
