@@ -39,14 +39,20 @@ TEST_F(AtomicFileTest, TheNameIsTheOldFilesUntilTheNewOneIsComplete)
     }
     EXPECT_EQ(ReadFile(_path), "old");
     TavSDK::AtomicFile file(_path);
+    // Longer than the pieces that it is copied in.
+    std::string content;
+    for (int number = 0; content.size() < 2'500'000; ++number)
+        content += std::to_string(number);
+    WriteFile(_folder / "source", content);
+    TavSDK::InputFile source(_folder / "source");
     file.Write("new ");
-    file.Write("content");
+    file.Copy(source);
     file.TakeRightsOfTarget();
     EXPECT_EQ(ReadFile(_path), "old");
     file.Commit();
-    EXPECT_EQ(ReadFile(_path), "new content");
+    EXPECT_TRUE(ReadFile(_path) == "new " + content);
     EXPECT_EQ(_GetRights(_path), fs::perms(0640));
-    EXPECT_EQ(TestSupport::GetFileNames(_folder).size(), 1U);
+    EXPECT_EQ(TestSupport::GetFileNames(_folder).size(), 2U);
 }
 
 TEST_F(AtomicFileTest, AnotherNameIsTakenOnlyWhenItIsFree)
