@@ -150,6 +150,7 @@ bool XmlReaderBase::_Run(std::unique_ptr<Impl> ip_impl)
 {
     if (_impl)
         throw std::logic_error("a reader's handler must not make it read another document");
+    _error.clear();
     struct Ender
     {
         std::unique_ptr<Impl>& impl;
@@ -167,7 +168,6 @@ bool XmlReaderBase::_Run(std::unique_ptr<Impl> ip_impl)
 template <class Source>
 bool XmlReaderBase::_ParseSource(const Source& i_make)
 {
-    _error.clear();
     std::unique_ptr<Impl> impl;
     try {
         impl = std::make_unique<Impl>(XmlSource(InputFile(i_make())), _error);
@@ -190,13 +190,11 @@ bool XmlReaderBase::ParseFile(const std::filesystem::path& i_path)
 
 bool XmlReaderBase::ParseStream(const Stream& i_stream, std::uint64_t i_largest_size)
 {
-    _error.clear();
     return _Run(std::make_unique<Impl>(XmlSource(i_stream, i_largest_size), _error));
 }
 
 bool XmlReaderBase::ParseText(std::string_view i_document)
 {
-    _error.clear();
     return _Run(std::make_unique<Impl>(XmlSource(i_document), _error));
 }
 

@@ -8,7 +8,8 @@
 namespace MachineService::BuildProcessor {
 
 /// Gathers what G-code tells of the job, and checks that it is complete: layers, time and material are there and agree
-/// with each other, its extrusion is on the bed and below the machine's height. Whether each part is there is for others.
+/// with each other, its extrusion is on the bed and below the machine's height. Whether each part is there is for
+/// others.
 ///
 /// Thread: one at a time. The profile must outlive it. \throws CommunicationException InternalError with what is wrong,
 /// from each call.

@@ -215,11 +215,17 @@ TEST(XmlReader, SaysWhyAFileCannotBeRead)
 {
     const std::string pipe = testing::TempDir() + "xmlpipe" + std::to_string(getpid());
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const std::pair<std::string, std::string> rows[] = {
+        {"/nonexistent/x.xml", "No such file or directory"},
+        {testing::TempDir(), "it is no regular file"},
+        {pipe, "it is no regular file"},
+    };
     LoggingReader reader;
-    for (const std::string& path : {std::string("/nonexistent/x.xml"), testing::TempDir(), pipe}) {
+    for (const auto& [path, reason] : rows) {
         EXPECT_FALSE(reader.Parse(*TavSDK::FromUtf8(path)));
-        EXPECT_THAT(reader.GetError(), HasSubstr("cannot be read: ")) << path;
+        EXPECT_EQ(reader.GetError(), "The file cannot be read: " + reason + ".");
     }
+    EXPECT_TRUE(reader.ParseText("<Root/>")) << "a reader may be used again";
     unlink(pipe.c_str());
 }
 

@@ -12,7 +12,6 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-
 #include <chrono>
 #include <stdexcept>
 #include <sys/stat.h>

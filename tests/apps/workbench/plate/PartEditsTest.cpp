@@ -26,23 +26,31 @@ TEST_F(PartEditsTest, EachIsOneStepThatIsUndoneWhole)
     };
     const std::optional<TavAM::BoundingBox> bed({{0, 0, 0}, {200, 100, 120}});
     const Row rows[] = {
-        {"move", [](auto& io_scene, const Ids& i_ids) { return PartEdits::Move(io_scene, i_ids, {1, -2, 3}); },
+        {"move",
+         [](auto& io_scene, const Ids& i_ids) {
+             return PartEdits::Move(io_scene, i_ids, {1, -2, 3});
+         },
          {11, 8, 8, 51, 28, 23}},
-        {"quarter turn", [](auto& io_scene, const Ids& i_ids) { return PartEdits::RotateAboutZ(io_scene, i_ids, 90); },
+        {"quarter turn",
+         [](auto& io_scene, const Ids& i_ids) { return PartEdits::RotateAboutZ(io_scene, i_ids, 90); },
          {20, 0, 5, 40, 40, 20}},
-        {"scale", [](auto& io_scene, const Ids& i_ids) { return PartEdits::Scale(io_scene, i_ids, 2); },
+        {"scale",
+         [](auto& io_scene, const Ids& i_ids) { return PartEdits::Scale(io_scene, i_ids, 2); },
          {-10, 0, 5, 70, 40, 35}},
-        {"drop", [](auto& io_scene, const Ids& i_ids) { return PartEdits::DropToPlate(io_scene, i_ids); },
+        {"drop",
+         [](auto& io_scene, const Ids& i_ids) { return PartEdits::DropToPlate(io_scene, i_ids); },
          {10, 10, 0, 50, 30, 10}},
-        {"duplicate", [&](auto& io_scene, const Ids& i_ids) { return PartEdits::Duplicate(io_scene, i_ids, bed); },
+        {"duplicate",
+         [&](auto& io_scene, const Ids& i_ids) { return PartEdits::Duplicate(io_scene, i_ids, bed); },
          {10, 10, 5, 95, 55, 20}},
-        {"delete", [](auto& io_scene, const Ids& i_ids) { return PartEdits::Delete(io_scene, i_ids); },
+        {"delete",
+         [](auto& io_scene, const Ids& i_ids) { return PartEdits::Delete(io_scene, i_ids); },
          {1, 1, 1, -1, -1, -1}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
-        GetParts() = {MakePart(L"one", MakeBox(10, 20, 10), 10, 10, 5), MakePart(L"two", MakeBox(10, 20, 5), 40, 10, 15),
-                      MakePart(L"other", MakeBox(1, 1, 1), 150, 80)};
+        GetParts() = {MakePart(L"one", MakeBox(10, 20, 10), 10, 10, 5),
+                      MakePart(L"two", MakeBox(10, 20, 5), 40, 10, 15), MakePart(L"other", MakeBox(1, 1, 1), 150, 80)};
         const Ids ids{GetId(0), GetId(1)};
         _selection.Set(ids);
         const auto steps = CountSteps();

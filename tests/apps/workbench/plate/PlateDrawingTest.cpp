@@ -72,7 +72,8 @@ TEST(Camera, WhatItProjectsItFindsAgain)
             SCOPED_TRACE(view);
             bool touches = false;
             for (int corner = 0; corner < 8; ++corner) {
-                const QPointF at = camera.Project({(corner & 1) ? 120.0 : -20.0, (corner & 2) ? 90.0 : 10.0, (corner & 4) ? 60.0 : 0.0});
+                const QPointF at = camera.Project(
+                    {(corner & 1) ? 120.0 : -20.0, (corner & 2) ? 90.0 : 10.0, (corner & 4) ? 60.0 : 0.0});
                 EXPECT_TRUE(QRectF(0, 0, 900, 500).contains(at)) << at.x() << ' ' << at.y();
                 touches = touches || !QRectF(80, 45, 740, 410).contains(at);
             }
@@ -90,8 +91,11 @@ TEST(Camera, WhatItProjectsItFindsAgain)
             camera.Zoom(0.5, anchor);
             const Ray after = camera.GetRay(anchor);
             // The same line of sight: the new eye lies on the old ray.
-            EXPECT_NEAR(camera.Project({before.origin.x + before.direction.x, before.origin.y + before.direction.y,
-                                        before.origin.z + before.direction.z}).x(), anchor.x(), 1);
+            EXPECT_NEAR(camera
+                            .Project({before.origin.x + before.direction.x, before.origin.y + before.direction.y,
+                                      before.origin.z + before.direction.z})
+                            .x(),
+                        anchor.x(), 1);
             EXPECT_NEAR(after.direction.x * before.direction.y, after.direction.y * before.direction.x, 1);
         }
     }
@@ -107,7 +111,9 @@ TEST_F(PlateDrawingTest, PicksTheNearestSurfaceAndFramesMiddles)
     camera.SetViewport({800, 600});
     camera.SetStandardView(StandardView::Top);
     camera.Fit(model.GetBed().GetBox());
-    const auto pick = [&](const TavAM::Point3d& i_at) { return PickPart(model, camera, camera.Project(i_at)); };
+    const auto pick = [&](const TavAM::Point3d& i_at) {
+        return PickPart(model, camera, camera.Project(i_at));
+    };
     ASSERT_TRUE(pick({50, 50, 55}));
     EXPECT_EQ(pick({50, 50, 55})->part, GetId(1));
     EXPECT_NEAR(pick({50, 50, 55})->at.z, 55, 0.1);

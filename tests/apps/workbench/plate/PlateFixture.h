@@ -45,8 +45,8 @@ inline std::shared_ptr<TavAM::Mesh> MakeBall(std::uint32_t i_rings, float i_radi
     return mesh;
 }
 
-inline TavAM::Part MakePart(const std::wstring& i_name, std::shared_ptr<const TavAM::Mesh> ip_mesh, double i_x, double i_y,
-                            double i_z = 0)
+inline TavAM::Part MakePart(const std::wstring& i_name, std::shared_ptr<const TavAM::Mesh> ip_mesh, double i_x,
+                            double i_y, double i_z = 0)
 {
     TavAM::Part part;
     part.SetName(i_name);

@@ -62,7 +62,9 @@ TEST_F(PlateViewTest, ThePictureShowsPlateAndPartsAndFollowsTheScene)
     ASSERT_TRUE(WaitWhole());
     const bool hasDisplay = !qEnvironmentVariableIsEmpty("DISPLAY");
     EXPECT_EQ(_view->BackendName().startsWith(QStringLiteral("OpenGL")), hasDisplay);
-    const auto at = [&](const TavAM::Point3d& i_at) { return _view->grab().toImage().pixelColor(GetPixel(i_at)); };
+    const auto at = [&](const TavAM::Point3d& i_at) {
+        return _view->grab().toImage().pixelColor(GetPixel(i_at));
+    };
     const QColor part = at({30, 30, 10});
     const QColor plate = at({75, 75, 0});
     EXPECT_GT(std::abs(part.lightness() - plate.lightness()), 20);
@@ -173,8 +175,9 @@ TEST_F(PlateViewTest, NumbersAreChangedAsTheyAreShown)
         TavAM::Point3d min; ///< of the part afterwards
     };
     // X, turn, scale, width: each changes one thing, and the other numbers follow.
-    const Row rows[] = {{0, 50, {40, 20, 0}}, {3, 45, {35.857864, 15.857864, 0}}, {3, 0, {40, 20, 0}},
-                        {4, 200, {30, 10, 0}}, {5, 20, {40, 20, 0}},               {2, 1.5, {40, 20, 1.5}}};
+    const Row rows[] = {{0, 50, {40, 20, 0}}, {3, 45, {35.857864, 15.857864, 0}},
+                        {3, 0, {40, 20, 0}},  {4, 200, {30, 10, 0}},
+                        {5, 20, {40, 20, 0}}, {2, 1.5, {40, 20, 1.5}}};
     for (const Row& row : rows) {
         SCOPED_TRACE(&row - rows);
         fields[row.field]->setValue(row.value);

@@ -39,8 +39,14 @@ TEST_F(ProblemsTest, AreThoseThatMachinesRefuse)
         {"above a zone", 100, {box(95, 45, 5)}, {}},
         {"touching", 100, {box(10, 10), box(20, 10)}, {}},
         {"in each other", 100, {box(10, 10), box(19, 10)}, {Kind::Collision}},
-        {"one inside the other", 100, {MakePart(L"large", MakeBox(50, 50, 50), 0, 0), box(20, 20, 20)}, {Kind::Collision}},
-        {"balls whose boxes alone meet", 100, {MakePart(L"a", MakeBall(20, 10), 30, 30), MakePart(L"b", MakeBall(20, 10), 46, 46)}, {}},
+        {"one inside the other",
+         100,
+         {MakePart(L"large", MakeBox(50, 50, 50), 0, 0), box(20, 20, 20)},
+         {Kind::Collision}},
+        {"balls whose boxes alone meet",
+         100,
+         {MakePart(L"a", MakeBall(20, 10), 30, 30), MakePart(L"b", MakeBall(20, 10), 46, 46)},
+         {}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
