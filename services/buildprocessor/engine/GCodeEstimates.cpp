@@ -1,7 +1,9 @@
 #include "buildprocessor/engine/GCodeEstimates.h"
 
+#include "buildprocessor/base/NameList.h"
 #include "buildprocessor/engine/EngineFailure.h"
 #include "buildprocessor/geometry/BuildVolumeCheck.h"
+#include "contract/Failure.h"
 
 #include <charconv>
 #include <numbers>
@@ -38,11 +40,12 @@ double ReadDuration(std::string_view i_text)
 
 } // namespace
 
-GCodeEstimates::GCodeEstimates(const MachineProfile& i_profile, std::size_t i_part_count)
+GCodeEstimates::GCodeEstimates(const MachineProfile& i_profile, const std::vector<PartGeometry>& i_parts)
     : _profile(i_profile)
-    , _lastLayers(i_part_count)
+    , _parts(i_parts)
+    , _lastLayers(i_parts.size())
 {
-    _estimates.parts.resize(i_part_count);
+    _estimates.parts.resize(i_parts.size());
 }
 
 void GCodeEstimates::OnMove(const GCodeMove& i_move)
@@ -53,7 +56,17 @@ void GCodeEstimates::OnMove(const GCodeMove& i_move)
         _part->millimetres += i_move.pushed;
     // Before the first layer the machine may clean its nozzle beside the bed.
     if (i_move.travels && _estimates.layers > 0 && !IsOnBed(_profile.bed, i_move.x, i_move.y, PathTolerance))
-        FailMachineFile("it extrudes beside the bed, in layer " + std::to_string(_estimates.layers));
+        _FailBesideBed();
+}
+
+void GCodeEstimates::_FailBesideBed() const
+{
+    const std::string where = "beside the bed, in layer " + std::to_string(_estimates.layers);
+    if (!_part)
+        FailMachineFile("it extrudes " + where + "; move the parts away from the edge, or do without skirt and brim");
+    const std::string& name = _parts[static_cast<std::size_t>(_part - _estimates.parts.data())].name;
+    Fail(ErrorCode::FileError, "What is built for the part " + JoinNames({name}) + ", such as its supports, lies " +
+                                   where + ". Move it away from the edge, or turn it.");
 }
 
 void GCodeEstimates::OnPart(std::optional<std::size_t> i_part)

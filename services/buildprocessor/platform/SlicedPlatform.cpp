@@ -49,7 +49,7 @@ std::string MakeKey(const std::string& i_engine, const JobSettings& i_settings,
 {
     Sha256 hash;
     // The second goes up with each change of this service after which its checks or estimates are others.
-    hash.AddText("machine file " BUILDPROCESSOR_VERSION " 2");
+    hash.AddText("machine file " BUILDPROCESSOR_VERSION " 3");
     hash.AddText(GetEngineStamp(i_engine));
     hash.AddText(ToText(MakeEngineConfiguration(i_settings.profile)));
     hash.AddValue(i_settings.profile.bed.shape);

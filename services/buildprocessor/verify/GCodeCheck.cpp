@@ -169,7 +169,7 @@ SlicingResult CheckGCode(const std::filesystem::path& i_path, const MachineProfi
                          const std::vector<PartGeometry>& i_parts, SectionsAhead& io_sections,
                          const std::stop_token& i_stop)
 {
-    GCodeEstimates estimates(i_profile, i_parts.size());
+    GCodeEstimates estimates(i_profile, i_parts);
     GCodeCheck check(i_profile, i_parts, ReadUsedSettings(i_path), io_sections, i_stop);
     IGCodeVisitor* const visitors[] = {&estimates, &check};
     ReadGCode(i_path, visitors, i_stop);

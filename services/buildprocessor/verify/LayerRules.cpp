@@ -43,6 +43,7 @@ LayerRules MakeLayerRules(const PartGeometry& i_part, const MachineProfile& i_pr
     rules.grown = std::max(get("xy_size_compensation"), 0.0);
     rules.shrunk = std::max(-get("xy_size_compensation"), 0.0);
     rules.foot = std::max(get("elefant_foot_compensation"), 0.0);
+    rules.height = get("layer_height");
     rules.filament = diameter * diameter * std::numbers::pi / 4;
     rules.hasRaft = get("raft_layers") > 0;
     rules.rises = get("spiral_vase") > 0;

@@ -17,6 +17,7 @@ struct LayerRules
     double grown = 0;    ///< outlines lie this much further out than the part's
     double shrunk = 0;   ///< or further in
     double foot = 0;     ///< and the first layer's still further in
+    double height = 0;   ///< of its layers, but for the first
     double filament = 0; ///< mm², what a millimetre of filament holds
     bool hasRaft = false;
     bool hasWalls = true;

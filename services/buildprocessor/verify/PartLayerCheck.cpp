@@ -254,10 +254,12 @@ void PartLayerCheck::Finish()
     if (_isFirst)
         _Fail("nothing of it is there");
     const double top = _part.box.max.z;
-    if (_bottom > top + _lastHeight + HeightTolerance)
+    // What is lower than half a layer of its own gets none.
+    const double height = std::max(_lastHeight, _rules.height);
+    if (_bottom > top + height + HeightTolerance)
         _Fail("it ends at " + FormatMillimetres(_bottom + _lift) + ", above its top at " +
               FormatMillimetres(top + _lift));
-    _CheckMissing(_bottom, top, _lastHeight);
+    _CheckMissing(_bottom, top, height);
 }
 
 std::string PartLayerCheck::GetNote() const

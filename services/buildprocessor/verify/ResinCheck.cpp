@@ -23,6 +23,8 @@ namespace {
 constexpr double AllowedShare = 0.02;
 // A disc of this many pixels reaches those round a pixel, also across a corner.
 constexpr double Ring = 1.5;
+// An outline that passes the middle of a pixel as near as this, in pixels, may light it or not.
+constexpr double Doubt = 0.25;
 constexpr double HeightTolerance = 1e-6; ///< mm
 constexpr std::size_t Ahead = 2;         ///< images that are unpacked while one is compared
 
@@ -36,12 +38,16 @@ struct ResinRules
     double footLayers = 0;
     double shell = 0; ///< of a part that is made hollow; 0: it is not
     bool isCarried = false;
+    bool isDimmed = false; ///< the edge of an outline is not where half of the light is
 
     /// \param i_z of the machine file.
     LayerCut MakeCut(double i_z, std::size_t i_layer, double i_pixel) const
     {
         const double inset = static_cast<double>(i_layer) < footLayers ? foot : 0;
-        return {i_z - lift, Ring * i_pixel + shrunk + inset, Ring * i_pixel + grown};
+        const double less = shrunk + inset;
+        // How corners are moved along with an outline is the engine's own affair.
+        const double doubt = (less > 0 || grown > 0 || shell > 0 || isDimmed ? Ring : Doubt) * i_pixel;
+        return {i_z - lift, doubt + less, doubt + grown};
     }
 };
 
@@ -59,6 +65,7 @@ ResinRules MakeRules(const PartGeometry& i_part, const UsedSettings& i_used)
     rules.shrunk = std::max(-get("absolute_correction"), 0.0);
     rules.foot = std::max(get("elefant_foot_compensation"), 0.0);
     rules.footLayers = get("faded_layers");
+    rules.isDimmed = i_used.contains("gamma_correction") && get("gamma_correction") != 1;
     rules.shell = get("hollowing_enable") > 0 ? get("hollowing_min_thickness") : 0;
     return rules;
 }
@@ -168,31 +175,41 @@ private:
 
     void _CheckLayer(const RowSpans& i_light, std::size_t i_layer, double i_top, double i_z)
     {
-        const double pixel = _mask.GetPixel();
+        const double pixel = _mask.width * _mask.height;
+        const double ring = Ring * _mask.GetPixel();
         double lit = 0;
-        double allowed = pixel * pixel;
+        double litNear = 0;
+        double allowed = pixel;
         bool isCarried = false;
         for (std::size_t index = 0; index < _parts.size(); ++index) {
             const ResinRules& rules = _rules[index];
             isCarried = isCarried || rules.isCarried;
-            const LayerAreas areas = _sections.Take(index, rules.MakeCut(i_z, i_layer, pixel));
+            const LayerCut cut = rules.MakeCut(i_z, i_layer, _mask.GetPixel());
+            const LayerAreas areas = _sections.Take(index, cut);
             const RowSpans& section = areas.section.GetArea();
             if (section.IsEmpty())
                 continue;
             const double area = section.GetArea();
-            double missing = areas.inner.GetAreaWithout(i_light);
-            if (rules.shell > 0)
-                missing -= section.Erode(rules.shell / 2).GetAreaWithout(i_light);
+            const auto getDark = [&](const RowSpans& i_area) {
+                const double dark = i_area.GetAreaWithout(i_light);
+                return rules.shell > 0 ? dark - areas.sure.Erode(rules.shell / 2).GetAreaWithout(i_light) : dark;
+            };
             // A layer that the part does not fill to its top is left out by the engine.
             const bool isWhole = i_top <= _parts[index].box.max.z + rules.lift + HeightTolerance;
-            if (isWhole && missing > AllowedShare * area + pixel * pixel)
+            const double dark = getDark(areas.inner.SnapToColumns(_mask.width));
+            if (isWhole && (dark > AllowedShare * area + pixel ||
+                            (dark > 0 && getDark(areas.sure.Erode(std::max(cut.shrink, ring))) > pixel)))
                 _Fail(_parts[index].name, "in the layer at " + FormatMillimetres(i_top) + " " +
-                                              std::to_string(std::lround(100 * missing / area)) + " % of it are dark");
-            lit += i_light.GetArea() - i_light.GetAreaWithout(areas.outer);
+                                              std::to_string(std::lround(100 * dark / area)) + " % of it are dark");
+            const auto getLit = [&](const RowSpans& i_area) {
+                return i_light.GetArea() - i_light.GetAreaWithout(i_area);
+            };
+            lit += getLit(areas.outer.SnapToColumns(_mask.width));
+            litNear += isCarried ? 0 : getLit(section.Dilate(std::max(cut.grow, ring)));
             allowed += AllowedShare * area;
         }
-        const double excess = i_light.GetArea() - lit;
-        if (!isCarried && excess > allowed)
+        const double light = i_light.GetArea();
+        if (!isCarried && (light - lit > allowed || light - litNear > pixel))
             _Fail({}, "in the layer at " + FormatMillimetres(i_top) + " there is light outside of the parts");
     }
 

@@ -121,17 +121,54 @@ RowSpans RowSpans::Dilate(double i_radius) const
             for (const RowSpan& span : GetRow(other))
                 grown.push_back({span.begin - more, span.end + more});
         }
-        std::sort(grown.begin(), grown.end(),
-                  [](const RowSpan& i_a, const RowSpan& i_b) { return i_a.begin < i_b.begin; });
-        for (std::size_t index = 0; index < grown.size();) {
-            RowSpan joined = grown[index];
-            for (++index; index < grown.size() && grown[index].begin <= joined.end; ++index)
-                joined.end = std::max(joined.end, grown[index].end);
-            dilated.Add(joined);
-        }
-        dilated.FinishRow();
+        dilated._AddUnion(grown);
     }
     return dilated;
+}
+
+void RowSpans::_AddUnion(std::vector<RowSpan>& io_spans)
+{
+    std::sort(io_spans.begin(), io_spans.end(),
+              [](const RowSpan& i_a, const RowSpan& i_b) { return i_a.begin < i_b.begin; });
+    for (std::size_t index = 0; index < io_spans.size();) {
+        RowSpan joined = io_spans[index];
+        for (++index; index < io_spans.size() && io_spans[index].begin <= joined.end; ++index)
+            joined.end = std::max(joined.end, io_spans[index].end);
+        Add(joined);
+    }
+    FinishRow();
+}
+
+RowSpans RowSpans::GetCommon(const RowSpans& i_other) const
+{
+    RowSpans common(_grid);
+    common.Start(_first);
+    std::vector<RowSpan> own;
+    std::vector<RowSpan> shared;
+    for (std::ptrdiff_t row = _first; row < GetEnd(); ++row) {
+        own.assign(GetRow(row).begin(), GetRow(row).end());
+        Intersect(own, i_other.GetRow(row), 0, shared);
+        for (const RowSpan& span : shared)
+            common.Add(span);
+        common.FinishRow();
+    }
+    return common;
+}
+
+RowSpans RowSpans::GetUnion(const RowSpans& i_other) const
+{
+    if (IsEmpty() || i_other.IsEmpty())
+        return IsEmpty() ? i_other : *this;
+    RowSpans all(_grid);
+    all.Start(std::min(_first, i_other._first));
+    std::vector<RowSpan> spans;
+    for (std::ptrdiff_t row = all._first; row < std::max(GetEnd(), i_other.GetEnd()); ++row) {
+        spans.assign(GetRow(row).begin(), GetRow(row).end());
+        const auto others = i_other.GetRow(row);
+        spans.insert(spans.end(), others.begin(), others.end());
+        all._AddUnion(spans);
+    }
+    return all;
 }
 
 RowSpans RowSpans::SnapToColumns(double i_width) const
@@ -152,16 +189,7 @@ RowSpans RowSpans::SnapToColumns(double i_width) const
 
 double RowSpans::GetAreaWithout(const RowSpans& i_other) const
 {
-    double both = 0;
-    std::vector<RowSpan> own;
-    std::vector<RowSpan> shared;
-    for (std::ptrdiff_t row = _first; row < GetEnd(); ++row) {
-        own.assign(GetRow(row).begin(), GetRow(row).end());
-        Intersect(own, i_other.GetRow(row), 0, shared);
-        for (const RowSpan& span : shared)
-            both += span.end - span.begin;
-    }
-    return GetArea() - both * _grid.step;
+    return GetArea() - GetCommon(i_other).GetArea();
 }
 
 std::vector<std::uint32_t> RowSpans::FindIslands(std::uint32_t& o_count) const

@@ -61,6 +61,9 @@ public:
     RowSpans Erode(double i_radius) const;
     /// All points that are as near to the area as this.
     RowSpans Dilate(double i_radius) const;
+    /// What is in both, or in one of them. The grids are the same.
+    RowSpans GetCommon(const RowSpans& i_other) const;
+    RowSpans GetUnion(const RowSpans& i_other) const;
     /// The columns of this width, counted from 0, whose middles lie in the area: what a mask shows of it.
     RowSpans SnapToColumns(double i_width) const;
     /// What of this is not in the other, mm². The grids are the same.
@@ -69,6 +72,9 @@ public:
     std::vector<std::uint32_t> FindIslands(std::uint32_t& o_count) const;
 
 private:
+    /// Finishes a row with what these cover; they may overlap.
+    void _AddUnion(std::vector<RowSpan>& io_spans);
+
     RowGrid _grid;
     std::ptrdiff_t _first = 0;
     std::vector<std::uint32_t> _begins{0}; ///< of each row among the stretches, and their count

@@ -100,6 +100,13 @@ Section::Section(std::vector<Segment> i_outline, const RowGrid& i_grid)
     , _area(FillRows(_segments, i_grid))
 {}
 
+void Section::Add(const Section& i_other)
+{
+    _segments.insert(_segments.end(), i_other._segments.begin(), i_other._segments.end());
+    _area = _area.GetUnion(i_other._area);
+    _hasBands = false;
+}
+
 void Section::_SortIntoBands()
 {
     const RowGrid& grid = _area.GetGrid();

@@ -24,6 +24,8 @@ public:
     Section(std::vector<Segment> i_outline, const RowGrid& i_grid);
 
     const RowSpans& GetArea() const { return _area; }
+    /// Adds the area and the outline of another.
+    void Add(const Section& i_other);
     /// True when the outline is nearer to the point than this.
     bool IsOutlineNear(double i_x, double i_y, double i_distance);
     /// Bytes that it holds, about.

@@ -1,41 +1,59 @@
 #include "buildprocessor/verify/SectionSlicer.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 namespace MachineService::BuildProcessor {
+
+namespace {
+
+// Above what the engine's own rounding does to a height, mm; far below what a layer is.
+constexpr double LevelTolerance = 0.002;
+
+} // namespace
 
 SectionSlicer::SectionSlicer(const PartGeometry& i_part, const RowGrid& i_grid)
     : _part(i_part)
     , _grid(i_grid)
     , _lowest(i_part.triangles.size())
+    , _highest(i_part.triangles.size())
 {
     _order.resize(i_part.triangles.size());
     for (std::uint32_t index = 0; index < _order.size(); ++index) {
         const auto& [a, b, c] = i_part.triangles[index];
         _order[index] = index;
-        _lowest[index] = std::min({i_part.vertices[a].z, i_part.vertices[b].z, i_part.vertices[c].z});
+        std::tie(_lowest[index], _highest[index]) =
+            std::minmax({i_part.vertices[a].z, i_part.vertices[b].z, i_part.vertices[c].z});
     }
     std::sort(_order.begin(), _order.end(),
               [&](std::uint32_t i_a, std::uint32_t i_b) { return _lowest[i_a] < _lowest[i_b]; });
 }
 
-Section SectionSlicer::Cut(double i_z)
+std::vector<Section> SectionSlicer::Cut(double i_z)
 {
-    for (; _next < _order.size() && _lowest[_order[_next]] < i_z; ++_next)
+    const double low = i_z - LevelTolerance;
+    const double high = i_z + LevelTolerance;
+    for (; _next < _order.size() && _lowest[_order[_next]] < high; ++_next)
         _active.push_back(_order[_next]);
+    std::erase_if(_active, [&](std::uint32_t i_index) { return _highest[i_index] < low; });
+    const bool isLevel = std::any_of(_active.begin(), _active.end(), [&](std::uint32_t i_index) {
+        return _lowest[i_index] >= low && _highest[i_index] <= high;
+    });
+    std::vector<Section> sections;
+    if (isLevel)
+        sections.push_back(_CutActive(low));
+    sections.push_back(_CutActive(isLevel ? high : i_z));
+    return sections;
+}
+
+Section SectionSlicer::_CutActive(double i_z) const
+{
     std::vector<Section::Segment> outline;
-    std::size_t kept = 0;
     for (const std::uint32_t index : _active) {
-        const auto& triangle = _part.triangles[index];
-        const bool reaches = std::any_of(triangle.begin(), triangle.end(),
-                                         [&](std::uint32_t i_vertex) { return _part.vertices[i_vertex].z >= i_z; });
-        if (!reaches)
-            continue;
-        _active[kept++] = index;
-        outline.push_back(_CutTriangle(triangle, i_z));
+        if (_lowest[index] < i_z && _highest[index] >= i_z)
+            outline.push_back(_CutTriangle(_part.triangles[index], i_z));
     }
-    _active.resize(kept);
     return {std::move(outline), _grid};
 }
 

@@ -17,10 +17,17 @@ constexpr int Niceness = 10;
 
 LayerAreas MakeAreas(SectionSlicer& io_slicer, const LayerCut& i_cut)
 {
-    Section section = io_slicer.Cut(i_cut.z);
-    RowSpans inner = section.GetArea().Erode(i_cut.shrink);
+    auto sections = io_slicer.Cut(i_cut.z);
+    // What must be there is in both of two, and what may be there in one of them.
+    RowSpans sure = sections.back().GetArea();
+    Section section = std::move(sections.front());
+    if (sections.size() > 1) {
+        sure = section.GetArea().GetCommon(sure);
+        section.Add(sections.back());
+    }
+    RowSpans inner = sure.Erode(i_cut.shrink);
     RowSpans outer = section.GetArea().Dilate(i_cut.grow);
-    return {std::move(section), std::move(inner), std::move(outer)};
+    return {std::move(section), std::move(sure), std::move(inner), std::move(outer)};
 }
 
 bool IsSame(double i_a, double i_b)
@@ -68,7 +75,8 @@ void SectionsAhead::_Work(std::vector<std::pair<std::size_t, LayerCut>> i_cuts, 
             if (!slicers[part])
                 slicers[part] = std::make_unique<SectionSlicer>(_geometries[part], _grid);
             LayerAreas areas = MakeAreas(*slicers[part], cut);
-            const std::size_t size = areas.section.GetSize() + areas.inner.GetSize() + areas.outer.GetSize();
+            const std::size_t size =
+                areas.section.GetSize() + areas.sure.GetSize() + areas.inner.GetSize() + areas.outer.GetSize();
             const std::lock_guard lock(_mutex);
             _parts[part].ready.push_back({cut, std::move(areas), size});
             _bytes += size;
@@ -104,11 +112,10 @@ std::optional<SectionsAhead::Ready> SectionsAhead::_TakeReady(std::size_t i_part
 LayerAreas SectionsAhead::Take(std::size_t i_part, const LayerCut& i_cut)
 {
     if (auto ready = _TakeReady(i_part, i_cut.z)) {
-        const RowSpans& area = ready->areas.section.GetArea();
         if (!IsSame(ready->cut.shrink, i_cut.shrink))
-            ready->areas.inner = area.Erode(i_cut.shrink);
+            ready->areas.inner = ready->areas.sure.Erode(i_cut.shrink);
         if (!IsSame(ready->cut.grow, i_cut.grow))
-            ready->areas.outer = area.Dilate(i_cut.grow);
+            ready->areas.outer = ready->areas.section.GetArea().Dilate(i_cut.grow);
         return std::move(ready->areas);
     }
     auto& slicer = _parts[i_part].later;

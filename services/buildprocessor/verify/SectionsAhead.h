@@ -26,9 +26,10 @@ struct LayerCut
 /// What of a part a layer of the machine file is compared with.
 struct LayerAreas
 {
-    Section section;
-    RowSpans inner; ///< the section, shrunk
-    RowSpans outer; ///< the section, grown
+    Section section; ///< where there may be some of it
+    RowSpans sure;   ///< where there is some of it; less than the section only at the height of a level face
+    RowSpans inner;  ///< what is sure, shrunk
+    RowSpans outer;  ///< the section, grown
 };
 
 /// The areas that a machine file is checked against, computed while the engine still makes it.

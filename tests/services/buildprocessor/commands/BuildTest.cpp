@@ -192,7 +192,7 @@ TEST_F(BuildTest, EngineThatFailsLeavesOneSentenceAndNothingElse)
         {"echo ';LAYER_CHANGE' > $output; " + done,
          "The slicing engine's machine file is not usable: its time and material are missing."},
         {"printf ';LAYER_CHANGE\\nG1 X50 Y50\\nG1 X300 Y5 E3\\n' > $output; " + done,
-         "The slicing engine's machine file is not usable: it extrudes beside the bed, in layer 1."},
+         "The slicing engine's machine file is not usable: it extrudes beside the bed, in layer 1; move"},
         {"sleep 1000 & sleep 1000", "The slicing engine did not finish within 1 seconds and was ended."},
     };
     for (const auto& [script, text] : rows) {

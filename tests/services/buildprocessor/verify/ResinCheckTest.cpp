@@ -127,6 +127,10 @@ TEST_F(ResinCheckTest, DamagedImagesAreRefusedWithPartHeightAndReason)
     const auto moved = [](double i_by) {
         return MakePng(MakeImage({{Boxes[0].x + i_by, Boxes[0].y, Boxes[0].width, Boxes[0].depth}, Boxes[1]}));
     };
+    const auto grown = [](double i_by) {
+        return MakePng(MakeImage(
+            {{Boxes[0].x - i_by, Boxes[0].y - i_by, Boxes[0].width + 2 * i_by, Boxes[0].depth + 2 * i_by}, Boxes[1]}));
+    };
     Image inverted = MakeImage({Boxes[0], Boxes[1]});
     for (std::size_t index = 0; index < inverted.size(); ++index)
         inverted[index] = index % (Columns + 1) == 0 ? 0 : static_cast<std::uint8_t>(255 - inverted[index]);
@@ -143,12 +147,26 @@ TEST_F(ResinCheckTest, DamagedImagesAreRefusedWithPartHeightAndReason)
     const Row rows[] = {
         {"nothing", [](Layers_&) {}, ""},
         {"moved by a pixel", [&](Layers_& io_layers) { io_layers[4] = moved(0.1); }, ""},
+        {"a pixel less all round", [&](Layers_& io_layers) { io_layers[4] = grown(-0.1); },
+         clip + "in the layer at 0.50 mm 4 % of it are dark."},
+        {"a pixel more all round", [&](Layers_& io_layers) { io_layers[4] = grown(0.1); },
+         all + "in the layer at 0.50 mm there is light outside of the parts."},
+        {"the same where the light is dimmed", [&](Layers_& io_layers) { io_layers[4] = grown(0.1); }, "",
+         "gamma_correction = 0.5\n"},
+        {"two pixels missing far inside",
+         [&](Layers_& io_layers) {
+             Image holed = MakeImage({Boxes[0], Boxes[1]});
+             for (const std::size_t column : {300, 301})
+                 holed[200 * (Columns + 1) + column] = 0;
+             io_layers[4] = MakePng(holed);
+         },
+         clip + "in the layer at 0.50 mm 0 % of it are dark."},
         {"a layer missing", [](Layers_& io_layers) { io_layers.resize(8); },
          all + "it ends at 0.80 mm, and the parts at 1.00 mm."},
         {"two layers too many", [&](Layers_& io_layers) { io_layers.insert(io_layers.end(), 2, good); },
          all + "in the layer at 1.10 mm there is light outside of the parts."},
         {"moved by a millimetre", [&](Layers_& io_layers) { io_layers[4] = moved(1); },
-         clip + "in the layer at 0.50 mm 8 % of it are dark."},
+         clip + "in the layer at 0.50 mm 10 % of it are dark."},
         {"inverted", [&](Layers_& io_layers) { io_layers[2] = MakePng(inverted); }, clip + "in the layer at 0.30 mm"},
         {"blank", [](Layers_& io_layers) { io_layers[0] = MakePng(MakeImage({})); }, clip + "in the layer at 0.10 mm"},
         {"all lit",

@@ -58,6 +58,26 @@ TEST(SectionsAhead, GiveTheSameWhateverWasExpectedAndHoweverMuchFits)
     }
 }
 
+TEST(SectionsAhead, AFaceThatLiesLevelWhereItIsCutMayBeThereOrNot)
+{
+    const std::vector<PartGeometry> parts{
+        GetGeometry(Testing::MakePart(L"part", Testing::ToRepresentation(Testing::MakeBox(3, 3, 0, 20, 20, 10))), 0)};
+    const struct
+    {
+        double z;
+        bool isSure, isPossible;
+    } rows[] = {
+        {9.99, true, true}, {9.9999, false, true}, {10, false, true}, {10.0001, false, true}, {10.01, false, false}};
+    for (const auto& row : rows) {
+        SectionsAhead sections(parts, Grid, {{}});
+        LayerAreas areas = sections.Take(0, {row.z, 1, 1});
+        EXPECT_EQ(areas.sure.IsEmpty(), !row.isSure) << row.z;
+        EXPECT_EQ(areas.inner.IsEmpty(), !row.isSure) << row.z;
+        EXPECT_EQ(areas.outer.IsEmpty(), !row.isPossible) << row.z;
+        EXPECT_EQ(areas.section.IsOutlineNear(3, 10, 0.1), row.isPossible) << row.z;
+    }
+}
+
 TEST(SectionsAhead, GoAtOnceWithWorkLeftAndUnasked)
 {
     const std::vector<PartGeometry> parts{GetGeometry(
