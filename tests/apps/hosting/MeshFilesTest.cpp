@@ -26,7 +26,7 @@ TEST(MeshFilesTest, AnInterruptionIsHeardWhileAFileIsRead)
         interrupts.Interrupt();
     });
     EXPECT_THROW(ReadMeshFiles({slow, slow}, interrupts), Interruption);
-    EXPECT_LT(std::chrono::steady_clock::now() - interrupted, std::chrono::milliseconds(500));
+    EXPECT_LT(std::chrono::steady_clock::now() - interrupted, std::chrono::seconds(5));
 }
 
 } // namespace

@@ -173,7 +173,7 @@ TEST_F(ReferenceApiProviderFilesTest, StopsWhileMeshesAreReadAndLeavesTheSceneAl
     });
     EXPECT_THROW(_Load({_Write("good.TavAMX", _MakeOutput()), QString::fromStdString(slow.string()).toStdWString()}, 5),
                  VexlorCore::JobCancelled);
-    EXPECT_LT(std::chrono::steady_clock::now() - cancelled, std::chrono::milliseconds(500));
+    EXPECT_LT(std::chrono::steady_clock::now() - cancelled, std::chrono::seconds(5));
     EXPECT_EQ(_Describe(), former);
 }
 

@@ -84,8 +84,8 @@ TEST(SectionsAhead, GoAtOnceWithWorkLeftAndUnasked)
         Testing::MakePart(L"part", Testing::ToRepresentation(Testing::MakeBox(0, 0, 0, 100, 100, 100))), 0)};
     for (const std::size_t bytes : {std::size_t{1}, std::size_t{1'000'000'000}}) {
         const auto begin = std::chrono::steady_clock::now();
-        SectionsAhead(parts, {0, 0.01}, {MakeCuts(100'000, 0.001)}, bytes);
-        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+        SectionsAhead(parts, {0, 0.1}, {MakeCuts(100'000, 0.001)}, bytes);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
     }
 }
 
