@@ -12,7 +12,7 @@ namespace Workbench {
 
 namespace {
 
-constexpr std::size_t CoarseGrades[] = {8000, 2500, 800, 250}; ///< triangles
+constexpr std::size_t CoarseGrades[] = {8000, 4000, 2000, 1000, 500, 250}; ///< triangles
 constexpr std::uint32_t None = std::numeric_limits<std::uint32_t>::max();
 
 struct Direction

@@ -91,13 +91,24 @@ QVector3D GetKeyLight(const Camera& i_camera)
 
 } // namespace
 
+void PlateRenderer::PartProgram::Link(const char* i_fragment)
+{
+    Workbench::Link(program, Shaders::PartVertex, i_fragment);
+    model = program.uniformLocation("u_model");
+    normal = program.uniformLocation("u_normal");
+    colour = program.uniformLocation("u_colour");
+    stripes = program.uniformLocation("u_stripes");
+    isStriped = program.uniformLocation("u_isStriped");
+}
+
 PlateRenderer::PlateRenderer(QOpenGLFunctions_3_3_Core& io_gl, const GlMeshes& i_meshes)
     : _gl(io_gl)
     , _meshes(i_meshes)
 {
     Link(_background, Shaders::BackgroundVertex, Shaders::BackgroundFragment);
     Link(_bed, Shaders::BedVertex, Shaders::BedFragment);
-    Link(_part, Shaders::PartVertex, Shaders::PartFragment);
+    _part.Link(Shaders::PartFragment);
+    _coarse.Link(Shaders::CoarseFragment);
     Link(_shadow, Shaders::PartVertex, Shaders::ShadowFragment);
     Link(_line, Shaders::LineVertex, Shaders::LineFragment);
     _gl.glGenVertexArrays(1, &_empty);
@@ -120,6 +131,7 @@ PlateRenderer::~PlateRenderer()
 void PlateRenderer::Begin(const PlateModel& i_model, const Camera& i_camera, const PlateColours& i_colours, Form i_form)
 {
     _model = &i_model;
+    _form = i_form;
     _camera = i_camera;
     _colours = i_colours;
     _viewProjection = i_camera.GetProjection() * i_camera.GetView();
@@ -139,6 +151,11 @@ void PlateRenderer::Begin(const PlateModel& i_model, const Camera& i_camera, con
     _gl.glEnable(GL_DEPTH_TEST);
     _gl.glDepthFunc(GL_LEQUAL);
     _gl.glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ZERO, GL_ONE);
+    if (i_form == Form::Coarse) {
+        // From the front to the back: what parts cover is not drawn.
+        _step = Step::Parts;
+        return;
+    }
     _DrawBackground();
     _step = i_camera.IsFromBelow() ? Step::Parts : Step::Bed;
 }
@@ -159,6 +176,11 @@ bool PlateRenderer::Draw(std::size_t i_triangles)
             _step = Step::Lines;
         break;
     case Step::Lines:
+        if (_form == Form::Coarse) {
+            if (!_camera.IsFromBelow())
+                _DrawBed(*_model, 1);
+            _DrawBackground();
+        }
         _DrawLines(*_model);
         if (_camera.IsFromBelow())
             _DrawBed(*_model, BelowAlpha);
@@ -190,7 +212,6 @@ void PlateRenderer::_CollectItems(const PlateModel& i_model, Form i_form)
             item.grade = i_form == Form::Full ? mesh->grades.front() : FindGrade(mesh->grades, share);
             item.isSelected = part.isSelected;
             item.hasProblem = part.hasProblem;
-            item.isFlat = item.grade.begin != 0;
             _triangles += item.grade.count / 3;
         }
     }
@@ -219,7 +240,9 @@ void PlateRenderer::_DrawBed(const PlateModel& i_model, float i_alpha)
     QVector4D edge = ToVector4(_colours.edge);
     edge.setW(bed.isKnown ? 1.0F : 0.0F);
 
-    _gl.glEnable(GL_BLEND);
+    // The smooth edge needs what is behind it.
+    if (_form == Form::Full || i_alpha < 1)
+        _gl.glEnable(GL_BLEND);
     _bed.bind();
     _bed.setUniformValue("u_viewProjection", _viewProjection);
     _bed.setUniformValue("u_rectangle", ToVector4(bed));
@@ -263,10 +286,11 @@ void PlateRenderer::_DrawShadows(const PlateModel& i_model)
     _shadow.setUniformValue("u_isCircular", i_model.GetBed().isCircular);
     _shadow.setUniformValue("u_shadow", ToVector4(_colours.shadow));
     _shadow.setUniformValue("u_normal", QMatrix3x3());
+    const int model = _shadow.uniformLocation("u_model");
     for (const Item& item : _items) {
         constexpr std::size_t enough = 600;
         const MeshForms::Grade& grade = FindGrade(item.mesh->grades, enough);
-        _shadow.setUniformValue("u_model", flatten * item.model);
+        _shadow.setUniformValue(model, flatten * item.model);
         _gl.glBindVertexArray(item.mesh->vertexArray);
         _gl.glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(grade.count), GL_UNSIGNED_INT,
                            reinterpret_cast<const void*>(grade.begin * sizeof(std::uint32_t)));
@@ -277,27 +301,28 @@ void PlateRenderer::_DrawShadows(const PlateModel& i_model)
 
 void PlateRenderer::_UsePartProgram()
 {
-    bool isInvertible = false;
-    const QVector3D eye = _camera.GetView().inverted(&isInvertible).map(QVector3D());
-    _part.bind();
-    _part.setUniformValue("u_viewProjection", _viewProjection);
-    _part.setUniformValue("u_eye", eye);
-    _part.setUniformValue("u_key", GetKeyLight(_camera));
-    _part.setUniformValue("u_ambient", 0.36F);
+    QOpenGLShaderProgram& program = _GetPartProgram().program;
+    program.bind();
+    program.setUniformValue("u_viewProjection", _viewProjection);
+    program.setUniformValue("u_eye", _camera.GetView().inverted().map(QVector3D()));
+    program.setUniformValue("u_key", GetKeyLight(_camera));
+    program.setUniformValue("u_ambient", 0.36F);
     _gl.glEnable(GL_DEPTH_TEST);
     _gl.glDisable(GL_BLEND);
 }
 
 void PlateRenderer::_SetItem(const Item& i_item)
 {
+    PartProgram& part = _GetPartProgram();
     const QColor base = i_item.isSelected ? _colours.selected : i_item.hasProblem ? _colours.problem : _colours.part;
-    const QColor stripes = i_item.isSelected ? _colours.problem : _colours.problem.darker(150);
-    _part.setUniformValue("u_model", i_item.model);
-    _part.setUniformValue("u_normal", i_item.normal);
-    _part.setUniformValue("u_colour", ToVector(base));
-    _part.setUniformValue("u_stripes", ToVector(stripes));
-    _part.setUniformValue("u_isStriped", i_item.hasProblem);
-    _part.setUniformValue("u_isFlat", i_item.isFlat);
+    part.program.setUniformValue(part.model, i_item.model);
+    // A value that a program does not have is passed over.
+    part.program.setUniformValue(part.normal, i_item.normal);
+    part.program.setUniformValue(part.colour, ToVector(base));
+    part.program.setUniformValue(part.isStriped, i_item.hasProblem);
+    if (i_item.hasProblem)
+        part.program.setUniformValue(part.stripes,
+                                     ToVector(i_item.isSelected ? _colours.problem : _colours.problem.darker(150)));
     _gl.glBindVertexArray(i_item.mesh->vertexArray);
 }
 

@@ -26,7 +26,7 @@ class PlateRenderer
 public:
     enum class Form
     {
-        Coarse, ///< of all parts together no more than CoarseTriangles, if that leaves anything of each
+        Coarse, ///< of all parts together no more than CoarseTriangles, if that leaves anything of each; no shadows
         Full,
     };
     static constexpr std::size_t CoarseTriangles = 60'000;
@@ -40,7 +40,6 @@ public:
         MeshForms::Grade grade;
         bool isSelected = false;
         bool hasProblem = false;
-        bool isFlat = false;
     };
 
     /// \throws std::runtime_error when the programs cannot be made.
@@ -70,6 +69,20 @@ private:
         Done,
     };
 
+    /// A program that draws parts, and where its values go: asking by name for each part costs more than a small part.
+    struct PartProgram
+    {
+        QOpenGLShaderProgram program;
+        int model = -1;
+        int normal = -1;
+        int colour = -1;
+        int stripes = -1;
+        int isStriped = -1;
+
+        void Link(const char* i_fragment);
+    };
+
+    PartProgram& _GetPartProgram() { return _form == Form::Full ? _part : _coarse; }
     bool _DrawParts(std::size_t i_triangles);
     void _CollectItems(const PlateModel& i_model, Form i_form);
     void _DrawBackground();
@@ -84,7 +97,8 @@ private:
     const GlMeshes& _meshes;
     QOpenGLShaderProgram _background;
     QOpenGLShaderProgram _bed;
-    QOpenGLShaderProgram _part;
+    PartProgram _part;
+    PartProgram _coarse;
     QOpenGLShaderProgram _shadow;
     QOpenGLShaderProgram _line;
     GLuint _empty = 0; ///< vertex array of what has no vertices
@@ -96,6 +110,7 @@ private:
     PlateColours _colours;
     QMatrix4x4 _viewProjection;
     Step _step = Step::Done;
+    Form _form = Form::Full;
     std::vector<Item> _items;
     std::size_t _next = 0; ///< item that is drawn next
     std::size_t _done = 0; ///< indices of it

@@ -83,6 +83,8 @@ void main()
         colour = mix(colour, u_zoneColour, max(0.12 + 0.38 * stripe, rim));
     }
     colour = mix(colour, u_edge.rgb, u_edge.a * (1.0 - clamp(inside - 1.2, 0.0, 1.0)));
+    if (inside < -0.5)
+        discard;
     o_colour = vec4(colour, u_plate.a * clamp(inside + 0.5, 0.0, 1.0));
 }
 )";
@@ -104,15 +106,13 @@ void main()
 }
 )";
 
-// Normals are turned to the eye, so that meshes that are inside out or mirrored look right. Coarse forms have the
-// normals of the fine one and take those of their own faces.
+// Normals are turned to the eye, so that meshes that are inside out or mirrored look right.
 const char* const PartFragment = R"(#version 330 core
 in vec3 v_world;
 in vec3 v_normal;
 uniform vec3 u_colour;
 uniform vec3 u_stripes;
 uniform bool u_isStriped;
-uniform bool u_isFlat;
 uniform vec3 u_eye;
 uniform vec3 u_key;
 uniform float u_ambient;
@@ -120,7 +120,7 @@ out vec4 o_colour;
 void main()
 {
     vec3 normal = v_normal;
-    if (u_isFlat || dot(normal, normal) < 1e-8)
+    if (dot(normal, normal) < 1e-8)
         normal = cross(dFdx(v_world), dFdy(v_world));
     normal = normalize(normal);
     vec3 toEye = normalize(u_eye - v_world);
@@ -133,6 +133,24 @@ void main()
     float sky = 0.5 + 0.5 * normal.z;
     float shine = pow(max(dot(normal, normalize(u_key + toEye)), 0.0), 24.0);
     o_colour = vec4(colour * (u_ambient + 0.24 * sky + 0.50 * key) + 0.10 * shine, 1.0);
+}
+)";
+
+// Coarse forms have the corners of the fine one; the normals are those of their own faces. What moves must be cheap
+// where the processor draws.
+const char* const CoarseFragment = R"(#version 330 core
+in vec3 v_world;
+uniform vec3 u_colour;
+uniform vec3 u_stripes;
+uniform bool u_isStriped;
+uniform vec3 u_key;
+uniform float u_ambient;
+out vec4 o_colour;
+void main()
+{
+    vec3 normal = normalize(cross(dFdx(v_world), dFdy(v_world)));
+    vec3 colour = u_isStriped && fract((gl_FragCoord.x + gl_FragCoord.y) / 16.0) < 0.5 ? u_stripes : u_colour;
+    o_colour = vec4(colour * (u_ambient + 0.12 + 0.12 * normal.z + 0.50 * max(dot(normal, u_key), 0.0)), 1.0);
 }
 )";
 

@@ -25,7 +25,7 @@ TEST(MeshForms, EdgesStaySharpCurvesSmoothAndCoarseFormsKeepTheirShare)
     EXPECT_EQ(forms->vertices.size(), ball->vertices.size());
     ASSERT_GE(forms->grades.size(), 4U);
     EXPECT_EQ(forms->grades.front().count, ball->triangles.size() * 3);
-    for (const std::size_t most : {10'000U, 3000U, 900U})
+    for (const std::size_t most : {10'000U, 3000U, 600U})
         EXPECT_LE(FindGrade(forms->grades, most).count / 3, most);
     // What is drawn coarsely still fills the ball's box, and no index leads astray.
     TavAM::BoundingBox box;
