@@ -6,22 +6,51 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include <mutex>
+#include <utility>
+
 namespace Hosting {
 
+struct Host::MachineRule
+{
+    bool Accepts(const MachineService::MachineData& i_data)
+    {
+        std::function<bool(const MachineService::MachineData&)> accepts;
+        {
+            const std::lock_guard lock(mutex);
+            accepts = rule;
+        }
+        return !accepts || accepts(i_data);
+    }
+
+    std::mutex mutex; ///< guards the rule, which is called without it
+    std::function<bool(const MachineService::MachineData&)> rule;
+};
+
 Host::Host(const std::filesystem::path& i_documents_dir, const std::filesystem::path& i_data_dir)
-    : _provider(i_documents_dir)
+    : _rule(std::make_shared<MachineRule>())
+    , _provider(i_documents_dir)
 {
     _application.CreateDatabase();
     _client = std::make_unique<MachineService::CommunicationClient>(
         GetApiProviderGetter(),
         [i_data_dir](MachineService::ServiceId i_service) { return MakePluginUtility(i_service, i_data_dir); },
-        [](const MachineService::MachineData&) { return true; }, nullptr);
+        [rule = _rule](const MachineService::MachineData& i_data) { return rule->Accepts(i_data); }, nullptr);
     _client->HandleModeChanged(ProgramModePlatform);
 }
 
 Host::~Host()
 {
     _client->HandleModeChanged(ProgramModeNone);
+}
+
+void Host::SetMachineRule(std::function<bool(const MachineService::MachineData&)> i_rule)
+{
+    {
+        const std::lock_guard lock(_rule->mutex);
+        _rule->rule = std::move(i_rule);
+    }
+    _client->InvalidateProxyMachineCatalog();
 }
 
 std::function<IVexlorApiProvider&()> Host::GetApiProviderGetter()

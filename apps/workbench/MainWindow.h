@@ -1,26 +1,134 @@
 #pragma once
 
+#include "workbench/MainActions.h"
+#include "workbench/base/LoopWatch.h"
+#include "workbench/base/Preferences.h"
+#include "workbench/jobs/FailureBoxes.h"
+#include "workbench/jobs/JobList.h"
+#include "workbench/jobs/JobRecorder.h"
+#include "workbench/machines/MachineList.h"
+#include "workbench/scene/RecoveryKeeper.h"
+#include "workbench/scene/SceneBook.h"
+
 #include <QMainWindow>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+class QDockWidget;
+class QLabel;
+class QStackedWidget;
+class QTabWidget;
 
 namespace Hosting {
 class Host;
 }
+namespace MachineService {
+class IPlatformCreator;
+}
 
 namespace Workbench {
 
-/// The window: puts its parts together and keeps nothing of its own.
+class EmptyState;
+class JobsPanel;
+class MachinesPanel;
+struct PlatformForm;
+class PrinterRibbon;
+class ScenePage;
+
+/// The window: puts its parts together.
 ///
-/// Thread: UI thread. Ownership: the host must outlive the window.
+/// Thread: UI thread. Commands and platforms are run under an event loop that turns, so that everything may happen
+/// meanwhile. Ownership: host and preferences must outlive the window.
 class MainWindow final : public QMainWindow
 {
     Q_OBJECT
 
 public:
-    explicit MainWindow(Hosting::Host& io_host);
+    /// \param i_recovery_folder where scenes are kept for the case that the program does not end in order.
+    MainWindow(Hosting::Host& io_host, Preferences& io_preferences, const QString& i_recovery_folder);
     ~MainWindow() override;
 
+    SceneBook& GetBook() { return _book; }
+    JobList& GetJobs() { return _jobs; }
+    MachineList& GetMachines() { return _machines; }
+    MainActions& GetActions() { return *_actions; }
+    PrinterRibbon& GetRibbon() { return *_ribbon; }
+    FailureBoxes& GetBoxes() { return _boxes; }
+    LoopWatch& GetLoopWatch() { return _watch; }
+    Preferences& GetPreferences() { return _preferences; }
+    /// Of the active scene; null when there is none.
+    ScenePage* GetPage() const;
+
+    /// Asks about what an earlier run left behind; nothing when there is nothing.
+    void OfferRecovery();
+
+    /// Attaches the machine to the active scene, or to a new one.
+    void Attach(const QUuid& i_machine);
+    void Detach();
+    /// Asks the machine what it offers, then the user.
+    void NewPlatform();
+    /// A command of the ribbon by its id; one that is refused is not run.
+    void RunCommand(const QString& i_id);
+    void CancelJob();
+
+protected:
+    void closeEvent(QCloseEvent* ip_event) override;
+    void changeEvent(QEvent* ip_event) override;
+    void dragEnterEvent(QDragEnterEvent* ip_event) override;
+    void dropEvent(QDropEvent* ip_event) override;
+
 private:
+    void _MakeDocks();
+    void _MakeStart();
+    void _Connect();
+    void _SetTexts();
+    QDockWidget* _AddDock(const QString& i_name, Qt::DockWidgetArea i_area, QWidget* ip_panel);
+
+    void _AddPage(VexlorCore::DataSet& io_scene);
+    void _RemovePage(const VexlorCore::DataSet* ip_scene);
+    ScenePage* _FindPage(const VexlorCore::DataSet* ip_scene) const;
+    void _ShowScene(VexlorCore::DataSet* ip_scene);
+    void _ShowActive();
+    void _ShowAttachments();
+    void _ShowJob();
+
+    void _OpenFiles(const QString& i_title, const QString& i_filter);
+    bool _Save(VexlorCore::DataSet& io_scene, bool i_under_new_name, std::function<void()> i_done = {});
+    void _CloseScene(VexlorCore::DataSet& io_scene);
+    /// \return whether closing may go on now; a save begun by the user goes on by itself when it is done.
+    bool _AskAboutUnsaved(VexlorCore::DataSet& io_scene, const std::function<void()>& i_go_on);
+    bool _AskAboutJob();
+    void _ShowShortcuts();
+    QString _MakePlatform(MachineService::IPlatformCreator& io_creator, const PlatformForm& i_form, int i_parts);
+
     Hosting::Host& _host;
+    Preferences& _preferences;
+    LoopWatch _watch;
+    SceneBook _book;
+    RecoveryKeeper _recovery;
+    JobList _jobs;
+    std::shared_ptr<JobRecorder> _recorder;
+    FailureBoxes _boxes;
+    MachineList _machines;
+    MainActions* _actions;
+    PrinterRibbon* _ribbon;
+    QStackedWidget* _pages;
+    EmptyState* _start;
+    QTabWidget* _tabs;
+    MachinesPanel* _machinesPanel;
+    JobsPanel* _jobsPanel;
+    QStackedWidget* _sides; ///< beside the plates, one for each scene
+    QDockWidget* _machinesDock;
+    QDockWidget* _jobsDock;
+    QDockWidget* _sideDock;
+    QLabel* _status;
+    std::map<const VexlorCore::DataSet*, std::uint64_t> _estimated; ///< state of the scene that its figures are of
+    /// Also machines that the rule leaves out; read by the services' threads.
+    const std::shared_ptr<std::atomic<bool>> _showsAll = std::make_shared<std::atomic<bool>>(false);
+    bool _closesAfterJob = false;
+    bool _isClosing = false;
 };
 
 } // namespace Workbench

@@ -1,17 +1,24 @@
+#include "workbench/CommandLine.h"
 #include "workbench/MainWindow.h"
+#include "workbench/StepPlayer.h"
+#include "workbench/base/Preferences.h"
+#include "workbench/look/ThemePalette.h"
 
 #include "hosting/Host.h"
 #include "hosting/HostProcess.h"
+#include "hosting/InterruptWatcher.h"
 #include "hosting/Translations.h"
 #include "tavsdk/Path.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QLocale>
 #include <QStandardPaths>
+#include <QStyle>
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <optional>
 
 namespace {
 
@@ -19,7 +26,11 @@ enum ExitStatus
 {
     Succeeded = 0,
     Failed = 1,
+    WrongUsage = 2,
 };
+
+constexpr qint64 MaxStepsSize = 100000; ///< bytes
+constexpr char NoDisplay[] = "There is no display to open the window on: run ./run without --window, or set DISPLAY.\n";
 
 bool HasDisplay()
 {
@@ -30,8 +41,6 @@ bool HasDisplay()
     return false;
 }
 
-constexpr char NoDisplay[] = "There is no display to open the window on: run ./run without --window, or set DISPLAY.\n";
-
 /// Qt ends a program whose display cannot be reached with an abort.
 void TellOfNoDisplay(QtMsgType i_type, const QMessageLogContext&, const QString&)
 {
@@ -39,6 +48,62 @@ void TellOfNoDisplay(QtMsgType i_type, const QMessageLogContext&, const QString&
         return;
     std::fputs(NoDisplay, stderr);
     std::_Exit(Failed);
+}
+
+std::filesystem::path GetFolder(QStandardPaths::StandardLocation i_location)
+{
+    return TavSDK::PathFromUtf8(QStandardPaths::writableLocation(i_location).toUtf8().toStdString()) / "machineservice";
+}
+
+void FollowPreferences(QApplication& io_application, Workbench::Preferences& io_preferences)
+{
+    const bool is_desktop_dark = Workbench::IsDark(QApplication::palette());
+    const auto show_theme = [&io_application, &io_preferences, is_desktop_dark] {
+        using Workbench::Theme;
+        const Theme theme = io_preferences.GetTheme();
+        Workbench::ApplyTheme(io_application, theme == Theme::Dark || (theme == Theme::System && is_desktop_dark));
+    };
+    const auto speak = [&io_preferences] {
+        const QString language = io_preferences.GetLanguage();
+        const QLocale locale = language.isEmpty() ? QLocale::system() : QLocale(language);
+        QLocale::setDefault(locale);
+        Hosting::InstallTranslations(QStringLiteral("workbench"), locale);
+    };
+    QObject::connect(&io_preferences, &Workbench::Preferences::ThemeChanged, &io_application, show_theme);
+    QObject::connect(&io_preferences, &Workbench::Preferences::LanguageChanged, &io_application, speak);
+    show_theme();
+    speak();
+}
+
+/// Plays the steps and takes the picture; the application ends with what it came to.
+void PlaySteps(Workbench::StepPlayer& io_player, Workbench::MainWindow& i_window, const QString& i_picture)
+{
+    QObject::connect(&io_player, &Workbench::StepPlayer::Failed, [](const QString& i_sentence) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(i_sentence));
+        QApplication::exit(Failed);
+    });
+    QObject::connect(&io_player, &Workbench::StepPlayer::Finished, [&i_window, i_picture] {
+        if (i_picture.isEmpty())
+            return;
+        const QString failure = Workbench::StepPlayer::WritePicture(i_window, i_picture);
+        if (!failure.isEmpty()) {
+            std::fprintf(stderr, "%s\n", qUtf8Printable(failure));
+            return QApplication::exit(Failed);
+        }
+        std::printf("%s\n", qUtf8Printable(Workbench::StepPlayer::GetBackend(i_window)));
+        QApplication::exit(Succeeded);
+    });
+    io_player.Start();
+}
+
+QStringList ReadSteps(const QString& i_file, QString& o_failure)
+{
+    QFile file(i_file);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > MaxStepsSize) {
+        o_failure = QApplication::translate("Workbench", "The steps in '%1' cannot be read.").arg(i_file);
+        return {};
+    }
+    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
 }
 
 int Run(int& io_argc, char** ip_argv)
@@ -49,20 +114,42 @@ int Run(int& io_argc, char** ip_argv)
     }
     // Before anything is made that would stay behind.
     const QtMessageHandler former = qInstallMessageHandler(&TellOfNoDisplay);
+    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(io_argc, ip_argv);
     qInstallMessageHandler(former);
 
     const Hosting::HostProcess process;
     QApplication::setApplicationName(QStringLiteral("workbench"));
     QApplication::setApplicationVersion(QStringLiteral(WORKBENCH_VERSION));
-    Hosting::InstallTranslations(QStringLiteral("workbench"));
-    const std::filesystem::path data =
-        TavSDK::PathFromUtf8(
-            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation).toUtf8().toStdString()) /
-        "machineservice";
+    QApplication::setDesktopFileName(QStringLiteral("machineservice-workbench"));
+    Workbench::Preferences preferences(
+        QString::fromStdString((GetFolder(QStandardPaths::GenericConfigLocation) / "workbench.ini").string()));
+    FollowPreferences(application, preferences);
+    const auto commandLine = Workbench::ParseCommandLine(QApplication::arguments());
+    if (!commandLine.text.isEmpty()) {
+        std::fputs(qUtf8Printable(commandLine.text), commandLine.isWrong ? stderr : stdout);
+        return commandLine.isWrong ? WrongUsage : Succeeded;
+    }
+    QString failure;
+    const QStringList steps = commandLine.steps.isEmpty() ? QStringList() : ReadSteps(commandLine.steps, failure);
+    if (!failure.isEmpty()) {
+        std::fprintf(stderr, "%s\n", qUtf8Printable(failure));
+        return Failed;
+    }
+
+    const auto data = GetFolder(QStandardPaths::GenericDataLocation);
     Hosting::Host host(data / "documents", data);
-    Workbench::MainWindow window(host);
+    Workbench::MainWindow window(host, preferences, QString::fromStdString((data / "recovery").string()));
+    const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
     window.show();
+    if (!commandLine.files.isEmpty())
+        window.GetBook().Take(commandLine.files);
+    Workbench::StepPlayer player(window, steps);
+    if (!commandLine.screenshot.isEmpty() || !commandLine.steps.isEmpty())
+        PlaySteps(player, window, commandLine.screenshot);
+    else
+        QMetaObject::invokeMethod(&window, &Workbench::MainWindow::OfferRecovery, Qt::QueuedConnection);
     return QApplication::exec();
 }
 

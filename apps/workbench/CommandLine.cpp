@@ -1,0 +1,50 @@
+#include "workbench/CommandLine.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+
+namespace Workbench {
+
+namespace {
+
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(Workbench::CommandLine)
+};
+
+} // namespace
+
+CommandLine ParseCommandLine(const QStringList& i_arguments)
+{
+    QCommandLineParser parser;
+    parser.setApplicationDescription(Texts::tr("Prepares platforms and sends them to machines."));
+    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")}, Texts::tr("Tells this."));
+    const QCommandLineOption version({QStringLiteral("v"), QStringLiteral("version")}, Texts::tr("Tells the version."));
+    const QCommandLineOption screenshot(
+        QStringLiteral("screenshot"), Texts::tr("Writes a picture of the window, once everything is drawn, and ends."),
+        QStringLiteral("FILE"));
+    const QCommandLineOption steps(
+        QStringLiteral("steps"),
+        Texts::tr(
+            "Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, tab "
+            "NUMBER, select NUMBER, search WORDS, cancel, close, language CODE, theme NAME, size WIDTHxHEIGHT, wait."),
+        QStringLiteral("FILE"));
+    parser.addOptions({help, version, screenshot, steps});
+    parser.addPositionalArgument(QStringLiteral("files"), Texts::tr("Platforms to open and meshes to import."),
+                                 QStringLiteral("[files]"));
+    CommandLine result;
+    if (!parser.parse(i_arguments)) {
+        result.text = parser.errorText() + QLatin1Char('\n');
+        result.isWrong = true;
+    } else if (parser.isSet(help)) {
+        result.text = parser.helpText();
+    } else if (parser.isSet(version)) {
+        result.text = QCoreApplication::applicationVersion() + QLatin1Char('\n');
+    }
+    result.files = parser.positionalArguments();
+    result.screenshot = parser.value(screenshot);
+    result.steps = parser.value(steps);
+    return result;
+}
+
+} // namespace Workbench

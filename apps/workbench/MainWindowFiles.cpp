@@ -1,0 +1,314 @@
+#include "workbench/MainWindow.h"
+
+#include "workbench/ScenePage.h"
+#include "workbench/ShortcutsDialog.h"
+#include "workbench/jobs/JobsPanel.h"
+#include "workbench/machines/MachinesPanel.h"
+#include "workbench/plate/PlateView.h"
+#include "workbench/ribbon/PrinterRibbon.h"
+
+#include "hosting/Host.h"
+#include "hosting/MachineIds.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDesktopServices>
+#include <QDockWidget>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLocale>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QStatusBar>
+#include <QTabWidget>
+#include <QUrl>
+
+// What the user does with files and scenes, and how the window's parts hear of each other.
+
+namespace Workbench {
+
+namespace {
+
+QStringList GetDroppedFiles(const QMimeData& i_data)
+{
+    QStringList files;
+    for (const QUrl& url : i_data.urls()) {
+        if (url.isLocalFile())
+            files << url.toLocalFile();
+    }
+    return files;
+}
+
+QString DescribeSize(const TavAM::Point3d& i_size, double i_factor)
+{
+    const QLocale locale;
+    const auto show = [&](double i_length) {
+        return locale.toString(i_length * i_factor, 'g', 4);
+    };
+    return MainWindow::tr("%1 × %2 × %3 mm").arg(show(i_size.x), show(i_size.y), show(i_size.z));
+}
+
+QString GetUnitName(double i_factor)
+{
+    if (i_factor == 25.4)
+        return MainWindow::tr("inches");
+    if (i_factor == 1000)
+        return MainWindow::tr("metres");
+    if (i_factor == 10)
+        return MainWindow::tr("centimetres");
+    return i_factor == 1 ? MainWindow::tr("millimetres") : MainWindow::tr("micrometres");
+}
+
+} // namespace
+
+void MainWindow::_Connect()
+{
+    using Id = MainActions::Id;
+    const auto on = [this](Id i_id, auto i_slot) {
+        connect(_actions->Get(i_id), &QAction::triggered, this, i_slot);
+    };
+    const auto on_scene = [this, &on](Id i_id, auto i_slot) {
+        on(i_id, [this, i_slot] {
+            if (VexlorCore::DataSet* const scene = _book.GetActive())
+                i_slot(*scene);
+        });
+    };
+    on(Id::New, [this] { _book.New(); });
+    on(Id::Open, [this] { _OpenFiles(tr("Open a platform"), tr("Platforms (*.TavAMX)")); });
+    on(Id::Import, [this] { _OpenFiles(tr("Import parts"), tr("Meshes (*.stl *.3mf *.obj *.ply)")); });
+    on_scene(Id::Save, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, false); });
+    on_scene(Id::SaveAs, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, true); });
+    on_scene(Id::Copy, [this](VexlorCore::DataSet& io_scene) { _book.Copy(io_scene); });
+    on_scene(Id::Close, [this](VexlorCore::DataSet& io_scene) { _CloseScene(io_scene); });
+    on(Id::Quit, [this] { close(); });
+    on_scene(Id::Undo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Undo(io_scene); });
+    on_scene(Id::Redo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Redo(io_scene); });
+    on(Id::SelectAll, [this] {
+        if (ScenePage* const page = GetPage())
+            page->GetSelection().SelectAll();
+    });
+    on(Id::FindMachine, [this] {
+        _machinesDock->show();
+        _machinesPanel->FocusSearch();
+    });
+    on(Id::NewPlatform, [this] { NewPlatform(); });
+    on(Id::Detach, [this] { Detach(); });
+    on(Id::CancelJob, [this] { CancelJob(); });
+    on(Id::Shortcuts, [this] { _ShowShortcuts(); });
+    on(Id::About, [this] {
+        QMessageBox::about(this, tr("Workbench"),
+                           tr("Workbench %1: from parts to a machine file.").arg(QApplication::applicationVersion()));
+    });
+    connect(_actions, &MainActions::RecentFileChosen, &_book, [this](const QString& i_file) { _book.Take({i_file}); });
+
+    connect(&_book, &SceneBook::Added, this, [this](VexlorCore::DataSet* ip_scene) { _AddPage(*ip_scene); });
+    connect(&_book, &SceneBook::Closing, this, [this](VexlorCore::DataSet* ip_scene) { _RemovePage(ip_scene); });
+    connect(&_book, &SceneBook::Changed, this, &MainWindow::_ShowScene);
+    connect(&_book, &SceneBook::ActiveChanged, this, [this] {
+        _ShowActive();
+        _ShowAttachments();
+    });
+    connect(&_book, &SceneBook::Failed, &_boxes, &FailureBoxes::ShowLater);
+    connect(&_book, &SceneBook::Imported, this, [this](VexlorCore::DataSet*, int i_parts) {
+        statusBar()->showMessage(tr("Parts imported: %1").arg(i_parts), 8000);
+    });
+    connect(_tabs, &QTabWidget::currentChanged, this, [this](int i_tab) {
+        if (auto* const page = qobject_cast<ScenePage*>(_tabs->widget(i_tab)))
+            _book.SetActive(&page->GetScene());
+    });
+    connect(_tabs, &QTabWidget::tabCloseRequested, this, [this](int i_tab) {
+        if (auto* const page = qobject_cast<ScenePage*>(_tabs->widget(i_tab)))
+            _CloseScene(page->GetScene());
+    });
+    connect(_machinesPanel, &MachinesPanel::AttachWanted, this, &MainWindow::Attach);
+    connect(_machinesPanel, &MachinesPanel::DetachWanted, this, &MainWindow::Detach);
+    connect(&_host.GetClient(), &MachineService::CommunicationClient::MachinesChanged, this, [this] {
+        for (VexlorCore::DataSet* const scene : _book.GetScenes())
+            _ShowScene(scene);
+    });
+    connect(_jobsPanel, &JobsPanel::CancelWanted, this, &MainWindow::CancelJob);
+    connect(_jobsPanel, &JobsPanel::OpenWanted, this,
+            [](const QString& i_file) { QDesktopServices::openUrl(QUrl::fromLocalFile(i_file)); });
+    connect(&_jobs, &JobList::Begun, this, [this] { _jobsDock->show(); });
+    connect(&_jobs, &JobList::Begun, this, &MainWindow::_ShowJob);
+    // Once the command has come back, for whom it still runs now.
+    connect(&_jobs, &JobList::Ended, this, &MainWindow::_ShowJob, Qt::QueuedConnection);
+    connect(&_boxes, &FailureBoxes::Failed, this, [this](const QString& i_text) {
+        if (_jobs.IsRunning())
+            _jobs.AddFailure(i_text);
+    });
+    connect(_ribbon, &PrinterRibbon::RefusalShown, this,
+            [this](const QString& i_why) { statusBar()->showMessage(i_why, 8000); });
+    _book.SetAskUnit([this](const ImportedFile& i_file, const std::vector<double>& i_factors) -> std::optional<double> {
+        QStringList choices;
+        const auto size = GetSize(i_file.parts);
+        for (const double factor : i_factors)
+            choices << tr("%1: %2").arg(GetUnitName(factor), DescribeSize(size, factor));
+        bool is_chosen = false;
+        const QString choice = QInputDialog::getItem(
+            this, tr("Unit of '%1'").arg(QFileInfo(i_file.path).fileName()),
+            tr("The file names no unit, and millimetres are not plausible. In which unit are its lengths?"), choices, 0,
+            false, &is_chosen);
+        if (!is_chosen)
+            return std::nullopt;
+        return i_factors[static_cast<std::size_t>(choices.indexOf(choice))];
+    });
+    _book.SetAskScale([this](const std::vector<TavAM::Part>&, double i_factor) {
+        QMessageBox box(QMessageBox::Question, tr("Too large for the machine"),
+                        tr("Not all parts fit into the build volume. Scale all imported parts to %1 %?")
+                            .arg(QLocale().toString(100 * i_factor, 'f', 1)),
+                        QMessageBox::NoButton, this);
+        const QPushButton* const scale = box.addButton(tr("Scale"), QMessageBox::AcceptRole);
+        box.setEscapeButton(box.addButton(tr("Keep their size"), QMessageBox::RejectRole));
+        box.exec();
+        return box.clickedButton() == scale;
+    });
+}
+
+void MainWindow::OfferRecovery()
+{
+    const std::vector<LeftScene> left = _recovery.TakeLeft();
+    if (left.empty())
+        return;
+    QStringList names;
+    for (const LeftScene& scene : left)
+        names << scene.name;
+    QMessageBox box(
+        QMessageBox::Question, tr("Recover scenes"),
+        tr("The workbench did not end in order. These scenes were kept: %1.").arg(names.join(QStringLiteral(", "))),
+        QMessageBox::NoButton, this);
+    const QPushButton* const recover = box.addButton(tr("Recover"), QMessageBox::AcceptRole);
+    const QPushButton* const discard = box.addButton(tr("Discard"), QMessageBox::DestructiveRole);
+    box.setEscapeButton(box.addButton(tr("Ask again at the next start"), QMessageBox::RejectRole));
+    box.exec();
+    if (box.clickedButton() == recover) {
+        for (const LeftScene& scene : left)
+            _book.Recover(scene.copy, scene.file);
+        _recovery.RemoveAtEnd(left);
+    } else if (box.clickedButton() == discard) {
+        RecoveryKeeper::Remove(left);
+    }
+}
+
+void MainWindow::_OpenFiles(const QString& i_title, const QString& i_filter)
+{
+    const QString folder = QString::fromUtf8(_preferences.GetWindow(QStringLiteral("folder")));
+    const QStringList files = QFileDialog::getOpenFileNames(this, i_title, folder, i_filter);
+    if (files.isEmpty())
+        return;
+    _preferences.SetWindow(QStringLiteral("folder"), QFileInfo(files.front()).absolutePath().toUtf8());
+    _book.Take(files);
+}
+
+bool MainWindow::_Save(VexlorCore::DataSet& io_scene, bool i_under_new_name, std::function<void()> i_done)
+{
+    QString file = SceneBook::GetFile(io_scene);
+    if (file.isEmpty() || i_under_new_name) {
+        const std::weak_ptr<VexlorCore::DataSet> weak = io_scene.weak_from_this();
+        const QString folder = QString::fromUtf8(_preferences.GetWindow(QStringLiteral("folder")));
+        const QString proposal =
+            file.isEmpty() ? folder + QLatin1Char('/') + _book.GetName(io_scene) + QStringLiteral(".TavAMX") : file;
+        file = QFileDialog::getSaveFileName(this, tr("Save the platform"), proposal, tr("Platforms (*.TavAMX)"));
+        if (file.isEmpty() || weak.expired())
+            return false;
+        if (!SceneBook::IsPlatformFile(file))
+            file += QStringLiteral(".TavAMX");
+    }
+    _book.Save(io_scene, file, std::move(i_done));
+    return true;
+}
+
+bool MainWindow::_AskAboutUnsaved(VexlorCore::DataSet& io_scene, const std::function<void()>& i_go_on)
+{
+    if (_book.IsSaved(io_scene))
+        return true;
+    const std::weak_ptr<VexlorCore::DataSet> weak = io_scene.weak_from_this();
+    QMessageBox box(QMessageBox::Question, tr("Not saved"),
+                    tr("'%1' has changes that are not saved.").arg(_book.GetName(io_scene)), QMessageBox::NoButton,
+                    this);
+    const QPushButton* const save = box.addButton(tr("Save"), QMessageBox::AcceptRole);
+    const QPushButton* const discard = box.addButton(tr("Do not save"), QMessageBox::DestructiveRole);
+    box.setEscapeButton(box.addButton(tr("Stay"), QMessageBox::RejectRole));
+    box.exec();
+    if (weak.expired() || box.clickedButton() == discard)
+        return true;
+    if (box.clickedButton() == save)
+        _Save(io_scene, false, i_go_on);
+    return false;
+}
+
+void MainWindow::_CloseScene(VexlorCore::DataSet& io_scene)
+{
+    const std::weak_ptr<VexlorCore::DataSet> weak = io_scene.weak_from_this();
+    const auto close = [this, weak] {
+        if (const auto scene = weak.lock(); scene && _host.GetDatabase().Contains(scene.get()))
+            _book.Close(*scene);
+    };
+    if (_AskAboutUnsaved(io_scene, close))
+        close();
+}
+
+bool MainWindow::_AskAboutJob()
+{
+    QMessageBox box(QMessageBox::Question, tr("A job is running"),
+                    tr("'%1' is still running.").arg(_jobs.GetNewest()->title), QMessageBox::NoButton, this);
+    box.setEscapeButton(box.addButton(tr("Stay"), QMessageBox::RejectRole));
+    const QPushButton* const finish = box.addButton(tr("Finish, then close"), QMessageBox::AcceptRole);
+    const QPushButton* const stop = box.addButton(tr("Stop and close"), QMessageBox::DestructiveRole);
+    box.exec();
+    if (!_jobs.IsRunning())
+        return box.clickedButton() == finish || box.clickedButton() == stop;
+    _closesAfterJob = box.clickedButton() == finish || box.clickedButton() == stop;
+    if (box.clickedButton() == stop)
+        CancelJob();
+    return false;
+}
+
+void MainWindow::closeEvent(QCloseEvent* ip_event)
+{
+    // The questions turn the event loop, in which the user may ask to close once more.
+    if (std::exchange(_isClosing, true))
+        return ip_event->ignore();
+    bool is_allowed = true;
+    if (_jobs.IsRunning())
+        is_allowed = _AskAboutJob();
+    for (VexlorCore::DataSet* const scene : _book.GetScenes()) {
+        if (is_allowed && _host.GetDatabase().Contains(scene)) {
+            _book.SetActive(scene);
+            is_allowed = _AskAboutUnsaved(*scene, [this] { close(); });
+        }
+    }
+    _isClosing = false;
+    if (!is_allowed)
+        return ip_event->ignore();
+    _preferences.SetWindow(QStringLiteral("geometry"), saveGeometry());
+    _preferences.SetWindow(QStringLiteral("state"), saveState());
+    ip_event->accept();
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* ip_event)
+{
+    if (ip_event->mimeData()->hasFormat(MachineList::GetMimeType()) ||
+        !GetDroppedFiles(*ip_event->mimeData()).isEmpty())
+        ip_event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* ip_event)
+{
+    if (ip_event->mimeData()->hasFormat(MachineList::GetMimeType()))
+        Attach(QUuid(ip_event->mimeData()->data(MachineList::GetMimeType())));
+    else
+        _book.Take(GetDroppedFiles(*ip_event->mimeData()));
+    ip_event->acceptProposedAction();
+}
+
+void MainWindow::_ShowShortcuts()
+{
+    auto* const dialog = new ShortcutsDialog(*this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
+}
+
+} // namespace Workbench

@@ -1,0 +1,176 @@
+#include "workbench/ScenePage.h"
+
+#include "workbench/PartsPanel.h"
+#include "workbench/look/LineIcon.h"
+#include "workbench/plate/NumbersPanel.h"
+#include "workbench/plate/PlateView.h"
+#include "workbench/plate/ProblemsPanel.h"
+
+#include "client/interface/Machine.h"
+#include "hosting/Estimates.h"
+#include "hosting/MachineChoice.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QSplitter>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+namespace Workbench {
+
+namespace {
+
+constexpr int PictureSize = 28;
+
+/// "2 h 5 min" of a number of seconds as text.
+QString ToDuration(const QString& i_seconds)
+{
+    bool is_number = false;
+    const qint64 seconds = static_cast<qint64>(i_seconds.toDouble(&is_number));
+    if (!is_number)
+        return i_seconds;
+    if (seconds < 3600)
+        return ScenePage::tr("%1 min").arg((seconds + 59) / 60);
+    return ScenePage::tr("%1 h %2 min").arg(seconds / 3600).arg(seconds % 3600 / 60);
+}
+
+} // namespace
+
+ScenePage::ScenePage(VexlorCore::DataSet& io_scene, QWidget* ip_parent)
+    : QWidget(ip_parent)
+    , _scene(io_scene)
+    , _selection(io_scene)
+    , _plate(new PlateView(io_scene, _selection, this))
+    , _picture(new QLabel(this))
+    , _machine(new QLabel(this))
+    , _estimates(new QLabel(this))
+    , _choose(new QPushButton(MakeLineIcon(QStringLiteral("machine")), QString(), this))
+    , _platform(new QPushButton(MakeLineIcon(QStringLiteral("platform")), QString(), this))
+    , _side(new QWidget(this))
+    , _parts(new PartsPanel(io_scene, _selection))
+    , _sideTabs(nullptr)
+{
+    auto* const strip = new QHBoxLayout;
+    strip->setContentsMargins(10, 6, 10, 6);
+    strip->setSpacing(10);
+    for (QLabel* const label : {_machine, _estimates}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+    _estimates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    _estimates->setForegroundRole(QPalette::PlaceholderText);
+    strip->addWidget(_picture);
+    strip->addWidget(_machine, 3);
+    strip->addWidget(_estimates, 3);
+    strip->addWidget(_choose);
+    strip->addWidget(_platform);
+    auto* const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addLayout(strip);
+    column->addWidget(_plate, 1);
+
+    auto* const problems = new ProblemsPanel(*_plate);
+    auto* const splitter = new QSplitter(Qt::Vertical, _side);
+    splitter->setChildrenCollapsible(false);
+    _sideTabs = new QTabWidget(splitter);
+    _sideTabs->setDocumentMode(true);
+    _sideTabs->addTab(_parts, QString());
+    _sideTabs->addTab(problems, QString());
+    splitter->addWidget(_sideTabs);
+    splitter->addWidget(new NumbersPanel(_plate->GetModel()));
+    splitter->setStretchFactor(0, 1);
+    auto* const side = new QVBoxLayout(_side);
+    side->setContentsMargins(0, 0, 0, 0);
+    side->addWidget(splitter);
+    _side->hide();
+
+    connect(problems, &ProblemsPanel::CountChanged, this, &ScenePage::_SetTexts);
+    connect(_choose, &QPushButton::clicked, this, &ScenePage::ChooseMachineWanted);
+    connect(_platform, &QPushButton::clicked, this, &ScenePage::NewPlatformWanted);
+    _SetTexts();
+}
+
+ScenePage::~ScenePage()
+{
+    // Both look at the selection, and the side at the plate.
+    delete _side;
+    delete _plate;
+}
+
+void ScenePage::Show(const MachineService::Machine* ip_machine, bool i_is_gone, const QString& i_machine_name)
+{
+    QPixmap picture;
+    if (ip_machine) {
+        const auto machine = ip_machine->GetMachineData();
+        if (const auto& bytes = machine.picture.GetBytes(); !bytes.empty())
+            picture.loadFromData(bytes.data(), static_cast<uint>(bytes.size()), "PNG");
+        _machineText = QString::fromStdString(machine.name).simplified();
+        if (machine.buildVolume)
+            _machineText = tr("%1   %2").arg(_machineText, Hosting::DescribeVolume(machine));
+    } else if (i_is_gone) {
+        _machineText = tr("%1 is gone: nothing can be sent to it until it comes back.").arg(i_machine_name);
+    } else {
+        _machineText = tr("No machine chosen yet");
+    }
+    if (picture.isNull())
+        picture = MakeLineIcon(QStringLiteral("machine")).pixmap(PictureSize, PictureSize, QIcon::Disabled);
+    _picture->setPixmap(picture.scaled(PictureSize, PictureSize, Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    _machine->setText(_machineText);
+    _machine->setToolTip(_machineText);
+    _choose->setVisible(!ip_machine);
+    _platform->setVisible(ip_machine != nullptr);
+    _ShowEstimates();
+    _parts->Fill();
+}
+
+void ScenePage::SetEstimatesOld(bool i_are_old)
+{
+    _areEstimatesOld = i_are_old;
+    _ShowEstimates();
+}
+
+void ScenePage::_ShowEstimates()
+{
+    const auto estimates = Hosting::ReadEstimates(_scene.GetPlatform());
+    QStringList texts;
+    if (estimates) {
+        if (!estimates->layers.isEmpty())
+            texts << tr("%1 layers").arg(estimates->layers);
+        if (!estimates->seconds.isEmpty())
+            texts << ToDuration(estimates->seconds);
+        if (!estimates->cubicCentimetres.isEmpty())
+            texts << tr("%1 cm³").arg(estimates->cubicCentimetres);
+        if (!estimates->grams.isEmpty())
+            texts << tr("%1 g").arg(estimates->grams);
+    }
+    QString text = texts.join(QStringLiteral(" · "));
+    if (_areEstimatesOld && !text.isEmpty())
+        text = tr("Out of date: %1").arg(text);
+    _estimates->setText(text);
+    _estimates->setToolTip(text);
+    _estimates->setAccessibleName(text.isEmpty() ? tr("No estimates yet") : text);
+}
+
+void ScenePage::changeEvent(QEvent* ip_event)
+{
+    QWidget::changeEvent(ip_event);
+    if (ip_event->type() == QEvent::LanguageChange)
+        _SetTexts();
+}
+
+void ScenePage::_SetTexts()
+{
+    _choose->setText(tr("Choose a machine"));
+    _platform->setText(tr("New platform…"));
+    _platform->setToolTip(tr("Material, layer height and what else the machine offers."));
+    if (!_sideTabs)
+        return;
+    const int problems = qobject_cast<ProblemsPanel*>(_sideTabs->widget(1))->GetCount();
+    _sideTabs->setTabText(0, tr("Parts"));
+    _sideTabs->setTabText(1, problems > 0 ? tr("Problems (%1)").arg(problems) : tr("Problems"));
+}
+
+} // namespace Workbench

@@ -1,0 +1,224 @@
+#include "workbench/StepPlayer.h"
+
+#include "workbench/MainWindow.h"
+#include "workbench/ScenePage.h"
+#include "workbench/plate/PlateView.h"
+#include "workbench/ribbon/CommandButton.h"
+#include "workbench/ribbon/PrinterRibbon.h"
+
+#include "hosting/MachineIds.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QLineEdit>
+#include <QPainter>
+#include <QSaveFile>
+#include <QScreen>
+
+namespace Workbench {
+
+namespace {
+
+constexpr int Interval = 40; ///< ms
+constexpr int QuietTurns = 5;
+constexpr std::chrono::seconds Deadline{90};
+
+QDialog* FindDialog()
+{
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        if (auto* const dialog = qobject_cast<QDialog*>(widget); dialog && dialog->isVisible())
+            return dialog;
+    }
+    return nullptr;
+}
+
+} // namespace
+
+StepPlayer::StepPlayer(MainWindow& io_window, QStringList i_steps)
+    : _window(io_window)
+{
+    for (const QString& step : i_steps) {
+        const QString text = step.simplified();
+        if (!text.isEmpty() && !text.startsWith(QLatin1Char('#')))
+            _steps << text;
+    }
+    connect(&_timer, &QTimer::timeout, this, &StepPlayer::_Turn);
+}
+
+void StepPlayer::Start()
+{
+    _since = std::chrono::steady_clock::now();
+    _timer.start(Interval);
+}
+
+bool StepPlayer::_IsAtRest() const
+{
+    if (_window.GetBook().IsBusy() || _window.GetMachines().GetMachineCount() == 0)
+        return false;
+    if (_window.GetJobs().IsRunning())
+        return false;
+    ScenePage* const page = _window.GetPage();
+    if (page && page->GetPlate().isVisible() && !page->GetPlate().IsWholeFrameShown())
+        return false;
+    using Kind = MachineService::CommandRefusal::Kind;
+    for (const CommandButton* const button : _window.GetRibbon().GetButtons()) {
+        if (_window.GetRibbon().GetManager().GetRefusal(button->objectName()).kind == Kind::NotAnsweredYet)
+            return false;
+    }
+    return true;
+}
+
+void StepPlayer::_Turn()
+{
+    // A step may turn the event loop itself.
+    if (_isPlaying)
+        return;
+    if (std::chrono::steady_clock::now() - _since > Deadline) {
+        _timer.stop();
+        return Q_EMIT Failed(tr("The window did not come to rest."));
+    }
+    _quietTurns = !_waits || _IsAtRest() ? _quietTurns + 1 : 0;
+    if (_quietTurns < QuietTurns)
+        return;
+    _quietTurns = 0;
+    if (_steps.isEmpty()) {
+        _timer.stop();
+        return Q_EMIT Finished();
+    }
+    const QString step = _steps.takeFirst();
+    _since = std::chrono::steady_clock::now();
+    _isPlaying = true;
+    const QString failure = _Play(step);
+    _isPlaying = false;
+    if (!failure.isEmpty()) {
+        _timer.stop();
+        Q_EMIT Failed(tr("Step '%1': %2").arg(step, failure));
+    }
+}
+
+QString StepPlayer::_Attach(const QString& i_name)
+{
+    const MachineList& machines = _window.GetMachines();
+    for (int service = 0; service < machines.rowCount(); ++service) {
+        const QModelIndex parent = machines.index(service, 0);
+        for (int row = 0; row < machines.rowCount(parent); ++row) {
+            const QModelIndex machine = machines.index(row, 0, parent);
+            if (machine.data().toString().compare(i_name, Qt::CaseInsensitive) == 0) {
+                _window.Attach(machine.data(MachineList::IdRole).toUuid());
+                return {};
+            }
+        }
+    }
+    return tr("there is no machine of this name.");
+}
+
+QString StepPlayer::_AnswerDialog(bool i_accept)
+{
+    QDialog* const dialog = FindDialog();
+    if (!dialog)
+        return tr("no dialog is open.");
+    // It may turn the event loop until a machine has answered.
+    QMetaObject::invokeMethod(dialog, i_accept ? "accept" : "reject", Qt::QueuedConnection);
+    return {};
+}
+
+QString StepPlayer::_Play(const QString& i_step)
+{
+    const QString verb = i_step.section(QLatin1Char(' '), 0, 0);
+    const QString rest = i_step.section(QLatin1Char(' '), 1);
+    const auto later = [this](auto i_work) {
+        QMetaObject::invokeMethod(&_window, i_work, Qt::QueuedConnection);
+        return QString();
+    };
+    _waits = verb != QLatin1String("command") || !rest.endsWith(QLatin1String(" &"));
+    if (verb == QLatin1String("wait"))
+        return {};
+    if (verb == QLatin1String("attach"))
+        return _Attach(rest);
+    if (verb == QLatin1String("platform"))
+        return later([this] { _window.NewPlatform(); });
+    if (verb == QLatin1String("accept") || verb == QLatin1String("close"))
+        return _AnswerDialog(verb == QLatin1String("accept"));
+    if (verb == QLatin1String("command")) {
+        const QString id = rest.section(QLatin1Char(' '), 0, 0);
+        const CommandButton* const button = _window.GetRibbon().FindButton(id);
+        if (!button)
+            return tr("the machine has no such command.");
+        if (button->IsRefused())
+            return button->GetRefusal();
+        return later([this, id] { _window.RunCommand(id); });
+    }
+    if (verb == QLatin1String("cancel"))
+        return later([this] { _window.CancelJob(); });
+    if (verb == QLatin1String("open"))
+        return _window.GetBook().Take({rest}), QString();
+    if (verb == QLatin1String("new"))
+        return _window.GetBook().New(), QString();
+    if (verb == QLatin1String("tab")) {
+        const auto scenes = _window.GetBook().GetScenes();
+        const std::size_t number = rest.toUInt();
+        if (number < 1 || number > scenes.size())
+            return tr("there is no such tab.");
+        return _window.GetBook().SetActive(scenes[number - 1]), QString();
+    }
+    if (verb == QLatin1String("select")) {
+        ScenePage* const page = _window.GetPage();
+        const std::size_t number = rest.toUInt();
+        if (!page || number < 1 || number > page->GetScene().GetParts().size())
+            return tr("there is no such part.");
+        return page->GetSelection().Set({page->GetScene().GetParts()[number - 1].GetRevisionId()}), QString();
+    }
+    if (verb == QLatin1String("search")) {
+        _window.GetActions().Get(MainActions::FindMachine)->trigger();
+        if (auto* const search = qobject_cast<QLineEdit*>(QApplication::focusWidget()))
+            search->setText(rest);
+        return {};
+    }
+    if (verb == QLatin1String("shortcuts"))
+        return _window.GetActions().Get(MainActions::Shortcuts)->trigger(), QString();
+    if (verb == QLatin1String("language"))
+        return _window.GetPreferences().SetLanguage(rest), QString();
+    if (verb == QLatin1String("theme"))
+        return _window.GetPreferences().SetTheme(rest == QLatin1String("dark")    ? Theme::Dark
+                                                 : rest == QLatin1String("light") ? Theme::Light
+                                                                                  : Theme::System),
+               QString();
+    if (verb == QLatin1String("size")) {
+        const int width = rest.section(QLatin1Char('x'), 0, 0).toInt();
+        const int height = rest.section(QLatin1Char('x'), 1).toInt();
+        if (width < 100 || height < 100)
+            return tr("the size is missing.");
+        return _window.resize(width, height), QString();
+    }
+    return tr("it is unknown.");
+}
+
+QString StepPlayer::GetBackend(MainWindow& i_window)
+{
+    ScenePage* const page = i_window.GetPage();
+    return page ? page->GetPlate().BackendName() : QString();
+}
+
+QString StepPlayer::WritePicture(MainWindow& i_window, const QString& i_file)
+{
+    QPixmap picture = i_window.grab();
+    QPainter painter(&picture);
+    for (QWidget* const widget : QApplication::topLevelWidgets()) {
+        auto* const dialog = qobject_cast<QDialog*>(widget);
+        if (!dialog || !dialog->isVisible())
+            continue;
+        // Where a window manager would show its frame.
+        const QRect place(QPoint((i_window.width() - dialog->width()) / 2, (i_window.height() - dialog->height()) / 2),
+                          dialog->size());
+        painter.fillRect(picture.rect(), QColor(0, 0, 0, 70));
+        painter.fillRect(place.adjusted(-1, -1, 1, 1), dialog->palette().color(QPalette::Mid));
+        painter.drawPixmap(place, dialog->grab());
+    }
+    painter.end();
+    QSaveFile file(i_file);
+    if (!file.open(QIODevice::WriteOnly) || !picture.save(&file, "PNG") || !file.commit())
+        return tr("'%1' cannot be written: %2.").arg(i_file, file.errorString());
+    return {};
+}
+
+} // namespace Workbench

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMap>
+#include <QObject>
+#include <QSettings>
+#include <QString>
+#include <QStringList>
+
+namespace Workbench {
+
+enum class Theme
+{
+    System, ///< as the desktop's own palette is, light or dark
+    Light,
+    Dark,
+};
+
+/// What the user set and what the window remembers between starts. A file that cannot be read or written costs what it
+/// would have kept, nothing else.
+///
+/// Thread: UI thread.
+class Preferences final : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// \param i_file an INI file; made when something is kept first.
+    explicit Preferences(const QString& i_file, QObject* ip_parent = nullptr);
+
+    Theme GetTheme() const;
+    void SetTheme(Theme i_theme);
+    /// Code of a language ("en", "de"); empty: the desktop's.
+    QString GetLanguage() const;
+    void SetLanguage(const QString& i_language);
+
+    bool IsFavourite(const QString& i_machine) const { return _favourites.contains(i_machine); }
+    void SetFavourite(const QString& i_machine, bool i_is_favourite);
+    /// Also machines that the host's own rule leaves out.
+    bool ShowsAllMachines() const;
+    void SetShowsAllMachines(bool i_shows);
+
+    /// Full paths, the last used first; at most ten.
+    QStringList GetRecentFiles() const;
+    void AddRecentFile(const QString& i_file);
+    void ClearRecentFiles();
+
+    /// What was chosen last for a new platform of this machine, by id of the choice.
+    QMap<QString, QString> GetChoices(const QString& i_machine) const;
+    void SetChoices(const QString& i_machine, const QMap<QString, QString>& i_choices);
+
+    QByteArray GetWindow(const QString& i_what) const;
+    void SetWindow(const QString& i_what, const QByteArray& i_state);
+
+Q_SIGNALS:
+    void ThemeChanged();
+    void LanguageChanged();
+    void MachinesChanged();
+    void RecentFilesChanged();
+
+private:
+    QSettings _settings;
+    QStringList _favourites;
+};
+
+} // namespace Workbench

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "workbench/machines/MachineFilter.h"
+#include "workbench/machines/MachineList.h"
+
+#include <QWidget>
+
+class QCheckBox;
+class QComboBox;
+class QLineEdit;
+class QPushButton;
+class QStackedWidget;
+class QTreeView;
+
+namespace Workbench {
+
+class EmptyState;
+class Preferences;
+
+/// The machines to choose from. A double click, Enter, the button, or dragging one onto the plate asks to attach it.
+class MachinesPanel final : public QWidget
+{
+    Q_OBJECT
+
+public:
+    MachinesPanel(MachineList& io_machines, Preferences& io_preferences, QWidget* ip_parent = nullptr);
+
+    void FocusSearch();
+
+Q_SIGNALS:
+    void AttachWanted(const QUuid& i_machine);
+    /// For the machine that the scene has.
+    void DetachWanted();
+
+protected:
+    void changeEvent(QEvent* ip_event) override;
+
+private:
+    void _SetTexts();
+    void _ShowRows();
+    void _ShowButtons();
+    void _ShowMenu(const QPoint& i_at);
+    QModelIndex _GetCurrent() const;
+
+    Preferences& _preferences;
+    MachineList& _machines;
+    MachineFilter _filter;
+    QLineEdit* _search;
+    QComboBox* _kind;
+    QCheckBox* _all;
+    QTreeView* _view;
+    QStackedWidget* _pages;
+    EmptyState* _empty;
+    QPushButton* _attach;
+    QPushButton* _favourite;
+};
+
+} // namespace Workbench
