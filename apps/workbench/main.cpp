@@ -1,6 +1,7 @@
 #include "workbench/CommandLine.h"
 #include "workbench/MainWindow.h"
 #include "workbench/StepPlayer.h"
+#include "workbench/base/FileHandover.h"
 #include "workbench/base/Preferences.h"
 #include "workbench/look/ThemePalette.h"
 
@@ -11,7 +12,9 @@
 #include "tavsdk/Path.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QLocale>
 #include <QStandardPaths>
 #include <QStyle>
@@ -19,6 +22,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+
+#include <unistd.h>
 
 namespace {
 
@@ -138,15 +143,32 @@ int Run(int& io_argc, char** ip_argv)
         return Failed;
     }
 
+    QStringList files;
+    for (const QString& file : commandLine.files)
+        files << QDir::cleanPath(QFileInfo(file).absoluteFilePath());
+    const bool is_scripted = !commandLine.screenshot.isEmpty() || !commandLine.steps.isEmpty();
+    const QString handoverName = QStringLiteral("machineservice-workbench-%1").arg(getuid());
+    if (!is_scripted && Workbench::FileHandover::Send(handoverName, files))
+        return Succeeded;
+
     const auto data = GetFolder(QStandardPaths::GenericDataLocation);
     Hosting::Host host(data / "documents", data);
     Workbench::MainWindow window(host, preferences, QString::fromStdString((data / "recovery").string()));
     const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
     window.show();
-    if (!commandLine.files.isEmpty())
-        window.GetBook().Take(commandLine.files);
+    if (!files.isEmpty())
+        window.GetBook().Take(files);
+    Workbench::FileHandover handover;
+    QObject::connect(&handover, &Workbench::FileHandover::Arrived, &window, [&window](const QStringList& i_files) {
+        if (!i_files.isEmpty())
+            window.GetBook().Take(i_files);
+        window.raise();
+        window.activateWindow();
+    });
+    if (!is_scripted)
+        handover.Listen(handoverName);
     Workbench::StepPlayer player(window, steps);
-    if (!commandLine.screenshot.isEmpty() || !commandLine.steps.isEmpty())
+    if (is_scripted)
         PlaySteps(player, window, commandLine.screenshot);
     else
         QMetaObject::invokeMethod(&window, &Workbench::MainWindow::OfferRecovery, Qt::QueuedConnection);

@@ -1,12 +1,17 @@
 #include "workbench/scene/SceneBook.h"
 #include "apps/workbench/WorkbenchFixture.h"
+#include "workbench/base/FileHandover.h"
 #include "workbench/scene/FreePlaces.h"
 #include "workbench/scene/RecoveryKeeper.h"
 
 #include "vexlorcore/Application.h"
 
 #include <QDirIterator>
+#include <QLocalSocket>
 #include <QSignalSpy>
+
+#include <atomic>
+#include <thread>
 
 namespace {
 
@@ -215,6 +220,23 @@ TEST_F(SceneBookTest, KeepsUnsavedScenesForTheNextRun)
     const RecoveryKeeper none(_book, _File("file"));
     ASSERT_TRUE(_Rest());
     EXPECT_EQ(_failures.size(), 1);
+}
+
+TEST_F(SceneBookTest, TakesTheFilesOfALaterStart)
+{
+    const QString name = _File("handover");
+    EXPECT_FALSE(FileHandover::Send(name, {QStringLiteral("/a")}));
+    FileHandover window;
+    ASSERT_TRUE(window.Listen(name));
+    QSignalSpy arrived(&window, &FileHandover::Arrived);
+    QLocalSocket liar;
+    liar.connectToServer(name);
+    liar.write("no list\n");
+    std::atomic<bool> was_taken = false;
+    std::jthread later([&] { was_taken = FileHandover::Send(name, {QStringLiteral("/a"), QStringLiteral("/b ä")}); });
+    EXPECT_TRUE(WaitFor([&] { return was_taken.load(); }));
+    ASSERT_EQ(arrived.count(), 1);
+    EXPECT_EQ(arrived[0][0].toStringList(), (QStringList{QStringLiteral("/a"), QStringLiteral("/b ä")}));
 }
 
 } // namespace
