@@ -39,49 +39,65 @@ void FailureBoxes::ShowLater(const QString& i_sentence)
 int FailureBoxes::_Show(const Vexlor::Message& i_message)
 {
     const int last = i_message.buttons.size() - 1;
+    const auto request = std::make_shared<Request>(Request{i_message, -1});
     const QPointer<FailureBoxes> alive(this);
     if (i_message.kind == Vexlor::Message::Kind::Critical)
         Q_EMIT Failed(i_message.text);
-    // One that comes while another is open, on whose event loop this runs, waits for that one.
-    while (alive && _open) {
-        QEventLoop waiting;
-        connect(_open.data(), &QObject::destroyed, &waiting, &QEventLoop::quit);
-        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &waiting, &QEventLoop::quit);
-        if (waiting.exec() != 0 || QCoreApplication::closingDown())
-            return last;
-    }
     if (!alive)
         return last;
+    _waiting.push_back(request);
+    _ShowNext();
+    bool is_quitting = false;
+    // Messages that come meanwhile wait on loops of their own above this one, so that the box of this one may be shown
+    // and answered while one of those turns.
+    while (alive && request->answer < 0 && !is_quitting) {
+        QEventLoop loop;
+        connect(this, &FailureBoxes::Answered, &loop, &QEventLoop::quit);
+        connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
+        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &loop, [&] {
+            is_quitting = true;
+            loop.quit();
+        });
+        loop.exec();
+    }
+    return request->answer < 0 ? last : request->answer;
+}
+
+void FailureBoxes::_ShowNext()
+{
+    if (_open || _waiting.empty())
+        return;
+    const auto request = _waiting.front();
+    const Vexlor::Message& message = request->message;
     // Without a parent, as the library asks: it must not go with a window that is closed behind it.
     auto* const box = new QMessageBox;
     _open = box;
-    box->setAttribute(Qt::WA_DeleteOnClose, false);
-    box->setIcon(i_message.kind == Vexlor::Message::Kind::Critical  ? QMessageBox::Critical
-                 : i_message.kind == Vexlor::Message::Kind::Warning ? QMessageBox::Warning
-                                                                    : QMessageBox::Information);
-    box->setWindowTitle(i_message.title.isEmpty() ? QCoreApplication::applicationName() : i_message.title);
+    box->setIcon(message.kind == Vexlor::Message::Kind::Critical  ? QMessageBox::Critical
+                 : message.kind == Vexlor::Message::Kind::Warning ? QMessageBox::Warning
+                                                                  : QMessageBox::Information);
+    box->setWindowTitle(message.title.isEmpty() ? tr("Workbench") : message.title);
     box->setTextFormat(Qt::PlainText);
-    box->setText(i_message.text);
+    box->setText(message.text);
     box->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    QList<QPushButton*> buttons;
-    for (const QString& text : i_message.buttons)
+    QList<QAbstractButton*> buttons;
+    for (const QString& text : message.buttons)
         buttons << box->addButton(text, QMessageBox::AcceptRole);
     box->setEscapeButton(buttons.last());
-    box->setDefaultButton(buttons.last());
+    box->setDefaultButton(qobject_cast<QPushButton*>(buttons.last()));
     box->setWindowModality(Qt::ApplicationModal);
+    connect(box, &QDialog::finished, this, [this, box, buttons, request] {
+        const int answer = buttons.indexOf(box->clickedButton());
+        request->answer = answer < 0 ? buttons.size() - 1 : answer;
+        _open.clear();
+        box->deleteLater();
+        _waiting.pop_front();
+        _ShowNext();
+        Q_EMIT Answered();
+    });
     box->adjustSize();
     if (_window && _window->isVisible())
         box->move(_window->frameGeometry().center() - box->rect().center());
-    QEventLoop loop;
-    connect(box, &QDialog::finished, &loop, &QEventLoop::quit);
-    connect(box, &QObject::destroyed, &loop, &QEventLoop::quit);
-    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &loop, &QEventLoop::quit);
-    const QPointer<QMessageBox> shown(box);
     box->show();
-    loop.exec();
-    const int answer = shown ? buttons.indexOf(qobject_cast<QPushButton*>(shown->clickedButton())) : -1;
-    delete shown.data();
-    return answer < 0 ? last : answer;
 }
 
 } // namespace Workbench

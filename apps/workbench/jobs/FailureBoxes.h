@@ -5,7 +5,8 @@
 #include <QObject>
 #include <QPointer>
 
-#include <functional>
+#include <deque>
+#include <memory>
 
 class QMessageBox;
 class QWidget;
@@ -32,11 +33,23 @@ Q_SIGNALS:
     /// Every critical message, when it is asked for.
     void Failed(const QString& i_text);
 
+    /// A box was answered.
+    void Answered();
+
 private:
+    /// A message and, once there is one, the index of its answer.
+    struct Request
+    {
+        Vexlor::Message message;
+        int answer = -1;
+    };
+
     int _Show(const Vexlor::Message& i_message);
+    void _ShowNext();
 
     QPointer<QWidget> _window;
     QPointer<QMessageBox> _open;
+    std::deque<std::shared_ptr<Request>> _waiting; ///< the first one is that of the open box
     Vexlor::MessageDialogs::Handler _former;
 };
 

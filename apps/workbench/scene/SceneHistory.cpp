@@ -100,7 +100,11 @@ SceneHistory::Scene& SceneHistory::_Get(const DataSet& i_scene)
 
 void SceneHistory::ExecuteSelf(const VexlorCore::INotification& i_notification)
 {
-    if (dynamic_cast<const VexlorCore::AfterExecuteOperation*>(&i_notification)) {
+    if (dynamic_cast<const VexlorCore::BeforeExecuteOperation*>(&i_notification)) {
+        // What was changed without an operation is no part of the one that begins.
+        for (const DataSet* const scene : _application.GetDatabase()->GetDataSets())
+            Look(*scene);
+    } else if (dynamic_cast<const VexlorCore::AfterExecuteOperation*>(&i_notification)) {
         _Follow();
     } else if (const auto* const closing = dynamic_cast<const VexlorCore::DataSetClosing*>(&i_notification)) {
         _scenes.erase(closing->GetDataSet());
