@@ -42,8 +42,6 @@ constexpr ActionRow ActionRows[] = {
     {MainActions::Undo, MainActions::EditMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Undo"), "Ctrl+Z", "undo"},
     {MainActions::Redo, MainActions::EditMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Redo"), "Ctrl+Shift+Z",
      "redo"},
-    {MainActions::SelectAll, MainActions::EditMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "Select &all"),
-     "Ctrl+A", "", true},
     {MainActions::FindMachine, MainActions::MachineMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Find a machine"),
      "Ctrl+M", "search"},
     {MainActions::NewPlatform, MainActions::MachineMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "New &platform…"),

@@ -30,7 +30,6 @@ public:
         Quit,
         Undo,
         Redo,
-        SelectAll,
         FindMachine,
         NewPlatform,
         Detach,

@@ -85,10 +85,6 @@ void MainWindow::_Connect()
     on(Id::Quit, [this] { close(); });
     on_scene(Id::Undo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Undo(io_scene); });
     on_scene(Id::Redo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Redo(io_scene); });
-    on(Id::SelectAll, [this] {
-        if (ScenePage* const page = GetPage())
-            page->GetSelection().SelectAll();
-    });
     on(Id::FindMachine, [this] {
         _machinesDock->show();
         _machinesPanel->FocusSearch();
