@@ -251,8 +251,8 @@ void MainWindow::_ShowActive()
         _sides->setCurrentWidget(page->GetSide());
     }
     _sideDock->setEnabled(page != nullptr);
-    for (const auto id :
-         {MainActions::Save, MainActions::SaveAs, MainActions::Copy, MainActions::Close, MainActions::SelectAll})
+    _ShowPlateActions(page);
+    for (const auto id : {MainActions::Save, MainActions::SaveAs, MainActions::Copy, MainActions::Close})
         _actions->Get(id)->setEnabled(scene != nullptr);
     const bool has_machine = scene && _host.GetClient().TryGetPrinter(scene).has_value();
     _actions->Get(MainActions::NewPlatform)->setEnabled(has_machine && !_jobs.IsRunning());
@@ -263,6 +263,31 @@ void MainWindow::_ShowActive()
     setWindowModified(scene && !_book.IsSaved(*scene));
     setWindowTitle(scene ? tr("%1[*] – %2").arg(_book.GetName(*scene), title) : title);
     _status->setText(!scene ? QString() : tr("Parts: %1").arg(scene->GetParts().size()));
+}
+
+void MainWindow::_ShowPlateActions(ScenePage* ip_page)
+{
+    if (_pageOfMenus == ip_page)
+        return;
+    _pageOfMenus = ip_page;
+    using Menu = MainActions::MenuId;
+    for (const QPointer<QAction>& action : std::exchange(_plateActions, {})) {
+        for (const Menu menu : {Menu::EditMenu, Menu::ViewMenu}) {
+            if (action)
+                _actions->GetMenu(menu)->removeAction(action);
+        }
+    }
+    if (!ip_page)
+        return;
+    const auto add = [this](Menu i_menu, const QList<QAction*>& i_actions) {
+        _plateActions.emplace_back(_actions->GetMenu(i_menu)->addSeparator());
+        for (QAction* const action : i_actions) {
+            _actions->GetMenu(i_menu)->addAction(action);
+            _plateActions.emplace_back(action);
+        }
+    };
+    add(Menu::EditMenu, ip_page->GetPlate().GetEditActions());
+    add(Menu::ViewMenu, ip_page->GetPlate().GetViewActions());
 }
 
 void MainWindow::_ShowAttachments()

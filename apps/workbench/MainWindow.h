@@ -11,10 +11,12 @@
 #include "workbench/scene/SceneBook.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class QDockWidget;
 class QLabel;
@@ -91,6 +93,8 @@ private:
     ScenePage* _FindPage(const VexlorCore::DataSet* ip_scene) const;
     void _ShowScene(VexlorCore::DataSet* ip_scene);
     void _ShowActive();
+    /// What can be done on the plate stands in the menus as well.
+    void _ShowPlateActions(ScenePage* ip_page);
     void _ShowAttachments();
     void _ShowJob();
 
@@ -125,6 +129,8 @@ private:
     QDockWidget* _sideDock;
     QLabel* _status;
     std::map<const VexlorCore::DataSet*, std::uint64_t> _estimated; ///< state of the scene that its figures are of
+    QPointer<ScenePage> _pageOfMenus;
+    std::vector<QPointer<QAction>> _plateActions; ///< in the menus now
     /// Also machines that the rule leaves out; read by the services' threads.
     const std::shared_ptr<std::atomic<bool>> _showsAll = std::make_shared<std::atomic<bool>>(false);
     bool _closesAfterJob = false;
