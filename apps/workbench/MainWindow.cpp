@@ -276,6 +276,8 @@ void MainWindow::_ShowPlateActions(ScenePage* ip_page)
             if (action)
                 _actions->GetMenu(menu)->removeAction(action);
         }
+        if (action && action->isSeparator())
+            delete action;
     }
     if (!ip_page)
         return;

@@ -93,6 +93,15 @@ TEST_F(WindowTest, EveryControlHasANameInEveryPanelAndDialog)
     ShortcutsDialog shortcuts(*_window);
     shortcuts.show();
     check(shortcuts, 2);
+    QStringList keys;
+    for (const QAction* const action : _window->findChildren<QAction*>()) {
+        for (const QKeySequence& sequence : action->shortcuts())
+            keys << sequence.toString();
+    }
+    for (const CommandButton* const button : _window->GetRibbon().GetButtons())
+        keys << button->shortcut().toString();
+    keys.removeAll(QString());
+    EXPECT_EQ(keys.removeDuplicates(), 0) << "two things for one key";
     for (const QMenu* const menu : _window->findChildren<QMenu*>()) {
         for (const QAction* const action : menu->actions())
             EXPECT_TRUE(action->isSeparator() || !action->text().isEmpty()) << menu->title().toStdString();
