@@ -35,6 +35,9 @@ protected:
     {
         QMimeData data;
         data.setUrls({QUrl::fromLocalFile(i_file)});
+        QDragEnterEvent entering(_window.rect().center(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(&_window, &entering);
+        EXPECT_TRUE(entering.isAccepted());
         QDropEvent event(_window.rect().center(), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(&_window, &event);
     }
