@@ -41,6 +41,10 @@
         <source>OK</source>
         <translation>OK</translation>
     </message>
+    <message>
+        <source>Workbench</source>
+        <translation>Werkbank</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::JobList</name>
@@ -435,10 +439,6 @@
         <translation>&amp;Wiederherstellen</translation>
     </message>
     <message>
-        <source>Select &amp;all</source>
-        <translation>&amp;Alles auswählen</translation>
-    </message>
-    <message>
         <source>&amp;Find a machine</source>
         <translation>Maschine &amp;finden</translation>
     </message>
@@ -740,6 +740,14 @@
     <message>
         <source>The machine gave no platform.</source>
         <translation>Die Maschine hat keine Plattform geliefert.</translation>
+    </message>
+    <message>
+        <source>No parts yet</source>
+        <translation>Noch keine Teile</translation>
+    </message>
+    <message>
+        <source>The parts of the scene, their places and their problems are shown here.</source>
+        <translation>Hier stehen die Teile der Szene, ihre Plätze und ihre Probleme.</translation>
     </message>
 </context>
 <context>

@@ -97,7 +97,7 @@ constexpr char TextProperty[] = "text";
 } // namespace
 
 MainActions::MainActions(QMainWindow& io_window, Preferences& io_preferences)
-    : _window(io_window)
+    : QObject(&io_window)
 {
     for (const MenuRow& row : MenuRows) {
         auto* const menu = new QMenu(&io_window);

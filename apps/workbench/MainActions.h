@@ -66,7 +66,6 @@ private:
     void _AddChoices(Preferences& io_preferences);
     void _FillRecentFiles(Preferences& io_preferences);
 
-    QMainWindow& _window;
     std::map<Id, QAction*> _actions;
     std::map<MenuId, QMenu*> _menus;
     QString _undo;

@@ -58,6 +58,7 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     , _machinesPanel(new MachinesPanel(_machines, io_preferences, this))
     , _jobsPanel(new JobsPanel(_jobs, this))
     , _sides(new QStackedWidget(this))
+    , _noSide(new EmptyState(QStringLiteral("parts"), this))
     , _machinesDock(nullptr)
     , _jobsDock(nullptr)
     , _sideDock(nullptr)
@@ -74,6 +75,7 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     _MakeStart();
     _pages->addWidget(_start);
     _pages->addWidget(_tabs);
+    _sides->addWidget(_noSide);
     setCentralWidget(_pages);
     _MakeDocks();
     statusBar()->addPermanentWidget(_status);
@@ -152,6 +154,8 @@ void MainWindow::_SetTexts()
         tr("Begin with your parts"),
         tr("Drop mesh files (STL, 3MF, OBJ, PLY) or a platform (.TavAMX) here, then choose a machine on the "
            "left."));
+    _noSide->SetTexts(tr("No parts yet"),
+                      tr("The parts of the scene, their places and their problems are shown here."));
     _start->findChild<QPushButton*>(QStringLiteral("startOpen"))->setText(tr("Open a platform…"));
     _start->findChild<QPushButton*>(QStringLiteral("startImport"))->setText(tr("Import parts…"));
     _machinesDock->setWindowTitle(tr("Machines"));
@@ -250,7 +254,8 @@ void MainWindow::_ShowActive()
         _tabs->setCurrentWidget(page);
         _sides->setCurrentWidget(page->GetSide());
     }
-    _sideDock->setEnabled(page != nullptr);
+    if (!page)
+        _sides->setCurrentWidget(_noSide);
     _ShowPlateActions(page);
     for (const auto id : {MainActions::Save, MainActions::SaveAs, MainActions::Copy, MainActions::Close})
         _actions->Get(id)->setEnabled(scene != nullptr);

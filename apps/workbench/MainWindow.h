@@ -123,7 +123,8 @@ private:
     QTabWidget* _tabs;
     MachinesPanel* _machinesPanel;
     JobsPanel* _jobsPanel;
-    QStackedWidget* _sides; ///< beside the plates, one for each scene
+    QStackedWidget* _sides; ///< beside the plates: one for no scene, then one for each
+    EmptyState* _noSide;
     QDockWidget* _machinesDock;
     QDockWidget* _jobsDock;
     QDockWidget* _sideDock;

@@ -14,6 +14,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -80,7 +81,13 @@ ScenePage::ScenePage(VexlorCore::DataSet& io_scene, QWidget* ip_parent)
     _sideTabs->addTab(_parts, QString());
     _sideTabs->addTab(problems, QString());
     splitter->addWidget(_sideTabs);
-    splitter->addWidget(new NumbersPanel(_plate->GetModel()));
+    // Scrolls where the window is low.
+    auto* const numbers = new QScrollArea(splitter);
+    numbers->setFrameShape(QFrame::NoFrame);
+    numbers->setWidgetResizable(true);
+    numbers->setFocusPolicy(Qt::NoFocus);
+    numbers->setWidget(new NumbersPanel(_plate->GetModel()));
+    splitter->addWidget(numbers);
     splitter->setStretchFactor(0, 1);
     auto* const side = new QVBoxLayout(_side);
     side->setContentsMargins(0, 0, 0, 0);
