@@ -9,6 +9,12 @@
 
 namespace Workbench {
 
+namespace {
+
+constexpr int WokenUp = 0x57; ///< of a loop
+
+} // namespace
+
 FailureBoxes::FailureBoxes(QWidget& i_window, QObject* ip_parent)
     : QObject(ip_parent)
     , _window(&i_window)
@@ -47,18 +53,18 @@ int FailureBoxes::_Show(const Vexlor::Message& i_message)
         return last;
     _waiting.push_back(request);
     _ShowNext();
-    bool is_quitting = false;
     // Messages that come meanwhile wait on loops of their own above this one, so that the box of this one may be shown
     // and answered while one of those turns.
-    while (alive && request->answer < 0 && !is_quitting) {
+    while (alive && request->answer < 0) {
         QEventLoop loop;
-        connect(this, &FailureBoxes::Answered, &loop, &QEventLoop::quit);
-        connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
-        connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, &loop, [&] {
-            is_quitting = true;
-            loop.quit();
-        });
-        loop.exec();
+        const auto wake = [&loop] {
+            loop.exit(WokenUp);
+        };
+        connect(this, &FailureBoxes::Answered, &loop, wake);
+        connect(this, &QObject::destroyed, &loop, wake);
+        // Any other result is that of an application which quits: no loop of its thread turns any more.
+        if (loop.exec() != WokenUp)
+            break;
     }
     return request->answer < 0 ? last : request->answer;
 }
