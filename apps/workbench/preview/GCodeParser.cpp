@@ -32,31 +32,29 @@ std::string_view Trimmed(std::string_view i_text)
 double ReadDecimal(std::string_view& io_text)
 {
     static constexpr double tenths[] = {1, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e-8, 1e-9};
+    constexpr std::ptrdiff_t mostDigits = 9;
+    const auto digit = [](char i_character) {
+        return static_cast<unsigned>(i_character) - '0';
+    };
     const char* at = io_text.data();
     const char* const end = at + io_text.size();
     const bool isNegative = at != end && *at == '-';
     if (at != end && (*at == '-' || *at == '+'))
         ++at;
-    std::uint64_t digits = 0;
-    int count = 0;
-    int decimals = 0;
-    bool hasPoint = false;
-    for (; at != end; ++at) {
-        if (*at >= '0' && *at <= '9') {
-            // What is finer than 1e-9 or larger than any machine is not counted.
-            if (count < 17 && decimals < 9) {
-                digits = digits * 10 + static_cast<std::uint64_t>(*at - '0');
-                ++count;
-                decimals += hasPoint ? 1 : 0;
-            }
-        } else if (*at == '.' && !hasPoint) {
-            hasPoint = true;
-        } else {
-            break;
-        }
+    // What is finer than 1e-9 is not counted; what is larger than any machine comes out as larger.
+    std::uint64_t whole = 0;
+    const char* const first = at;
+    for (; at != end && digit(*at) < 10; ++at)
+        whole = at - first < mostDigits ? whole * 10 + digit(*at) : 10'000'000'000;
+    double value = static_cast<double>(whole);
+    if (at != end && *at == '.') {
+        const char* const point = ++at;
+        std::uint64_t part = 0;
+        for (; at != end && digit(*at) < 10; ++at)
+            part = at - point < mostDigits ? part * 10 + digit(*at) : part;
+        value += static_cast<double>(part) * tenths[std::min(at - point, mostDigits)];
     }
     io_text.remove_prefix(static_cast<std::size_t>(at - io_text.data()));
-    const double value = static_cast<double>(digits) * tenths[decimals];
     return isNegative ? -value : value;
 }
 

@@ -15,13 +15,10 @@ constexpr double SmallestSpeed = 0.05;
 /// With a speed at either end and the fastest in between.
 double GetSeconds(double i_length, double i_entry, double i_exit, double i_speed, double i_acceleration)
 {
-    const double reachable =
-        std::sqrt(std::max(0.0, i_acceleration * i_length + (i_entry * i_entry + i_exit * i_exit) / 2));
-    const double top = std::max({std::min(i_speed, reachable), i_entry, i_exit});
-    const double faster = (top * top - i_entry * i_entry) / (2 * i_acceleration);
-    const double slower = (top * top - i_exit * i_exit) / (2 * i_acceleration);
-    const double between = std::max(0.0, i_length - faster - slower);
-    return (top - i_entry) / i_acceleration + (top - i_exit) / i_acceleration + between / top;
+    const double square = i_acceleration * i_length + (i_entry * i_entry + i_exit * i_exit) / 2;
+    const double top = square >= i_speed * i_speed ? i_speed : std::sqrt(square);
+    const double changing = (2 * top * top - i_entry * i_entry - i_exit * i_exit) / (2 * i_acceleration);
+    return (2 * top - i_entry - i_exit) / i_acceleration + std::max(0.0, i_length - changing) / top;
 }
 
 } // namespace
@@ -46,15 +43,18 @@ void MotionClock::AddMove(const GCodeMove& i_move, const MotionLimits& i_limits,
     block.speed = std::max(i_move.speed, SmallestSpeed);
     block.acceleration = way == 0 ? i_limits.retracting : delta[3] > 0 ? i_limits.printing : i_limits.travelling;
     double standing = block.speed; ///< that it may begin with out of a stop
+    const double inverse = 1 / length;
     for (std::size_t axis = 0; axis < 4; ++axis) {
-        const double part = delta[axis] / length;
+        const double part = delta[axis] * inverse;
         block.direction[axis] = static_cast<float>(part);
         const double size = std::abs(part);
-        if (size == 0)
-            continue;
-        block.speed = std::min(block.speed, i_limits.speed[axis] / size);
-        block.acceleration = std::min(block.acceleration, i_limits.acceleration[axis] / size);
-        standing = std::min(standing, i_limits.jerk[axis] / size);
+        // Most limits do not bind, and dividing takes longest of all.
+        if (block.speed * size > i_limits.speed[axis])
+            block.speed = i_limits.speed[axis] / size;
+        if (block.acceleration * size > i_limits.acceleration[axis])
+            block.acceleration = i_limits.acceleration[axis] / size;
+        if (standing * size > i_limits.jerk[axis])
+            standing = i_limits.jerk[axis] / size;
     }
     block.entry = std::min(standing, block.speed);
     if (!_blocks.empty()) {
@@ -91,19 +91,20 @@ void MotionClock::_Settle(std::size_t i_count)
     if (_blocks.empty())
         return;
     // Backwards: nobody begins a move faster than it can slow down to what follows. The last one ends in a stop.
-    _entries.resize(_blocks.size() + 1);
-    _entries.back() = std::min(_blocks.back().speed, _blocks.back().entry);
+    _squares.resize(_blocks.size() + 1);
+    _squares.back() = std::pow(std::min(_blocks.back().speed, _blocks.back().entry), 2);
     for (std::size_t index = _blocks.size(); index-- > 0;) {
         const Block& block = _blocks[index];
-        const double exit = _entries[index + 1];
-        _entries[index] = std::min(block.entry, std::sqrt(exit * exit + 2 * block.acceleration * block.length));
+        _squares[index] =
+            std::min(block.entry * block.entry, _squares[index + 1] + 2 * block.acceleration * block.length);
     }
     // Forwards: nor faster than it was reached.
-    double entry = std::min(_first, _entries.front());
+    double entry = std::min(_first, std::sqrt(_squares.front()));
     for (std::size_t index = 0; index < i_count; ++index) {
         const Block& block = _blocks[index];
-        const double leave = std::min(
-            {_entries[index + 1], block.speed, std::sqrt(entry * entry + 2 * block.acceleration * block.length)});
+        const double leave =
+            std::min(block.speed,
+                     std::sqrt(std::min(_squares[index + 1], entry * entry + 2 * block.acceleration * block.length)));
         _take(block.layer, GetSeconds(block.length, entry, leave, block.speed, block.acceleration));
         entry = leave;
     }

@@ -41,7 +41,7 @@ private:
 
     Take _take;
     std::vector<Block> _blocks;
-    std::vector<double> _entries; ///< speeds that they begin with, and the one that the last ends with
+    std::vector<double> _squares; ///< of the speeds that they begin with, and the one that the last ends with
     double _first = 0;            ///< speed that the first of them begins with
 };
 
