@@ -1,6 +1,6 @@
 #include "workbench/preview/MachineFileIndex.h"
 
-#include "workbench/preview/MotionClock.h"
+#include "workbench/preview/LayerTimes.h"
 
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
@@ -117,9 +117,6 @@ public:
     explicit Indexer(MachineFileIndex& io_index)
         : _index(io_index)
         , _parser(*this, MakeState(io_index.limits))
-        , _clock([this](std::size_t i_layer, double i_seconds) {
-            (i_layer == 0 ? _index.preparation : _index.layers[i_layer - 1].seconds) += i_seconds;
-        })
     {}
 
     void ReadLine(std::string_view i_line, std::uint64_t i_offset)
@@ -130,7 +127,10 @@ public:
 
     void Finish(std::uint64_t i_size)
     {
-        _clock.Flush();
+        const std::vector<double> seconds = _times.Finish();
+        _index.preparation = seconds.front();
+        for (std::size_t layer = 1; layer < seconds.size(); ++layer)
+            _index.layers[layer - 1].seconds = seconds[layer];
         if (!_index.layers.empty())
             _index.layers.back().end = i_size;
         double below = 0;
@@ -163,7 +163,7 @@ private:
             if (builds)
                 _Extend(layer, i_move);
         }
-        _clock.AddMove(i_move, i_state.limits, _index.layers.size());
+        _times.AddMove(i_move, i_state.limits, _index.layers.size());
     }
 
     /// The state that the parser had before the move, as far as drawing needs it.
@@ -192,15 +192,13 @@ private:
         io_layer.z = i_move.to[2];
     }
 
-    void OnDwell(double i_seconds) override { _clock.AddPause(i_seconds, _index.layers.size()); }
+    void OnDwell(double i_seconds) override { _times.AddPause(i_seconds, _index.layers.size()); }
 
     void OnLayer() override
     {
         if (!_hasLabels) {
             // What was taken for layers before the first label is preparation: lines to clean the nozzle.
-            _clock.Flush();
-            for (const LayerSummary& layer : _index.layers)
-                _index.preparation += layer.seconds;
+            _times.Restart();
             _index.layers.clear();
             _hasLabels = true;
         }
@@ -224,7 +222,7 @@ private:
 
     MachineFileIndex& _index;
     GCodeParser _parser;
-    MotionClock _clock;
+    LayerTimes _times;
     std::uint64_t _offset = 0;
     bool _hasLabels = false;
 };

@@ -29,10 +29,11 @@ MotionClock::MotionClock(Take i_take)
     _blocks.reserve(LookAhead);
 }
 
-void MotionClock::AddMove(const GCodeMove& i_move, const MotionLimits& i_limits, std::size_t i_layer)
+void MotionClock::AddMove(const std::array<float, 4>& i_by, double i_speed, const MotionLimits& i_limits,
+                          std::size_t i_layer)
 {
-    const double delta[] = {i_move.to[0] - i_move.from[0], i_move.to[1] - i_move.from[1], i_move.to[2] - i_move.from[2],
-                            i_move.filament};
+    const double delta[] = {static_cast<double>(i_by[0]), static_cast<double>(i_by[1]), static_cast<double>(i_by[2]),
+                            static_cast<double>(i_by[3])};
     const double way = std::sqrt(delta[0] * delta[0] + delta[1] * delta[1] + delta[2] * delta[2]);
     const double length = way > 0 ? way : std::abs(delta[3]);
     if (!(length > 1e-9))
@@ -40,7 +41,7 @@ void MotionClock::AddMove(const GCodeMove& i_move, const MotionLimits& i_limits,
     Block block;
     block.length = length;
     block.layer = i_layer;
-    block.speed = std::max(i_move.speed, SmallestSpeed);
+    block.speed = std::max(i_speed, SmallestSpeed);
     block.acceleration = way == 0 ? i_limits.retracting : delta[3] > 0 ? i_limits.printing : i_limits.travelling;
     double standing = block.speed; ///< that it may begin with out of a stop
     const double inverse = 1 / length;

@@ -21,7 +21,8 @@ public:
 
     explicit MotionClock(Take i_take);
 
-    void AddMove(const GCodeMove& i_move, const MotionLimits& i_limits, std::size_t i_layer);
+    /// \param i_by along x, y and z, and of the filament. \param i_speed asked for.
+    void AddMove(const std::array<float, 4>& i_by, double i_speed, const MotionLimits& i_limits, std::size_t i_layer);
     /// The machine stands still for so long.
     void AddPause(double i_seconds, std::size_t i_layer);
     void Flush();
