@@ -53,7 +53,7 @@ void Host::SetMachineRule(std::function<bool(const MachineService::MachineData&)
     _client->InvalidateProxyMachineCatalog();
 }
 
-std::function<IVexlorApiProvider&()> Host::GetApiProviderGetter()
+VexlorCore::ApiProviderGetter Host::GetApiProviderGetter()
 {
     return [this]() -> IVexlorApiProvider& {
         return _provider;

@@ -33,7 +33,7 @@ public:
     /// Which machines exist for this host, from now on; all of them without a rule. It is called on any thread.
     void SetMachineRule(std::function<bool(const MachineService::MachineData&)> i_rule);
     /// For the operations of the library that take one.
-    std::function<IVexlorApiProvider&()> GetApiProviderGetter();
+    VexlorCore::ApiProviderGetter GetApiProviderGetter();
 
     /// Starts the Build Processors and waits, with the event loop turning, until they run.
     /// \return false when i_is_cancelled says so meanwhile.

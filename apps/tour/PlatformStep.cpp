@@ -64,7 +64,7 @@ void ShowInformation(const IPlatformCreator& i_creator, Transcript& io_transcrip
 } // namespace
 
 void CreatePlatform(const MachineService::Machine& i_machine, VexlorCore::DataSet& io_scene,
-                    const Hosting::ChosenValues& i_chosen, const std::function<IVexlorApiProvider&()>& i_api_provider,
+                    const Hosting::ChosenValues& i_chosen, const VexlorCore::ApiProviderGetter& i_api_provider,
                     Transcript& io_transcript)
 {
     auto information = i_machine.GetPlatformInformation();

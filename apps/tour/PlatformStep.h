@@ -22,7 +22,7 @@ class Transcript;
 /// \throws std::runtime_error with one sentence for the user, UTF-8: for an id or a value that the machine does not
 /// offer, for a required choice without value, and for what the machine answers.
 void CreatePlatform(const MachineService::Machine& i_machine, VexlorCore::DataSet& io_scene,
-                    const Hosting::ChosenValues& i_chosen, const std::function<IVexlorApiProvider&()>& i_api_provider,
+                    const Hosting::ChosenValues& i_chosen, const VexlorCore::ApiProviderGetter& i_api_provider,
                     Transcript& io_transcript);
 
 } // namespace Tour

@@ -16,7 +16,7 @@ namespace MachineService {
 Q_LOGGING_CATEGORY(ClientLog, "machineservice.client")
 
 CommunicationClient::Impl::Impl(
-    std::function<IVexlorApiProvider&()> i_api_provider,
+    VexlorCore::ApiProviderGetter i_api_provider,
     const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory,
     const std::function<bool(const MachineData&)>& i_filtering_rule, CommunicationClient* ip_client)
     : QObject(ip_client)
@@ -60,7 +60,7 @@ std::function<void()> CommunicationClient::Impl::MakeUpdateCommands() const
 }
 
 CommunicationClient::CommunicationClient(
-    std::function<IVexlorApiProvider&()> i_api_provider,
+    VexlorCore::ApiProviderGetter i_api_provider,
     const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory,
     const std::function<bool(const MachineData&)>& i_filtering_rule, QObject* ip_parent)
     : QObject(ip_parent)

@@ -6,6 +6,7 @@
 #include "client/interface/Machine.h"
 #include "machineservice_export.h"
 
+#include "vexlorcore/IVexlorApiProvider.h"
 #include "vexlorcore/Listener.h"
 #include "vexlorcore/ProgramMode.h"
 
@@ -21,12 +22,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-class IVexlorApiProvider;
-
-namespace VexlorCore {
-class DataSet;
-}
 
 namespace MachineService {
 
@@ -60,7 +55,7 @@ public:
     /// \param i_filtering_rule a machine for which it returns false does not exist for this client; called on any
     ///        thread.
     CommunicationClient(
-        std::function<IVexlorApiProvider&()> i_api_provider,
+        VexlorCore::ApiProviderGetter i_api_provider,
         const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory,
         const std::function<bool(const MachineData&)>& i_filtering_rule, QObject* ip_parent);
     ~CommunicationClient() override;

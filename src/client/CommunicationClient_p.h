@@ -19,7 +19,7 @@ Q_DECLARE_LOGGING_CATEGORY(ClientLog)
 class CommunicationClient::Impl final : public QObject
 {
 public:
-    Impl(std::function<IVexlorApiProvider&()> i_api_provider,
+    Impl(VexlorCore::ApiProviderGetter i_api_provider,
          const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory,
          const std::function<bool(const MachineData&)>& i_filtering_rule, CommunicationClient* ip_client);
     ~Impl() override;
@@ -30,7 +30,7 @@ public:
     /// Tells the host that answers changed, as long as the client lives.
     std::function<void()> MakeUpdateCommands() const;
 
-    const std::function<IVexlorApiProvider&()> apiProvider;
+    const VexlorCore::ApiProviderGetter apiProvider;
     const std::shared_ptr<int> token = std::make_shared<int>(0);
     // Every way from a foreign thread into the client passes it: news of services, and caches of machines that outlive
     // the client, so that what they captured is touched only while it is whole.
