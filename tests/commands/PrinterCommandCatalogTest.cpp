@@ -7,10 +7,8 @@
 #include "vexlorui/UpdatableContext.h"
 
 #include <QBuffer>
-#include <QCoreApplication>
 #include <QImage>
 #include <QStandardItemModel>
-#include <QTranslator>
 
 namespace {
 
@@ -164,30 +162,6 @@ TEST_F(PrinterCommandCatalogTest, HostileTextsAreBoundedAndACommandStaysWithoutI
     EXPECT_TRUE(commands[0]->GetIcon().isNull());
     EXPECT_LE(commands[0]->GetTitle().size(), 80);
     EXPECT_LE(commands[0]->GetToolTip().size(), 1000);
-}
-
-class GermanBuild : public QTranslator
-{
-public:
-    QString translate(const char* ip_context, const char* ip_text, const char* ip_disambiguation, int) const override
-    {
-        const bool hit = ip_context == std::string("commands.Print3D.Print") && ip_text == std::string("Build") &&
-                         ip_disambiguation == std::string("title");
-        return hit ? QStringLiteral("Bauen") : QString();
-    }
-    bool isEmpty() const override { return false; }
-};
-
-TEST_F(PrinterCommandCatalogTest, TitlesAreTranslatedByCommandId)
-{
-    GermanBuild translator;
-    QCoreApplication::installTranslator(&translator);
-    _Offer(1);
-    _Offer(9);
-    const auto commands = _Create();
-    QCoreApplication::removeTranslator(&translator);
-    EXPECT_EQ(QStringLiteral("Bauen"), commands.at(0)->GetTitle());
-    EXPECT_EQ(QStringLiteral("Build"), commands.at(1)->GetTitle());
 }
 
 TEST(CommandInsertHint, PutsConfigurationFirstAndBuildLast)

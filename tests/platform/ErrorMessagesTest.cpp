@@ -1,9 +1,6 @@
 #include "platform/ErrorMessages.h"
 #include "support/Test.h"
 
-#include <QCoreApplication>
-#include <QTranslator>
-
 namespace {
 
 using namespace MachineService;
@@ -57,27 +54,6 @@ TEST(ErrorMessagesTest, TableGoesBeforeTheFailuresOwnText)
         result.message = row.own;
         EXPECT_EQ(row.shown, GetResultErrorMessage(result));
     }
-}
-
-class MarkingTranslator : public QTranslator
-{
-public:
-    QString translate(const char* ip_context, const char* ip_text, const char*, int) const override
-    {
-        return QLatin1String(ip_context) + QLatin1Char('|') + QString::fromUtf8(ip_text);
-    }
-    bool isEmpty() const override { return false; }
-};
-
-TEST(ErrorMessagesTest, TextsPassThroughTheHostsTranslation)
-{
-    MarkingTranslator translator;
-    QCoreApplication::installTranslator(&translator);
-    const std::string fixed = GetExceptionErrorMessage(CommunicationException(ErrorCode::ProcessingAborted));
-    const std::string own = GetExceptionErrorMessage(CommunicationException(ErrorCode::FileError, "own"));
-    QCoreApplication::removeTranslator(&translator);
-    EXPECT_EQ("MachineService|Job processing was aborted.", fixed);
-    EXPECT_EQ("MachineService|own", own);
 }
 
 } // namespace

@@ -122,29 +122,6 @@ void ExpectChoices(const TavAM::Platform& i_platform, const Choices& i_chosen)
         EXPECT_EQ(i_platform.GetAMXProperties().GetText(id), value);
 }
 
-TEST_F(PlatformRoundTripTest, PrintersOfferChoicesWithOneDefaultEach)
-{
-    ForEachPrinter([](Prepared& io_prepared) {
-        const IPlatformCreator& creator = *io_prepared.creator;
-        EXPECT_EQ(QString::fromStdWString(creator.GetName()).toStdString(), io_prepared.data.name);
-        EXPECT_EQ(QString::fromStdWString(creator.GetComment()).toStdString(), io_prepared.data.comment);
-        EXPECT_GE(creator.GetMaterialCount(), 2U);
-        // Material, layer height and plate, and a nozzle where there is one; one of them is required.
-        EXPECT_EQ(creator.GetParameterCount(), io_prepared.data.driverId == "buildprocessor.sla" ? 3U : 4U);
-        int required = 0;
-        for (std::size_t index = 0; index < creator.GetParameterCount(); ++index) {
-            const auto& choice = *creator.GetParameter(index);
-            EXPECT_GE(choice.GetItemCount(), 2U);
-            int defaults = 0;
-            for (std::size_t item = 0; item < choice.GetItemCount(); ++item)
-                defaults += choice.GetItem(item)->IsDefault() ? 1 : 0;
-            EXPECT_EQ(defaults, 1) << QString::fromStdWString(choice.GetId()).toStdString();
-            required += choice.IsRequired() ? 1 : 0;
-        }
-        EXPECT_EQ(required, 1);
-    });
-}
-
 TEST_F(PlatformRoundTripTest, ReopenedScenesAreThoseThatWereSaved)
 {
     ForEachPrinter([this](Prepared& io_prepared) {

@@ -59,26 +59,6 @@ TEST(AMXFileTest, EverythingSurvivesWritingAndReading)
     EXPECT_THAT(TestSupport::GetFileNames(folder.path), ElementsAre(path.filename().string()));
 }
 
-TEST(AMXFileTest, ADatabaseKeepsItsPlatformsInOrder)
-{
-    const TestFolder folder;
-    Database written;
-    AMXFileWriter().WriteFile(folder.path / "none", written);
-    for (const wchar_t* name : {L"1", L"2"}) {
-        written.AddPlatform(std::make_shared<Platform>(MakeRichPlatform()));
-        written.GetPlatform(written.GetNumPlatforms() - 1)->SetName(name);
-    }
-    AMXFileWriter().WriteFile(folder.path / "two", written);
-    Database read;
-    AMXFileReader reader;
-    ASSERT_TRUE(reader.ReadFile(folder.path / "none", read));
-    EXPECT_EQ(read.GetNumPlatforms(), 0U);
-    ASSERT_TRUE(reader.ReadFile(folder.path / "two", read));
-    ASSERT_EQ(read.GetNumPlatforms(), 2U);
-    ExpectEqual(*written.GetPlatform(0), *read.GetPlatform(0));
-    ExpectEqual(*written.GetPlatform(1), *read.GetPlatform(1));
-}
-
 TEST(AMXFileTest, WhatTheWriterTakesTheReaderTakes)
 {
     const TestFolder folder;

@@ -9,25 +9,17 @@ using namespace Vexlor::UICommands;
 class TestCommand final : public UiCommand
 {
 public:
-    explicit TestCommand(const QString& i_id, std::function<bool()> i_exec = {})
+    explicit TestCommand(const QString& i_id)
         : UiCommand(i_id, {}, nullptr)
-        , _exec(std::move(i_exec))
     {}
-    ~TestCommand() override
-    {
-        if (onDestroyed)
-            onDestroyed();
-    }
-    std::function<void()> onDestroyed;
 
 private:
-    bool _ExecUiCommand() override { return _exec(); }
+    bool _ExecUiCommand() override { return true; }
     void _UpdateUiCommand(const UpdatableContext& i_context) override
     {
         SetEnabled(i_context.HasPartsOnActiveDataSet() || i_context.HasSlicesOnActiveDataSet() ||
                    i_context.HasHybridCorePartsOnActiveDataSet());
     }
-    const std::function<bool()> _exec;
 };
 
 class TestStorage final : public BaseCommandsStorage<TestCommand>
@@ -119,27 +111,6 @@ TEST_F(CommandsStorageTest, IsSilentAsFactoryWithinBracketsThatNest)
     _storage._EndCommandsUpdate();
     _storage.RemoveCommand(QStringLiteral("a"));
     EXPECT_EQ(_Take().size(), 4U);
-}
-
-TEST_F(CommandsStorageTest, KeepsACommandThatIsDroppedWhileItRunsUntilItsEnd)
-{
-    const auto id = QStringLiteral("a");
-    auto storage = std::make_unique<TestStorage>();
-    for (const std::function<void()>& drop :
-         {std::function<void()>([&] { storage->Clear(); }), std::function<void()>([&] { storage.reset(); })}) {
-        bool isDestroyed = false;
-        auto command = std::make_shared<TestCommand>(id, [&] {
-            drop();
-            EXPECT_FALSE(isDestroyed);
-            return true;
-        });
-        command->onDestroyed = [&] {
-            isDestroyed = true;
-        };
-        storage->AddCommand(std::move(command));
-        EXPECT_TRUE(storage->GetCommand(id)->Exec());
-        EXPECT_TRUE(isDestroyed);
-    }
 }
 
 TEST(ActiveSceneContextTest, ReportsWhatTheActiveSceneHolds)

@@ -200,15 +200,4 @@ TEST_F(ReferenceApiProviderLifeTest, SceneHasItsOldPlatformWholeWhenACallbackFai
     }
 }
 
-TEST_F(ReferenceApiProviderLifeTest, CallbackWritesIntoTheScenesPlatform)
-{
-    _onPlatform = [](const std::shared_ptr<TavAM::Platform>& ip_platform) {
-        ip_platform->GetAMXProperties().SetText(L"time", L"of the machine");
-    };
-    _LoadPlatform();
-    EXPECT_EQ(_scene->GetPlatform().GetAMXProperties().GetText(L"time"), L"of the machine");
-    EXPECT_TRUE(_application.GetOperationManager()->Undo());
-    EXPECT_FALSE(_scene->GetPlatform().GetAMXProperties().Has(L"time"));
-}
-
 } // namespace
