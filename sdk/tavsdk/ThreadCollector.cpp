@@ -34,10 +34,10 @@ public:
             if (_isProcessEnding && i_ending.thread.get_id() != std::this_thread::get_id()) {
                 ended.push_back(std::move(i_ending));
             } else {
-                const auto first_ended = std::partition(_endings.begin(), _endings.end(),
-                                                        [](const Ending& i_other) { return !*i_other.hasEnded; });
-                std::move(first_ended, _endings.end(), std::back_inserter(ended));
-                _endings.erase(first_ended, _endings.end());
+                const auto firstEnded = std::partition(_endings.begin(), _endings.end(),
+                                                       [](const Ending& i_other) { return !*i_other.hasEnded; });
+                std::move(firstEnded, _endings.end(), std::back_inserter(ended));
+                _endings.erase(firstEnded, _endings.end());
                 _endings.push_back(std::move(i_ending));
             }
         }

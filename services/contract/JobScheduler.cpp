@@ -168,13 +168,13 @@ JobScheduler::JobScheduler(std::size_t i_thread_count)
     _workers.reserve(i_thread_count);
     try {
         for (std::size_t index = 0; index < i_thread_count; ++index) {
-            const auto has_ended = std::make_shared<std::atomic<bool>>(false);
-            std::thread thread([queue = _queue, has_ended]() mutable {
+            const auto hasEnded = std::make_shared<std::atomic<bool>>(false);
+            std::thread thread([queue = _queue, hasEnded]() mutable {
                 queue->Run();
                 queue.reset();
-                *has_ended = true;
+                *hasEnded = true;
             });
-            _workers.push_back({std::move(thread), has_ended});
+            _workers.push_back({std::move(thread), hasEnded});
         }
     } catch (...) {
         Close();

@@ -10,12 +10,12 @@ bool AcceptedMachines::Contains(const boost::uuids::uuid& i_id) const
 
 std::vector<bool> AcceptedMachines::Contain(const std::vector<boost::uuids::uuid>& i_ids) const
 {
-    std::vector<bool> are_accepted;
-    are_accepted.reserve(i_ids.size());
+    std::vector<bool> areAccepted;
+    areAccepted.reserve(i_ids.size());
     const TavSDK::MutexLock lock(_mutex);
     for (const boost::uuids::uuid& id : i_ids)
-        are_accepted.push_back(_ids.contains(id));
-    return are_accepted;
+        areAccepted.push_back(_ids.contains(id));
+    return areAccepted;
 }
 
 NewsOrder::Place AcceptedMachines::Remove(const boost::uuids::uuid& i_id)
@@ -59,31 +59,31 @@ AcceptedMachines::Evaluation::~Evaluation()
 std::optional<NewsOrder::Place> AcceptedMachines::Evaluation::Apply(const boost::uuids::uuid& i_id, bool i_is_accepted)
 {
     const TavSDK::MutexLock lock(_machines._mutex);
-    const Sequence asked_at = std::exchange(_seen, _machines._sequence);
+    const Sequence askedAt = std::exchange(_seen, _machines._sequence);
     if (!_machines._changes.empty()) {
         const auto change = _machines._changes.find(i_id);
         if (change != _machines._changes.end() && change->second.sequence > _begin) {
             // The machine went meanwhile: the answer is about nothing.
             if (change->second.isGone)
                 return NewsOrder::Place();
-            if (change->second.sequence > asked_at)
+            if (change->second.sequence > askedAt)
                 return std::nullopt;
         }
     }
     // Whoever changes the rule invalidates afterwards: an answer from before may be the old rule's, and the
     // invalidation may have passed this machine already.
-    if (_machines._lastInvalidation > asked_at)
+    if (_machines._lastInvalidation > askedAt)
         return std::nullopt;
     return i_is_accepted ? _Accept(i_id) : _Reject(i_id);
 }
 
 NewsOrder::Place AcceptedMachines::Evaluation::_Accept(const boost::uuids::uuid& i_id)
 {
-    const bool is_new = _machines._ids.insert(i_id).second;
+    const bool isNew = _machines._ids.insert(i_id).second;
     // Confirming is a decision as well: an older rejection must not undo it.
     _machines._Record(i_id, false, 1);
     // What a service announces is passed on, also when it does so twice.
-    if (!is_new && _kind == Kind::Invalidation)
+    if (!isNew && _kind == Kind::Invalidation)
         return {};
     return _machines._news.Append({News::Kind::MachineAdded, i_id});
 }
@@ -98,13 +98,13 @@ NewsOrder::Place AcceptedMachines::Evaluation::_Reject(const boost::uuids::uuid&
 
 std::vector<bool> AcceptedMachines::Evaluation::Look(std::span<const boost::uuids::uuid> i_ids)
 {
-    std::vector<bool> are_accepted;
-    are_accepted.reserve(i_ids.size());
+    std::vector<bool> areAccepted;
+    areAccepted.reserve(i_ids.size());
     const TavSDK::MutexLock lock(_machines._mutex);
     for (const boost::uuids::uuid& id : i_ids)
-        are_accepted.push_back(_machines._ids.contains(id));
+        areAccepted.push_back(_machines._ids.contains(id));
     _looked = _machines._sequence;
-    return are_accepted;
+    return areAccepted;
 }
 
 bool AcceptedMachines::Evaluation::IsAsLooked() const

@@ -54,9 +54,9 @@ std::future<bool> CachedMachineStrategy::CanRunCommand(const boost::uuids::uuid&
 
 std::future<CanRunAnswer> CachedMachineStrategy::ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const
 {
-    const bool can_run = _GetCache().Get(i_command_id);
+    const bool canRun = _GetCache().Get(i_command_id);
     std::promise<CanRunAnswer> answer;
-    answer.set_value({can_run, GetKnownCanRunAnswer(i_command_id).answer.reason});
+    answer.set_value({canRun, GetKnownCanRunAnswer(i_command_id).answer.reason});
     return answer.get_future();
 }
 

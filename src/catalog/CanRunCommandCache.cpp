@@ -1,6 +1,7 @@
 #include "catalog/CanRunCommandCache.h"
 
 #include "tavsdk/Mutex.h"
+#include "tavsdk/StopExceptions.h"
 #include "tavsdk/ThreadCollector.h"
 
 #include <QLoggingCategory>
@@ -95,23 +96,23 @@ void CanRunCommandCache::State::Run()
         requested = false;
         isFetching = true;
         Answers snapshot = values;
-        const bool has_asked = !snapshot.empty();
+        const bool hasAsked = !snapshot.empty();
         lock.unlock();
-        const bool has_changed = Refresh(snapshot);
+        const bool hasChanged = Refresh(snapshot);
         lock.lock();
         isFetching = false;
         // Commands first asked about during the pass stay, unanswered: the request of their question starts the next
         // pass. Dropped, they would wait for somebody to ask again, and nobody has to when this pass changed nothing.
         snapshot.merge(values);
         values.swap(snapshot);
-        if (has_changed && !stop) {
+        if (hasChanged && !stop) {
             lock.unlock();
             Report();
             lock.lock();
         }
         // Requests do not shorten the pause, or an eager host would have the service asked without a break; stop ends
         // it. A pass that asked nothing, as the first one before any question, needs none.
-        if (has_asked)
+        if (hasAsked)
             Pause(lock);
         isIdle = true;
         while (!stop && !requested)
@@ -133,7 +134,7 @@ void CanRunCommandCache::State::Pause(TavSDK::MutexLock& io_lock)
 
 bool CanRunCommandCache::State::Refresh(Answers& io_values) const
 {
-    bool has_changed = false;
+    bool hasChanged = false;
     for (auto& [id, known] : io_values) {
         if (isAbandoned)
             return false;
@@ -145,10 +146,10 @@ bool CanRunCommandCache::State::Refresh(Answers& io_values) const
             known.failingSince = known.failingSince.value_or(question.at);
             continue;
         }
-        has_changed |= *answer != known.answer;
+        hasChanged |= *answer != known.answer;
         known = {*std::move(answer), std::chrono::system_clock::now(), std::nullopt};
     }
-    return has_changed;
+    return hasChanged;
 }
 
 void CanRunCommandCache::State::SetOpen(std::optional<Question> i_question) const
@@ -183,13 +184,9 @@ std::optional<CanRunAnswer> CanRunCommandCache::State::Await(Future i_answer) co
 void CanRunCommandCache::State::Report() const
 {
     // An exception that left the thread would end the host.
-    try {
-        onChanged();
-    } catch (const std::exception& exception) {
-        qCWarning(CatalogLog, "Changed answers of a machine could not be reported: %s", exception.what());
-    } catch (...) {
-        qCWarning(CatalogLog, "Changed answers of a machine could not be reported.");
-    }
+    TavSDK::StopExceptions(onChanged, [](const char* ip_why) {
+        qCWarning(CatalogLog, "Changed answers of a machine could not be reported: %s", ip_why);
+    });
 }
 
 void CanRunCommandCache::State::Stop(bool i_abandon)
@@ -232,15 +229,15 @@ void CanRunCommandCache::_LetWorkerGo()
 bool CanRunCommandCache::Get(const boost::uuids::uuid& i_command_id)
 {
     bool answer = false;
-    bool must_wake = false;
+    bool mustWake = false;
     {
         const TavSDK::MutexLock lock(_state->mutex);
         answer = _state->values.try_emplace(i_command_id).first->second.answer.canRun;
         // Waking costs a system call: only the first question after a pass pays for it.
-        must_wake = _state->isIdle && !_state->requested;
+        mustWake = _state->isIdle && !_state->requested;
         _state->requested = true;
     }
-    if (must_wake)
+    if (mustWake)
         _state->wakeUp.notify_one();
     return answer;
 }
@@ -262,11 +259,11 @@ void CanRunCommandCache::Abandon()
 {
     _state->Stop(true);
     // The UI thread must not stand still for as long as the worker sleeps on the service.
-    const bool is_fetching = [this] {
+    const bool isFetching = [this] {
         const TavSDK::MutexLock lock(_state->mutex);
         return _state->isFetching;
     }();
-    if (is_fetching)
+    if (isFetching)
         _LetWorkerGo();
 }
 

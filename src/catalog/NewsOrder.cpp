@@ -67,8 +67,8 @@ void NewsOrder::_RaiseWithThoseBehind(const News& i_first)
 {
     Pending pending{i_first, nullptr};
     std::exception_ptr first_failure;
-    bool has_next = true;
-    while (has_next) {
+    bool hasNext = true;
+    while (hasNext) {
         std::exception_ptr failure;
         if (!_hasEnded) {
             const InsideSlot inside;
@@ -78,7 +78,7 @@ void NewsOrder::_RaiseWithThoseBehind(const News& i_first)
                 failure = std::current_exception();
             }
         }
-        has_next = _TakeNext(pending, failure);
+        hasNext = _TakeNext(pending, failure);
         if (!first_failure)
             first_failure = std::move(failure);
     }

@@ -57,13 +57,13 @@ std::optional<long long> GetPldfTimestamp(VexlorCore::DataSet* ip_data_set)
 
 void UpdatePldfTimestamp(VexlorCore::DataSet* ip_data_set, const Machine& i_machine)
 {
-    const auto machine_seconds = GetConfigurationSeconds(i_machine);
-    if (!machine_seconds)
+    const auto machineSeconds = GetConfigurationSeconds(i_machine);
+    if (!machineSeconds)
         return;
-    const auto stored_seconds = GetPldfTimestamp(ip_data_set);
-    if (stored_seconds && *machine_seconds - *stored_seconds <= MaxSecondsOfOneWriting)
+    const auto storedSeconds = GetPldfTimestamp(ip_data_set);
+    if (storedSeconds && *machineSeconds - *storedSeconds <= MaxSecondsOfOneWriting)
         return;
-    Write(ip_data_set->GetAMObject(), *machine_seconds);
+    Write(ip_data_set->GetAMObject(), *machineSeconds);
     if (auto* const database = ip_data_set->GetDatabase())
         database->Send(VexlorCore::BPPlatformRevisionChanged(ip_data_set));
 }

@@ -92,9 +92,9 @@ void ProxyMachinesCatalog::Impl::Invalidate()
     const std::vector<boost::uuids::uuid> ids = source->GetMachineIds();
     for (std::size_t begin = 0; begin < ids.size(); begin += LookedAtOnce) {
         const auto some = std::span(ids).subspan(begin, std::min(LookedAtOnce, ids.size() - begin));
-        const std::vector<bool> were_accepted = evaluation.Look(some);
+        const std::vector<bool> wereAccepted = evaluation.Look(some);
         for (std::size_t index = 0; index < some.size() && !news.HasEnded(); ++index)
-            _Evaluate(evaluation, some[index], were_accepted[index]);
+            _Evaluate(evaluation, some[index], wereAccepted[index]);
     }
 }
 
@@ -104,11 +104,11 @@ void ProxyMachinesCatalog::Impl::_Evaluate(AcceptedMachines::Evaluation& io_eval
     std::optional<NewsOrder::Place> place;
     while (!place && !news.HasEnded()) {
         try {
-            const bool is_accepted = IsAcceptedByRule(i_id);
+            const bool isAccepted = IsAcceptedByRule(i_id);
             // The usual case: nothing to decide, and nobody who decided meanwhile.
-            if (is_accepted == i_was_accepted && io_evaluation.IsAsLooked())
+            if (isAccepted == i_was_accepted && io_evaluation.IsAsLooked())
                 return;
-            place = io_evaluation.Apply(i_id, is_accepted);
+            place = io_evaluation.Apply(i_id, isAccepted);
         } catch (...) {
             // The source no longer knows a machine that it has just taken away: that is no failure.
             if (io_evaluation.HasGone(i_id))
@@ -218,8 +218,8 @@ std::vector<Machine> ProxyMachinesCatalog::GetMachines() const
     ids.reserve(machines.size());
     for (const Machine& machine : machines)
         ids.push_back(machine.GetMachineData().id);
-    const std::vector<bool> are_accepted = impl->accepted.Contain(ids);
-    std::erase_if(machines, [&, i = std::size_t(0)](const Machine&) mutable { return !are_accepted[i++]; });
+    const std::vector<bool> areAccepted = impl->accepted.Contain(ids);
+    std::erase_if(machines, [&, i = std::size_t(0)](const Machine&) mutable { return !areAccepted[i++]; });
     return machines;
 }
 
@@ -227,8 +227,8 @@ std::vector<boost::uuids::uuid> ProxyMachinesCatalog::GetMachineIds() const
 {
     const auto impl = _impl;
     std::vector<boost::uuids::uuid> ids = impl->source->GetMachineIds();
-    const std::vector<bool> are_accepted = impl->accepted.Contain(ids);
-    std::erase_if(ids, [&, i = std::size_t(0)](const boost::uuids::uuid&) mutable { return !are_accepted[i++]; });
+    const std::vector<bool> areAccepted = impl->accepted.Contain(ids);
+    std::erase_if(ids, [&, i = std::size_t(0)](const boost::uuids::uuid&) mutable { return !areAccepted[i++]; });
     return ids;
 }
 

@@ -6,6 +6,7 @@
 #include "client/UuidConversions.h"
 #include "client/events/UIJobEvent.h"
 
+#include "tavsdk/StopExceptions.h"
 #include "vexlorcore/IVexlorApiProvider.h"
 
 #include <atomic>
@@ -42,8 +43,8 @@ CommunicationClient::Impl::~Impl()
 Machine CommunicationClient::Impl::CreateCachedMachine(const boost::uuids::uuid& i_machine_id) const
 {
     // Made first: the service may have the client destroyed.
-    auto update_commands = MakeUpdateCommands();
-    return CreateCachedMachine(proxyCatalog->GetMachine(i_machine_id), std::move(update_commands));
+    auto updateCommands = MakeUpdateCommands();
+    return CreateCachedMachine(proxyCatalog->GetMachine(i_machine_id), std::move(updateCommands));
 }
 
 Machine CommunicationClient::Impl::CreateCachedMachine(const Machine& i_machine, std::function<void()> i_on_changed)
@@ -130,10 +131,10 @@ AuthenticationResult CommunicationClient::SetAuthentication(ServiceId i_service,
 
 std::vector<Machine> CommunicationClient::GetMachines() const
 {
-    const auto update_commands = _impl->MakeUpdateCommands();
+    const auto updateCommands = _impl->MakeUpdateCommands();
     std::vector<Machine> machines = _impl->proxyCatalog->GetMachines();
     for (Machine& machine : machines)
-        machine = Impl::CreateCachedMachine(machine, update_commands);
+        machine = Impl::CreateCachedMachine(machine, updateCommands);
     return machines;
 }
 
@@ -181,13 +182,9 @@ void CommunicationClient::customEvent(QEvent* ip_event)
     ip_event->accept();
     // Qt's event loop is not made for exceptions; whoever posted the job is not there to catch them. The job may have
     // destroyed this object.
-    try {
-        static_cast<UIJobEvent*>(ip_event)->DoJob();
-    } catch (const std::exception& exception) {
-        qCWarning(ClientLog, "A job on the UI thread failed: %s", exception.what());
-    } catch (...) {
-        qCWarning(ClientLog, "A job on the UI thread failed.");
-    }
+    TavSDK::StopExceptions(
+        [ip_event] { static_cast<UIJobEvent*>(ip_event)->DoJob(); },
+        [](const char* ip_why) { qCWarning(ClientLog, "A job on the UI thread failed: %s", ip_why); });
 }
 
 } // namespace MachineService

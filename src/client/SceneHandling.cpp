@@ -7,6 +7,7 @@
 #include "machineconfig/CarriedMachineConfiguration.h"
 #include "platform/ErrorMessages.h"
 
+#include "tavsdk/StopExceptions.h"
 #include "vexlorcore/Application.h"
 #include "vexlorcore/Notifications.h"
 
@@ -47,13 +48,8 @@ void Send(VexlorCore::DataSet& io_data_set, const VexlorCore::INotification& i_n
 template <class Function>
 void StopExceptions(const char* ip_what, const Function& i_function)
 {
-    try {
-        i_function();
-    } catch (const std::exception& exception) {
-        qCWarning(ClientLog, "%s: %s", ip_what, exception.what());
-    } catch (...) {
-        qCWarning(ClientLog, "%s.", ip_what);
-    }
+    TavSDK::StopExceptions(i_function,
+                           [ip_what](const char* ip_why) { qCWarning(ClientLog, "%s: %s", ip_what, ip_why); });
 }
 
 /// What is sent about a scene may make a listener close it.
@@ -120,13 +116,13 @@ void CommunicationClient::ExecuteSelf(const VexlorCore::INotification& i_notific
 
 void CommunicationClient::HandleModeChanged(EProgramModeType i_mode)
 {
-    const bool is_platform_mode = static_cast<qint16>(i_mode) == ProgramModePlatform;
+    const bool isPlatformMode = static_cast<qint16>(i_mode) == ProgramModePlatform;
     auto* const database = GetDatabase();
-    if (is_platform_mode && database)
+    if (isPlatformMode && database)
         database->AddListener(this); // harmless when it is there; the database may be another one than before
-    if (is_platform_mode == IsListening())
+    if (isPlatformMode == IsListening())
         return;
-    if (is_platform_mode) {
+    if (isPlatformMode) {
         StartListening();
         Q_EMIT Activated();
     } else {
@@ -162,9 +158,9 @@ void CommunicationClient::HandleMachineUpdated(VexlorCore::DataSet* ip_data_set)
 void CommunicationClient::FillReportProperties(VexlorCore::DataSet* ip_data_set) const
 {
     // A copy: the event loop turns until the report is filled, and the client may go meanwhile.
-    const auto api_provider = _impl->apiProvider;
+    const auto apiProvider = _impl->apiProvider;
     if (const auto printer = TryGetPrinter(ip_data_set))
-        Helpers::FillReportProperties(*printer, api_provider, [ip_data_set] { return ip_data_set; });
+        Helpers::FillReportProperties(*printer, apiProvider, [ip_data_set] { return ip_data_set; });
 }
 
 void CommunicationClient::_HandleMachineIdChanged(VexlorCore::DataSet* ip_data_set, const QUuid& i_machine_id,
@@ -248,7 +244,7 @@ void CommunicationClient::_HandleMachineModified(const QUuid& i_modified_machine
         return;
     const QPointer<CommunicationClient> alive(this);
     // Scenes are visited with the event loop possibly running inside listeners. Without scenes nothing can nest.
-    if (const auto data_sets = database->GetDataSets(); !data_sets.empty()) {
+    if (const auto dataSets = database->GetDataSets(); !dataSets.empty()) {
         const boost::uuids::uuid id = ToBoostUuid(i_modified_machine);
         {
             const TavSDK::MutexLock lock(_impl->mutex);
@@ -256,12 +252,12 @@ void CommunicationClient::_HandleMachineModified(const QUuid& i_modified_machine
                 return;
         }
         const Modification modification{alive, id};
-        for (VexlorCore::DataSet* const data_set : data_sets) {
+        for (VexlorCore::DataSet* const dataSet : dataSets) {
             // A listener may have closed the scene, the database or the client.
             if (!alive)
                 return;
-            if (IsOpen(data_set))
-                _CheckModifiedPrinter(data_set, i_changes);
+            if (IsOpen(dataSet))
+                _CheckModifiedPrinter(dataSet, i_changes);
         }
     }
     if (auto* const application = VexlorCore::Application::GetInstance())
@@ -271,7 +267,7 @@ void CommunicationClient::_HandleMachineModified(const QUuid& i_modified_machine
 void CommunicationClient::_CheckModifiedPrinter(VexlorCore::DataSet* ip_data_set, MachineChanges i_changes)
 {
     const QPointer<CommunicationClient> alive(this);
-    const auto tell_detached = [ip_data_set] {
+    const auto tellDetached = [ip_data_set] {
         if (IsOpen(ip_data_set))
             Send(*ip_data_set, VexlorCore::BPPlatformDetached(ip_data_set));
     };
@@ -282,11 +278,11 @@ void CommunicationClient::_CheckModifiedPrinter(VexlorCore::DataSet* ip_data_set
         // The scene's copy tells nothing about now: the catalog does.
         const auto fresh = _TryGetPrinterByBoostId(printer->GetMachineData().id);
         if (!fresh || fresh->GetMachineData().id.is_nil())
-            tell_detached();
+            tellDetached();
         else if (HasChanges(i_changes, MachineChanges::ConfigurationChanged))
             Utilities::UpdatePldfTimestamp(ip_data_set, *fresh);
     } catch (...) {
-        StopExceptions("A listener failed when a scene lost its machine", tell_detached);
+        StopExceptions("A listener failed when a scene lost its machine", tellDetached);
     }
 }
 

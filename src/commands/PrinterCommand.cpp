@@ -43,20 +43,20 @@ void PrinterCommand::_UpdateUiCommand(const UpdatableContext& i_context)
     // Who is asked may drop the command.
     const QPointer<PrinterCommand> alive(this);
     if (!impl->refuse) {
-        const bool is_enabled = impl->update(i_context);
+        const bool isEnabled = impl->update(i_context);
         if (alive)
-            SetEnabled(is_enabled);
+            SetEnabled(isEnabled);
         return;
     }
     CommandRefusal refusal = impl->refuse(i_context);
     if (!alive)
         return;
-    const bool has_changed = !(refusal == _refusal);
+    const bool hasChanged = !(refusal == _refusal);
     _refusal = std::move(refusal);
-    const bool is_enabled = _refusal.kind == CommandRefusal::Kind::None;
-    if (is_enabled != IsEnabled())
-        SetEnabled(is_enabled);
-    else if (has_changed)
+    const bool isEnabled = _refusal.kind == CommandRefusal::Kind::None;
+    if (isEnabled != IsEnabled())
+        SetEnabled(isEnabled);
+    else if (hasChanged)
         Q_EMIT Changed();
 }
 

@@ -67,8 +67,8 @@ bool CanRun(const Context& i_command)
 
 QDateTime ToLocalTime(const KnownCanRunAnswer::Time& i_time)
 {
-    const auto since_epoch = std::chrono::floor<std::chrono::milliseconds>(i_time.time_since_epoch());
-    return QDateTime::fromMSecsSinceEpoch(since_epoch.count());
+    const auto sinceEpoch = std::chrono::floor<std::chrono::milliseconds>(i_time.time_since_epoch());
+    return QDateTime::fromMSecsSinceEpoch(sinceEpoch.count());
 }
 
 CommandRefusal RefuseByMachine(const Context& i_command)

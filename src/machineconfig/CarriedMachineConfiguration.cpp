@@ -106,8 +106,8 @@ void Utilities::UpdateMachineConfiguration(VexlorCore::DataSet* ip_data_set)
         if (!data) {
             // Only what was made from machine data went with them.
             const auto* const carried = dynamic_cast<const CarriedProperty*>(collection.Get(CarriedKey));
-            const bool is_made = carried && carried->GetValue().document;
-            if (is_made && Carries(properties, *carried->GetValue().document))
+            const bool isMade = carried && carried->GetValue().document;
+            if (isMade && Carries(properties, *carried->GetValue().document))
                 properties.Remove(MachineConfiguration);
             return;
         }

@@ -92,11 +92,11 @@ void FolderWatcher::_FollowLinks(const std::filesystem::path& i_path, Names& io_
         rest.pop_front();
         const std::filesystem::path next = name == ".." ? reached.parent_path() : reached / name;
         const auto type = std::filesystem::symlink_status(next, error).type();
-        const bool is_link = type == std::filesystem::file_type::symlink;
+        const bool isLink = type == std::filesystem::file_type::symlink;
         // Where the way ends is of interest when a link led there.
-        if (is_link || (links > 0 && (rest.empty() || type == std::filesystem::file_type::not_found)))
+        if (isLink || (links > 0 && (rest.empty() || type == std::filesystem::file_type::not_found)))
             _WatchName(reached, name.string(), io_names);
-        if (!is_link) {
+        if (!isLink) {
             reached = next;
             continue;
         }

@@ -44,9 +44,9 @@ void ChangesHandler::ResetChanges()
 bool ChangesHandler::CheckAndResetChanges(std::uint32_t i_flags)
 {
     const TavSDK::MutexLock lock(_impl->mutex);
-    const bool all_were_set = (_impl->flags & i_flags) == i_flags;
+    const bool allWereSet = (_impl->flags & i_flags) == i_flags;
     _impl->flags &= ~i_flags;
-    return all_were_set;
+    return allWereSet;
 }
 
 ChangesHandlerRegistration::ChangesHandlerRegistration(bool i_register)
