@@ -1,50 +1,28 @@
 #include "support/Files.h"
 #include "support/Texts.h"
+#include "support/ZipPackage.h"
 
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/ZipReader.h"
 #include "tavsdk/ZipWriter.h"
 
-#include <gmock/gmock.h>
-
 #include <sys/stat.h>
 #include <unistd.h>
-#include <zip.h>
 
 namespace {
 
 using TavSDK::ZipReader;
 using TavSDK::ZipWriter;
-using testing::ElementsAre;
-using testing::HasSubstr;
 
-struct Entry
-{
-    std::string name;
-    std::string bytes;
-    bool isDeflated = false;
-};
+using Entry = TestSupport::PackageEntry;
 
 class ZipReaderTest : public testing::Test
 {
 protected:
     ~ZipReaderTest() override { std::filesystem::remove(_path); }
 
-    /// With the library itself: ours makes no damaged packages.
-    void _Make(const std::vector<Entry>& i_entries)
-    {
-        zip_t* zip = zip_open(_path.c_str(), ZIP_CREATE | ZIP_TRUNCATE, nullptr);
-        ASSERT_NE(zip, nullptr);
-        for (const Entry& entry : i_entries) {
-            zip_source_t* source = zip_source_buffer(zip, entry.bytes.data(), entry.bytes.size(), 0);
-            const zip_int64_t index = zip_file_add(zip, entry.name.c_str(), source, ZIP_FL_ENC_UTF_8);
-            ASSERT_GE(index, 0) << entry.name;
-            zip_set_file_compression(zip, static_cast<zip_uint64_t>(index),
-                                     entry.isDeflated ? ZIP_CM_DEFLATE : ZIP_CM_STORE, 9);
-        }
-        ASSERT_EQ(zip_close(zip), 0);
-    }
+    void _Make(const std::vector<Entry>& i_entries) { TestSupport::WritePackage(_path, i_entries); }
 
     /// Empty when all its entries can be read, of the file and of the same bytes in memory.
     std::string _GetError() const
