@@ -8,13 +8,8 @@
 #include "support/HostFixture.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QLocale>
-#include <QRegularExpression>
 #include <QTranslator>
-#include <QXmlStreamReader>
-
-#include <algorithm>
 
 namespace MachineService {
 namespace {
@@ -109,47 +104,6 @@ TEST_F(Translations, OneTranslatorAtMostServesTheLanguageOfTheLocale)
         EXPECT_EQ(spoken, InstallTranslations(locale)) << locale.name().toStdString();
         const auto translators = QCoreApplication::instance()->findChildren<QTranslator*>();
         EXPECT_EQ(spoken ? 1 : 0, translators.size()) << locale.name().toStdString();
-    }
-}
-
-/// The places for values in the order of their numbers, and the white space at both ends.
-QStringList GetFixedParts(const QString& i_text)
-{
-    static const QRegularExpression mgp_fixed(QStringLiteral("%L?\\d+|%n|^\\s+|\\s+$"));
-    QStringList parts;
-    for (auto matches = mgp_fixed.globalMatch(i_text); matches.hasNext();)
-        parts << matches.next().captured();
-    std::sort(parts.begin(), parts.end());
-    return parts;
-}
-
-TEST(TranslationFiles, EveryTextIsTranslatedAndKeepsItsPlaceholders)
-{
-    const QDir folder(QStringLiteral(MACHINESERVICE_TRANSLATIONS));
-    const QStringList names = folder.entryList({QStringLiteral("*.ts")});
-    ASSERT_FALSE(names.isEmpty());
-    for (const QString& name : names) {
-        QFile file(folder.filePath(name));
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        QXmlStreamReader xml(&file);
-        QString source;
-        int count = 0;
-        while (!xml.atEnd()) {
-            xml.readNext();
-            if (xml.isStartElement() && xml.name() == QLatin1String("source"))
-                source = xml.readElementText();
-            if (!xml.isStartElement() || xml.name() != QLatin1String("translation"))
-                continue;
-            EXPECT_FALSE(xml.attributes().hasAttribute(QLatin1String("type"))) << source.toStdString();
-            const QString translation = xml.readElementText();
-            EXPECT_FALSE(translation.isEmpty()) << source.toStdString();
-            EXPECT_EQ(GetFixedParts(source).join(QLatin1Char('|')).toStdString(),
-                      GetFixedParts(translation).join(QLatin1Char('|')).toStdString())
-                << translation.toStdString();
-            ++count;
-        }
-        EXPECT_FALSE(xml.hasError()) << name.toStdString();
-        EXPECT_GT(count, 0) << name.toStdString();
     }
 }
 
