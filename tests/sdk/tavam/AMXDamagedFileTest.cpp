@@ -144,6 +144,8 @@ TEST_F(AMXDamagedFileTest, AMeshThatCannotBeIsRefused)
         {mesh.substr(0, mesh.size() - 1), "counts"},
         {mesh + "x", "counts"},
         {Change(mesh, 16, std::nanf("")), "vertex 0 are not finite"},
+        {Change(mesh, 24, std::nanf("")), "vertex 0 are not finite"},
+        {Change(mesh, 44, -INFINITY), "vertex 2 are not finite"},
         {Change(mesh, 60, 1.1e6F), "vertex 3 are not finite"},
         {Change(mesh, 108, 4U), "vertex 4 of 4"},
         {Change(Change(mesh, 8, 8U), 12, 0U), "no triangle"},

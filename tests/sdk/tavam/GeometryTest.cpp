@@ -38,18 +38,4 @@ TEST(GeometryTest, MembersAreVisitedAsPlaced)
     EXPECT_THROW(Representation::FromMesh(nullptr), std::runtime_error);
 }
 
-TEST(GeometryTest, DefectsAreFoundWhereverTheyAre)
-{
-    EXPECT_EQ(FindMeshDefect(*MakeTetrahedron(1e6F)), "");
-    for (const float bad : {std::nextafter(1e6F, 2e6F), -1.1e6F, std::numeric_limits<float>::infinity(),
-                            std::numeric_limits<float>::quiet_NaN()}) {
-        for (int coordinate = 0; coordinate < 12; ++coordinate) {
-            const auto mesh = MakeTetrahedron(1);
-            Point3f& vertex = mesh->vertices[static_cast<std::size_t>(coordinate) / 3];
-            (coordinate % 3 == 0 ? vertex.x : coordinate % 3 == 1 ? vertex.y : vertex.z) = bad;
-            EXPECT_NE(FindMeshDefect(*mesh), "") << bad << " in " << coordinate;
-        }
-    }
-}
-
 } // namespace

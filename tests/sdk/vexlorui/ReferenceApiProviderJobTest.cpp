@@ -141,17 +141,6 @@ TEST_F(ReferenceApiProviderJobTest, WaitsForItsJobWhenTheApplicationQuits)
     EXPECT_TRUE(wasServed);
 }
 
-TEST(ReferenceApiProviderWithoutHostTest, MayGoWhileAJobRuns)
-{
-    const VexlorCore::UiThread uiThread;
-    auto provider = std::make_unique<Vexlor::ReferenceApiProvider>("unused");
-    QTimer::singleShot(0, QCoreApplication::instance(), [&] { provider.reset(); });
-    auto* running = provider.get();
-    EXPECT_TRUE(running->RunJob(QStringLiteral("Build"),
-                                [](IJobProgress& io_progress) { return WaitForStop(io_progress.GetStopToken()); }));
-    EXPECT_FALSE(provider);
-}
-
 TEST_F(ReferenceApiProviderJobTest, ChecksCommandsOnceForManyRequests)
 {
     int checks = 0;
