@@ -15,6 +15,27 @@ target_compile_definitions(machineservice_options INTERFACE
     QT_USE_QSTRINGBUILDER QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
     QT_DEPRECATED_WARNINGS_SINCE=0x050F00 QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
 
+# machineservice_precompile(NAME): with MACHINESERVICE_PRECOMPILE, a target of many sources reads the widest headers once.
+# Only the builds of CI ask for it: they are made once, whole. The everyday build finds out whether a source includes
+# what it uses.
+function(machineservice_precompile i_name)
+    get_target_property(sources ${i_name} SOURCES)
+    list(LENGTH sources count)
+    if(NOT MACHINESERVICE_PRECOMPILE OR count LESS 5)
+        return()
+    endif()
+    target_precompile_headers(${i_name} PRIVATE <algorithm> <chrono> <filesystem> <functional> <future> <map> <memory>
+        <optional> <set> <stop_token> <string> <string_view> <thread> <vector>)
+    get_target_property(libraries ${i_name} LINK_LIBRARIES)
+    if(libraries MATCHES "Qt5::|vexlorcore|testsupport_main")
+        target_precompile_headers(${i_name} PRIVATE <QCoreApplication> <QLoggingCategory> <QObject> <QString> <QStringList>
+            <QVariant> <boost/signals2.hpp> <boost/uuid/uuid.hpp> <boost/uuid/uuid_io.hpp>)
+    endif()
+    if(libraries MATCHES "GTest::gmock")
+        target_precompile_headers(${i_name} PRIVATE <gmock/gmock.h>)
+    endif()
+endfunction()
+
 # machineservice_add_library(NAME <STATIC|SHARED> ROOT <sdk|src|services|apps|examples>
 #     SOURCES ... HEADERS <public headers> [PUBLIC <libraries>] [PRIVATE <libraries>] [QT])
 #
@@ -34,6 +55,7 @@ function(machineservice_add_library i_name i_kind)
     if(ARG_QT)
         set_target_properties(${i_name} PROPERTIES AUTOMOC ON)
     endif()
+    machineservice_precompile(${i_name})
     if(i_kind STREQUAL "SHARED")
         machineservice_make_shared(${i_name} ${ARG_ROOT})
     elseif(ARG_ROOT STREQUAL "src")
@@ -69,6 +91,7 @@ function(machineservice_add_app i_name)
     target_include_directories(${i_name} PRIVATE ${PROJECT_SOURCE_DIR}/apps)
     target_link_libraries(${i_name} PRIVATE ${ARG_LIBRARIES} machineservice_options)
     set_target_properties(${i_name} PROPERTIES AUTOMOC ON)
+    machineservice_precompile(${i_name})
     install(TARGETS ${i_name} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
@@ -88,6 +111,7 @@ function(machineservice_add_test i_name)
         set_target_properties(${i_name} PROPERTIES AUTOMOC ON)
     endif()
     target_link_libraries(${i_name} PRIVATE ${ARG_LIBRARIES} machineservice_options)
+    machineservice_precompile(${i_name})
     target_include_directories(${i_name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_compile_definitions(${i_name} PRIVATE MACHINESERVICE_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data")
     add_test(NAME ${i_name} COMMAND ${i_name})
