@@ -173,6 +173,17 @@
     </message>
 </context>
 <context>
+    <name>Workbench::LayerPictures</name>
+    <message>
+        <source>The archive holds no layer pictures.</source>
+        <translation>Das Archiv enthält keine Schichtbilder.</translation>
+    </message>
+    <message>
+        <source>The picture of layer %1 cannot be read.</source>
+        <translation>Das Bild der Schicht %1 ist nicht lesbar.</translation>
+    </message>
+</context>
+<context>
     <name>Workbench::MachineDelegate</name>
     <message>
         <source>%1 (this scene)</source>
@@ -751,6 +762,65 @@
     </message>
 </context>
 <context>
+    <name>Workbench::MoveStyle</name>
+    <message>
+        <source>Outer wall</source>
+        <translation>Außenwand</translation>
+    </message>
+    <message>
+        <source>Inner wall</source>
+        <translation>Innenwand</translation>
+    </message>
+    <message>
+        <source>Overhang</source>
+        <translation>Überhang</translation>
+    </message>
+    <message>
+        <source>Infill</source>
+        <translation>Füllung</translation>
+    </message>
+    <message>
+        <source>Solid infill</source>
+        <translation>Massive Füllung</translation>
+    </message>
+    <message>
+        <source>Top surface</source>
+        <translation>Deckfläche</translation>
+    </message>
+    <message>
+        <source>Bridge</source>
+        <translation>Brücke</translation>
+    </message>
+    <message>
+        <source>Gap fill</source>
+        <translation>Lückenfüllung</translation>
+    </message>
+    <message>
+        <source>Skirt and brim</source>
+        <translation>Schürze und Rand</translation>
+    </message>
+    <message>
+        <source>Support</source>
+        <translation>Stütze</translation>
+    </message>
+    <message>
+        <source>Support interface</source>
+        <translation>Stützschicht am Teil</translation>
+    </message>
+    <message>
+        <source>Prime tower</source>
+        <translation>Reinigungsturm</translation>
+    </message>
+    <message>
+        <source>Other</source>
+        <translation>Sonstiges</translation>
+    </message>
+    <message>
+        <source>Travel</source>
+        <translation>Leerfahrt</translation>
+    </message>
+</context>
+<context>
     <name>Workbench::NewPlatformDialog</name>
     <message>
         <source>New platform for %1</source>
@@ -1056,6 +1126,65 @@
             <numerusform>%n Problem</numerusform>
             <numerusform>%n Probleme</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::PreviewView</name>
+    <message>
+        <source>Reading %1 …</source>
+        <translation>%1 wird gelesen …</translation>
+    </message>
+    <message>
+        <source>Layer</source>
+        <translation>Schicht</translation>
+    </message>
+    <message>
+        <source>&amp;Layer</source>
+        <translation>&amp;Schicht</translation>
+    </message>
+    <message>
+        <source>Reading of the machine file</source>
+        <translation>Lesen der Maschinendatei</translation>
+    </message>
+    <message>
+        <source>Time of each layer</source>
+        <translation>Zeit jeder Schicht</translation>
+    </message>
+    <message>
+        <source>Outline of the parts</source>
+        <translation>Umriss der Teile</translation>
+    </message>
+    <message>
+        <source>%1, %2 %</source>
+        <translation>%1, %2 %</translation>
+    </message>
+    <message>
+        <source>of %1 layers</source>
+        <translation>von %1 Schichten</translation>
+    </message>
+    <message>
+        <source>Height %1 mm</source>
+        <translation>Höhe %1 mm</translation>
+    </message>
+    <message>
+        <source>Time of the layer %1</source>
+        <translation>Zeit der Schicht %1</translation>
+    </message>
+    <message>
+        <source>Time of all layers %1</source>
+        <translation>Zeit aller Schichten %1</translation>
+    </message>
+    <message>
+        <source>Filament %1 mm of %2 m</source>
+        <translation>Filament %1 mm von %2 m</translation>
+    </message>
+    <message>
+        <source>X %1 to %2 mm</source>
+        <translation>X %1 bis %2 mm</translation>
+    </message>
+    <message>
+        <source>Y %1 to %2 mm</source>
+        <translation>Y %1 bis %2 mm</translation>
     </message>
 </context>
 <context>
