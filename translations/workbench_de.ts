@@ -621,10 +621,6 @@
         <translation>Mikrometer</translation>
     </message>
     <message>
-        <source>Open a platform</source>
-        <translation>Plattform öffnen</translation>
-    </message>
-    <message>
         <source>Platforms (*.TavAMX)</source>
         <translation>Plattformen (*.TavAMX)</translation>
     </message>
@@ -759,6 +755,18 @@
     <message>
         <source>The parts of the scene, their places and their problems are shown here.</source>
         <translation>Hier stehen die Teile der Szene, ihre Plätze und ihre Probleme.</translation>
+    </message>
+    <message>
+        <source>Open a platform or a machine file</source>
+        <translation>Plattform oder Maschinendatei öffnen</translation>
+    </message>
+    <message>
+        <source>Platforms (*.TavAMX);;Machine files (*.gcode *.gco *.g *.nc *.sl1 *.sl1s)</source>
+        <translation>Plattformen (*.TavAMX);;Maschinendateien (*.gcode *.gco *.g *.nc *.sl1 *.sl1s)</translation>
+    </message>
+    <message>
+        <source>%1 – layers</source>
+        <translation>%1 – Schichten</translation>
     </message>
 </context>
 <context>

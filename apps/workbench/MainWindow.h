@@ -99,6 +99,9 @@ private:
     void _ShowJob();
 
     void _OpenFiles(const QString& i_title, const QString& i_filter);
+    /// Machine files are shown, everything else goes to the scenes.
+    void _TakeFiles(const QStringList& i_files);
+    void _ShowMachineFile(const QString& i_file);
     bool _Save(VexlorCore::DataSet& io_scene, bool i_under_new_name, std::function<void()> i_done = {});
     void _CloseScene(VexlorCore::DataSet& io_scene);
     /// \return whether closing may go on now; a save begun by the user goes on by itself when it is done.

@@ -4,11 +4,14 @@
 #include "workbench/ShortcutsDialog.h"
 #include "workbench/jobs/JobsPanel.h"
 #include "workbench/machines/MachinesPanel.h"
+#include "workbench/plate/PlateModel.h"
 #include "workbench/plate/PlateView.h"
+#include "workbench/preview/PreviewView.h"
 #include "workbench/ribbon/PrinterRibbon.h"
 
 #include "hosting/Host.h"
 #include "hosting/MachineIds.h"
+#include "tavsdk/Path.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -76,7 +79,10 @@ void MainWindow::_Connect()
         });
     };
     on(Id::New, [this] { _book.New(); });
-    on(Id::Open, [this] { _OpenFiles(tr("Open a platform"), tr("Platforms (*.TavAMX)")); });
+    on(Id::Open, [this] {
+        _OpenFiles(tr("Open a platform or a machine file"),
+                   tr("Platforms (*.TavAMX);;Machine files (*.gcode *.gco *.g *.nc *.sl1 *.sl1s)"));
+    });
     on(Id::Import, [this] { _OpenFiles(tr("Import parts"), tr("Meshes (*.stl *.3mf *.obj *.ply)")); });
     on_scene(Id::Save, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, false); });
     on_scene(Id::SaveAs, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, true); });
@@ -195,7 +201,38 @@ void MainWindow::_OpenFiles(const QString& i_title, const QString& i_filter)
     if (files.isEmpty())
         return;
     _preferences.SetWindow(QStringLiteral("folder"), QFileInfo(files.front()).absolutePath().toUtf8());
-    _book.Take(files);
+    _TakeFiles(files);
+}
+
+void MainWindow::_TakeFiles(const QStringList& i_files)
+{
+    QStringList others;
+    for (const QString& file : i_files) {
+        if (PreviewView::IsMachineFile(TavSDK::PathFromUtf8(file.toUtf8().toStdString())))
+            _ShowMachineFile(file);
+        else
+            others << file;
+    }
+    if (!others.isEmpty())
+        _book.Take(others);
+}
+
+void MainWindow::_ShowMachineFile(const QString& i_file)
+{
+    auto* const view = new PreviewView(this);
+    view->setWindowFlag(Qt::Window);
+    view->setAttribute(Qt::WA_DeleteOnClose);
+    view->setWindowTitle(tr("%1 – layers").arg(QFileInfo(i_file).fileName()));
+    view->resize(1000, 680);
+    // Over the layers lie the parts of the scene that the file is likely to be of.
+    if (ScenePage* const page = GetPage()) {
+        const PlateBed& bed = page->GetPlate().GetModel().GetBed();
+        if (bed.isKnown)
+            view->SetBed(QRectF(QPointF(bed.minX, bed.minY), QPointF(bed.maxX, bed.maxY)), bed.isCircular);
+        view->SetParts(&page->GetScene());
+    }
+    view->Open(TavSDK::PathFromUtf8(i_file.toUtf8().toStdString()));
+    view->show();
 }
 
 bool MainWindow::_Save(VexlorCore::DataSet& io_scene, bool i_under_new_name, std::function<void()> i_done)
@@ -296,7 +333,7 @@ void MainWindow::dropEvent(QDropEvent* ip_event)
     if (ip_event->mimeData()->hasFormat(MachineList::GetMimeType()))
         Attach(QUuid(ip_event->mimeData()->data(MachineList::GetMimeType())));
     else
-        _book.Take(GetDroppedFiles(*ip_event->mimeData()));
+        _TakeFiles(GetDroppedFiles(*ip_event->mimeData()));
     ip_event->acceptProposedAction();
 }
 
