@@ -67,19 +67,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* ip_data, std::size_t i
     static const std::vector<PartGeometry> mgp_parts = MakeParts();
     const auto path = Fuzz::MakeFile(Fuzz::ToText(ip_data, i_size));
     SlicingResult result;
-    const bool has_estimates = Try([&] {
-        result.estimates = MACHINE_FILE_IS_RESIN ? ReadResinEstimates(path, mgp_profile, {})
-                                                 : ReadGCodeEstimates(path, mgp_profile, mgp_parts.size(), {});
-    });
-    Try([&] {
-        if (MACHINE_FILE_IS_RESIN)
-            CheckResin(path, mgp_profile, mgp_parts, {});
-        else
-            result.notes = CheckGCode(path, mgp_profile, mgp_parts, {});
+    const bool isAccepted = Try([&] {
+        SectionsAhead sections =
+            MACHINE_FILE_IS_RESIN ? ExpectResin(mgp_profile, mgp_parts) : ExpectGCode(mgp_profile, mgp_parts);
+        result = MACHINE_FILE_IS_RESIN ? CheckResin(path, mgp_profile, mgp_parts, sections, {})
+                                       : CheckGCode(path, mgp_profile, mgp_parts, sections, {});
     });
     for (const std::string& note : result.notes)
         Fuzz::RequireSentence(note);
-    if (!has_estimates)
+    if (!isAccepted)
         return 0;
     const Estimates& estimates = result.estimates;
     for (const double value : {estimates.seconds, estimates.cubicCentimetres, estimates.grams})

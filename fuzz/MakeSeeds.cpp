@@ -112,7 +112,7 @@ void AddDocuments(const Seeds& i_seeds)
 {
     using namespace MachineService;
     const auto data = MachineLayer::CreateMachineData();
-    data->Edit() = MakeFullMachine();
+    data->Edit() = TestSupport::MakeFullMachine();
     i_seeds.Add("pldf", "data", MachineLayer::Utilities::WriteMachineData(*data));
     i_seeds.Add("pldf", "geometry", MachineLayer::Utilities::WritePlatformGeometry(*data));
     i_seeds.Add("pldf", "record", MachineLayer::Utilities::WriteMachineDataPLDF(*data));
@@ -140,7 +140,7 @@ void AddPackages(const Seeds& i_seeds)
     VexlorCore::Database database;
     VexlorCore::DataSet* const scene = database.CreateDataSet();
     const auto data = MachineLayer::CreateMachineData();
-    data->Edit() = MachineService::MakeFullMachine();
+    data->Edit() = TestSupport::MakeFullMachine();
     platform.SetMachine(MachineLayer::PLDF::ConvertToMachineParameters(*data));
     scene->GetPlatform() = platform;
     VexlorCore::SaveScene(*scene, i_seeds.Get("scene", "full"));

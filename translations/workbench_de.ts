@@ -995,8 +995,8 @@
         <translation>Teile der Szene</translation>
     </message>
     <message>
-        <source>%1   %2 × %3 × %4 mm</source>
-        <translation>%1   %2 × %3 × %4 mm</translation>
+        <source>%1: %2 × %3 × %4 mm</source>
+        <translation>%1: %2 × %3 × %4 mm</translation>
     </message>
 </context>
 <context>
@@ -1305,8 +1305,8 @@
         <translation>%1 h %2 min</translation>
     </message>
     <message>
-        <source>%1   %2</source>
-        <translation>%1   %2</translation>
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
     </message>
     <message>
         <source>%1 is gone: nothing can be sent to it until it comes back.</source>

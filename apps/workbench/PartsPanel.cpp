@@ -41,7 +41,7 @@ void PartsPanel::Fill()
             return locale.toString(i_length, 'f', 1);
         };
         part.setText(
-            tr("%1   %2 × %3 × %4 mm")
+            tr("%1: %2 × %3 × %4 mm")
                 .arg(QString::fromStdWString(parts[index].GetName()), length(size.x), length(size.y), length(size.z)));
         part.setData(Qt::UserRole, Hosting::ToQUuid(parts[index].GetRevisionId()));
     }

@@ -116,7 +116,7 @@ void ScenePage::Show(const MachineService::Machine* ip_machine, bool i_is_gone, 
             picture.loadFromData(bytes.data(), static_cast<uint>(bytes.size()), "PNG");
         _machineText = QString::fromStdString(machine.name).simplified();
         if (machine.buildVolume)
-            _machineText = tr("%1   %2").arg(_machineText, Hosting::DescribeVolume(machine));
+            _machineText = tr("%1, %2").arg(_machineText, Hosting::DescribeVolume(machine));
     } else if (i_is_gone) {
         _machineText = tr("%1 is gone: nothing can be sent to it until it comes back.").arg(i_machine_name);
     } else {

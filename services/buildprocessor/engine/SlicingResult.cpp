@@ -2,7 +2,6 @@
 
 #include "tavsdk/Text.h"
 
-#include <algorithm>
 #include <charconv>
 #include <string_view>
 
@@ -37,8 +36,13 @@ public:
         _good = _good && error == std::errc() && end == line.data() + line.size();
         return number;
     }
-    /// Never more than there are lines.
-    std::size_t ReadCount() { return std::min(Read<std::size_t>(), _rest.size()); }
+    /// Never more than there can be lines: a text that was cut off there has fewer.
+    std::size_t ReadCount()
+    {
+        const auto count = Read<std::size_t>();
+        _good = _good && count <= _rest.size();
+        return _good ? count : 0;
+    }
     bool IsGood() const { return _good; }
     bool IsAtEnd() const { return _rest.empty(); }
 

@@ -85,7 +85,7 @@ TEST(IsolatedCall, BoundsTimeOfTheClockAndOfTheProcessor)
               "it needs more than the 1 seconds of processor time that a file of its size may use");
 }
 
-#ifndef __SANITIZE_ADDRESS__ // whose allocator ends the process itself
+#ifndef TESTS_ARE_SANITIZED // whose allocator ends the process itself
 TEST(IsolatedCall, BoundsMemoryBeyondThatOfTheParent)
 {
     const std::vector<char> ofTheParent(100 * Mega, 'x');

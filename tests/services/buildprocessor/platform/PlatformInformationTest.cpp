@@ -149,7 +149,7 @@ TEST_F(PlatformInformationTest, RefusesWhatItDidNotOfferInASentenceThatNamesIt)
         {"no XML", "cannot be read"},
     };
     for (const auto& [parameters, text] : rows) {
-        const auto failure = GetFailure([&] { GetMachine().GetEmptyPlatform(parameters).get(); });
+        const auto failure = GetFailure([&, &chosen = parameters] { GetMachine().GetEmptyPlatform(chosen).get(); });
         EXPECT_EQ(failure.code, ErrorCode::FileError) << text;
         EXPECT_THAT(failure.text, HasSubstr(text));
         EXPECT_LT(failure.text.size(), 400U);
