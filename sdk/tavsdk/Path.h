@@ -32,8 +32,8 @@ enum class UserFolder
     Cache,         ///< XDG_CACHE_HOME, .cache
 };
 
-/// Where the user's programs keep what is of this kind; it need not be there yet. As the XDG base directory
-/// specification has it: a variable that holds no absolute path does not count.
+/// Where the user's programs keep what is of this kind; it need not be there yet. As the rules of
+/// the XDG base directories have it: a variable that holds no absolute path does not count.
 /// \throws FileError with a whole sentence when there is no home folder, or the bytes are not UTF-8.
 TAVSDK_EXPORT std::filesystem::path GetUserFolder(UserFolder i_folder);
 
