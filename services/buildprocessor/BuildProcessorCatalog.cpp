@@ -3,27 +3,35 @@
 #include "buildprocessor/BuildProcessorStrategy.h"
 #include "buildprocessor/ServiceContext.h"
 #include "buildprocessor/base/FolderWatcher.h"
+#include "buildprocessor/base/JsonFields.h"
 #include "buildprocessor/base/Log.h"
 #include "buildprocessor/engine/SettingsCheck.h"
 #include "buildprocessor/engine/SlicingEngine.h"
 #include "buildprocessor/machines/ProfileFolder.h"
-#include "client/interface/CommunicationException.h"
+#include "buildprocessor/machines/ProfileInstaller.h"
+#include "contract/Failure.h"
 
 namespace MachineService::BuildProcessor {
+
+namespace {
+
+std::string DescribeFault(const MachineProfile& i_profile, ServiceContext& io_context, const std::stop_token& i_stop)
+{
+    const auto fault = FindSettingsFault(i_profile, io_context.enginePath, io_context.cache, i_stop);
+    return fault ? "field " + fault->field + ' ' + fault->reason : std::string();
+}
+
+} // namespace
 
 struct BuildProcessorCatalog::Impl
 {
     explicit Impl(std::unique_ptr<AbstractPluginUtility> ip_utility)
         : context(std::make_shared<ServiceContext>(ip_utility.get()))
-        , folder(context->profilesDir, [this](const MachineProfile& i_profile) { return FindFault(i_profile); })
+        , folder(
+              context->profilesDir,
+              [this](const MachineProfile& i_profile) { return DescribeFault(i_profile, *context, stop.get_token()); })
         , watcher(context->profilesDir)
     {}
-
-    std::string FindFault(const MachineProfile& i_profile) const
-    {
-        const auto fault = FindSettingsFault(i_profile, context->enginePath, context->cache, stop.get_token());
-        return fault ? "field " + fault->field + ' ' + fault->reason : std::string();
-    }
 
     std::stop_source stop; ///< asked once, by Stop
     const std::shared_ptr<ServiceContext> context;
@@ -73,6 +81,22 @@ std::future<std::vector<std::pair<std::string, std::string>>> BuildProcessorCata
             versions.emplace_back("prusa-slicer", failure.code() == ErrorCode::ProcessingAborted ? "" : failure.what());
         }
         return versions;
+    });
+}
+
+std::future<std::string> BuildProcessorCatalog::InstallMachine(ServiceId /*i_service*/,
+                                                               const std::filesystem::path& i_file)
+{
+    ServiceContext& context = *_impl->context;
+    return context.queries.Submit({}, {}, [&context, i_file](std::stop_token i_stop) {
+        const auto find_fault = [&](const MachineProfile& i_profile) {
+            return DescribeFault(i_profile, context, i_stop);
+        };
+        try {
+            return InstallProfile(i_file, context.profilesDir, find_fault);
+        } catch (const ProfileError& error) {
+            Fail(ErrorCode::FileError, error.what());
+        }
     });
 }
 

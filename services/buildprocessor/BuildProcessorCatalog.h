@@ -22,6 +22,7 @@ public:
     bool HasMachine(const boost::uuids::uuid& i_id) const override;
     std::vector<boost::uuids::uuid> GetMachineIds() const override;
     std::future<std::vector<std::pair<std::string, std::string>>> GetVersionInformation() const override;
+    std::future<std::string> InstallMachine(ServiceId i_service, const std::filesystem::path& i_file) override;
 
 protected:
     MachineNews _FindNews() override;

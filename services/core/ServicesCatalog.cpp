@@ -183,6 +183,13 @@ std::future<Versions> ServicesCatalog::GetVersionInformation() const
     return _versions->Collect(std::move(answers));
 }
 
+std::future<std::string> ServicesCatalog::InstallMachine(ServiceId i_service, const std::filesystem::path& i_file)
+{
+    auto* const service = _Find(i_service);
+    return service ? service->InstallMachine(i_service, i_file)
+                   : AbstractMachinesCatalog::InstallMachine(i_service, i_file);
+}
+
 AbstractServiceCatalog* ServicesCatalog::_Find(ServiceId i_service) const
 {
     const auto found = _services.find(i_service);

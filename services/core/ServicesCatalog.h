@@ -32,6 +32,7 @@ public:
     std::vector<boost::uuids::uuid> GetMachineIds() const override;
     /// Of all services, in ascending order of their ids; a service that fails is left out.
     std::future<std::vector<std::pair<std::string, std::string>>> GetVersionInformation() const override;
+    std::future<std::string> InstallMachine(ServiceId i_service, const std::filesystem::path& i_file) override;
 
 private:
     class VersionCollector;

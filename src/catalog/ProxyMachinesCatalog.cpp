@@ -237,6 +237,11 @@ std::future<std::vector<std::pair<std::string, std::string>>> ProxyMachinesCatal
     return _impl->source->GetVersionInformation();
 }
 
+std::future<std::string> ProxyMachinesCatalog::InstallMachine(ServiceId i_service, const std::filesystem::path& i_file)
+{
+    return _impl->source->InstallMachine(i_service, i_file);
+}
+
 void ProxyMachinesCatalog::Invalidate()
 {
     // Held: a slot may destroy this proxy.

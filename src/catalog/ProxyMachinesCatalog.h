@@ -50,6 +50,7 @@ public:
     /// In the source's order.
     std::vector<boost::uuids::uuid> GetMachineIds() const override;
     std::future<std::vector<std::pair<std::string, std::string>>> GetVersionInformation() const override;
+    std::future<std::string> InstallMachine(ServiceId i_service, const std::filesystem::path& i_file) override;
 
     /// Asks the rule again for every machine of the source, in its order, and raises added and removed where the answer
     /// differs. After an exception the machines asked before it keep their new state.

@@ -143,6 +143,11 @@ std::future<std::vector<std::pair<std::string, std::string>>> CommunicationClien
     return _impl->proxyCatalog->GetVersionInformation();
 }
 
+std::future<std::string> CommunicationClient::InstallMachine(ServiceId i_service, const std::filesystem::path& i_file)
+{
+    return _impl->proxyCatalog->InstallMachine(i_service, i_file);
+}
+
 void CommunicationClient::InvalidateProxyMachineCatalog()
 {
     _impl->proxyCatalog->Invalidate();

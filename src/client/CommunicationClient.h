@@ -15,6 +15,7 @@
 
 #include <boost/uuid/uuid.hpp>
 
+#include <filesystem>
 #include <functional>
 #include <future>
 #include <memory>
@@ -69,6 +70,8 @@ public:
     /// In the order of the services' catalog.
     std::vector<Machine> GetMachines() const;
     std::future<std::vector<std::pair<std::string, std::string>>> GetVersionInformation() const;
+    /// \copydoc AbstractMachinesCatalog::InstallMachine
+    std::future<std::string> InstallMachine(ServiceId i_service, const std::filesystem::path& i_file);
 
     /// The printer attached to the scene; empty for none, for an unknown one and without a scene.
     std::optional<Machine> TryGetPrinter(VexlorCore::DataSet* ip_data_set) const;

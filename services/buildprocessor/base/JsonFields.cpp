@@ -157,7 +157,9 @@ void JsonFields::Refuse(const std::string& i_name, const std::string& i_requirem
 
 void JsonFields::_RefusePath(const std::string& i_path, const std::string& i_requirement) const
 {
-    throw ProfileError(_file + ": field " + i_path + ' ' + i_requirement);
+    // The name of an unknown field is the file's own words.
+    const std::string quoted = TavSDK::Quote(i_path, 200);
+    throw ProfileError(_file + ": field " + quoted.substr(1, quoted.size() - 2) + ' ' + i_requirement);
 }
 
 QJsonValue JsonFields::_Take(const char* ip_name)

@@ -8,6 +8,7 @@
 #include <boost/signals2/signal.hpp>
 #include <boost/uuid/uuid.hpp>
 
+#include <filesystem>
 #include <future>
 #include <optional>
 #include <string>
@@ -50,6 +51,11 @@ public:
     virtual std::vector<boost::uuids::uuid> GetMachineIds() const = 0;
     /// Pairs of component and version.
     virtual std::future<std::vector<std::pair<std::string, std::string>>> GetVersionInformation() const = 0;
+    /// Takes a file that describes a machine, such as a profile of the Build Processors, into the service's own folder.
+    /// The machine is announced as any other; a file of the same machine is replaced.
+    /// \return the machine's name. Fails with a CommunicationException whose sentence names file and field; nothing is
+    ///         changed then. Services take no files unless they override this.
+    virtual std::future<std::string> InstallMachine(ServiceId i_service, const std::filesystem::path& i_file);
 
     boost::signals2::connection ConnectMachineAdded(const MachineSignal::slot_type& i_slot);
     boost::signals2::connection ConnectMachineRemoved(const MachineSignal::slot_type& i_slot);

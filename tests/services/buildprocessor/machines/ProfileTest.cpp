@@ -3,6 +3,7 @@
 #include "buildprocessor/base/FolderWatcher.h"
 #include "buildprocessor/base/JobFolder.h"
 #include "buildprocessor/machines/ProfileFolder.h"
+#include "buildprocessor/machines/ProfileInstaller.h"
 #include "buildprocessor/machines/ProfileReader.h"
 #include "buildprocessor/machines/ShippedProfiles.h"
 
@@ -36,6 +37,7 @@ TEST(Profile, DamagedFieldIsNamedWithItsFileAndPath)
         {R"("width": 100)", R"("width": 1e300)", "field bed.width must be a number from 10 to 2000"},
         {R"("width": 100, )", "", "field bed.width is missing"},
         {R"("width": 100)", R"("width": 100, "widht": 3)", "field bed.widht is not known"},
+        {R"("width": 100)", R"("width": 100, "w\nx": 3)", "field bed.w?x is not known"},
         {R"("shape": "rectangle")", R"("shape": "oval")",
          R"(field bed.shape must be one of "rectangle", "circle", "polygon")"},
         {R"({"shape": "rectangle", "width": 100, "depth": 100})", "7", "field bed must be an object"},
@@ -129,6 +131,36 @@ TEST(ProfileFolder, TakesTheTimesOfFilesAsTheyAre)
         ASSERT_TRUE(read.front().time);
         EXPECT_EQ(read.front().time->time_since_epoch().count(), ticks);
     }
+}
+
+TEST(ProfileInstaller, TakesWholeProfilesAndNeverAnotherPrintersFile)
+{
+    const std::string first = "11111111-2222-3333-4444-55555555555a";
+    const std::string second = "11111111-2222-3333-4444-55555555555b";
+    const ScopedTempDir dir;
+    const auto folder = dir.GetAbsoluteDir() / "not/there/yet";
+    const auto install = [&](const char* ip_name, const std::string& i_text, const std::string& i_fault = {}) {
+        WriteFile(dir.GetAbsoluteDir() / ip_name, i_text);
+        try {
+            return InstallProfile(dir.GetAbsoluteDir() / ip_name, folder,
+                                  [&](const MachineProfile&) { return i_fault; });
+        } catch (const ProfileError& error) {
+            return std::string(error.what());
+        }
+    };
+    EXPECT_THAT(install("mine.json", "{"), ::testing::StartsWith("'mine.json': not JSON at byte "));
+    EXPECT_EQ(install("mine.json", MakeProfile(first), "field engine.x is 'y'"), "'mine.json': field engine.x is 'y'");
+    EXPECT_EQ(install("mine.txt", MakeProfile(first)),
+              "'mine.txt': a profile's name ends with '.json' and begins with no dot");
+    EXPECT_FALSE(std::filesystem::exists(folder)) << "nothing is made for what is refused";
+    EXPECT_EQ(install("mine.json", MakeProfile(first)), "Test printer");
+    EXPECT_EQ(
+        install("mine.json", MakeProfile(second)),
+        "'mine.json': the folder of profiles has a file of this name, which is of another printer. Rename the new "
+        "file.");
+    EXPECT_EQ(install("newer.json", Replaced(MakeProfile(first), "Test printer", "Renamed")), "Renamed");
+    EXPECT_FALSE(std::filesystem::exists(folder / "newer.json")) << "one printer, one file";
+    EXPECT_NE(TestSupport::ReadFile(folder / "mine.json").find("Renamed"), std::string::npos);
 }
 
 TEST(FolderWatcher, WithoutAWatchTheFolderIsReadNowAndAgainAndWhoWakesNeedNotWait)
