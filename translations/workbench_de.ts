@@ -7,6 +7,54 @@
         <source>The steps in &apos;%1&apos; cannot be read.</source>
         <translation>Die Schritte in „%1“ können nicht gelesen werden.</translation>
     </message>
+    <message>
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message>
+        <source>Open: %1</source>
+        <translation>Öffnen: %1</translation>
+    </message>
+    <message>
+        <source>Your printers&apos; profiles</source>
+        <translation>Profile Ihrer Drucker</translation>
+    </message>
+    <message>
+        <source>Machine files</source>
+        <translation>Maschinendateien</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>Leeren</translation>
+    </message>
+    <message>
+        <source>Clear the kept results</source>
+        <translation>Aufgehobene Ergebnisse leeren</translation>
+    </message>
+    <message>
+        <source>The engine&apos;s results are kept so that nothing is sliced twice. Clearing costs only time.</source>
+        <translation>Die Ergebnisse der Slicing-Engine werden aufgehoben, damit nichts zweimal geschnitten wird. Das Leeren kostet nur Zeit.</translation>
+    </message>
+    <message>
+        <source>Kept results of the engine</source>
+        <translation>Aufgehobene Ergebnisse der Engine</translation>
+    </message>
+    <message>
+        <source>Detailed, for finding a fault</source>
+        <translation>Ausführlich, für die Fehlersuche</translation>
+    </message>
+    <message>
+        <source>Log</source>
+        <translation>Protokoll</translation>
+    </message>
+    <message>
+        <source>being measured</source>
+        <translation>wird ermittelt</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::CommandLine</name>
@@ -184,6 +232,32 @@
     </message>
 </context>
 <context>
+    <name>Workbench::LengthText</name>
+    <message>
+        <source>in</source>
+        <translation>in</translation>
+    </message>
+    <message>
+        <source>mm</source>
+        <translation>mm</translation>
+    </message>
+    <message>
+        <source>%1 %2</source>
+        <comment>length and unit</comment>
+        <translation>%1 %2</translation>
+    </message>
+    <message>
+        <source>%1 × %2 × %3 %4</source>
+        <comment>three lengths and their unit</comment>
+        <translation>%1 × %2 × %3 %4</translation>
+    </message>
+    <message>
+        <source>⌀ %1 × %2 %3</source>
+        <comment>diameter, height and their unit</comment>
+        <translation>⌀ %1 × %2 %3</translation>
+    </message>
+</context>
+<context>
     <name>Workbench::MachineDelegate</name>
     <message>
         <source>%1 (this scene)</source>
@@ -326,6 +400,10 @@
     <message>
         <source>State not told</source>
         <translation>Zustand nicht angegeben</translation>
+    </message>
+    <message>
+        <source>size unknown</source>
+        <translation>Größe unbekannt</translation>
     </message>
 </context>
 <context>
@@ -533,6 +611,14 @@
         <source>&amp;Redo: %1</source>
         <translation>&amp;Wiederherstellen: %1</translation>
     </message>
+    <message>
+        <source>&amp;Settings…</source>
+        <translation>&amp;Einstellungen…</translation>
+    </message>
+    <message>
+        <source>Save a &amp;report for support…</source>
+        <translation>Bericht für den &amp;Support speichern…</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::MainWindow</name>
@@ -595,10 +681,6 @@
     <message>
         <source>Machine of &apos;%1&apos;</source>
         <translation>Maschine von „%1“</translation>
-    </message>
-    <message>
-        <source>%1 × %2 × %3 mm</source>
-        <translation>%1 × %2 × %3 mm</translation>
     </message>
     <message>
         <source>inches</source>
@@ -768,6 +850,10 @@
         <source>%1 – layers</source>
         <translation>%1 – Schichten</translation>
     </message>
+    <message>
+        <source>The printer &apos;%1&apos; was added to your machines.</source>
+        <translation>Der Drucker „%1“ wurde zu Ihren Maschinen hinzugefügt.</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::MoveStyle</name>
@@ -902,14 +988,6 @@
 <context>
     <name>Workbench::NumbersPanel</name>
     <message>
-        <source> in</source>
-        <translation> in</translation>
-    </message>
-    <message>
-        <source> mm</source>
-        <translation> mm</translation>
-    </message>
-    <message>
         <source>Position X</source>
         <translation>Position X</translation>
     </message>
@@ -995,16 +1073,12 @@
         <translation>Teile der Szene</translation>
     </message>
     <message>
-        <source>%1: %2 × %3 × %4 mm</source>
-        <translation>%1: %2 × %3 × %4 mm</translation>
+        <source>%1: %2</source>
+        <translation>%1: %2</translation>
     </message>
 </context>
 <context>
     <name>Workbench::PlateInteraction</name>
-    <message>
-        <source>%1, %2 mm</source>
-        <translation>%1, %2 mm</translation>
-    </message>
     <message>
         <source>%1°</source>
         <translation>%1°</translation>
@@ -1013,31 +1087,27 @@
         <source>%1 %</source>
         <translation>%1 %</translation>
     </message>
+    <message>
+        <source>%1, %2</source>
+        <translation>%1, %2</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::PlateOverlay</name>
     <message>
-        <source>⌀ %1 × %2 mm</source>
-        <translation>⌀ %1 × %2 mm</translation>
-    </message>
-    <message>
-        <source>%1 × %2 × %3 mm</source>
-        <translation>%1 × %2 × %3 mm</translation>
-    </message>
-    <message>
         <source>No printer: the plate is only something to look at</source>
         <translation>Kein Drucker: Die Platte ist nur zum Ansehen da</translation>
-    </message>
-    <message numerus="yes">
-        <source>%n selected: %1 × %2 × %3 mm</source>
-        <translation>
-            <numerusform>%n ausgewählt: %1 × %2 × %3 mm</numerusform>
-            <numerusform>%n ausgewählt: %1 × %2 × %3 mm</numerusform>
-        </translation>
     </message>
     <message>
         <source>Drop STL, 3MF, OBJ or PLY files here</source>
         <translation>STL-, 3MF-, OBJ- oder PLY-Dateien hierher ziehen</translation>
+    </message>
+    <message numerus="yes">
+        <source>%n selected: %1</source>
+        <translation>
+            <numerusform>%n ausgewählt: %1</numerusform>
+            <numerusform>%n ausgewählt: %1</numerusform>
+        </translation>
     </message>
 </context>
 <context>
@@ -1171,10 +1241,6 @@
         <translation>von %1 Schichten</translation>
     </message>
     <message>
-        <source>Height %1 mm</source>
-        <translation>Höhe %1 mm</translation>
-    </message>
-    <message>
         <source>Time of the layer %1</source>
         <translation>Zeit der Schicht %1</translation>
     </message>
@@ -1183,16 +1249,20 @@
         <translation>Zeit aller Schichten %1</translation>
     </message>
     <message>
-        <source>Filament %1 mm of %2 m</source>
-        <translation>Filament %1 mm von %2 m</translation>
+        <source>Height %1</source>
+        <translation>Höhe %1</translation>
     </message>
     <message>
-        <source>X %1 to %2 mm</source>
-        <translation>X %1 bis %2 mm</translation>
+        <source>Filament %1 of %2 m</source>
+        <translation>Filament %1 von %2 m</translation>
     </message>
     <message>
-        <source>Y %1 to %2 mm</source>
-        <translation>Y %1 bis %2 mm</translation>
+        <source>X %1 to %2</source>
+        <translation>X %1 bis %2</translation>
+    </message>
+    <message>
+        <source>Y %1 to %2</source>
+        <translation>Y %1 bis %2</translation>
     </message>
 </context>
 <context>
@@ -1211,10 +1281,6 @@
     <message>
         <source>(without a name)</source>
         <translation>(ohne Namen)</translation>
-    </message>
-    <message>
-        <source>%1 mm</source>
-        <translation>%1 mm</translation>
     </message>
     <message>
         <source>%1 leaves the bed by %2.</source>
@@ -1360,6 +1426,65 @@
         <source>Problems</source>
         <translation>Probleme</translation>
     </message>
+    <message>
+        <source>Parts and problems</source>
+        <translation>Teile und Probleme</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::SettingsDialog</name>
+    <message>
+        <source>Settings</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>Language</source>
+        <translation>Sprache</translation>
+    </message>
+    <message>
+        <source>As the desktop</source>
+        <translation>Wie der Desktop</translation>
+    </message>
+    <message>
+        <source>Colours</source>
+        <translation>Farben</translation>
+    </message>
+    <message>
+        <source>Light</source>
+        <translation>Hell</translation>
+    </message>
+    <message>
+        <source>Dark</source>
+        <translation>Dunkel</translation>
+    </message>
+    <message>
+        <source>Lengths</source>
+        <translation>Längen</translation>
+    </message>
+    <message>
+        <source>Millimetres</source>
+        <translation>Millimeter</translation>
+    </message>
+    <message>
+        <source>Inches (files stay in millimetres)</source>
+        <translation>Zoll (Dateien bleiben in Millimetern)</translation>
+    </message>
+    <message>
+        <source>Price of the material</source>
+        <translation>Preis des Materials</translation>
+    </message>
+    <message>
+        <source> %1 per kg</source>
+        <translation> %1 je kg</translation>
+    </message>
+    <message>
+        <source>not known</source>
+        <translation>nicht bekannt</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::ShortcutsDialog</name>
@@ -1421,6 +1546,45 @@
     <message>
         <source>&apos;%1&apos; cannot be written: %2.</source>
         <translation>„%1“ kann nicht geschrieben werden: %2.</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::SupportReportDialog</name>
+    <message>
+        <source>Report for support</source>
+        <translation>Bericht für den Support</translation>
+    </message>
+    <message>
+        <source>This is all that the report holds. It is written to a file of your choice and sent to nobody.</source>
+        <translation>Das ist alles, was der Bericht enthält. Er wird in eine Datei Ihrer Wahl geschrieben und an niemanden gesendet.</translation>
+    </message>
+    <message>
+        <source>Texts of the report</source>
+        <translation>Texte des Berichts</translation>
+    </message>
+    <message>
+        <source>Save…</source>
+        <translation>Speichern…</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+    <message>
+        <source>Save the report</source>
+        <translation>Den Bericht speichern</translation>
+    </message>
+    <message>
+        <source>Packages (*.zip)</source>
+        <translation>Pakete (*.zip)</translation>
+    </message>
+    <message>
+        <source>Saved as &apos;%1&apos;.</source>
+        <translation>Gespeichert als „%1“.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; cannot be written: %2. Choose another folder.</source>
+        <translation>„%1“ kann nicht geschrieben werden: %2. Wählen Sie einen anderen Ordner.</translation>
     </message>
 </context>
 </TS>

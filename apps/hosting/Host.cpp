@@ -28,7 +28,8 @@ struct Host::MachineRule
 };
 
 Host::Host(const std::filesystem::path& i_documents_dir, const std::filesystem::path& i_data_dir)
-    : _rule(std::make_shared<MachineRule>())
+    : _dataDir(i_data_dir)
+    , _rule(std::make_shared<MachineRule>())
     , _provider(i_documents_dir)
 {
     _application.CreateDatabase();

@@ -30,6 +30,8 @@ public:
     VexlorCore::Database& GetDatabase() { return *_application.GetDatabase(); }
     Vexlor::ReferenceApiProvider& GetApiProvider() { return _provider; }
     MachineService::CommunicationClient& GetClient() { return *_client; }
+    /// What the services make.
+    const std::filesystem::path& GetDataDir() const { return _dataDir; }
     /// Which machines exist for this host, from now on; all of them without a rule. It is called on any thread.
     void SetMachineRule(std::function<bool(const MachineService::MachineData&)> i_rule);
     /// For the operations of the library that take one.
@@ -43,6 +45,7 @@ public:
 private:
     struct MachineRule;
 
+    const std::filesystem::path _dataDir;
     const std::shared_ptr<MachineRule> _rule; ///< the services may still ask while the client goes
     // Destroyed in reverse order: the client first, while application and provider are still there for its last calls.
     VexlorCore::UiThread _uiThread;

@@ -46,4 +46,11 @@ std::unique_ptr<MachineService::AbstractPluginUtility> MakePluginUtility(Machine
     return std::make_unique<PluginUtility>(i_service, i_data_dir);
 }
 
+std::filesystem::path GetKeptResultsDir(const std::filesystem::path& i_data_dir)
+{
+    const auto setting =
+        MakePluginUtility(MachineService::ServiceId::BuildProcessors, i_data_dir)->GetSetting("cache.path");
+    return setting && !setting->empty() ? std::filesystem::path(*setting) : i_data_dir / "cache";
+}
+
 } // namespace Hosting

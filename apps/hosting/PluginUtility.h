@@ -15,4 +15,7 @@ namespace Hosting {
 std::unique_ptr<MachineService::AbstractPluginUtility> MakePluginUtility(MachineService::ServiceId i_service,
                                                                          const std::filesystem::path& i_data_dir);
 
+/// Where the Build Processors keep the results of the slicing engine, see docs/embed.md.
+std::filesystem::path GetKeptResultsDir(const std::filesystem::path& i_data_dir);
+
 } // namespace Hosting

@@ -42,6 +42,8 @@ constexpr ActionRow ActionRows[] = {
     {MainActions::Undo, MainActions::EditMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Undo"), "Ctrl+Z", "undo"},
     {MainActions::Redo, MainActions::EditMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Redo"), "Ctrl+Shift+Z",
      "redo"},
+    {MainActions::Settings, MainActions::EditMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Settings…"), "Ctrl+,",
+     "", true},
     {MainActions::FindMachine, MainActions::MachineMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Find a machine"),
      "Ctrl+M", "search"},
     {MainActions::NewPlatform, MainActions::MachineMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "New &platform…"),
@@ -52,6 +54,8 @@ constexpr ActionRow ActionRows[] = {
      QT_TRANSLATE_NOOP("Workbench::MainActions", "&Cancel the running job"), "Ctrl+.", "stop", true},
     {MainActions::Shortcuts, MainActions::HelpMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Keyboard shortcuts"),
      "F1", "help"},
+    {MainActions::SupportReport, MainActions::HelpMenu,
+     QT_TRANSLATE_NOOP("Workbench::MainActions", "Save a &report for support…"), "", ""},
     {MainActions::About, MainActions::HelpMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&About the workbench"), "",
      ""},
 };

@@ -34,7 +34,9 @@ public:
         NewPlatform,
         Detach,
         CancelJob,
+        Settings,
         Shortcuts,
+        SupportReport,
         About,
     };
     enum MenuId

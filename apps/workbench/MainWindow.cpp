@@ -191,7 +191,7 @@ ScenePage* MainWindow::GetPage() const
 
 void MainWindow::_AddPage(VexlorCore::DataSet& io_scene)
 {
-    auto* const page = new ScenePage(io_scene, _tabs);
+    auto* const page = new ScenePage(io_scene, _preferences, _tabs);
     connect(page, &ScenePage::ChooseMachineWanted, _actions->Get(MainActions::FindMachine), &QAction::trigger);
     connect(page, &ScenePage::NewPlatformWanted, this, &MainWindow::NewPlatform);
     _sides->addWidget(page->GetSide());

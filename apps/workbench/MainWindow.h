@@ -1,6 +1,7 @@
 #pragma once
 
 #include "workbench/MainActions.h"
+#include "workbench/base/Background.h"
 #include "workbench/base/LoopWatch.h"
 #include "workbench/base/Preferences.h"
 #include "workbench/jobs/FailureBoxes.h"
@@ -66,6 +67,8 @@ public:
     /// Asks about what an earlier run left behind; nothing when there is nothing.
     void OfferRecovery();
 
+    /// Machine files are shown, printer profiles go to the service, everything else to the scenes. Full paths.
+    void TakeFiles(const QStringList& i_files);
     /// Attaches the machine to the active scene, or to a new one.
     void Attach(const QUuid& i_machine);
     void Detach();
@@ -99,15 +102,17 @@ private:
     void _ShowJob();
 
     void _OpenFiles(const QString& i_title, const QString& i_filter);
-    /// Machine files are shown, everything else goes to the scenes.
-    void _TakeFiles(const QStringList& i_files);
     void _ShowMachineFile(const QString& i_file);
+    void _InstallMachine(const QString& i_profile);
     bool _Save(VexlorCore::DataSet& io_scene, bool i_under_new_name, std::function<void()> i_done = {});
     void _CloseScene(VexlorCore::DataSet& io_scene);
     /// \return whether closing may go on now; a save begun by the user goes on by itself when it is done.
     bool _AskAboutUnsaved(VexlorCore::DataSet& io_scene, const std::function<void()>& i_go_on);
     bool _AskAboutJob();
     void _ShowShortcuts();
+    void _ShowSettings();
+    void _ShowSupportReport();
+    void _FollowSettings();
     QString _MakePlatform(MachineService::IPlatformCreator& io_creator, const PlatformForm& i_form, int i_parts);
 
     Hosting::Host& _host;
@@ -139,6 +144,7 @@ private:
     const std::shared_ptr<std::atomic<bool>> _showsAll = std::make_shared<std::atomic<bool>>(false);
     bool _closesAfterJob = false;
     bool _isClosing = false;
+    Background _background; ///< goes first, before what its work tells of its end
 };
 
 } // namespace Workbench

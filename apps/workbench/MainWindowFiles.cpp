@@ -1,7 +1,8 @@
 #include "workbench/MainWindow.h"
 
 #include "workbench/ScenePage.h"
-#include "workbench/ShortcutsDialog.h"
+#include "workbench/base/LengthText.h"
+#include "workbench/jobs/DesktopNotice.h"
 #include "workbench/jobs/JobsPanel.h"
 #include "workbench/machines/MachinesPanel.h"
 #include "workbench/plate/PlateModel.h"
@@ -42,15 +43,6 @@ QStringList GetDroppedFiles(const QMimeData& i_data)
             files << url.toLocalFile();
     }
     return files;
-}
-
-QString DescribeSize(const TavAM::Point3d& i_size, double i_factor)
-{
-    const QLocale locale;
-    const auto show = [&](double i_length) {
-        return locale.toString(i_length * i_factor, 'g', 4);
-    };
-    return MainWindow::tr("%1 × %2 × %3 mm").arg(show(i_size.x), show(i_size.y), show(i_size.z));
 }
 
 QString GetUnitName(double i_factor)
@@ -98,12 +90,7 @@ void MainWindow::_Connect()
     on(Id::NewPlatform, [this] { NewPlatform(); });
     on(Id::Detach, [this] { Detach(); });
     on(Id::CancelJob, [this] { CancelJob(); });
-    on(Id::Shortcuts, [this] { _ShowShortcuts(); });
-    on(Id::About, [this] {
-        QMessageBox::about(this, tr("Workbench"),
-                           tr("Workbench %1: from parts to a machine file.").arg(QApplication::applicationVersion()));
-    });
-    connect(_actions, &MainActions::RecentFileChosen, &_book, [this](const QString& i_file) { _book.Take({i_file}); });
+    connect(_actions, &MainActions::RecentFileChosen, this, [this](const QString& i_file) { TakeFiles({i_file}); });
 
     connect(&_book, &SceneBook::Added, this, [this](VexlorCore::DataSet* ip_scene) { _AddPage(*ip_scene); });
     connect(&_book, &SceneBook::Closing, this, [this](VexlorCore::DataSet* ip_scene) { _RemovePage(ip_scene); });
@@ -135,6 +122,10 @@ void MainWindow::_Connect()
             [](const QString& i_file) { QDesktopServices::openUrl(QUrl::fromLocalFile(i_file)); });
     connect(&_jobs, &JobList::Begun, this, [this] { _jobsDock->show(); });
     connect(&_jobs, &JobList::Begun, this, &MainWindow::_ShowJob);
+    connect(&_jobs, &JobList::Ended, this, [this] {
+        if (const JobList::Entry* const job = _jobs.GetNewest())
+            TellDesktop(*this, job->title, JobList::GetStateName(*job));
+    });
     // Once the command has come back, for whom it still runs now.
     connect(&_jobs, &JobList::Ended, this, &MainWindow::_ShowJob, Qt::QueuedConnection);
     connect(&_boxes, &FailureBoxes::Failed, this, [this](const QString& i_text) {
@@ -143,11 +134,13 @@ void MainWindow::_Connect()
     });
     connect(_ribbon, &PrinterRibbon::RefusalShown, this,
             [this](const QString& i_why) { statusBar()->showMessage(i_why, 8000); });
+    _FollowSettings();
     _book.SetAskUnit([this](const ImportedFile& i_file, const std::vector<double>& i_factors) -> std::optional<double> {
         QStringList choices;
         const auto size = GetSize(i_file.parts);
         for (const double factor : i_factors)
-            choices << tr("%1: %2").arg(GetUnitName(factor), DescribeSize(size, factor));
+            choices << tr("%1: %2").arg(GetUnitName(factor),
+                                        LengthText::ShowBox(size.x * factor, size.y * factor, size.z * factor, 1));
         bool is_chosen = false;
         const QString choice = QInputDialog::getItem(
             this, tr("Unit of '%1'").arg(QFileInfo(i_file.path).fileName()),
@@ -201,20 +194,35 @@ void MainWindow::_OpenFiles(const QString& i_title, const QString& i_filter)
     if (files.isEmpty())
         return;
     _preferences.SetWindow(QStringLiteral("folder"), QFileInfo(files.front()).absolutePath().toUtf8());
-    _TakeFiles(files);
+    TakeFiles(files);
 }
 
-void MainWindow::_TakeFiles(const QStringList& i_files)
+void MainWindow::TakeFiles(const QStringList& i_files)
 {
     QStringList others;
     for (const QString& file : i_files) {
         if (PreviewView::IsMachineFile(TavSDK::PathFromUtf8(file.toUtf8().toStdString())))
             _ShowMachineFile(file);
+        else if (file.endsWith(QLatin1String(".json"), Qt::CaseInsensitive))
+            _InstallMachine(file);
         else
             others << file;
     }
     if (!others.isEmpty())
         _book.Take(others);
+}
+
+void MainWindow::_InstallMachine(const QString& i_file)
+{
+    const auto answer = std::make_shared<std::future<std::string>>(_host.GetClient().InstallMachine(
+        MachineService::ServiceId::BuildProcessors, TavSDK::PathFromUtf8(i_file.toUtf8().toStdString())));
+    _background.Run([answer](const std::stop_token& i_stop) { return Await(*answer, i_stop); },
+                    [this](const std::string& i_name) {
+                        statusBar()->showMessage(
+                            tr("The printer '%1' was added to your machines.").arg(QString::fromStdString(i_name)),
+                            8000);
+                    },
+                    [this](const QString& i_sentence) { _boxes.ShowLater(i_sentence); });
 }
 
 void MainWindow::_ShowMachineFile(const QString& i_file)
@@ -333,15 +341,8 @@ void MainWindow::dropEvent(QDropEvent* ip_event)
     if (ip_event->mimeData()->hasFormat(MachineList::GetMimeType()))
         Attach(QUuid(ip_event->mimeData()->data(MachineList::GetMimeType())));
     else
-        _TakeFiles(GetDroppedFiles(*ip_event->mimeData()));
+        TakeFiles(GetDroppedFiles(*ip_event->mimeData()));
     ip_event->acceptProposedAction();
-}
-
-void MainWindow::_ShowShortcuts()
-{
-    auto* const dialog = new ShortcutsDialog(*this);
-    dialog->setAttribute(Qt::WA_DeleteOnClose);
-    dialog->open();
 }
 
 } // namespace Workbench

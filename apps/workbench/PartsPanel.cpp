@@ -1,5 +1,6 @@
 #include "workbench/PartsPanel.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/scene/ImportQuestions.h"
 #include "workbench/scene/Selection.h"
 
@@ -36,13 +37,8 @@ void PartsPanel::Fill()
             addItem(QString());
         const auto size = GetSize({parts[index]});
         QListWidgetItem& part = *item(static_cast<int>(index));
-        const QLocale locale;
-        const auto length = [&](double i_length) {
-            return locale.toString(i_length, 'f', 1);
-        };
-        part.setText(
-            tr("%1: %2 × %3 × %4 mm")
-                .arg(QString::fromStdWString(parts[index].GetName()), length(size.x), length(size.y), length(size.z)));
+        part.setText(tr("%1: %2").arg(QString::fromStdWString(parts[index].GetName()),
+                                      LengthText::ShowBox(size.x, size.y, size.z, 1)));
         part.setData(Qt::UserRole, Hosting::ToQUuid(parts[index].GetRevisionId()));
     }
     _isShowing = false;

@@ -1,18 +1,22 @@
 #include "workbench/ScenePage.h"
 
 #include "workbench/PartsPanel.h"
+#include "workbench/base/LengthText.h"
+#include "workbench/base/Preferences.h"
+#include "workbench/look/ElidedLabel.h"
 #include "workbench/look/LineIcon.h"
+#include "workbench/look/MachinePicture.h"
 #include "workbench/plate/NumbersPanel.h"
 #include "workbench/plate/PlateView.h"
 #include "workbench/plate/ProblemsPanel.h"
 
 #include "client/interface/Machine.h"
 #include "hosting/Estimates.h"
-#include "hosting/MachineChoice.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLocale>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSplitter>
@@ -39,14 +43,15 @@ QString ToDuration(const QString& i_seconds)
 
 } // namespace
 
-ScenePage::ScenePage(VexlorCore::DataSet& io_scene, QWidget* ip_parent)
+ScenePage::ScenePage(VexlorCore::DataSet& io_scene, const Preferences& i_preferences, QWidget* ip_parent)
     : QWidget(ip_parent)
     , _scene(io_scene)
+    , _preferences(i_preferences)
     , _selection(io_scene)
     , _plate(new PlateView(io_scene, _selection, this))
     , _picture(new QLabel(this))
-    , _machine(new QLabel(this))
-    , _estimates(new QLabel(this))
+    , _machine(new ElidedLabel(this))
+    , _estimates(new ElidedLabel(this))
     , _choose(new QPushButton(MakeLineIcon(QStringLiteral("machine")), QString(), this))
     , _platform(new QPushButton(MakeLineIcon(QStringLiteral("platform")), QString(), this))
     , _side(new QWidget(this))
@@ -56,10 +61,6 @@ ScenePage::ScenePage(VexlorCore::DataSet& io_scene, QWidget* ip_parent)
     auto* const strip = new QHBoxLayout;
     strip->setContentsMargins(10, 6, 10, 6);
     strip->setSpacing(10);
-    for (QLabel* const label : {_machine, _estimates}) {
-        label->setTextFormat(Qt::PlainText);
-        label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-    }
     _estimates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     _estimates->setForegroundRole(QPalette::PlaceholderText);
     strip->addWidget(_picture);
@@ -112,11 +113,13 @@ void ScenePage::Show(const MachineService::Machine* ip_machine, bool i_is_gone, 
     QPixmap picture;
     if (ip_machine) {
         const auto machine = ip_machine->GetMachineData();
-        if (const auto& bytes = machine.picture.GetBytes(); !bytes.empty())
-            picture.loadFromData(bytes.data(), static_cast<uint>(bytes.size()), "PNG");
+        picture = DecodePicture(machine.picture.GetBytes());
         _machineText = QString::fromStdString(machine.name).simplified();
-        if (machine.buildVolume)
-            _machineText = tr("%1, %2").arg(_machineText, Hosting::DescribeVolume(machine));
+        if (const auto& volume = machine.buildVolume) {
+            _machineText =
+                tr("%1, %2").arg(_machineText, LengthText::ShowVolume(volume->isCircular, volume->maxX - volume->minX,
+                                                                      volume->maxY - volume->minY, volume->height));
+        }
     } else if (i_is_gone) {
         _machineText = tr("%1 is gone: nothing can be sent to it until it comes back.").arg(i_machine_name);
     } else {
@@ -126,7 +129,6 @@ void ScenePage::Show(const MachineService::Machine* ip_machine, bool i_is_gone, 
         picture = MakeLineIcon(QStringLiteral("machine")).pixmap(PictureSize, PictureSize, QIcon::Disabled);
     _picture->setPixmap(picture.scaled(PictureSize, PictureSize, Qt::KeepAspectRatio, Qt::SmoothTransformation));
     _machine->setText(_machineText);
-    _machine->setToolTip(_machineText);
     _choose->setVisible(!ip_machine);
     _platform->setVisible(ip_machine != nullptr);
     _ShowEstimates();
@@ -152,12 +154,13 @@ void ScenePage::_ShowEstimates()
             texts << tr("%1 cm³").arg(estimates->cubicCentimetres);
         if (!estimates->grams.isEmpty())
             texts << tr("%1 g").arg(estimates->grams);
+        if (const double cost = estimates->grams.toDouble() / 1000 * _preferences.GetPricePerKilogram(); cost > 0)
+            texts << QLocale().toCurrencyString(cost);
     }
     QString text = texts.join(QStringLiteral(" · "));
     if (_areEstimatesOld && !text.isEmpty())
         text = tr("Out of date: %1").arg(text);
     _estimates->setText(text);
-    _estimates->setToolTip(text);
     _estimates->setAccessibleName(text.isEmpty() ? tr("No estimates yet") : text);
 }
 
@@ -176,6 +179,7 @@ void ScenePage::_SetTexts()
     if (!_sideTabs)
         return;
     const int problems = qobject_cast<ProblemsPanel*>(_sideTabs->widget(1))->GetCount();
+    _sideTabs->setAccessibleName(tr("Parts and problems"));
     _sideTabs->setTabText(0, tr("Parts"));
     _sideTabs->setTabText(1, problems > 0 ? tr("Problems (%1)").arg(problems) : tr("Problems"));
 }

@@ -17,6 +17,7 @@ namespace Workbench {
 
 class PartsPanel;
 class PlateView;
+class Preferences;
 
 /// One open scene: its machine and what that estimated above, the plate below.
 class ScenePage final : public QWidget
@@ -24,7 +25,8 @@ class ScenePage final : public QWidget
     Q_OBJECT
 
 public:
-    explicit ScenePage(VexlorCore::DataSet& io_scene, QWidget* ip_parent = nullptr);
+    /// Ownership: scene and preferences must outlive it.
+    ScenePage(VexlorCore::DataSet& io_scene, const Preferences& i_preferences, QWidget* ip_parent = nullptr);
     ~ScenePage() override;
 
     VexlorCore::DataSet& GetScene() { return _scene; }
@@ -51,6 +53,7 @@ private:
     void _SetTexts();
 
     VexlorCore::DataSet& _scene;
+    const Preferences& _preferences;
     Selection _selection;
     PlateView* _plate;
     QLabel* _picture;

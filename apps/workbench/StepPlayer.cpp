@@ -151,7 +151,7 @@ QString StepPlayer::_Play(const QString& i_step)
     if (verb == QLatin1String("cancel"))
         return later([this] { _window.CancelJob(); });
     if (verb == QLatin1String("open"))
-        return _window.GetBook().Take({rest}), QString();
+        return _window.TakeFiles({rest}), QString();
     if (verb == QLatin1String("new"))
         return _window.GetBook().New(), QString();
     if (verb == QLatin1String("tab")) {

@@ -2,6 +2,7 @@
 #include "workbench/MainWindow.h"
 #include "workbench/StepPlayer.h"
 #include "workbench/base/FileHandover.h"
+#include "workbench/base/LogKeeper.h"
 #include "workbench/base/Preferences.h"
 #include "workbench/look/ThemePalette.h"
 
@@ -74,6 +75,11 @@ void FollowPreferences(QApplication& io_application, Workbench::Preferences& io_
         QLocale::setDefault(locale);
         Hosting::InstallTranslations(QStringLiteral("workbench"), locale);
     };
+    const auto set_log = [&io_preferences] {
+        Workbench::LogKeeper::SetDetailed(io_preferences.IsLogDetailed());
+    };
+    QObject::connect(&io_preferences, &Workbench::Preferences::LogChanged, &io_application, set_log);
+    set_log();
     QObject::connect(&io_preferences, &Workbench::Preferences::ThemeChanged, &io_application, show_theme);
     QObject::connect(&io_preferences, &Workbench::Preferences::LanguageChanged, &io_application, speak);
     show_theme();
@@ -123,6 +129,7 @@ int Run(int& io_argc, char** ip_argv)
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(io_argc, ip_argv);
     qInstallMessageHandler(former);
+    Workbench::LogKeeper::Install();
 
     const Hosting::HostProcess process;
     QApplication::setApplicationName(QStringLiteral("workbench"));
@@ -157,11 +164,11 @@ int Run(int& io_argc, char** ip_argv)
     const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
     window.show();
     if (!files.isEmpty())
-        window.GetBook().Take(files);
+        window.TakeFiles(files);
     Workbench::FileHandover handover;
     QObject::connect(&handover, &Workbench::FileHandover::Arrived, &window, [&window](const QStringList& i_files) {
         if (!i_files.isEmpty())
-            window.GetBook().Take(i_files);
+            window.TakeFiles(i_files);
         window.raise();
         window.activateWindow();
     });

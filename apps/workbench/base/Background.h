@@ -4,7 +4,9 @@
 #include <QString>
 #include <QThreadPool>
 
+#include <chrono>
 #include <functional>
+#include <future>
 #include <memory>
 #include <stop_token>
 #include <type_traits>
@@ -50,5 +52,17 @@ private:
     std::stop_source _stop;
     int _pending = 0;
 };
+
+/// What a machine service answers, in work for a Background; nothing yet, as a default value, once somebody asks to
+/// stop.
+template <class Answer>
+Answer Await(std::future<Answer>& io_answer, const std::stop_token& i_stop)
+{
+    while (io_answer.wait_for(std::chrono::milliseconds(50)) != std::future_status::ready) {
+        if (i_stop.stop_requested())
+            return Answer();
+    }
+    return io_answer.get();
+}
 
 } // namespace Workbench

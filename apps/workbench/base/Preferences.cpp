@@ -5,9 +5,13 @@ namespace Workbench {
 namespace {
 
 constexpr int MaxRecentFiles = 10;
+constexpr double LargestPrice = 1e6;
 
 const QString ThemeKey = QStringLiteral("look/theme");
 const QString LanguageKey = QStringLiteral("look/language");
+const QString UnitKey = QStringLiteral("look/lengths");
+const QString PriceKey = QStringLiteral("estimates/pricePerKilogram");
+const QString LogKey = QStringLiteral("log/isDetailed");
 const QString FavouritesKey = QStringLiteral("machines/favourites");
 const QString ShowsAllKey = QStringLiteral("machines/showAll");
 const QString RecentKey = QStringLiteral("files/recent");
@@ -54,6 +58,46 @@ void Preferences::SetLanguage(const QString& i_language)
         return;
     _settings.setValue(LanguageKey, i_language);
     Q_EMIT LanguageChanged();
+}
+
+LengthUnit Preferences::GetLengthUnit() const
+{
+    return _settings.value(UnitKey).toString() == QLatin1String("in") ? LengthUnit::Inch : LengthUnit::Millimetre;
+}
+
+void Preferences::SetLengthUnit(LengthUnit i_unit)
+{
+    if (i_unit == GetLengthUnit())
+        return;
+    _settings.setValue(UnitKey, i_unit == LengthUnit::Inch ? QStringLiteral("in") : QStringLiteral("mm"));
+    Q_EMIT LengthUnitChanged();
+}
+
+double Preferences::GetPricePerKilogram() const
+{
+    const double price = _settings.value(PriceKey).toDouble();
+    return price > 0 && price <= LargestPrice ? price : 0;
+}
+
+void Preferences::SetPricePerKilogram(double i_price)
+{
+    if (i_price == GetPricePerKilogram())
+        return;
+    _settings.setValue(PriceKey, i_price);
+    Q_EMIT PriceChanged();
+}
+
+bool Preferences::IsLogDetailed() const
+{
+    return _settings.value(LogKey, false).toBool();
+}
+
+void Preferences::SetLogDetailed(bool i_is_detailed)
+{
+    if (i_is_detailed == IsLogDetailed())
+        return;
+    _settings.setValue(LogKey, i_is_detailed);
+    Q_EMIT LogChanged();
 }
 
 void Preferences::SetFavourite(const QString& i_machine, bool i_is_favourite)
@@ -126,6 +170,22 @@ QByteArray Preferences::GetWindow(const QString& i_what) const
 void Preferences::SetWindow(const QString& i_what, const QByteArray& i_state)
 {
     _settings.setValue(QStringLiteral("window/") + i_what, i_state);
+}
+
+QStringList Preferences::Describe() const
+{
+    QStringList lines;
+    for (const QString& key : _settings.allKeys()) {
+        if (key.startsWith(QLatin1String("window/")))
+            continue;
+        const QVariant value = _settings.value(key);
+        QStringList texts = value.toStringList();
+        const QVariantMap named = value.toMap();
+        for (auto item = named.begin(); item != named.end(); ++item)
+            texts << item.key() + QLatin1Char('=') + item.value().toString();
+        lines << QStringLiteral("%1 = %2").arg(key, texts.join(QStringLiteral(", ")));
+    }
+    return lines;
 }
 
 } // namespace Workbench

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "workbench/base/LengthText.h"
+
 #include <QByteArray>
 #include <QMap>
 #include <QObject>
@@ -34,6 +36,15 @@ public:
     QString GetLanguage() const;
     void SetLanguage(const QString& i_language);
 
+    LengthUnit GetLengthUnit() const;
+    void SetLengthUnit(LengthUnit i_unit);
+    /// Of the material, in the currency of the user's language; 0 when it is not known.
+    double GetPricePerKilogram() const;
+    void SetPricePerKilogram(double i_price);
+    /// Also what is only of use for finding a fault.
+    bool IsLogDetailed() const;
+    void SetLogDetailed(bool i_is_detailed);
+
     bool IsFavourite(const QString& i_machine) const { return _favourites.contains(i_machine); }
     void SetFavourite(const QString& i_machine, bool i_is_favourite);
     /// Also machines that the host's own rule leaves out.
@@ -52,9 +63,15 @@ public:
     QByteArray GetWindow(const QString& i_what) const;
     void SetWindow(const QString& i_what, const QByteArray& i_state);
 
+    /// Everything but the window's shape, a line for each, for a report.
+    QStringList Describe() const;
+
 Q_SIGNALS:
     void ThemeChanged();
     void LanguageChanged();
+    void LengthUnitChanged();
+    void PriceChanged();
+    void LogChanged();
     void MachinesChanged();
     void RecentFilesChanged();
 

@@ -113,7 +113,7 @@ void JobsPanel::_SetTexts()
     _copy->setText(tr("Copy details"));
     _open->setText(tr("Open"));
     _showInFolder->setText(tr("Show in folder"));
-    _history->header()->setSectionResizeMode(JobList::StateColumn, QHeaderView::Stretch);
+    _history->header()->setSectionResizeMode(JobList::TitleColumn, QHeaderView::Stretch);
 }
 
 void JobsPanel::changeEvent(QEvent* ip_event)

@@ -1,7 +1,8 @@
 #include "workbench/look/ThemePalette.h"
 
+#include "workbench/look/WorkbenchStyle.h"
+
 #include <QApplication>
-#include <QStyleFactory>
 #include <QToolTip>
 
 #include <algorithm>
@@ -85,7 +86,7 @@ double GetContrast(const QColor& i_left, const QColor& i_right)
 
 void ApplyTheme(QApplication& io_application, bool i_is_dark)
 {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new WorkbenchStyle);
     const QPalette palette = MakePalette(i_is_dark);
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);

@@ -1,8 +1,9 @@
 #include "workbench/machines/MachineList.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/base/Preferences.h"
+#include "workbench/look/MachinePicture.h"
 
-#include "hosting/MachineChoice.h"
 #include "hosting/MachineIds.h"
 
 #include <QMimeData>
@@ -20,21 +21,17 @@ using MachineService::ServiceStatus;
 
 constexpr int AgeInterval = 30'000; ///< ms
 
-QPixmap Decode(const MachineService::MachinePicture& i_picture)
-{
-    constexpr std::size_t maxBytes = 1 << 20;
-    const auto& bytes = i_picture.GetBytes();
-    if (bytes.empty() || bytes.size() > maxBytes)
-        return {};
-    // Its bytes bound what a PNG decodes to; a header that claims more is refused.
-    QPixmap pixmap;
-    pixmap.loadFromData(bytes.data(), static_cast<uint>(bytes.size()), "PNG");
-    return pixmap.width() > 1024 || pixmap.height() > 1024 ? QPixmap() : pixmap;
-}
-
 QString ToText(const std::string& i_text)
 {
     return QString::fromStdString(i_text).simplified();
+}
+
+QString ToText(const std::optional<MachineService::BuildVolume>& i_volume)
+{
+    if (!i_volume)
+        return MachineList::tr("size unknown");
+    return LengthText::ShowVolume(i_volume->isCircular, i_volume->maxX - i_volume->minX,
+                                  i_volume->maxY - i_volume->minY, i_volume->height);
 }
 
 bool IsBefore(const QString& i_left, const QString& i_right)
@@ -119,7 +116,7 @@ void MachineList::_Put(MachineService::MachineData i_data, bool i_is_gone)
         // One that was renamed finds its new place.
         if (known->data.name == i_data.name && known->data.serviceId == i_data.serviceId) {
             if (!(known->data.picture == i_data.picture))
-                known->picture = Decode(i_data.picture);
+                known->picture = DecodePicture(i_data.picture.GetBytes());
             known->data = std::move(i_data);
             known->isGone = i_is_gone;
             const QModelIndex changed = Find(id);
@@ -141,7 +138,7 @@ void MachineList::_Put(MachineService::MachineData i_data, bool i_is_gone)
     beginInsertRows(index(service_row, 0), row, row);
     auto machine = std::make_unique<Machine>();
     machine->id = id;
-    machine->picture = Decode(i_data.picture);
+    machine->picture = DecodePicture(i_data.picture.GetBytes());
     machine->data = std::move(i_data);
     machine->isGone = i_is_gone;
     _byId.insert(id, machine.get());
@@ -322,7 +319,7 @@ QVariant MachineList::_GetData(const Machine& i_machine, int i_role) const
     const auto& data = i_machine.data;
     const QString id = i_machine.id.toString(QUuid::WithoutBraces);
     const auto detail = [&] {
-        QStringList texts{ToText(data.manufacturer), Hosting::DescribeVolume(data)};
+        QStringList texts{ToText(data.manufacturer), ToText(data.buildVolume)};
         texts.removeAll(QString());
         return texts.join(QStringLiteral(" · "));
     };

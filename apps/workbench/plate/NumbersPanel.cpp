@@ -1,5 +1,6 @@
 #include "workbench/plate/NumbersPanel.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/plate/PartEdits.h"
 #include "workbench/plate/PlateModel.h"
 
@@ -7,6 +8,7 @@
 #include <QEvent>
 #include <QFormLayout>
 #include <QLabel>
+#include <QLocale>
 #include <QSignalBlocker>
 
 #include <algorithm>
@@ -17,7 +19,6 @@ namespace Workbench {
 
 namespace {
 
-constexpr double MillimetresPerInch = 25.4;
 constexpr double LargestLength = 100'000; ///< mm
 
 /// Of a part's own placement. Units: degrees counter-clockwise.
@@ -58,12 +59,6 @@ NumbersPanel::NumbersPanel(PlateModel& io_model, QWidget* ip_parent)
     _Translate();
 }
 
-void NumbersPanel::SetUnit(LengthUnit i_unit)
-{
-    _unit = i_unit;
-    _Translate();
-}
-
 void NumbersPanel::changeEvent(QEvent* ip_event)
 {
     if (ip_event->type() == QEvent::LanguageChange)
@@ -71,19 +66,9 @@ void NumbersPanel::changeEvent(QEvent* ip_event)
     QWidget::changeEvent(ip_event);
 }
 
-double NumbersPanel::_FromMillimetres(double i_value) const
-{
-    return _unit == LengthUnit::Inch ? i_value / MillimetresPerInch : i_value;
-}
-
-double NumbersPanel::_ToMillimetres(double i_value) const
-{
-    return _unit == LengthUnit::Inch ? i_value * MillimetresPerInch : i_value;
-}
-
 void NumbersPanel::_Translate()
 {
-    const QString unit = _unit == LengthUnit::Inch ? tr(" in") : tr(" mm");
+    const QString unit = QLatin1Char(' ') + LengthText::GetUnitName();
     const QStringList names{tr("Position X"),
                             tr("Position Y"),
                             tr("Height above the plate"),
@@ -92,10 +77,11 @@ void NumbersPanel::_Translate()
                             tr("Width"),
                             tr("Depth"),
                             tr("Height")};
-    const bool isInch = _unit == LengthUnit::Inch;
+    const bool isInch = LengthText::GetUnit() == LengthUnit::Inch;
     for (int field = 0; field < FieldCount; ++field) {
         QDoubleSpinBox& box = *_fields[static_cast<std::size_t>(field)];
         const QSignalBlocker blocker(box);
+        box.setLocale(QLocale());
         _labels[static_cast<std::size_t>(field)]->setText(names[field]);
         box.setAccessibleName(names[field]);
         if (field == Turn) {
@@ -110,8 +96,8 @@ void NumbersPanel::_Translate()
             box.setSingleStep(5);
         } else {
             box.setSuffix(unit);
-            const double most = _FromMillimetres(LargestLength);
-            box.setRange(field >= SizeX ? _FromMillimetres(0.001) : -most, most);
+            const double most = LengthText::FromMillimetres(LargestLength);
+            box.setRange(field >= SizeX ? LengthText::FromMillimetres(0.001) : -most, most);
             box.setDecimals(isInch ? 4 : 2);
             box.setSingleStep(isInch ? 0.05 : 1);
         }
@@ -133,12 +119,12 @@ void NumbersPanel::_Fill()
     std::array<double, FieldCount> values{};
     values[ScaleField] = 100;
     if (hasBox) {
-        values[X] = _FromMillimetres((box.min.x + box.max.x) / 2);
-        values[Y] = _FromMillimetres((box.min.y + box.max.y) / 2);
-        values[Z] = _FromMillimetres(box.min.z);
-        values[SizeX] = _FromMillimetres(box.max.x - box.min.x);
-        values[SizeY] = _FromMillimetres(box.max.y - box.min.y);
-        values[SizeZ] = _FromMillimetres(box.max.z - box.min.z);
+        values[X] = LengthText::FromMillimetres((box.min.x + box.max.x) / 2);
+        values[Y] = LengthText::FromMillimetres((box.min.y + box.max.y) / 2);
+        values[Z] = LengthText::FromMillimetres(box.min.z);
+        values[SizeX] = LengthText::FromMillimetres(box.max.x - box.min.x);
+        values[SizeY] = LengthText::FromMillimetres(box.max.y - box.min.y);
+        values[SizeZ] = LengthText::FromMillimetres(box.max.z - box.min.z);
         const TavAM::Part* const part = ids.size() == 1 ? scene->GetPlatform().FindPart(ids.front()) : nullptr;
         if (part) {
             values[Turn] = GetTurn(part->GetPlacement());
@@ -161,7 +147,7 @@ void NumbersPanel::_Take(Field i_field)
     const double former = _shown[i_field];
     if (!scene || value == former)
         return;
-    const double by = _ToMillimetres(value - former);
+    const double by = LengthText::ToMillimetres(value - former);
     switch (i_field) {
     case X:
         PartEdits::Move(*scene, ids, {by, 0, 0});

@@ -11,13 +11,6 @@ namespace Workbench {
 
 class PlateModel;
 
-/// In what lengths are shown; scenes and files keep mm.
-enum class LengthUnit
-{
-    Millimetre,
-    Inch,
-};
-
 /// Where the selected parts stand, how they are turned, and how large they are, as numbers to be changed. Each change
 /// is one step that can be undone.
 ///
@@ -31,8 +24,6 @@ class NumbersPanel final : public QWidget
 
 public:
     explicit NumbersPanel(PlateModel& io_model, QWidget* ip_parent = nullptr);
-
-    void SetUnit(LengthUnit i_unit);
 
 protected:
     void changeEvent(QEvent* ip_event) override;
@@ -54,11 +45,8 @@ private:
     void _Translate();
     void _Fill();
     void _Take(Field i_field);
-    double _FromMillimetres(double i_value) const;
-    double _ToMillimetres(double i_value) const;
 
     PlateModel& _model;
-    LengthUnit _unit = LengthUnit::Millimetre;
     QLabel* _title = nullptr;
     std::array<QLabel*, FieldCount> _labels{};
     std::array<QDoubleSpinBox*, FieldCount> _fields{};

@@ -1,5 +1,6 @@
 #include "workbench/plate/PlateInteraction.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/plate/PartEdits.h"
 #include "workbench/plate/Picking.h"
 #include "workbench/plate/PlateModel.h"
@@ -236,8 +237,7 @@ void PlateInteraction::_MoveParts(const QPointF& i_at)
         return;
     const double x = to.x - from.x;
     const double y = to.y - from.y;
-    const QLocale locale;
-    _dragText = tr("%1, %2 mm").arg(locale.toString(x, 'f', 1), locale.toString(y, 'f', 1));
+    _dragText = tr("%1, %2").arg(LengthText::ShowNumber(x, 1), LengthText::Show(y, 1));
     _model.SetChangeInHand(TavAM::Transform::Translation(x, y, 0));
 }
 

@@ -1,10 +1,10 @@
 #include "workbench/plate/PlateOverlay.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/plate/PlateInteraction.h"
 #include "workbench/plate/PlateModel.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -52,8 +52,6 @@ public:
     }
 
 private:
-    static QString _Number(double i_value, int i_decimals = 0) { return QLocale().toString(i_value, 'f', i_decimals); }
-
     /// Centred at the pixel.
     void _DrawText(const QPointF& i_at, const QString& i_text, bool i_has_surface)
     {
@@ -114,7 +112,7 @@ private:
             if (!_last.isNull() && QLineF(_last, text).length() < 18)
                 continue;
             _last = text;
-            _DrawText(text, _Number(std::abs(value) < 1e-6 ? 0 : value), false);
+            _DrawText(text, LengthText::ShowNumber(std::abs(value) < 1e-6 ? 0 : value, 0), false);
         }
         _last = {};
     }
@@ -213,10 +211,7 @@ private:
         QStringList lines;
         if (bed.isKnown) {
             const QString volume =
-                bed.isCircular
-                    ? Texts::tr("⌀ %1 × %2 mm").arg(_Number(bed.maxX - bed.minX), _Number(bed.height))
-                    : Texts::tr("%1 × %2 × %3 mm")
-                          .arg(_Number(bed.maxX - bed.minX), _Number(bed.maxY - bed.minY), _Number(bed.height));
+                LengthText::ShowVolume(bed.isCircular, bed.maxX - bed.minX, bed.maxY - bed.minY, bed.height);
             lines << (bed.machine.isEmpty() ? volume : QStringLiteral("%1  ·  %2").arg(bed.machine, volume));
         } else {
             lines << Texts::tr("No printer: the plate is only something to look at");
@@ -225,9 +220,9 @@ private:
         const auto selected = std::count_if(_model.GetParts().begin(), _model.GetParts().end(),
                                             [](const PlatePart& i_part) { return i_part.isSelected; });
         if (selected > 0 && !box.IsEmpty()) {
-            lines << Texts::tr("%n selected: %1 × %2 × %3 mm", "", static_cast<int>(selected))
-                         .arg(_Number(box.max.x - box.min.x, 1), _Number(box.max.y - box.min.y, 1),
-                              _Number(box.max.z - box.min.z, 1));
+            lines << Texts::tr("%n selected: %1", "", static_cast<int>(selected))
+                         .arg(LengthText::ShowBox(box.max.x - box.min.x, box.max.y - box.min.y, box.max.z - box.min.z,
+                                                  1));
         }
         const QFontMetricsF metrics(_painter.font());
         double y = _camera.GetViewport().height() - 14 - metrics.height() * static_cast<double>(lines.size() - 1);

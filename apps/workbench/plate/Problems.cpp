@@ -1,9 +1,10 @@
 #include "workbench/plate/Problems.h"
 
+#include "workbench/base/LengthText.h"
+
 #include "tavam/Collision.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 
 #include <algorithm>
 #include <array>
@@ -124,10 +125,7 @@ private:
         _problems.push_back({i_kind, i_part.id, {}, i_text});
     }
 
-    static QString _Length(double i_millimetres)
-    {
-        return Texts::tr("%1 mm").arg(QLocale().toString(i_millimetres, 'f', i_millimetres < 1 ? 2 : 1));
-    }
+    static QString _Length(double i_millimetres) { return LengthText::Show(i_millimetres, i_millimetres < 1 ? 2 : 1); }
 
     void _CheckVolume(const PlatePart& i_part)
     {

@@ -1,5 +1,6 @@
 #include "workbench/preview/PreviewView.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/preview/MoveStyle.h"
 #include "workbench/preview/PreviewCanvas.h"
 #include "workbench/preview/PreviewModel.h"
@@ -285,17 +286,18 @@ void PreviewView::_ShowNumbers()
     };
     QStringList lines;
     lines << tr("of %1 layers").arg(_model->GetLayerCount());
-    lines << tr("Height %1 mm").arg(number(_model->GetLayerTop(shown->number), 2));
+    lines << tr("Height %1").arg(LengthText::Show(_model->GetLayerTop(shown->number), 2));
     if (const double seconds = _model->GetLayerSeconds(shown->number); seconds > 0)
         lines << tr("Time of the layer %1").arg(FormatDuration(seconds));
     if (const double seconds = _model->GetSeconds(); seconds > 0)
         lines << tr("Time of all layers %1").arg(FormatDuration(seconds));
     if (const MachineFileIndex* const index = _model->GetIndex()) {
         const LayerSummary& layer = index->layers[shown->number];
-        lines << tr("Filament %1 mm of %2 m").arg(number(layer.filament, 1), number(index->GetFilament() / 1000, 2));
+        lines << tr("Filament %1 of %2 m")
+                     .arg(LengthText::Show(layer.filament, 1), number(index->GetFilament() / 1000, 2));
         if (layer.minX <= layer.maxX) {
-            lines << tr("X %1 to %2 mm").arg(number(layer.minX, 1), number(layer.maxX, 1));
-            lines << tr("Y %1 to %2 mm").arg(number(layer.minY, 1), number(layer.maxY, 1));
+            lines << tr("X %1 to %2").arg(LengthText::ShowNumber(layer.minX, 1), LengthText::Show(layer.maxX, 1));
+            lines << tr("Y %1 to %2").arg(LengthText::ShowNumber(layer.minY, 1), LengthText::Show(layer.maxY, 1));
         }
     }
     _numbers->setText(lines.join(QLatin1Char('\n')));

@@ -60,6 +60,8 @@ RecoveryKeeper::~RecoveryKeeper()
 {
     disconnect(&_book, nullptr, this, nullptr);
     Remove(_atEnd);
+    // What is being written would come after its folder went.
+    _background.reset();
     if (_folder.isEmpty())
         return;
     _lock.reset();
@@ -131,13 +133,16 @@ void RecoveryKeeper::_Write()
             copy = _folder + QLatin1Char('/') + QUuid::createUuid().toString(QUuid::WithoutBraces) + Ending;
         const auto write = [copy, platform = scene->GetPlatform(), name = _book.GetName(*scene),
                             file = SceneBook::GetFile(*scene)](const std::stop_token&) {
+            {
+                // First, so that no copy is without.
+                QSettings notes(GetNotesFile(copy), QSettings::IniFormat);
+                notes.setValue(QStringLiteral("name"), name);
+                notes.setValue(QStringLiteral("file"), file);
+            }
             TavAM::AMXFileWriter().WriteFile(TavSDK::PathFromUtf8(copy.toUtf8().toStdString()), platform);
-            QSettings notes(GetNotesFile(copy), QSettings::IniFormat);
-            notes.setValue(QStringLiteral("name"), name);
-            notes.setValue(QStringLiteral("file"), file);
             return copy;
         };
-        _background.Run(
+        _background->Run(
             write,
             [this](const QString& i_copy) {
                 // Saved or closed while it was written.

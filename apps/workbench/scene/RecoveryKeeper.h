@@ -69,7 +69,7 @@ private:
     std::map<const VexlorCore::DataSet*, QString> _copies;
     std::set<const VexlorCore::DataSet*> _changed; ///< since their copy
     QTimer _pause;
-    Background _background; ///< last, so that it goes first
+    std::unique_ptr<Background> _background = std::make_unique<Background>(); ///< goes first
 };
 
 } // namespace Workbench

@@ -1,5 +1,6 @@
 #include "apps/workbench/plate/PlateFixture.h"
 
+#include "workbench/base/LengthText.h"
 #include "workbench/plate/GlPlateCanvas.h"
 #include "workbench/plate/NumbersPanel.h"
 #include "workbench/plate/PlanCanvas.h"
@@ -187,10 +188,13 @@ TEST_F(PlateViewTest, NumbersAreChangedAsTheyAreShown)
         EXPECT_NEAR(min.z, row.min.z, 1e-4);
     }
     EXPECT_EQ(CountSteps(), std::size(rows));
-    panel.SetUnit(LengthUnit::Inch);
+    LengthText::SetUnit(LengthUnit::Inch);
+    QEvent event(QEvent::LanguageChange);
+    QCoreApplication::sendEvent(&panel, &event);
     EXPECT_NEAR(fields[0]->value(), 50 / 25.4, 1e-4);
     fields[0]->setValue(1);
     EXPECT_NEAR(GetParts()[0].GetBoundingBox().min.x, 15.4, 0.01);
+    LengthText::SetUnit(LengthUnit::Millimetre);
 }
 
 TEST_F(PlateViewTest, ProblemsAreListedAndLeadToTheirParts)

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <fstream>
 #include <numbers>
+#include <optional>
 
 namespace {
 
@@ -40,7 +41,7 @@ public:
         layer.maxY = std::max({layer.maxY, i_move.fromY, i_move.y});
     }
     void OnArc() override { ADD_FAILURE(); }
-    void OnCommand(std::string_view, std::string_view) override {}
+    void OnPart(std::optional<std::size_t>) override {}
     void OnComment(std::string_view i_text) override
     {
         if (i_text == "LAYER_CHANGE")
@@ -119,7 +120,8 @@ TEST_F(MachineFileTest, LayersAndTimeAreThoseOfTheEngine)
         const auto path = GetPath("file.gcode");
         const MachineFileIndex index = *IndexMachineFile(path, {}, {});
         LayerReader reader;
-        MachineService::BuildProcessor::ReadGCode(path, reader, {});
+        MachineService::BuildProcessor::ReadGCode(
+            path, std::array<MachineService::BuildProcessor::IGCodeVisitor*, 1>{&reader}, {});
         ASSERT_EQ(index.layers.size(), reader.layers.size());
         for (std::size_t layer = 0; layer < index.layers.size(); ++layer) {
             const LayerSummary& found = index.layers[layer];
