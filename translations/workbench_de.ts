@@ -7,54 +7,6 @@
         <source>The steps in &apos;%1&apos; cannot be read.</source>
         <translation>Die Schritte in „%1“ können nicht gelesen werden.</translation>
     </message>
-    <message>
-        <source>Open</source>
-        <translation>Öffnen</translation>
-    </message>
-    <message>
-        <source>Open: %1</source>
-        <translation>Öffnen: %1</translation>
-    </message>
-    <message>
-        <source>Your printers&apos; profiles</source>
-        <translation>Profile Ihrer Drucker</translation>
-    </message>
-    <message>
-        <source>Machine files</source>
-        <translation>Maschinendateien</translation>
-    </message>
-    <message>
-        <source>Clear</source>
-        <translation>Leeren</translation>
-    </message>
-    <message>
-        <source>Clear the kept results</source>
-        <translation>Aufgehobene Ergebnisse leeren</translation>
-    </message>
-    <message>
-        <source>The engine&apos;s results are kept so that nothing is sliced twice. Clearing costs only time.</source>
-        <translation>Die Ergebnisse der Slicing-Engine werden aufgehoben, damit nichts zweimal geschnitten wird. Das Leeren kostet nur Zeit.</translation>
-    </message>
-    <message>
-        <source>Kept results of the engine</source>
-        <translation>Aufgehobene Ergebnisse der Engine</translation>
-    </message>
-    <message>
-        <source>Detailed, for finding a fault</source>
-        <translation>Ausführlich, für die Fehlersuche</translation>
-    </message>
-    <message>
-        <source>Log</source>
-        <translation>Protokoll</translation>
-    </message>
-    <message>
-        <source>being measured</source>
-        <translation>wird ermittelt</translation>
-    </message>
-    <message>
-        <source>none</source>
-        <translation>keine</translation>
-    </message>
 </context>
 <context>
     <name>Workbench::CommandLine</name>
@@ -75,12 +27,12 @@
         <translation>Schreibt ein Bild des Fensters, sobald alles gezeichnet ist, und endet.</translation>
     </message>
     <message>
-        <source>Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, tab NUMBER, select NUMBER, search WORDS, cancel, close, language CODE, theme NAME, size WIDTHxHEIGHT, wait.</source>
-        <translation>Spielt zuerst die Schritte einer Datei, je einen in einer Zeile: attach NAME, platform, accept, command ID, open DATEI, tab NUMMER, select NUMMER, search WÖRTER, cancel, close, language CODE, theme NAME, size BREITExHÖHE, wait.</translation>
-    </message>
-    <message>
         <source>Platforms to open and meshes to import.</source>
         <translation>Plattformen zum Öffnen und Netze zum Importieren.</translation>
+    </message>
+    <message>
+        <source>Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, new, tab NUMBER, select NUMBER, search WORDS, cancel, close, shortcuts, settings, report, language CODE, lengths UNIT, theme NAME, size WIDTHxHEIGHT, wait.</source>
+        <translation>Spielt zuerst die Schritte einer Datei ab, einen je Zeile: attach NAME, platform, accept, command ID, open DATEI, new, tab NUMMER, select NUMMER, search WORTE, cancel, close, shortcuts, settings, report, language KÜRZEL, lengths EINHEIT, theme NAME, size BREITExHÖHE, wait.</translation>
     </message>
 </context>
 <context>
@@ -854,6 +806,10 @@
         <source>The printer &apos;%1&apos; was added to your machines.</source>
         <translation>Der Drucker „%1“ wurde zu Ihren Maschinen hinzugefügt.</translation>
     </message>
+    <message>
+        <source>%1 of &apos;%2&apos;</source>
+        <translation>%1 von „%2“</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::MoveStyle</name>
@@ -1484,6 +1440,54 @@
     <message>
         <source>not known</source>
         <translation>nicht bekannt</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>Öffnen</translation>
+    </message>
+    <message>
+        <source>Open: %1</source>
+        <translation>Öffnen: %1</translation>
+    </message>
+    <message>
+        <source>Your printers&apos; profiles</source>
+        <translation>Profile Ihrer Drucker</translation>
+    </message>
+    <message>
+        <source>Machine files</source>
+        <translation>Maschinendateien</translation>
+    </message>
+    <message>
+        <source>Clear</source>
+        <translation>Leeren</translation>
+    </message>
+    <message>
+        <source>Clear the kept results</source>
+        <translation>Aufgehobene Ergebnisse leeren</translation>
+    </message>
+    <message>
+        <source>The engine&apos;s results are kept so that nothing is sliced twice. Clearing costs only time.</source>
+        <translation>Die Ergebnisse der Slicing-Engine werden aufgehoben, damit nichts zweimal geschnitten wird. Das Leeren kostet nur Zeit.</translation>
+    </message>
+    <message>
+        <source>Kept results of the engine</source>
+        <translation>Aufgehobene Ergebnisse der Engine</translation>
+    </message>
+    <message>
+        <source>Detailed, for finding a fault</source>
+        <translation>Ausführlich, für die Fehlersuche</translation>
+    </message>
+    <message>
+        <source>Log</source>
+        <translation>Protokoll</translation>
+    </message>
+    <message>
+        <source>being measured</source>
+        <translation>wird ermittelt</translation>
+    </message>
+    <message>
+        <source>none</source>
+        <translation>keine</translation>
     </message>
 </context>
 <context>

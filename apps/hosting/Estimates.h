@@ -15,6 +15,8 @@ struct PartEstimates
     QString name;
     QString layers;
     QString cubicCentimetres;
+
+    bool operator==(const PartEstimates&) const = default;
 };
 
 /// What a machine estimates that a platform takes. Texts as the machine wrote them; empty where it told nothing.
@@ -26,6 +28,8 @@ struct Estimates
     QString cubicCentimetres;
     QString grams;
     std::vector<PartEstimates> parts; ///< in the platform's order
+
+    bool operator==(const Estimates&) const = default;
 };
 
 /// Empty when the platform carries no estimates: nothing was built.

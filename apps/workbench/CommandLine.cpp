@@ -26,8 +26,10 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
     const QCommandLineOption steps(
         QStringLiteral("steps"),
         Texts::tr(
-            "Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, tab "
-            "NUMBER, select NUMBER, search WORDS, cancel, close, language CODE, theme NAME, size WIDTHxHEIGHT, wait."),
+            "Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, new, "
+            "tab "
+            "NUMBER, select NUMBER, search WORDS, cancel, close, shortcuts, settings, report, language CODE, lengths "
+            "UNIT, theme NAME, size WIDTHxHEIGHT, wait."),
         QStringLiteral("FILE"));
     parser.addOptions({help, version, screenshot, steps});
     parser.addPositionalArgument(QStringLiteral("files"), Texts::tr("Platforms to open and meshes to import."),

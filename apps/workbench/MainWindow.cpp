@@ -197,6 +197,7 @@ void MainWindow::_AddPage(VexlorCore::DataSet& io_scene)
     _sides->addWidget(page->GetSide());
     const QSignalBlocker blocker(_tabs);
     _tabs->addTab(page, QString());
+    _NoteEstimates(io_scene);
     _ShowScene(&io_scene);
 }
 

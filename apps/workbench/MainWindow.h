@@ -95,6 +95,8 @@ private:
     void _RemovePage(const VexlorCore::DataSet* ip_scene);
     ScenePage* _FindPage(const VexlorCore::DataSet* ip_scene) const;
     void _ShowScene(VexlorCore::DataSet* ip_scene);
+    /// The figures that the scene carries are of the scene as it stands.
+    void _NoteEstimates(const VexlorCore::DataSet& i_scene);
     void _ShowActive();
     /// What can be done on the plate stands in the menus as well.
     void _ShowPlateActions(ScenePage* ip_page);

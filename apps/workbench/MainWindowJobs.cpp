@@ -20,6 +20,17 @@
 
 namespace Workbench {
 
+namespace {
+
+/// Also where what came out is what was there.
+bool MakesEstimates(const QString& i_command)
+{
+    return i_command == QLatin1String("Print3D.Print") ||
+           i_command == QLatin1String("Print3D.PrintConsumptionEstimations");
+}
+
+} // namespace
+
 void MainWindow::Attach(const QUuid& i_machine)
 {
     if (i_machine.isNull())
@@ -139,22 +150,33 @@ void MainWindow::RunCommand(const QString& i_id)
     const auto recorder = _recorder;
     {
         JobRecorder::Command entry(*recorder, command->GetTitle());
+        const QString title = command->GetTitle();
+        const auto estimates = scene ? Hosting::ReadEstimates(scene->GetPlatform()) : std::nullopt;
+        const std::size_t steps = _book.GetHistory().CountSteps(scene);
         // Returns when the job has ended; everything else goes on meanwhile.
         if (command->Exec())
             entry.SetDone();
         if (!alive)
             return;
         if (scene && _host.GetDatabase().Contains(scene)) {
+            if (_book.GetHistory().CountSteps(scene) > steps)
+                _book.GetHistory().NameNewest(scene, tr("%1 of '%2'").arg(title, _book.GetName(*scene)));
             if (const auto file = Hosting::GetMachineFile(scene->GetPlatform()); !file.empty() && _jobs.IsRunning())
                 _jobs.AddFile(Hosting::FromPath(file));
+            // A command that only moves parts leaves those of before.
+            if (MakesEstimates(i_id) || Hosting::ReadEstimates(scene->GetPlatform()) != estimates)
+                _NoteEstimates(*scene);
         }
     }
-    if (scene && _host.GetDatabase().Contains(scene)) {
-        if (Hosting::ReadEstimates(scene->GetPlatform()))
-            _estimated.try_emplace(scene, 0).first->second = GetFingerprint(scene->GetPlatform());
+    if (scene && _host.GetDatabase().Contains(scene))
         _ShowScene(scene);
-    }
     _recovery.KeepNow();
+}
+
+void MainWindow::_NoteEstimates(const VexlorCore::DataSet& i_scene)
+{
+    if (Hosting::ReadEstimates(i_scene.GetPlatform()))
+        _estimated[&i_scene] = GetFingerprint(i_scene.GetPlatform());
 }
 
 void MainWindow::CancelJob()

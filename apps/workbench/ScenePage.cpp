@@ -64,8 +64,8 @@ ScenePage::ScenePage(VexlorCore::DataSet& io_scene, const Preferences& i_prefere
     _estimates->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
     _estimates->setForegroundRole(QPalette::PlaceholderText);
     strip->addWidget(_picture);
-    strip->addWidget(_machine, 3);
-    strip->addWidget(_estimates, 3);
+    strip->addWidget(_machine, 1);
+    strip->addWidget(_estimates);
     strip->addWidget(_choose);
     strip->addWidget(_platform);
     auto* const column = new QVBoxLayout(this);
@@ -161,6 +161,7 @@ void ScenePage::_ShowEstimates()
     if (_areEstimatesOld && !text.isEmpty())
         text = tr("Out of date: %1").arg(text);
     _estimates->setText(text);
+    _estimates->setVisible(!text.isEmpty());
     _estimates->setAccessibleName(text.isEmpty() ? tr("No estimates yet") : text);
 }
 

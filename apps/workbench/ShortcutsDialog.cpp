@@ -52,8 +52,8 @@ ShortcutsDialog::ShortcutsDialog(QWidget& i_window)
         table->setItem(row, 0, new QTableWidgetItem(shortcut.key()));
         table->setItem(row, 1, new QTableWidgetItem(shortcut.value()));
     }
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
-    buttons->button(QDialogButtonBox::Close)->setText(tr("Close"));
+    auto* const buttons = new QDialogButtonBox(this);
+    buttons->addButton(tr("Close"), QDialogButtonBox::RejectRole);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     auto* const column = new QVBoxLayout(this);
     column->addWidget(table);

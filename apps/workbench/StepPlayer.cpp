@@ -15,6 +15,9 @@
 #include <QSaveFile>
 #include <QScreen>
 
+#include <functional>
+#include <utility>
+
 namespace Workbench {
 
 namespace {
@@ -55,6 +58,9 @@ bool StepPlayer::_IsAtRest() const
 {
     if (_window.GetBook().IsBusy() || _window.GetMachines().GetMachineCount() == 0)
         return false;
+    // A box is answered by the next step.
+    if (_window.GetBoxes().GetOpen())
+        return true;
     if (_window.GetJobs().IsRunning())
         return false;
     ScenePage* const page = _window.GetPage();
@@ -122,73 +128,161 @@ QString StepPlayer::_AnswerDialog(bool i_accept)
     return {};
 }
 
+template <class Work>
+QString StepPlayer::_Later(Work i_work)
+{
+    QMetaObject::invokeMethod(&_window, i_work, Qt::QueuedConnection);
+    return {};
+}
+
+QString StepPlayer::_RunCommand(const QString& i_words)
+{
+    const QString id = i_words.section(QLatin1Char(' '), 0, 0);
+    const CommandButton* const button = _window.GetRibbon().FindButton(id);
+    if (!button)
+        return tr("the machine has no such command.");
+    if (button->IsRefused())
+        return button->GetRefusal();
+    return _Later([this, id] { _window.RunCommand(id); });
+}
+
+QString StepPlayer::_ShowTab(const QString& i_number)
+{
+    const auto scenes = _window.GetBook().GetScenes();
+    const std::size_t number = i_number.toUInt();
+    if (number < 1 || number > scenes.size())
+        return tr("there is no such tab.");
+    _window.GetBook().SetActive(scenes[number - 1]);
+    return {};
+}
+
+QString StepPlayer::_Select(const QString& i_number)
+{
+    ScenePage* const page = _window.GetPage();
+    const std::size_t number = i_number.toUInt();
+    if (!page || number < 1 || number > page->GetScene().GetParts().size())
+        return tr("there is no such part.");
+    page->GetSelection().Set({page->GetScene().GetParts()[number - 1].GetRevisionId()});
+    return {};
+}
+
+QString StepPlayer::_Search(const QString& i_words)
+{
+    _window.GetActions().Get(MainActions::FindMachine)->trigger();
+    if (auto* const search = qobject_cast<QLineEdit*>(QApplication::focusWidget()))
+        search->setText(i_words);
+    return {};
+}
+
+QString StepPlayer::_Resize(const QString& i_size)
+{
+    const int width = i_size.section(QLatin1Char('x'), 0, 0).toInt();
+    const int height = i_size.section(QLatin1Char('x'), 1).toInt();
+    if (width < 100 || height < 100)
+        return tr("the size is missing.");
+    _window.resize(width, height);
+    return {};
+}
+
 QString StepPlayer::_Play(const QString& i_step)
 {
     const QString verb = i_step.section(QLatin1Char(' '), 0, 0);
     const QString rest = i_step.section(QLatin1Char(' '), 1);
-    const auto later = [this](auto i_work) {
-        QMetaObject::invokeMethod(&_window, i_work, Qt::QueuedConnection);
+    _waits = verb != QLatin1String("command") || !rest.endsWith(QLatin1String(" &"));
+    const auto done = [](auto i_work) {
+        i_work();
         return QString();
     };
-    _waits = verb != QLatin1String("command") || !rest.endsWith(QLatin1String(" &"));
-    if (verb == QLatin1String("wait"))
-        return {};
-    if (verb == QLatin1String("attach"))
-        return _Attach(rest);
-    if (verb == QLatin1String("platform"))
-        return later([this] { _window.NewPlatform(); });
-    if (verb == QLatin1String("accept") || verb == QLatin1String("close"))
-        return _AnswerDialog(verb == QLatin1String("accept"));
-    if (verb == QLatin1String("command")) {
-        const QString id = rest.section(QLatin1Char(' '), 0, 0);
-        const CommandButton* const button = _window.GetRibbon().FindButton(id);
-        if (!button)
-            return tr("the machine has no such command.");
-        if (button->IsRefused())
-            return button->GetRefusal();
-        return later([this, id] { _window.RunCommand(id); });
-    }
-    if (verb == QLatin1String("cancel"))
-        return later([this] { _window.CancelJob(); });
-    if (verb == QLatin1String("open"))
-        return _window.TakeFiles({rest}), QString();
-    if (verb == QLatin1String("new"))
-        return _window.GetBook().New(), QString();
-    if (verb == QLatin1String("tab")) {
-        const auto scenes = _window.GetBook().GetScenes();
-        const std::size_t number = rest.toUInt();
-        if (number < 1 || number > scenes.size())
-            return tr("there is no such tab.");
-        return _window.GetBook().SetActive(scenes[number - 1]), QString();
-    }
-    if (verb == QLatin1String("select")) {
-        ScenePage* const page = _window.GetPage();
-        const std::size_t number = rest.toUInt();
-        if (!page || number < 1 || number > page->GetScene().GetParts().size())
-            return tr("there is no such part.");
-        return page->GetSelection().Set({page->GetScene().GetParts()[number - 1].GetRevisionId()}), QString();
-    }
-    if (verb == QLatin1String("search")) {
-        _window.GetActions().Get(MainActions::FindMachine)->trigger();
-        if (auto* const search = qobject_cast<QLineEdit*>(QApplication::focusWidget()))
-            search->setText(rest);
-        return {};
-    }
-    if (verb == QLatin1String("shortcuts"))
-        return _window.GetActions().Get(MainActions::Shortcuts)->trigger(), QString();
-    if (verb == QLatin1String("language"))
-        return _window.GetPreferences().SetLanguage(rest), QString();
-    if (verb == QLatin1String("theme"))
-        return _window.GetPreferences().SetTheme(rest == QLatin1String("dark")    ? Theme::Dark
-                                                 : rest == QLatin1String("light") ? Theme::Light
-                                                                                  : Theme::System),
-               QString();
-    if (verb == QLatin1String("size")) {
-        const int width = rest.section(QLatin1Char('x'), 0, 0).toInt();
-        const int height = rest.section(QLatin1Char('x'), 1).toInt();
-        if (width < 100 || height < 100)
-            return tr("the size is missing.");
-        return _window.resize(width, height), QString();
+    const auto trigger = [&](MainActions::Id i_id) {
+        return done([&] { _window.GetActions().Get(i_id)->trigger(); });
+    };
+    const auto theme = rest == QLatin1String("dark")    ? Theme::Dark
+                       : rest == QLatin1String("light") ? Theme::Light
+                                                        : Theme::System;
+    const std::pair<const char*, std::function<QString()>> verbs[] = {
+        {"wait",
+         [] {
+             return QString();
+         }},
+        {"attach",
+         [&] {
+             return _Attach(rest);
+         }},
+        {"platform",
+         [&] {
+             return _Later([this] { _window.NewPlatform(); });
+         }},
+        {"accept",
+         [&] {
+             return _AnswerDialog(true);
+         }},
+        {"close",
+         [&] {
+             return _AnswerDialog(false);
+         }},
+        {"command",
+         [&] {
+             return _RunCommand(rest);
+         }},
+        {"cancel",
+         [&] {
+             return _Later([this] { _window.CancelJob(); });
+         }},
+        {"open",
+         [&] {
+             return done([&] { _window.TakeFiles({rest}); });
+         }},
+        {"new",
+         [&] {
+             return done([&] { _window.GetBook().New(); });
+         }},
+        {"tab",
+         [&] {
+             return _ShowTab(rest);
+         }},
+        {"select",
+         [&] {
+             return _Select(rest);
+         }},
+        {"search",
+         [&] {
+             return _Search(rest);
+         }},
+        {"shortcuts",
+         [&] {
+             return trigger(MainActions::Shortcuts);
+         }},
+        {"settings",
+         [&] {
+             return trigger(MainActions::Settings);
+         }},
+        {"report",
+         [&] {
+             return trigger(MainActions::SupportReport);
+         }},
+        {"language",
+         [&] {
+             return done([&] { _window.GetPreferences().SetLanguage(rest); });
+         }},
+        {"lengths",
+         [&] {
+             return done([&] {
+                 _window.GetPreferences().SetLengthUnit(rest == QLatin1String("in") ? LengthUnit::Inch
+                                                                                    : LengthUnit::Millimetre);
+             });
+         }},
+        {"theme",
+         [&] {
+             return done([&] { _window.GetPreferences().SetTheme(theme); });
+         }},
+        {"size",
+         [&] {
+             return _Resize(rest);
+         }},
+    };
+    for (const auto& [name, play] : verbs) {
+        if (verb == QLatin1String(name))
+            return play();
     }
     return tr("it is unknown.");
 }

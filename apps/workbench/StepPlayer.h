@@ -40,7 +40,14 @@ private:
     bool _IsAtRest() const;
     /// \return what is wrong with the step.
     QString _Play(const QString& i_step);
+    template <class Work>
+    QString _Later(Work i_work);
     QString _Attach(const QString& i_name);
+    QString _RunCommand(const QString& i_words);
+    QString _ShowTab(const QString& i_number);
+    QString _Select(const QString& i_number);
+    QString _Search(const QString& i_words);
+    QString _Resize(const QString& i_size);
     QString _AnswerDialog(bool i_accept);
 
     MainWindow& _window;

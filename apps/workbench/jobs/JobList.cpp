@@ -84,10 +84,13 @@ void JobList::End(bool i_is_done)
         return;
     Entry& entry = _entries.front();
     entry.milliseconds = _clock.elapsed();
-    if (i_is_done)
+    if (i_is_done) {
         entry.state = State::Done;
-    else
+        // What is told last may not have come any more.
+        entry.percent = 100;
+    } else {
         entry.state = entry.state == State::Cancelling ? State::Cancelled : State::Failed;
+    }
     _tick.stop();
     _Tell();
     Q_EMIT Ended();

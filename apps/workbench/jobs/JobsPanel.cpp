@@ -43,6 +43,9 @@ JobsPanel::JobsPanel(JobList& io_jobs, QWidget* ip_parent)
     _details->setWordWrap(true);
     _details->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     _history->setModel(&_jobs);
+    _history->header()->setStretchLastSection(false);
+    _history->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    _history->header()->setSectionResizeMode(JobList::TitleColumn, QHeaderView::Stretch);
     _history->setRootIsDecorated(false);
     _history->setUniformRowHeights(true);
     _history->setAllColumnsShowFocus(true);
@@ -113,7 +116,6 @@ void JobsPanel::_SetTexts()
     _copy->setText(tr("Copy details"));
     _open->setText(tr("Open"));
     _showInFolder->setText(tr("Show in folder"));
-    _history->header()->setSectionResizeMode(JobList::TitleColumn, QHeaderView::Stretch);
 }
 
 void JobsPanel::changeEvent(QEvent* ip_event)

@@ -83,7 +83,7 @@ std::uint64_t GetFingerprint(const TavAM::Platform& i_platform)
 SceneHistory::SceneHistory(VexlorCore::Application& io_application, QObject* ip_parent)
     : QObject(ip_parent)
     , _application(io_application)
-    , _owners(io_application.GetOperationManager()->GetHistory().size(), nullptr)
+    , _records(io_application.GetOperationManager()->GetHistory().size())
 {
     io_application.GetOperationManager()->AddListener(this);
     io_application.GetDatabase()->AddListener(this);
@@ -108,16 +108,18 @@ void SceneHistory::ExecuteSelf(const VexlorCore::INotification& i_notification)
         _Follow();
     } else if (const auto* const closing = dynamic_cast<const VexlorCore::DataSetClosing*>(&i_notification)) {
         _scenes.erase(closing->GetDataSet());
-        std::replace(_owners.begin(), _owners.end(), static_cast<const DataSet*>(closing->GetDataSet()),
-                     static_cast<const DataSet*>(nullptr));
+        for (Record& record : _records) {
+            if (record.owner == closing->GetDataSet())
+                record.owner = nullptr;
+        }
     }
 }
 
 void SceneHistory::_Follow()
 {
     const std::size_t count = _application.GetOperationManager()->GetHistory().size();
-    const bool is_new = count > _owners.size();
-    _owners.resize(count, nullptr);
+    const bool is_new = count > _records.size();
+    _records.resize(count);
     for (DataSet* const scene : _application.GetDatabase()->GetDataSets()) {
         Scene& state = _Get(*scene);
         const std::uint64_t now = GetFingerprint(scene->GetPlatform());
@@ -125,7 +127,7 @@ void SceneHistory::_Follow()
             continue;
         state.current = now;
         if (is_new) {
-            _owners.back() = scene;
+            _records.back() = {scene, {}};
             if (!_isStepping)
                 state.redo.clear();
         }
@@ -136,11 +138,23 @@ void SceneHistory::_Follow()
 std::optional<std::size_t> SceneHistory::_FindStep(const DataSet* ip_scene) const
 {
     const auto& history = _application.GetOperationManager()->GetHistory();
-    for (std::size_t index = std::min(history.size(), _owners.size()); ip_scene && index > 0; --index) {
-        if (_owners[index - 1] == ip_scene && history[index - 1].undo)
+    for (std::size_t index = std::min(history.size(), _records.size()); ip_scene && index > 0; --index) {
+        if (_records[index - 1].owner == ip_scene && history[index - 1].undo)
             return index - 1;
     }
     return std::nullopt;
+}
+
+std::size_t SceneHistory::CountSteps(const DataSet* ip_scene) const
+{
+    return static_cast<std::size_t>(std::count_if(_records.begin(), _records.end(),
+                                                  [&](const Record& i_record) { return i_record.owner == ip_scene; }));
+}
+
+void SceneHistory::NameNewest(const DataSet* ip_scene, const QString& i_name)
+{
+    if (const auto step = _FindStep(ip_scene))
+        _records[*step].name = i_name;
 }
 
 std::optional<QString> SceneHistory::GetUndoName(const DataSet* ip_scene) const
@@ -148,7 +162,9 @@ std::optional<QString> SceneHistory::GetUndoName(const DataSet* ip_scene) const
     const auto step = _FindStep(ip_scene);
     if (!step)
         return std::nullopt;
-    return QString::fromStdWString(_application.GetOperationManager()->GetHistory()[*step].name);
+    const QString& name = _records[*step].name;
+    return name.isEmpty() ? QString::fromStdWString(_application.GetOperationManager()->GetHistory()[*step].name)
+                          : name;
 }
 
 std::optional<QString> SceneHistory::GetRedoName(const DataSet* ip_scene) const
@@ -166,10 +182,10 @@ void SceneHistory::Undo(DataSet& io_scene)
         return;
     auto& operations = *_application.GetOperationManager();
     const auto& record = operations.GetHistory()[*step];
-    Step redo{QString::fromStdWString(record.name), record.actions, io_scene.GetPlatform()};
+    Step redo{*GetUndoName(&io_scene), record.actions, io_scene.GetPlatform()};
     // What listeners do in answer belongs to the same step.
     _isStepping = true;
-    _owners.erase(_owners.begin() + static_cast<std::ptrdiff_t>(*step));
+    _records.erase(_records.begin() + static_cast<std::ptrdiff_t>(*step));
     operations.Undo(*step);
     _isStepping = false;
     if (_scenes.count(&io_scene) == 0)

@@ -42,6 +42,11 @@ public:
     void Undo(VexlorCore::DataSet& io_scene);
     void Redo(VexlorCore::DataSet& io_scene);
 
+    /// Steps that could be undone.
+    std::size_t CountSteps(const VexlorCore::DataSet* ip_scene) const;
+    /// The newest step is called so from now on, in place of its operation's name.
+    void NameNewest(const VexlorCore::DataSet* ip_scene, const QString& i_name);
+
     /// The state that the file holds.
     void SetSaved(const VexlorCore::DataSet& i_scene, std::uint64_t i_fingerprint);
     /// True also after an undo back to the saved state: nothing is lost by closing then.
@@ -54,6 +59,11 @@ Q_SIGNALS:
     void Changed(VexlorCore::DataSet* ip_scene);
 
 private:
+    struct Record
+    {
+        const VexlorCore::DataSet* owner = nullptr;
+        QString name; ///< empty: its operation's
+    };
     struct Step
     {
         QString name;
@@ -76,7 +86,7 @@ private:
     VexlorCore::Application& _application;
     std::map<const VexlorCore::DataSet*, Scene> _scenes;
     /// Of each record of the host's history, as far as it was followed.
-    std::vector<const VexlorCore::DataSet*> _owners;
+    std::vector<Record> _records;
     bool _isStepping = false; ///< an undo or redo of ours
 };
 

@@ -53,8 +53,8 @@ void SettingsDialog::_Fill()
     _AddEstimates(*form);
     _AddFolders(*form);
     _AddLog(*form);
-    auto* const buttons = new QDialogButtonBox(QDialogButtonBox::Close, _content);
-    buttons->button(QDialogButtonBox::Close)->setText(tr("Close"));
+    auto* const buttons = new QDialogButtonBox(_content);
+    buttons->addButton(tr("Close"), QDialogButtonBox::RejectRole);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     column->addStretch(1);
     column->addWidget(buttons);
@@ -93,7 +93,7 @@ void SettingsDialog::_AddEstimates(QFormLayout& io_form)
     auto* const price = new QDoubleSpinBox(_content);
     price->setObjectName(QStringLiteral("price"));
     price->setAccessibleName(tr("Price of the material"));
-    price->setRange(0, 100'000);
+    price->setRange(0, 1e5);
     price->setDecimals(2);
     price->setLocale(QLocale());
     price->setSuffix(tr(" %1 per kg").arg(QLocale().currencySymbol()));
@@ -105,15 +105,14 @@ void SettingsDialog::_AddEstimates(QFormLayout& io_form)
     io_form.addRow(tr("Price of the material"), price);
 }
 
-void SettingsDialog::_AddFolder(QFormLayout& io_form, const QString& i_title, const std::filesystem::path& i_folder)
+void SettingsDialog::_AddFolder(QFormLayout& io_form, const QString& i_title, const QString& i_folder)
 {
-    const QString shown = QString::fromStdString(TavSDK::ShowPath(i_folder));
     auto* const row = new QHBoxLayout();
     auto* const label = new ElidedLabel(_content);
-    label->setText(shown);
+    label->setText(i_folder);
     auto* const open = new QPushButton(tr("Open"), _content);
     open->setAccessibleName(tr("Open: %1").arg(i_title));
-    connect(open, &QPushButton::clicked, this, [this, shown] { Q_EMIT OpenWanted(shown); });
+    connect(open, &QPushButton::clicked, this, [this, i_folder] { Q_EMIT OpenWanted(i_folder); });
     row->addWidget(label, 1);
     row->addWidget(open);
     io_form.addRow(i_title, row);
@@ -121,8 +120,11 @@ void SettingsDialog::_AddFolder(QFormLayout& io_form, const QString& i_title, co
 
 void SettingsDialog::_AddFolders(QFormLayout& io_form)
 {
-    _AddFolder(io_form, tr("Your printers' profiles"), _folders.profiles);
-    _AddFolder(io_form, tr("Machine files"), _folders.machineFiles);
+    const auto show = [](const auto& i_path) {
+        return QString::fromStdString(TavSDK::ShowPath(i_path));
+    };
+    _AddFolder(io_form, tr("Your printers' profiles"), show(_folders.profiles));
+    _AddFolder(io_form, tr("Machine files"), show(_folders.machineFiles));
     auto* const row = new QHBoxLayout();
     _size = new QLabel(_content);
     _clear = new QPushButton(tr("Clear"), _content);

@@ -46,7 +46,7 @@ private:
     void _AddEstimates(QFormLayout& io_form);
     void _AddFolders(QFormLayout& io_form);
     void _AddLog(QFormLayout& io_form);
-    void _AddFolder(QFormLayout& io_form, const QString& i_title, const std::filesystem::path& i_folder);
+    void _AddFolder(QFormLayout& io_form, const QString& i_title, const QString& i_folder);
     void _Measure();
 
     Preferences& _preferences;

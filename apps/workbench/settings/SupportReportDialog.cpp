@@ -36,6 +36,7 @@ SupportReportDialog::SupportReportDialog(SupportReport i_report, QWidget* ip_par
     }
     _outcome->setTextFormat(Qt::PlainText);
     _outcome->setWordWrap(true);
+    _outcome->hide();
     auto* const buttons = new QDialogButtonBox(this);
     auto* const save = buttons->addButton(tr("Save…"), QDialogButtonBox::AcceptRole);
     buttons->addButton(tr("Close"), QDialogButtonBox::RejectRole);
@@ -46,6 +47,12 @@ SupportReportDialog::SupportReportDialog(SupportReport i_report, QWidget* ip_par
     column->addWidget(tabs, 1);
     column->addWidget(_outcome);
     column->addWidget(buttons);
+}
+
+void SupportReportDialog::_Tell(const QString& i_sentence)
+{
+    _outcome->setText(i_sentence);
+    _outcome->show();
 }
 
 void SupportReportDialog::_ChooseFile()
@@ -64,9 +71,9 @@ void SupportReportDialog::Save(const QString& i_file)
             report.Write(i_file);
             return true;
         },
-        [this, i_file](bool) { _outcome->setText(tr("Saved as '%1'.").arg(i_file)); },
+        [this, i_file](bool) { _Tell(tr("Saved as '%1'.").arg(i_file)); },
         [this, i_file](const QString& i_why) {
-            _outcome->setText(tr("'%1' cannot be written: %2. Choose another folder.").arg(i_file, i_why));
+            _Tell(tr("'%1' cannot be written: %2. Choose another folder.").arg(i_file, i_why));
         });
 }
 

@@ -24,6 +24,7 @@ public:
 
 private:
     void _ChooseFile();
+    void _Tell(const QString& i_sentence);
 
     const SupportReport _report;
     QLabel* _outcome;

@@ -33,6 +33,7 @@ class WorkbenchFixture : public ::testing::Test
 protected:
     WorkbenchFixture()
     {
+        qputenv("MESA_SHADER_CACHE_DISABLE", "true"); // it would outlive its folder
         for (const char* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"})
             qputenv(name, _dir.filePath(QLatin1String(name)).toUtf8());
         _preferences = std::make_unique<Workbench::Preferences>(_File("workbench.ini"));
@@ -48,7 +49,7 @@ protected:
     /// A cube of this edge as a mesh file. Units: mm.
     QString _WriteCube(const char* ip_name, double i_edge) const
     {
-        std::string text = "solid cube\n";
+        std::string text = "solid bracket\n";
         const int faces[6][4] = {{0, 2, 3, 1}, {4, 5, 7, 6}, {0, 1, 5, 4}, {2, 6, 7, 3}, {0, 4, 6, 2}, {1, 3, 7, 5}};
         const auto corner = [&](int i_corner) {
             return "vertex " + std::to_string((i_corner & 1) * i_edge) + " " +
@@ -62,7 +63,7 @@ protected:
                 text += "endloop\nendfacet\n";
             }
         }
-        WriteFile(_Path(ip_name), text + "endsolid cube\n");
+        WriteFile(_Path(ip_name), text + "endsolid bracket\n");
         return _File(ip_name);
     }
 
