@@ -196,6 +196,7 @@ void MainWindow::_AddPage(VexlorCore::DataSet& io_scene)
     connect(page, &ScenePage::NewPlatformWanted, this, &MainWindow::NewPlatform);
     _sides->addWidget(page->GetSide());
     const QSignalBlocker blocker(_tabs);
+    page->GetPlate().RestoreView(_views.take(SceneBook::GetFile(io_scene)));
     _tabs->addTab(page, QString());
     _NoteEstimates(io_scene);
     _ShowScene(&io_scene);

@@ -69,6 +69,9 @@ public:
 
     /// Machine files are shown, printer profiles go to the service, everything else to the scenes. Full paths.
     void TakeFiles(const QStringList& i_files);
+    /// Opens the files that were open when the window was closed last, each looked at as then.
+    void OpenAgain();
+
     /// Attaches the machine to the active scene, or to a new one.
     void Attach(const QUuid& i_machine);
     void Detach();
@@ -115,6 +118,8 @@ private:
     void _ShowSettings();
     void _ShowSupportReport();
     void _FollowSettings();
+    void _KeepWindow();
+    void _OpenNext();
     QString _MakePlatform(MachineService::IPlatformCreator& io_creator, const PlatformForm& i_form, int i_parts);
 
     Hosting::Host& _host;
@@ -140,6 +145,8 @@ private:
     QDockWidget* _sideDock;
     QLabel* _status;
     std::map<const VexlorCore::DataSet*, std::uint64_t> _estimated; ///< state of the scene that its figures are of
+    QStringList _toOpen;                                            ///< again; the active one last
+    QMap<QString, QByteArray> _views;                               ///< of files that are opened again, by path
     QPointer<ScenePage> _pageOfMenus;
     std::vector<QPointer<QAction>> _plateActions; ///< in the menus now
     /// Also machines that the rule leaves out; read by the services' threads.

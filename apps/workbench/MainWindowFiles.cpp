@@ -99,6 +99,7 @@ void MainWindow::_Connect()
         _ShowActive();
         _ShowAttachments();
     });
+    connect(&_book, &SceneBook::BusyChanged, this, &MainWindow::_OpenNext);
     connect(&_book, &SceneBook::Failed, &_boxes, &FailureBoxes::ShowLater);
     connect(&_book, &SceneBook::Imported, this, [this](VexlorCore::DataSet*, int i_parts) {
         statusBar()->showMessage(tr("Parts imported: %1").arg(i_parts), 8000);
@@ -324,9 +325,42 @@ void MainWindow::closeEvent(QCloseEvent* ip_event)
     _isClosing = false;
     if (!is_allowed)
         return ip_event->ignore();
+    _KeepWindow();
+    ip_event->accept();
+}
+
+void MainWindow::_KeepWindow()
+{
     _preferences.SetWindow(QStringLiteral("geometry"), saveGeometry());
     _preferences.SetWindow(QStringLiteral("state"), saveState());
-    ip_event->accept();
+    std::vector<OpenFile> files;
+    for (const VexlorCore::DataSet* const scene : _book.GetScenes()) {
+        if (const QString file = SceneBook::GetFile(*scene); !file.isEmpty())
+            files.push_back({file, _FindPage(scene)->GetPlate().SaveView(), scene == _book.GetActive()});
+    }
+    _preferences.SetOpenFiles(files);
+}
+
+void MainWindow::OpenAgain()
+{
+    for (const OpenFile& file : _preferences.GetOpenFiles()) {
+        // One that is gone by now is no failure of this start.
+        if (!QFileInfo::exists(file.path))
+            continue;
+        _views[file.path] = file.view;
+        if (file.isActive)
+            _toOpen.push_back(file.path);
+        else
+            _toOpen.push_front(file.path);
+    }
+    _OpenNext();
+}
+
+void MainWindow::_OpenNext()
+{
+    // One after the other, because the last one that was opened is the active one.
+    if (!_toOpen.isEmpty() && !_book.IsBusy())
+        _book.Open(_toOpen.takeFirst());
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* ip_event)

@@ -163,6 +163,8 @@ int Run(int& io_argc, char** ip_argv)
     Workbench::MainWindow window(host, preferences, QString::fromStdString((data / "recovery").string()));
     const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
     window.show();
+    if (!is_scripted)
+        window.OpenAgain();
     if (!files.isEmpty())
         window.TakeFiles(files);
     Workbench::FileHandover handover;

@@ -1,4 +1,4 @@
-# Installs the project, builds examples/host against the installed package alone, and takes a mesh to a machine file; then
+# Installs the project, builds the hosts of examples against the installed package alone, and takes a mesh to a machine file; then
 # moves the installation elsewhere and does it again. The README must quote the example as it is.
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE errors)
@@ -8,13 +8,14 @@ function(run)
     set(output "${output}" PARENT_SCOPE)
 endfunction()
 
-function(build_and_run i_prefix i_build)
-    run(${CMAKE_COMMAND} -S ${HOST_DIR} -B ${i_build} -G Ninja -DCMAKE_PREFIX_PATH=${i_prefix} -DCMAKE_CXX_COMPILER=${COMPILER})
+# Whatever else it is given, the program prints the machine file that it made of the mesh.
+function(build_and_run i_source i_prefix i_build i_program)
+    run(${CMAKE_COMMAND} -S ${i_source} -B ${i_build} -G Ninja -DCMAKE_PREFIX_PATH=${i_prefix} -DCMAKE_CXX_COMPILER=${COMPILER})
     run(${CMAKE_COMMAND} --build ${i_build})
     set(home ${WORK_DIR}/home)
     file(REMOVE_RECURSE ${home})
     run(${CMAKE_COMMAND} -E env XDG_CONFIG_HOME=${home}/config XDG_DATA_HOME=${home}/data XDG_CACHE_HOME=${home}/cache
-        ${i_build}/host ${MESH})
+        ${i_build}/${i_program} ${MESH} ${ARGN})
     string(STRIP "${output}" machine_file)
     file(STRINGS "${machine_file}" extrusions REGEX "^G1 .*E" LIMIT_COUNT 1)
     if(extrusions STREQUAL "")
@@ -41,8 +42,9 @@ check_quote(cpp ${HOST_DIR}/main.cpp)
 
 set(prefix ${WORK_DIR}/prefix)
 set(moved ${WORK_DIR}/moved)
-file(REMOVE_RECURSE ${prefix} ${moved} ${WORK_DIR}/build ${WORK_DIR}/moved-build)
+file(REMOVE_RECURSE ${prefix} ${moved} ${WORK_DIR}/build ${WORK_DIR}/moved-build ${WORK_DIR}/window-build)
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
-build_and_run(${prefix} ${WORK_DIR}/build)
+build_and_run(${HOST_DIR} ${prefix} ${WORK_DIR}/build host)
+build_and_run(${WINDOW_DIR} ${prefix} ${WORK_DIR}/window-build window Print3D.Print)
 file(RENAME ${prefix} ${moved})
-build_and_run(${moved} ${WORK_DIR}/moved-build)
+build_and_run(${HOST_DIR} ${moved} ${WORK_DIR}/moved-build host)

@@ -5,6 +5,7 @@ namespace Workbench {
 namespace {
 
 constexpr int MaxRecentFiles = 10;
+constexpr std::size_t MaxOpenFiles = 50;
 constexpr double LargestPrice = 1e6;
 
 const QString ThemeKey = QStringLiteral("look/theme");
@@ -14,6 +15,10 @@ const QString PriceKey = QStringLiteral("estimates/pricePerKilogram");
 const QString LogKey = QStringLiteral("log/isDetailed");
 const QString FavouritesKey = QStringLiteral("machines/favourites");
 const QString ShowsAllKey = QStringLiteral("machines/showAll");
+const QString OpenFilesKey = QStringLiteral("window/openFiles");
+const QString PathKey = QStringLiteral("path");
+const QString ViewKey = QStringLiteral("view");
+const QString ActiveKey = QStringLiteral("isActive");
 const QString RecentKey = QStringLiteral("files/recent");
 
 QString ToKey(const QString& i_machine)
@@ -160,6 +165,25 @@ void Preferences::SetChoices(const QString& i_machine, const QMap<QString, QStri
     for (auto choice = i_choices.begin(); choice != i_choices.end(); ++choice)
         stored.insert(choice.key(), choice.value());
     _settings.setValue(ToKey(i_machine), stored);
+}
+
+std::vector<OpenFile> Preferences::GetOpenFiles() const
+{
+    std::vector<OpenFile> files;
+    for (const QVariant& stored : _settings.value(OpenFilesKey).toList()) {
+        const QVariantMap file = stored.toMap();
+        if (const QString path = file.value(PathKey).toString(); !path.isEmpty() && files.size() < MaxOpenFiles)
+            files.push_back({path, file.value(ViewKey).toByteArray(), file.value(ActiveKey).toBool()});
+    }
+    return files;
+}
+
+void Preferences::SetOpenFiles(const std::vector<OpenFile>& i_files)
+{
+    QVariantList stored;
+    for (const OpenFile& file : i_files)
+        stored << QVariantMap{{PathKey, file.path}, {ViewKey, file.view}, {ActiveKey, file.isActive}};
+    _settings.setValue(OpenFilesKey, stored);
 }
 
 QByteArray Preferences::GetWindow(const QString& i_what) const

@@ -9,6 +9,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <vector>
+
 namespace Workbench {
 
 enum class Theme
@@ -16,6 +18,14 @@ enum class Theme
     System, ///< as the desktop's own palette is, light or dark
     Light,
     Dark,
+};
+
+/// A file that was open when the window was closed.
+struct OpenFile
+{
+    QString path; ///< full
+    QByteArray view;
+    bool isActive = false;
 };
 
 /// What the user set and what the window remembers between starts. A file that cannot be read or written costs what it
@@ -59,6 +69,9 @@ public:
     /// What was chosen last for a new platform of this machine, by id of the choice.
     QMap<QString, QString> GetChoices(const QString& i_machine) const;
     void SetChoices(const QString& i_machine, const QMap<QString, QString>& i_choices);
+
+    std::vector<OpenFile> GetOpenFiles() const;
+    void SetOpenFiles(const std::vector<OpenFile>& i_files);
 
     QByteArray GetWindow(const QString& i_what) const;
     void SetWindow(const QString& i_what, const QByteArray& i_state);

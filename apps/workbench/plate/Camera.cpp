@@ -99,6 +99,24 @@ void Camera::Fit(const TavAM::BoundingBox& i_box)
     _reach = std::clamp(reach, SmallestReach, LargestReach);
 }
 
+bool Camera::SetPlace(const Place& i_place)
+{
+    const auto& [x, y, z, yaw, pitch, reach] = i_place;
+    const auto is_near = [](double i_length) {
+        return std::abs(i_length) <= LargestReach;
+    };
+    // A number that is none is in no range.
+    if (!is_near(x) || !is_near(y) || !is_near(z) || !(std::abs(yaw) <= 360) || !(std::abs(pitch) <= 90) ||
+        !(reach >= SmallestReach && reach <= LargestReach))
+        return false;
+    _target = {x, y, z};
+    _yaw = yaw;
+    _pitch = pitch;
+    _reach = reach;
+    _viewProjection.reset();
+    return true;
+}
+
 QMatrix4x4 Camera::_GetRotation() const
 {
     QMatrix4x4 rotation;

@@ -6,6 +6,7 @@
 #include <QPointF>
 #include <QSize>
 
+#include <array>
 #include <optional>
 
 namespace Workbench {
@@ -50,6 +51,12 @@ public:
     void Zoom(double i_factor, const QPointF& i_at);
     /// All of the box, with a margin.
     void Fit(const TavAM::BoundingBox& i_box);
+
+    /// Where the eye is, to be kept: point, angles, reach.
+    using Place = std::array<double, 6>;
+    Place GetPlace() const { return {_target.x, _target.y, _target.z, _yaw, _pitch, _reach}; }
+    /// False, and nothing changed, for a place that no camera can have.
+    bool SetPlace(const Place& i_place);
 
     QMatrix4x4 GetView() const;
     QMatrix4x4 GetProjection() const;

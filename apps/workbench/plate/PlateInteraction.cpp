@@ -77,6 +77,14 @@ void PlateInteraction::SetStandardView(StandardView i_view)
     ZoomToAll();
 }
 
+void PlateInteraction::SetCameraPlace(const Camera::Place& i_place)
+{
+    if (!_camera.SetPlace(i_place))
+        return;
+    _isFitted = true;
+    Q_EMIT CameraChanged();
+}
+
 void PlateInteraction::ZoomToSelection()
 {
     const TavAM::BoundingBox box = _model.GetSelectedBox();

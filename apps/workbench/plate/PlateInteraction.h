@@ -49,6 +49,8 @@ public:
     QString GetDragText() const { return _dragText; }
 
     void SetStandardView(StandardView i_view);
+    /// As it was kept; it then stays when the first size is known.
+    void SetCameraPlace(const Camera::Place& i_place);
     /// To the selected parts, or all of them with the bed when none is selected.
     void ZoomToSelection();
     void ZoomToAll();

@@ -8,6 +8,7 @@
 #include "workbench/plate/ProblemFinder.h"
 
 #include <QAction>
+#include <QDataStream>
 #include <QEvent>
 #include <QMenu>
 #include <QPainter>
@@ -121,9 +122,35 @@ void PlateView::_TakeCanvas(Canvas* ip_canvas)
         menu.addActions(_viewActions);
         menu.exec(i_at);
     });
+    if (_keptPlace)
+        _interaction->SetCameraPlace(*_keptPlace);
     ip_canvas->setObjectName(QStringLiteral("plate"));
     ip_canvas->show();
     _Describe();
+}
+
+QByteArray PlateView::SaveView() const
+{
+    if (!_interaction)
+        return {};
+    QByteArray view;
+    QDataStream stream(&view, QIODevice::WriteOnly);
+    for (const double number : _interaction->GetCamera().GetPlace())
+        stream << number;
+    return view;
+}
+
+void PlateView::RestoreView(const QByteArray& i_view)
+{
+    Camera::Place place{};
+    QDataStream stream(i_view);
+    for (double& number : place)
+        stream >> number;
+    if (stream.status() != QDataStream::Ok)
+        return;
+    _keptPlace = place;
+    if (_interaction)
+        _interaction->SetCameraPlace(place);
 }
 
 void PlateView::SetStandardView(StandardView i_view)

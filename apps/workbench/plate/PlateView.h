@@ -2,8 +2,11 @@
 
 #include "workbench/plate/Camera.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QWidget>
+
+#include <optional>
 
 class QAction;
 
@@ -45,6 +48,11 @@ public:
     const QList<QAction*>& GetEditActions() const { return _editActions; }
     const QList<QAction*>& GetViewActions() const { return _viewActions; }
 
+    /// Where it is looked from, to be kept; empty before the first paint.
+    QByteArray SaveView() const;
+    /// \param i_view of SaveView; anything else changes nothing.
+    void RestoreView(const QByteArray& i_view);
+
     void SetStandardView(StandardView i_view);
     void ZoomToSelection();
     void ZoomToAll();
@@ -83,6 +91,7 @@ private:
     PlateInteraction* _interaction = nullptr; ///< null before the first paint; of the canvas
     QWidget* _canvas = nullptr;
     bool _isCanvasAsked = false;
+    std::optional<Camera::Place> _keptPlace; ///< for the canvas that comes
     QList<QAction*> _editActions;
     QList<QAction*> _viewActions;
 };

@@ -142,6 +142,10 @@ void SceneBook::Open(const QString& i_file)
         if (GetFile(*scene) == file)
             return SetActive(scene);
     }
+    // Asked for again while it is read.
+    if (_reading.contains(file))
+        return;
+    _reading.insert(file);
     _Read(file, [this, file](TavAM::Platform i_platform) {
         _Add(*_host.GetDatabase().CreateDataSet(), std::move(i_platform), file);
         _preferences.AddRecentFile(file);
@@ -170,7 +174,14 @@ void SceneBook::_Read(const QString& i_file, std::function<void(TavAM::Platform)
                                              .toStdString());
             return std::move(*database.GetPlatform(0));
         },
-        std::move(i_done), [this](const QString& i_sentence) { Q_EMIT Failed(i_sentence); });
+        [this, i_file, done = std::move(i_done)](TavAM::Platform i_platform) {
+            _reading.remove(i_file);
+            done(std::move(i_platform));
+        },
+        [this, i_file](const QString& i_sentence) {
+            _reading.remove(i_file);
+            Q_EMIT Failed(i_sentence);
+        });
 }
 
 void SceneBook::Save(DataSet& io_scene, const QString& i_file, std::function<void()> i_done)

@@ -9,6 +9,7 @@
 #include "vexlorcore/Listener.h"
 
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
@@ -101,6 +102,7 @@ private:
     AskScale _askScale;
     std::map<const VexlorCore::DataSet*, int> _numbers; ///< of scenes without a file
     int _lastNumber = 0;
+    QSet<QString> _reading; ///< files
     Background _background; ///< last, so that it goes first
 };
 

@@ -9,6 +9,7 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDir>
 #include <QDoubleSpinBox>
 #include <QEvent>
 #include <QFormLayout>
@@ -109,7 +110,9 @@ void SettingsDialog::_AddFolder(QFormLayout& io_form, const QString& i_title, co
 {
     auto* const row = new QHBoxLayout();
     auto* const label = new ElidedLabel(_content);
-    label->setText(i_folder);
+    // As people write it: the home folder says nothing, and takes the room of what does.
+    const QString home = QDir::homePath() + QLatin1Char('/');
+    label->setText(i_folder.startsWith(home) ? QStringLiteral("~/") + i_folder.mid(home.size()) : i_folder);
     auto* const open = new QPushButton(tr("Open"), _content);
     open->setAccessibleName(tr("Open: %1").arg(i_title));
     connect(open, &QPushButton::clicked, this, [this, i_folder] { Q_EMIT OpenWanted(i_folder); });

@@ -1,5 +1,6 @@
 #include "apps/workbench/JourneyFixture.h"
 
+#include "workbench/plate/PlateView.h"
 #include "workbench/preview/PreviewModel.h"
 #include "workbench/preview/PreviewView.h"
 
@@ -181,6 +182,43 @@ TEST_F(JourneyTest, NothingUnsavedIsLostWithoutAQuestion)
     _window->GetActions().Get(MainActions::Undo)->trigger();
     EXPECT_TRUE(_window->close());
     EXPECT_EQ(_boxes.size(), 1);
+}
+
+TEST_F(JourneyTest, OpenFilesAndTheirViewsReturnAtTheNextStart)
+{
+    ASSERT_TRUE(_DropCube());
+    const auto save = [&](const char* ip_name) {
+        bool is_saved = false;
+        _window->GetBook().Save(_GetScene(), _File(ip_name), [&] { is_saved = true; });
+        return WaitFor([&] { return is_saved; });
+    };
+    ASSERT_TRUE(save("one.TavAMX"));
+    ASSERT_TRUE(WaitFor([&] { return !_window->GetPage()->GetPlate().SaveView().isEmpty(); }));
+    _window->GetPage()->GetPlate().SetStandardView(StandardView::Top);
+    const QByteArray view = _window->GetPage()->GetPlate().SaveView();
+    auto& first = _GetScene();
+    _window->GetBook().New();
+    ASSERT_TRUE(save("two.TavAMX"));
+    _window->GetBook().New();
+    ASSERT_TRUE(save("gone.TavAMX"));
+    std::filesystem::remove(_Path("gone.TavAMX"));
+    _window->GetBook().SetActive(&first);
+    ASSERT_TRUE(_window->close());
+    while (!_window->GetBook().GetScenes().empty())
+        _window->GetBook().Close(*_window->GetBook().GetScenes().front());
+
+    _window.reset();
+    _window = std::make_unique<MainWindow>(*_host, *_preferences, _File("recovery"));
+    _window->show();
+    _window->OpenAgain();
+    ASSERT_TRUE(WaitFor([&] {
+        return _window->GetBook().GetScenes().size() == 2 && !_window->GetBook().IsBusy() &&
+               !_window->GetPage()->GetPlate().SaveView().isEmpty();
+    }));
+    EXPECT_EQ(SceneBook::GetFile(_GetScene()), _File("one.TavAMX"));
+    EXPECT_EQ(_window->GetPage()->GetPlate().SaveView(), view);
+    EXPECT_TRUE(_window->GetBook().IsSaved(_GetScene()));
+    EXPECT_TRUE(_boxes.isEmpty());
 }
 
 struct WayOfClosing
