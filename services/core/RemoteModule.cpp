@@ -53,10 +53,12 @@ MakeCatalog LoadModule()
                                        "processes and on other hosts: build it with MACHINESERVICE_BUILD_WIRE=ON.");
     void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     void* const function = module ? dlsym(module, MakeCatalogName) : nullptr;
-    if (!function)
+    if (!function) {
+        const char* const reason = dlerror();
         Fail(ErrorCode::InternalError, "The file " + TavSDK::Quote(TavSDK::ShowPath(file), MaxShown) +
-                                           " cannot be loaded: install this program and what it needs anew. (" +
-                                           dlerror() + ")");
+                                           " cannot be loaded (" + (reason ? reason : "it is another program's") +
+                                           "): install this program and what it needs anew.");
+    }
     return reinterpret_cast<MakeCatalog>(function);
 }
 
