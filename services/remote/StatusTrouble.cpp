@@ -46,6 +46,8 @@ bool IsAboutTrouble(const std::string& i_reason, Trouble& o_trouble)
         o_trouble = Trouble::RunUnknown;
     else if (i_reason == "damaged")
         o_trouble = Trouble::Damaged;
+    else if (i_reason == "going-down")
+        o_trouble = Trouble::Lost;
     else
         return false;
     return true;
