@@ -2,6 +2,7 @@
 #include "client/interface/ScopedTempDir.h"
 #include "services/ServiceFiles.h"
 #include "support/Failures.h"
+#include "support/Test.h"
 
 namespace MachineService {
 
