@@ -1,7 +1,7 @@
 #include "client/interface/ICommunicationServiceAPI.h"
 
 #include "buildprocessor/BuildProcessorCatalog.h"
-#include "core/RemoteModule.h"
+#include "core/Endpoints.h"
 #include "core/ServicesCatalog.h"
 
 namespace MachineService {
@@ -22,13 +22,7 @@ public:
             ServiceId::BuildProcessors,
             std::make_unique<BuildProcessor::BuildProcessorCatalog>(
                 i_plugin_utility_factory ? i_plugin_utility_factory(ServiceId::BuildProcessors) : nullptr));
-        // Nothing of what these need is loaded for a host that has none.
-        const auto general = i_plugin_utility_factory ? i_plugin_utility_factory(ServiceId::None) : nullptr;
-        auto number = FirstEndpointService;
-        for (const auto& endpoint : general ? general->GetServiceEndpoints() : std::vector<ServiceEndpoint>()) {
-            const auto service = static_cast<ServiceId>(number++);
-            catalog->AddService(service, MakeRemoteCatalog(service, endpoint, i_plugin_utility_factory(service)));
-        }
+        AddEndpoints(*catalog, i_plugin_utility_factory);
         return catalog;
     }
 };

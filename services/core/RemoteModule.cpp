@@ -104,8 +104,13 @@ std::unique_ptr<AbstractServiceCatalog> MakeRemoteCatalog(ServiceId i_service, c
         const auto makeCatalog = LoadModule();
         return std::unique_ptr<AbstractServiceCatalog>(makeCatalog(i_service, &i_endpoint, ip_utility.release()));
     } catch (const CommunicationException& failure) {
-        return std::make_unique<MissingCatalog>(i_service, failure);
+        return MakeMissingCatalog(i_service, failure);
     }
+}
+
+std::unique_ptr<AbstractServiceCatalog> MakeMissingCatalog(ServiceId i_service, const CommunicationException& i_failure)
+{
+    return std::make_unique<MissingCatalog>(i_service, i_failure);
 }
 
 } // namespace MachineService

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/interface/AbstractPluginUtility.h"
+#include "client/interface/CommunicationException.h"
 #include "contract/AbstractServiceCatalog.h"
 
 #include <memory>
@@ -13,5 +14,9 @@ namespace MachineService {
 /// Never fails: where the module is missing, or the address is none, Start of the catalog says so.
 std::unique_ptr<AbstractServiceCatalog> MakeRemoteCatalog(ServiceId i_service, const ServiceEndpoint& i_endpoint,
                                                           std::unique_ptr<AbstractPluginUtility> ip_utility);
+
+/// Stands for a service that cannot be had: Start throws why.
+std::unique_ptr<AbstractServiceCatalog> MakeMissingCatalog(ServiceId i_service,
+                                                           const CommunicationException& i_failure);
 
 } // namespace MachineService
