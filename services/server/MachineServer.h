@@ -48,9 +48,15 @@ struct MachineServerOptions
     /// Whether a secret lets its bearer in, and under which name it is known; empty function: everybody who reaches the
     /// server may. Thread: any, several at a time; called with every call.
     std::function<std::optional<std::string>(const std::string& i_secret)> admit;
-    /// Lines for the log. Thread: any. Empty: they are lost.
+    /// Hosts on a unix socket are processes of the same user and need no secret.
+    bool admitsLocalHosts = false;
+    /// Lines for the log; those about a run have its id. Thread: any. Empty: they are lost.
     std::function<void(const std::string&)> log;
 };
+
+/// Looks whether certificate, key and CA file can be used: they are there, belong together, and have not expired.
+/// \throws CommunicationException InternalError with one sentence that names the file.
+void CheckTlsFiles(const MachineServerOptions::Tls& i_tls);
 
 /// Offers a catalog's machines to hosts elsewhere, by the machine service protocol.
 ///

@@ -2,6 +2,8 @@
 
 #include "wire/Conversions.h"
 
+#include <grpc/grpc_security_constants.h>
+
 #include <boost/uuid/random_generator.hpp>
 
 namespace MachineService::Server {
@@ -14,6 +16,17 @@ ServerState::ServerState(AbstractMachinesCatalog& io_catalog, const MachineServe
     , pump(bell, i_options.heartbeat, i_options.limits.streams)
 {}
 
+bool ServerState::NeedsSecret(const grpc::ServerContextBase& i_context) const
+{
+    if (!options.admit || !options.admitsLocalHosts)
+        return static_cast<bool>(options.admit);
+    // Whatever says nothing of its security is taken to come from elsewhere.
+    const auto security = i_context.auth_context();
+    const auto kinds = security ? security->FindPropertyValues(GRPC_TRANSPORT_SECURITY_TYPE_PROPERTY_NAME)
+                                : std::vector<grpc::string_ref>();
+    return i_context.peer().rfind("fd:", 0) != 0 || !kinds.empty();
+}
+
 std::string ServerState::Admit(const grpc::ServerContextBase& i_context) const
 {
     std::string peer = i_context.peer();
@@ -24,7 +37,7 @@ std::string ServerState::Admit(const grpc::ServerContextBase& i_context) const
         peer.assign(identity.front().data(), identity.front().size());
     else if (const auto port = peer.rfind(':'); port != std::string::npos)
         peer.resize(port);
-    if (!options.admit)
+    if (!NeedsSecret(i_context))
         return peer;
     const auto& metadata = i_context.client_metadata();
     const auto token = metadata.find(Wire::TokenMetadata);

@@ -21,6 +21,8 @@ struct ServerState
 {
     ServerState(AbstractMachinesCatalog& io_catalog, const MachineServerOptions& i_options);
 
+    /// Whether who asks has to have a secret.
+    bool NeedsSecret(const grpc::ServerContextBase& i_context) const;
     /// Whose call it is.
     /// \throws WireFailure CredentialsNeeded.
     std::string Admit(const grpc::ServerContextBase& i_context) const;

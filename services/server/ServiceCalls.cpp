@@ -54,7 +54,7 @@ grpc::Status ServiceCalls::GetServiceInformation(grpc::ServerContext* iop_contex
         op_reply->set_host_grace_ms(static_cast<std::uint32_t>(limits.runs.hostGrace.count()));
         op_reply->set_finished_run_kept_ms(static_cast<std::uint32_t>(limits.runs.finishedKept.count()));
         op_reply->set_largest_input_bytes(limits.runs.inputBytes);
-        op_reply->set_requires_authentication(static_cast<bool>(_state.options.admit));
+        op_reply->set_requires_authentication(_state.NeedsSecret(*iop_context));
         // A service that does not tell its versions now is a service all the same.
         auto versions = _state.catalog.GetVersionInformation();
         if (!versions.valid() || versions.wait_for(std::chrono::seconds(1)) != std::future_status::ready)
@@ -78,7 +78,7 @@ grpc::Status ServiceCalls::SetAuthentication(grpc::ServerContext* iop_context,
                                              pb::AuthenticationReply* op_reply)
 {
     try {
-        if (_state.options.admit) {
+        if (_state.NeedsSecret(*iop_context)) {
             // The secret itself is the token: that it is revoked then counts with the next call.
             const bool isIn = !ip_request->forget() && _state.options.admit(ip_request->secret());
             op_reply->set_result(isIn || ip_request->forget() ? pb::AUTHENTICATION_RESULT_ACCEPTED

@@ -51,6 +51,29 @@ Certificate ReadCertificate(const std::string& i_file)
 
 } // namespace
 
+std::shared_ptr<grpc::ServerCredentials> MakeTlsCredentials(const MachineServerOptions::Tls& i_tls)
+{
+    using namespace grpc::experimental;
+    CheckTlsFiles(i_tls);
+    const auto provider = std::make_shared<FileWatcherCertificateProvider>(i_tls.keyFile, i_tls.certificateFile,
+                                                                           i_tls.clientCaFile, LookAgainSeconds);
+    TlsServerCredentialsOptions options(provider);
+    options.watch_identity_key_cert_pairs();
+    if (!i_tls.clientCaFile.empty()) {
+        options.watch_root_certs();
+        options.set_cert_request_type(GRPC_SSL_REQUEST_AND_REQUIRE_CLIENT_CERTIFICATE_AND_VERIFY);
+    } else {
+        options.set_cert_request_type(GRPC_SSL_DONT_REQUEST_CLIENT_CERTIFICATE);
+    }
+    return TlsServerCredentials(options);
+}
+
+} // namespace MachineService::Server
+
+namespace MachineService {
+
+using namespace Server;
+
 void CheckTlsFiles(const MachineServerOptions::Tls& i_tls)
 {
     const auto certificate = ReadCertificate(i_tls.certificateFile);
@@ -71,21 +94,4 @@ void CheckTlsFiles(const MachineServerOptions::Tls& i_tls)
         ReadCertificate(i_tls.clientCaFile);
 }
 
-std::shared_ptr<grpc::ServerCredentials> MakeTlsCredentials(const MachineServerOptions::Tls& i_tls)
-{
-    using namespace grpc::experimental;
-    CheckTlsFiles(i_tls);
-    const auto provider = std::make_shared<FileWatcherCertificateProvider>(i_tls.keyFile, i_tls.certificateFile,
-                                                                           i_tls.clientCaFile, LookAgainSeconds);
-    TlsServerCredentialsOptions options(provider);
-    options.watch_identity_key_cert_pairs();
-    if (!i_tls.clientCaFile.empty()) {
-        options.watch_root_certs();
-        options.set_cert_request_type(GRPC_SSL_REQUEST_AND_REQUIRE_CLIENT_CERTIFICATE_AND_VERIFY);
-    } else {
-        options.set_cert_request_type(GRPC_SSL_DONT_REQUEST_CLIENT_CERTIFICATE);
-    }
-    return TlsServerCredentials(options);
-}
-
-} // namespace MachineService::Server
+} // namespace MachineService

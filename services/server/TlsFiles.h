@@ -9,10 +9,6 @@
 
 namespace MachineService::Server {
 
-/// Looks whether certificate, key and CA file can be used: they are there, belong together, and are valid now.
-/// \throws CommunicationException InternalError with one sentence that names the file.
-void CheckTlsFiles(const MachineServerOptions::Tls& i_tls);
-
 /// Credentials of the files, which are looked at again every few seconds: new ones count for new connections, and
 /// damaged ones leave the former in use. \throws as CheckTlsFiles.
 std::shared_ptr<grpc::ServerCredentials> MakeTlsCredentials(const MachineServerOptions::Tls& i_tls);
