@@ -1,6 +1,7 @@
 #include "remote/Handshake.h"
 
 #include "contract/Failure.h"
+#include "remote/CertificateLook.h"
 #include "remote/StatusTrouble.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
@@ -19,6 +20,7 @@ namespace {
 
 constexpr std::chrono::seconds ConnectDeadlineHere(5);
 constexpr std::chrono::seconds ConnectDeadlineElsewhere(10);
+constexpr std::chrono::seconds LongestLook(2);
 constexpr std::uint64_t MaxAuthorityBytes = 10'000'000;
 constexpr int MaxLanguages = 10;
 constexpr int MaxComponents = 100;
@@ -63,7 +65,8 @@ ServiceTold FromMessage(const pb::ServiceInformation& i_information)
 
 std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::stop_token& i_stop)
 {
-    const auto connection = std::make_shared<Connection>(i_service.address, ReadAuthority(i_service));
+    const std::string authority = ReadAuthority(i_service);
+    const auto connection = std::make_shared<Connection>(i_service.address, authority);
     pb::ServiceInformationRequest request;
     request.set_protocol_revision(Wire::ProtocolRevision);
     const QString host =
@@ -76,7 +79,14 @@ std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::s
               {i_service.stop.get_token(), i_stop});
     pb::ServiceInformation information;
     const auto status = connection->GetStub().GetServiceInformation(&call.GetContext(), request, &information);
-    i_service.Check(status, call.GetContext(), i_stop);
+    try {
+        i_service.Check(status, call.GetContext(), i_stop);
+    } catch (const TroubleException& failure) {
+        if (failure.trouble != Trouble::CertificateUnknown)
+            throw;
+        const auto stop = i_service.stop.get_token();
+        throw TroubleException(LookAtCertificate(i_service.address, authority, LongestLook, stop), i_service.address);
+    }
     if (information.oldest_host_revision() > Wire::ProtocolRevision)
         throw TroubleException(Trouble::HostTooOld, i_service.address);
     if (information.protocol_revision() < Wire::OldestServiceRevision)

@@ -38,13 +38,14 @@ class RemoteLooms : public LoomServer
 protected:
     ~RemoteLooms() override { remote.reset(); }
 
-    void Connect(std::string i_address = {})
+    void Connect(const std::string& i_address = {})
     {
-        if (i_address.empty())
-            i_address = options.addresses.front();
+        Connect(ServiceEndpoint{i_address.empty() ? options.addresses.front() : i_address, {}});
+    }
+    void Connect(const ServiceEndpoint& i_endpoint)
+    {
         remote = std::make_unique<RemoteCatalog>(
-            RemoteId, ServiceEndpoint{i_address, {}},
-            std::make_unique<RemoteUtility>(folder.GetAbsoluteDir() / "cache", journal));
+            RemoteId, i_endpoint, std::make_unique<RemoteUtility>(folder.GetAbsoluteDir() / "cache", journal));
         remote->ConnectMachineAdded([this](const auto& i_id) { journal.Add("added " + Name(i_id)); });
         remote->ConnectMachineRemoved([this](const auto& i_id) { journal.Add("removed " + Name(i_id)); });
         remote->ConnectMachineUpdated([this](const auto& i_id, MachineChanges i_changes) {
