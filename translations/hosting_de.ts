@@ -38,6 +38,10 @@
         <source>The Build Processors did not start.</source>
         <translation>Die Build Processors sind nicht gestartet.</translation>
     </message>
+    <message>
+        <source>The machine service number %1 did not start.</source>
+        <translation>Der Maschinendienst Nummer %1 ist nicht gestartet.</translation>
+    </message>
 </context>
 <context>
     <name>Hosting::HostProcess</name>

@@ -71,6 +71,14 @@
         <source>--export-config takes neither meshes nor --command.</source>
         <translation>--export-config nimmt weder Netze noch --command.</translation>
     </message>
+    <message>
+        <source>Use the machine service at this address instead of the one in this program; may be given several times. An address is unix:PATH or tls://HOST:PORT.</source>
+        <translation>Den Maschinendienst an dieser Adresse statt des Dienstes in diesem Programm nehmen; kann mehrmals angegeben werden. Eine Adresse ist unix:PFAD oder tls://HOST:PORT.</translation>
+    </message>
+    <message>
+        <source>--service needs an address.</source>
+        <translation>--service braucht eine Adresse.</translation>
+    </message>
 </context>
 <context>
     <name>Tour::CommandsStep</name>

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "client/CommunicationClient.h"
+#include "hosting/PluginUtility.h"
 #include "vexlorcore/Application.h"
 #include "vexlorcore/UiThread.h"
 #include "vexlorui/ReferenceApiProvider.h"
@@ -9,6 +10,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <vector>
 
 namespace Hosting {
 
@@ -24,7 +26,8 @@ class Host final : public QObject
 public:
     /// \param i_documents_dir copies of documents that machines return.
     /// \param i_data_dir what the services make.
-    Host(const std::filesystem::path& i_documents_dir, const std::filesystem::path& i_data_dir);
+    Host(const std::filesystem::path& i_documents_dir, const std::filesystem::path& i_data_dir,
+         const ServiceChoice& i_choice = {});
     ~Host() override;
 
     VexlorCore::Database& GetDatabase() { return *_application.GetDatabase(); }
@@ -37,16 +40,25 @@ public:
     /// For the operations of the library that take one.
     VexlorCore::ApiProviderGetter GetApiProviderGetter();
 
-    /// Starts the Build Processors and waits, with the event loop turning, until they run.
+    /// Starts the services and waits, with the event loop turning, until each runs or has failed.
     /// \return false when i_is_cancelled says so meanwhile.
-    /// \throws HostingError when they do not within i_deadline.
+    /// \throws HostingError when the Build Processors, or a service of the command line, do not run within i_deadline.
+    /// Of those of the user's file, which come and go, the window and the log tell.
     bool StartServices(std::chrono::milliseconds i_deadline, const std::function<bool()>& i_is_cancelled);
 
 private:
     struct MachineRule;
+    struct ServiceReasons;
+
+    std::vector<MachineService::ServiceId> _StartAll();
+    [[noreturn]] void _Refuse(MachineService::ServiceId i_service) const;
+    /// Those without which the host is not what was asked for.
+    bool _IsNeeded(MachineService::ServiceId i_service) const;
 
     const std::filesystem::path _dataDir;
-    const std::shared_ptr<MachineRule> _rule; ///< the services may still ask while the client goes
+    const ServiceChoice _choice;
+    const std::shared_ptr<ServiceReasons> _reasons; ///< the services may still tell while the client goes
+    const std::shared_ptr<MachineRule> _rule;       ///< the services may still ask while the client goes
     // Destroyed in reverse order: the client first, while application and provider are still there for its last calls.
     VexlorCore::UiThread _uiThread;
     VexlorCore::Application _application;

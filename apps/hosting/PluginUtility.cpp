@@ -5,6 +5,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include <utility>
+
 namespace Hosting {
 
 namespace {
@@ -17,10 +19,13 @@ const char* FolderOf(MachineService::ServiceId i_service)
 class PluginUtility final : public MachineService::AbstractPluginUtility
 {
 public:
-    PluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir)
-        : _configurationDir(TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice" /
-                            FolderOf(i_service))
+    PluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir, ServiceChoice i_choice,
+                  std::function<void(MachineService::ServiceStatus, const std::string&)> i_handle_status)
+        : _folder(TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice")
+        , _configurationDir(_folder / FolderOf(i_service))
         , _dataDir(i_data_dir)
+        , _choice(std::move(i_choice))
+        , _handleStatus(std::move(i_handle_status))
     {}
 
     std::filesystem::path GetConfigurationDir() const override { return _configurationDir; }
@@ -32,18 +37,36 @@ public:
             return std::nullopt;
         return qgetenv(variable.constData()).toStdString();
     }
+    std::vector<MachineService::ServiceEndpoint> GetServiceEndpoints() const override { return _choice.endpoints; }
+    std::filesystem::path GetServiceListFile() const override
+    {
+        return _choice.areOnlyEndpoints ? std::filesystem::path() : _folder / "services.json";
+    }
+    std::filesystem::path GetCacheDir() const override
+    {
+        return TavSDK::GetUserFolder(TavSDK::UserFolder::Cache) / "machineservice" / "services";
+    }
+    void HandleStatus(MachineService::ServiceStatus i_status, const std::string& i_reason) override
+    {
+        if (_handleStatus)
+            _handleStatus(i_status, i_reason);
+    }
 
 private:
+    const std::filesystem::path _folder;
     const std::filesystem::path _configurationDir;
     const std::filesystem::path _dataDir;
+    const ServiceChoice _choice;
+    const std::function<void(MachineService::ServiceStatus, const std::string&)> _handleStatus;
 };
 
 } // namespace
 
-std::unique_ptr<MachineService::AbstractPluginUtility> MakePluginUtility(MachineService::ServiceId i_service,
-                                                                         const std::filesystem::path& i_data_dir)
+std::unique_ptr<MachineService::AbstractPluginUtility>
+MakePluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir, ServiceChoice i_choice,
+                  std::function<void(MachineService::ServiceStatus, const std::string&)> i_handle_status)
 {
-    return std::make_unique<PluginUtility>(i_service, i_data_dir);
+    return std::make_unique<PluginUtility>(i_service, i_data_dir, std::move(i_choice), std::move(i_handle_status));
 }
 
 std::filesystem::path GetKeptResultsDir(const std::filesystem::path& i_data_dir)

@@ -3,17 +3,33 @@
 #include "client/interface/AbstractPluginUtility.h"
 #include "client/interface/ServiceTypes.h"
 
+#include <functional>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace Hosting {
+
+/// Which services a host has, besides those that are in the library.
+struct ServiceChoice
+{
+    /// Of the command line.
+    std::vector<MachineService::ServiceEndpoint> endpoints;
+    /// The services of endpoints only: neither those in the library, nor those that the user's file names.
+    bool areOnlyEndpoints = false;
+};
 
 /// Folders and settings of the services in this host.
 ///
 /// Configuration lies below the user's configuration folder ("machineservice/build-processors"), so that a printer
-/// profile put there appears in every run. What services make goes to i_data_dir. Every setting can be given as an
-/// environment variable: "engine.path" is MACHINESERVICE_ENGINE_PATH.
-std::unique_ptr<MachineService::AbstractPluginUtility> MakePluginUtility(MachineService::ServiceId i_service,
-                                                                         const std::filesystem::path& i_data_dir);
+/// profile put there appears in every run; the file "machineservice/services.json" there names services in other
+/// processes and on other hosts. What services make goes to i_data_dir. Every setting can be given as an environment
+/// variable: "engine.path" is MACHINESERVICE_ENGINE_PATH.
+/// \param i_handle_status told of services of endpoints as AbstractPluginUtility::HandleStatus is; on their threads.
+std::unique_ptr<MachineService::AbstractPluginUtility>
+MakePluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir,
+                  ServiceChoice i_choice = {},
+                  std::function<void(MachineService::ServiceStatus, const std::string&)> i_handle_status = {});
 
 /// Where the Build Processors keep the results of the slicing engine, see docs/embed.md.
 std::filesystem::path GetKeptResultsDir(const std::filesystem::path& i_data_dir);

@@ -26,6 +26,11 @@ struct Options
         QStringLiteral("set"),
         Texts::tr("Choose this for the platform, as the machine offers it; may be given several times."),
         QStringLiteral("ID=VALUE")};
+    const QCommandLineOption service{
+        QStringLiteral("service"),
+        Texts::tr("Use the machine service at this address instead of the one in this program; may be given several "
+                  "times. An address is unix:PATH or tls://HOST:PORT."),
+        QStringLiteral("ADDRESS")};
     const QCommandLineOption list{QStringLiteral("list"), Texts::tr("List the machines of the catalog and end.")};
     const QCommandLineOption exportConfig{
         QStringLiteral("export-config"),
@@ -39,7 +44,7 @@ struct Options
         io_parser.setApplicationDescription(
             Texts::tr("Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its "
                       "Build command and loads the result back into the scene."));
-        io_parser.addOptions({machine, command, set, list, exportConfig, help, version});
+        io_parser.addOptions({machine, command, set, service, list, exportConfig, help, version});
         io_parser.addPositionalArgument(
             QStringLiteral("mesh"),
             Texts::tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
@@ -103,6 +108,11 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
     for (const QString& choice : parser.values(options.set)) {
         if (const QString fault = AddChoice(choice, result); !fault.isEmpty())
             return Refuse(fault);
+    }
+    for (const QString& service : parser.values(options.service)) {
+        if (service.trimmed().isEmpty())
+            return Refuse(Texts::tr("--service needs an address."));
+        result.services.push_back(service.toStdString());
     }
     for (const QString& mesh : parser.positionalArguments()) {
         if (mesh.isEmpty())

@@ -1,6 +1,7 @@
 #include "client/interface/ICommunicationServiceAPI.h"
 
 #include "buildprocessor/BuildProcessorCatalog.h"
+#include "core/Endpoints.h"
 #include "core/ServicesCatalog.h"
 
 namespace MachineService {
@@ -21,6 +22,7 @@ public:
             ServiceId::BuildProcessors,
             std::make_unique<BuildProcessor::BuildProcessorCatalog>(
                 i_plugin_utility_factory ? i_plugin_utility_factory(ServiceId::BuildProcessors) : nullptr));
+        AddEndpoints(*catalog, i_plugin_utility_factory);
         return catalog;
     }
 };

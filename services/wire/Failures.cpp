@@ -103,7 +103,7 @@ CommunicationException FromFailure(const pb::Failure& i_failure)
     return {static_cast<ErrorCode>(i_failure.code()), GetText(i_failure.sentence(), "sentence").c_str()};
 }
 
-grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContext& io_context)
+grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContextBase& io_context)
 {
     pb::Failure failure = ToFailure(ip_exception);
     failure.mutable_sentence()->set_text(std::string(TavSDK::CutUtf8(failure.sentence().text(), MaxSentenceBytes)));

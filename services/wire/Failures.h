@@ -21,7 +21,7 @@ pb::Failure ToFailure(const std::exception_ptr& ip_exception);
 CommunicationException FromFailure(const pb::Failure& i_failure);
 
 /// The status of a call that ended in an exception, with the failure in the trailing metadata.
-grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContext& io_context);
+grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContextBase& io_context);
 
 /// What the service itself said of a call that failed; null when the failure is the connection's.
 std::unique_ptr<pb::Failure> GetFailure(const grpc::Status& i_status, const grpc::ClientContext& i_context);

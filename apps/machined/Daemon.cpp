@@ -1,0 +1,162 @@
+#include "machined/Daemon.h"
+
+#include "client/interface/ICommunicationServiceAPI.h"
+#include "machined/Log.h"
+#include "machined/Notify.h"
+#include "machined/TokenStore.h"
+#include "server/MachineServer.h"
+#include "tavsdk/Path.h"
+#include "tavsdk/Text.h"
+
+#include <csignal>
+#include <cstdio>
+
+namespace Machined {
+
+namespace {
+
+using namespace MachineService;
+
+/// Folders and settings of the Build Processors: the same as in a host of this user.
+class Utility final : public AbstractPluginUtility
+{
+public:
+    explicit Utility(const Settings& i_settings)
+        : _settings(i_settings)
+    {}
+
+    std::filesystem::path GetConfigurationDir() const override
+    {
+        return TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice" / "build-processors";
+    }
+    std::filesystem::path GetDataDir() const override
+    {
+        return _settings.data.empty()
+                   ? TavSDK::GetUserFolder(TavSDK::UserFolder::Data) / "machineservice" / "build-processors"
+                   : _settings.data;
+    }
+    std::optional<std::string> GetSetting(const std::string& i_name) const override
+    {
+        return i_name == "engine.path" && !_settings.engine.empty() ? std::optional(_settings.engine) : std::nullopt;
+    }
+
+private:
+    const Settings _settings;
+};
+
+MachineServerOptions MakeOptions(const Settings& i_settings, const TokenStore& i_tokens)
+{
+    MachineServerOptions options;
+    options.name = "machined";
+    options.services = {ServiceId::BuildProcessors};
+    if (const auto socket = GetSocket(i_settings); !socket.empty())
+        options.addresses.push_back("unix:" + socket);
+    for (const auto& address : i_settings.listen)
+        options.addresses.push_back("tls://" + address);
+    options.tls = {i_settings.certificate, i_settings.key, i_settings.clientCa};
+    options.limits.connections = i_settings.connections;
+    options.limits.streams = i_settings.streams;
+    options.limits.runs.runningOfOneClient = i_settings.runsOfOneClient;
+    options.limits.runs.inputBytes = i_settings.uploadBytes;
+    options.heartbeat = i_settings.heartbeat;
+    options.log = Log;
+    options.admitsLocalHosts = true;
+    if (!i_settings.listen.empty() && i_settings.clientCa.empty())
+        options.admit = [&i_tokens](const std::string& i_secret) {
+            try {
+                return i_tokens.Find(i_secret);
+            } catch (const std::exception& error) {
+                Log(error.what());
+                return std::optional<std::string>();
+            }
+        };
+    return options;
+}
+
+/// \return the next signal that is for the daemon.
+int WaitForSignal()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&signals, signal);
+    int signal = 0;
+    while (sigwait(&signals, &signal) != 0) {
+    }
+    return signal;
+}
+
+void Reload(const Settings& i_settings, AbstractMachinesCatalog& io_catalog)
+{
+    Log("reading profiles and certificates again");
+    io_catalog.Refresh(ServiceId::BuildProcessors);
+    if (i_settings.listen.empty())
+        return;
+    try {
+        CheckTlsFiles({i_settings.certificate, i_settings.key, i_settings.clientCa});
+    } catch (const std::exception& error) {
+        Log(std::string(error.what()) + " The former certificate stays in use.");
+    }
+}
+
+} // namespace
+
+void CheckSettings(const Settings& i_settings)
+{
+    if (GetSocket(i_settings).empty() && i_settings.listen.empty())
+        throw WrongUsage("There is nothing to listen on; give --socket or --listen.");
+    if (i_settings.listen.empty())
+        return;
+    CheckTlsFiles({i_settings.certificate, i_settings.key, i_settings.clientCa});
+    if (i_settings.clientCa.empty() && TokenStore(GetTokenFile(i_settings)).GetNames().empty())
+        throw WrongUsage(
+            "Nobody could come in by --listen; give it a --client-ca, or add a token by machined token add.");
+}
+
+void RunDaemon(const Settings& i_settings)
+{
+    CheckSettings(i_settings);
+    const TokenStore tokens(GetTokenFile(i_settings));
+    const auto api = CreateCommunicationService();
+    api->Initialize();
+    const auto catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<Utility>(i_settings); });
+    MachineServer server(*catalog, MakeOptions(i_settings, tokens));
+    server.Start();
+    for (const auto& address : server.GetAddresses()) {
+        Log("listening on " + address);
+        if (i_settings.printAddress)
+            std::printf("%s\n", address.c_str());
+    }
+    if (i_settings.printAddress) {
+        std::puts("ready");
+        std::fflush(stdout);
+    }
+    NotifyManager("READY=1");
+    while (WaitForSignal() == SIGHUP)
+        Reload(i_settings, *catalog);
+    NotifyManager("STOPPING=1");
+    Log("stopping; runs have " + std::to_string(i_settings.drain.count() / 1000) + " s to end");
+    server.Stop(i_settings.drain);
+    Log("stopped");
+}
+
+void RunTokenCommand(const Settings& i_settings)
+{
+    TokenStore tokens(GetTokenFile(i_settings));
+    const auto& words = i_settings.command;
+    const auto action = words.size() > 1 ? words[1] : std::string();
+    if (words.front() == "token" && words.size() == 2 && action == "list") {
+        for (const auto& name : tokens.GetNames())
+            std::printf("%s\n", name.c_str());
+    } else if (words.front() == "token" && words.size() == 3 && action == "add") {
+        std::printf("%s\n", tokens.Add(words[2]).c_str());
+    } else if (words.front() == "token" && words.size() == 3 && action == "rotate") {
+        std::printf("%s\n", tokens.Rotate(words[2]).c_str());
+    } else if (words.front() == "token" && words.size() == 3 && action == "revoke") {
+        tokens.Revoke(words[2]);
+    } else {
+        throw WrongUsage(TavSDK::Quote(words.front()) + " is no command; machined token add|list|rotate|revoke is.");
+    }
+}
+
+} // namespace Machined

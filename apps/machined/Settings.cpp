@@ -1,0 +1,222 @@
+#include "machined/Settings.h"
+
+#include "tavsdk/FileError.h"
+#include "tavsdk/InputFile.h"
+#include "tavsdk/Path.h"
+#include "tavsdk/Text.h"
+
+#include <array>
+#include <charconv>
+#include <cstdlib>
+#include <functional>
+#include <sstream>
+
+namespace Machined {
+
+namespace {
+
+constexpr std::uint64_t MaxConfigurationBytes = 1 << 20;
+
+std::uint64_t ReadNumber(const std::string& i_text, std::uint64_t i_least, std::uint64_t i_most)
+{
+    std::uint64_t number = 0;
+    const auto end = i_text.data() + i_text.size();
+    const auto result = std::from_chars(i_text.data(), end, number);
+    if (i_text.empty() || result.ec != std::errc() || result.ptr != end || number < i_least || number > i_most)
+        throw WrongUsage("it is no whole number from " + std::to_string(i_least) + " to " + std::to_string(i_most) +
+                         '.');
+    return number;
+}
+
+/// One option, by the same name on the command line ("--name VALUE") and in the file ("name = VALUE").
+struct Option
+{
+    const char* name;
+    const char* value;
+    const char* help;
+    std::function<void(Settings&, const std::string&)> set;
+};
+
+const std::array Options{
+    Option{"socket", "PATH", "unix socket; \"none\": there is none",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.socket = i_text == "none" ? std::string() : i_text;
+           }},
+    Option{"listen", "HOST:PORT", "also listens there, with TLS; may be given several times",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.listen.push_back(i_text);
+           }},
+    Option{"certificate", "FILE", "certificate for --listen, PEM",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.certificate = i_text;
+           }},
+    Option{"key", "FILE", "its private key, PEM",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.key = i_text;
+           }},
+    Option{"client-ca", "FILE", "hosts need a certificate of this CA, and no token",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.clientCa = i_text;
+           }},
+    Option{"tokens", "FILE", "tokens that let hosts in, see machined token",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.tokens = i_text;
+           }},
+    Option{"data", "FOLDER", "where jobs and settings of the machines are kept",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.data = i_text;
+           }},
+    Option{"engine", "FILE", "the slicing engine",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.engine = i_text;
+           }},
+    Option{"drain-seconds", "N", "what runs have to end in when the daemon is stopped",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.drain = std::chrono::seconds(ReadNumber(i_text, 0, 3600));
+           }},
+    Option{"heartbeat-ms", "N", "how often hosts hear that the daemon is there",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.heartbeat = std::chrono::milliseconds(ReadNumber(i_text, 100, 60'000));
+           }},
+    Option{"connections", "N", "most connections on the socket",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.connections = ReadNumber(i_text, 1, 100'000);
+           }},
+    Option{"streams", "N", "most catalogs and runs that are listened to",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.streams = ReadNumber(i_text, 1, 100'000);
+           }},
+    Option{"runs", "N", "most runs of one host at a time",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.runsOfOneClient = ReadNumber(i_text, 1, 1000);
+           }},
+    Option{"upload-megabytes", "N", "largest input of a run",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.uploadBytes = ReadNumber(i_text, 1, 1'000'000) << 20;
+           }},
+};
+
+void Set(Settings& o_settings, const std::string& i_name, const std::string& i_value, const std::string& i_shown)
+{
+    for (const auto& option : Options) {
+        if (option.name != i_name)
+            continue;
+        try {
+            option.set(o_settings, i_value);
+        } catch (const WrongUsage& wrong) {
+            throw WrongUsage("The value " + TavSDK::Quote(i_value) + " of " + i_shown +
+                             " cannot be used: " + wrong.what());
+        }
+        return;
+    }
+    throw WrongUsage(i_shown + " is not known; machined --help names what there is.");
+}
+
+std::string Trim(const std::string& i_text)
+{
+    const auto begin = i_text.find_first_not_of(" \t\r");
+    return begin == std::string::npos ? std::string()
+                                      : i_text.substr(begin, i_text.find_last_not_of(" \t\r") - begin + 1);
+}
+
+void ReadFile(Settings& o_settings, const std::string& i_file)
+{
+    std::istringstream lines;
+    try {
+        lines.str(TavSDK::ReadFile(TavSDK::PathFromUtf8(i_file), MaxConfigurationBytes));
+    } catch (const TavSDK::FileError& error) {
+        throw WrongUsage("The configuration " + TavSDK::Quote(i_file) + " cannot be read: " + error.what() + '.');
+    }
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        line = Trim(line);
+        if (line.empty() || line.front() == '#')
+            continue;
+        const auto place = "line " + std::to_string(number) + " of " + TavSDK::Quote(i_file);
+        const auto equals = line.find('=');
+        if (equals == std::string::npos)
+            throw WrongUsage("The " + place + " cannot be read; write NAME = VALUE.");
+        const auto name = Trim(line.substr(0, equals));
+        Set(o_settings, name, Trim(line.substr(equals + 1)), TavSDK::Quote(name) + " in " + place);
+    }
+}
+
+void Check(const Settings& i_settings)
+{
+    if (i_settings.listen.empty())
+        return;
+    if (i_settings.certificate.empty() || i_settings.key.empty())
+        throw WrongUsage("There is no way without TLS between hosts; give --listen a --certificate and a --key.");
+}
+
+} // namespace
+
+Settings ReadSettings(const std::vector<std::string>& i_arguments)
+{
+    Settings settings;
+    // The file comes first, wherever it is named.
+    for (std::size_t place = 0; place + 1 < i_arguments.size(); ++place) {
+        if (i_arguments[place] == "--config")
+            ReadFile(settings, i_arguments[place + 1]);
+    }
+    for (std::size_t place = 0; place < i_arguments.size(); ++place) {
+        const auto& word = i_arguments[place];
+        if (word == "--help" || word == "-h") {
+            settings.help = true;
+        } else if (word == "--check-config") {
+            settings.checkOnly = true;
+        } else if (word == "--print-address") {
+            settings.printAddress = true;
+        } else if (!word.starts_with("--")) {
+            settings.command.push_back(word);
+        } else if (place + 1 == i_arguments.size()) {
+            throw WrongUsage(TavSDK::Quote(word) + " needs a value; machined --help tells which.");
+        } else if (++place; word != "--config") {
+            Set(settings, word.substr(2), i_arguments[place], TavSDK::Quote(word));
+        }
+    }
+    if (!settings.help && settings.command.empty())
+        Check(settings);
+    return settings;
+}
+
+std::string GetHelp()
+{
+    std::string help = "machined offers the printers of this computer to hosts, by the machine service protocol.\n\n"
+                       "machined [OPTION ...]\n"
+                       "machined token add NAME | list | rotate NAME | revoke NAME [--tokens FILE]\n\n"
+                       "  --config FILE         the options below as lines NAME = VALUE\n"
+                       "  --check-config        only tells whether everything can be used\n"
+                       "  --print-address       prints each address, and \"ready\", on standard output\n";
+    for (const auto& option : Options) {
+        std::string line = "  --" + std::string(option.name) + ' ' + option.value;
+        line.resize(std::max<std::size_t>(line.size() + 1, 24), ' ');
+        help += line + option.help + '\n';
+    }
+    return help + "\nSIGTERM lets runs end and stops; SIGHUP reads profiles and certificates again.\n"
+                  "Ends with 0; 1: it could not do it; 2: wrong usage.\n";
+}
+
+std::string GetSocket(const Settings& i_settings)
+{
+    if (i_settings.socket)
+        return *i_settings.socket;
+    const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+    if (!folder || *folder != '/')
+        throw WrongUsage("There is no folder for sockets (XDG_RUNTIME_DIR is not set); name a socket by --socket.");
+    return std::string(folder) + "/machineservice/machined.sock";
+}
+
+std::filesystem::path GetTokenFile(const Settings& i_settings)
+{
+    if (!i_settings.tokens.empty())
+        return i_settings.tokens;
+    try {
+        return TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice" / "machined" / "tokens";
+    } catch (const TavSDK::FileError& error) {
+        throw WrongUsage(error.what());
+    }
+}
+
+} // namespace Machined

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Machined {
+
+/// What the daemon was told, by its configuration file and then by its command line.
+struct Settings
+{
+    std::optional<std::string> socket; ///< empty text: no socket
+    std::vector<std::string> listen;   ///< HOST:PORT, each with TLS
+    std::string certificate;
+    std::string key;
+    std::string clientCa;
+    std::filesystem::path tokens; ///< file; empty: in the user's configuration folder
+    std::filesystem::path data;   ///< empty: the user's folder of the Build Processors
+    std::string engine;           ///< path of the engine; empty: of the search path
+    std::chrono::milliseconds drain = std::chrono::seconds(20);
+    std::size_t connections = 256;
+    std::size_t streams = 512;
+    std::size_t runsOfOneClient = 16;
+    std::uint64_t uploadBytes = 4ULL << 30;
+    std::chrono::milliseconds heartbeat = std::chrono::seconds(5);
+    bool printAddress = false;
+    bool checkOnly = false;
+    bool help = false;
+    std::vector<std::string> command; ///< `token add NAME`
+};
+
+/// The words of a command line or a file are wrong; the text is a sentence.
+class WrongUsage : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// \param i_arguments without the program's name.
+/// \throws WrongUsage, also for what the configuration file holds.
+Settings ReadSettings(const std::vector<std::string>& i_arguments);
+/// What `--help` prints.
+std::string GetHelp();
+/// Where the socket is, and the file of tokens, when nothing else was told.
+/// \throws WrongUsage when the user has no such folder.
+std::string GetSocket(const Settings& i_settings);
+std::filesystem::path GetTokenFile(const Settings& i_settings);
+
+} // namespace Machined

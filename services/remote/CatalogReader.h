@@ -1,0 +1,86 @@
+#pragma once
+
+#include "client/interface/ServiceTypes.h"
+#include "contract/MachineNews.h"
+#include "remote/RemoteService.h"
+#include "remote/SnapshotFile.h"
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace MachineService::Remote {
+
+/// Is told what a CatalogReader finds, on its thread.
+class ICatalogListener
+{
+public:
+    virtual ~ICatalogListener() = default;
+    virtual void TellNews(const MachineNews& i_news) = 0;
+    /// \param i_reason a sentence for the user, or none.
+    virtual void TellStatus(ServiceStatus i_status, const std::string& i_reason) = 0;
+};
+
+/// Connects to a service, keeps its machines current, and connects again whenever that ends.
+///
+/// Thread: Run and all that it does on one; the rest any.
+class CatalogReader
+{
+public:
+    CatalogReader(std::shared_ptr<RemoteService> ip_service, ICatalogListener& io_listener, SnapshotFile i_file);
+
+    /// Until the service is closed.
+    void Run();
+    /// Tries again at once, if it waits for that.
+    void Wake();
+    /// Used from the next connection on, which is made at once.
+    void SetCredentials(std::optional<AuthenticationData> i_credentials);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void _TakeKept();
+    /// Never comes back but by an exception.
+    void _ConnectAndWatch();
+    void _Watch(const std::shared_ptr<Connection>& ip_connection);
+    void _Take(const pb::CatalogEvent& i_event, const std::shared_ptr<Connection>& ip_connection);
+    void _TakePage(const pb::SnapshotPage& i_page, const Position& i_position, Connection& io_connection);
+    void _TakeMachine(const pb::Machine& i_machine, std::uint32_t i_changes, const Position& i_position,
+                      Connection& io_connection);
+    /// What is known is what the service has.
+    void _BecomeCurrent(const std::shared_ptr<Connection>& ip_connection);
+    void _FetchIcons(const std::set<std::string>& i_hashes, Connection& io_connection);
+    void _TellNews(const MachineNews& i_news);
+    void _TellStatus(ServiceStatus i_status, const std::string& i_reason);
+    /// All commands are to be asked about anew.
+    void _TellAllChanged();
+    void _HandleLoss(ServiceStatus i_status, const std::string& i_sentence);
+    void _Keep();
+    void _Pause();
+    std::stop_token _BeginAttempt();
+
+    const std::shared_ptr<RemoteService> _service;
+    ICatalogListener& _listener;
+    const SnapshotFile _file;
+
+    // Used by the thread of Run only.
+    std::vector<StoredMachine> _pages;
+    std::optional<ServiceStatus> _serviceStatus; ///< as the service tells it, on this connection
+    std::optional<std::pair<ServiceStatus, std::string>> _told;
+    std::stop_token _attempt;
+    bool _isCurrent = false;
+    bool _isReading = false; ///< a snapshot is being read
+    bool _isDirty = false;   ///< something is not kept on the disk yet
+    Clock::time_point _keptAt;
+    std::chrono::milliseconds _pause;
+
+    TavSDK::Mutex _mutex; ///< guards everything below
+    std::condition_variable_any _wakeUp;
+    bool _isWoken TAVSDK_GUARDED_BY(_mutex) = false;
+    std::stop_source _attemptStop TAVSDK_GUARDED_BY(_mutex); ///< ends the present connection
+    std::optional<AuthenticationData> _credentials TAVSDK_GUARDED_BY(_mutex);
+};
+
+} // namespace MachineService::Remote

@@ -1,0 +1,123 @@
+#include "remote/Handshake.h"
+
+#include "contract/Failure.h"
+#include "remote/CertificateLook.h"
+#include "remote/StatusTrouble.h"
+#include "tavsdk/FileError.h"
+#include "tavsdk/InputFile.h"
+#include "tavsdk/Path.h"
+#include "tavsdk/Text.h"
+#include "wire/Protocol.h"
+
+#include <QCoreApplication>
+#include <QLocale>
+
+#include <algorithm>
+
+namespace MachineService::Remote {
+
+namespace {
+
+constexpr std::chrono::seconds ConnectDeadlineHere(5);
+constexpr std::chrono::seconds ConnectDeadlineElsewhere(10);
+constexpr std::chrono::seconds LongestLook(2);
+constexpr std::uint64_t MaxAuthorityBytes = 10'000'000;
+constexpr int MaxLanguages = 10;
+constexpr int MaxComponents = 100;
+/// Of a service that tells none.
+constexpr std::chrono::milliseconds DefaultGrace(60'000);
+constexpr std::chrono::milliseconds LongestGrace(24 * 3600 * 1000);
+constexpr std::chrono::milliseconds HeartbeatSlack(2'000);
+
+std::string ReadAuthority(const RemoteService& i_service)
+{
+    if (i_service.authorityFile.empty())
+        return {};
+    try {
+        return TavSDK::ReadFile(i_service.authorityFile, MaxAuthorityBytes);
+    } catch (const TavSDK::FileError& failure) {
+        Fail(ErrorCode::FileError, "The file with the certificates for the machine service at " +
+                                       TavSDK::Quote(i_service.address.text, 300) + ", " +
+                                       TavSDK::Quote(TavSDK::ShowPath(i_service.authorityFile)) +
+                                       ", cannot be read: " + failure.what() + '.');
+    }
+}
+
+ServiceTold FromMessage(const pb::ServiceInformation& i_information)
+{
+    using std::chrono::milliseconds;
+    ServiceTold told;
+    told.name = i_information.name();
+    for (const auto& component : i_information.components()) {
+        if (told.components.size() < MaxComponents)
+            told.components.emplace_back(component.name(), component.version());
+    }
+    if (const auto heartbeat = i_information.heartbeat_interval_ms())
+        told.longestSilence = 2 * std::min(milliseconds(heartbeat), LongestGrace) + HeartbeatSlack;
+    told.grace = i_information.host_grace_ms() == 0
+                     ? DefaultGrace
+                     : std::min(milliseconds(i_information.host_grace_ms()), LongestGrace);
+    told.largestInput = i_information.largest_input_bytes();
+    return told;
+}
+
+} // namespace
+
+std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::stop_token& i_stop)
+{
+    const std::string authority = ReadAuthority(i_service);
+    const auto connection = std::make_shared<Connection>(i_service.address, authority);
+    pb::ServiceInformationRequest request;
+    request.set_protocol_revision(Wire::ProtocolRevision);
+    const QString host =
+        QCoreApplication::applicationName() + QLatin1Char(' ') + QCoreApplication::applicationVersion();
+    request.set_host(host.trimmed().toStdString());
+    const auto languages = QLocale::system().uiLanguages();
+    for (const QString& language : languages.mid(0, MaxLanguages))
+        request.add_languages(language.toStdString());
+    Call call(*connection, i_service.address.isLocal ? ConnectDeadlineHere : ConnectDeadlineElsewhere,
+              {i_service.stop.get_token(), i_stop});
+    pb::ServiceInformation information;
+    const auto status = connection->GetStub().GetServiceInformation(&call.GetContext(), request, &information);
+    try {
+        i_service.Check(status, call.GetContext(), i_stop);
+    } catch (const TroubleException& failure) {
+        if (failure.trouble != Trouble::CertificateUnknown)
+            throw;
+        const auto stop = i_service.stop.get_token();
+        throw TroubleException(LookAtCertificate(i_service.address, authority, LongestLook, stop), i_service.address);
+    }
+    if (information.oldest_host_revision() > Wire::ProtocolRevision)
+        throw TroubleException(Trouble::HostTooOld, i_service.address);
+    if (information.protocol_revision() < Wire::OldestServiceRevision)
+        throw TroubleException(Trouble::ServiceTooOld, i_service.address);
+    connection->told = FromMessage(information);
+    connection->requiresAuthentication = information.requires_authentication();
+    return connection;
+}
+
+void Authenticate(const RemoteService& i_service, Connection& io_connection,
+                  const std::optional<AuthenticationData>& i_credentials, const std::stop_token& i_stop)
+{
+    if (!i_credentials) {
+        if (io_connection.requiresAuthentication)
+            throw TroubleException(Trouble::CredentialsNeeded, i_service.address);
+        return;
+    }
+    Call call(io_connection, QuestionDeadline, {i_service.stop.get_token(), i_stop});
+    pb::AuthenticationRequest request;
+    request.set_user(i_credentials->user);
+    request.set_secret(i_credentials->secret);
+    pb::AuthenticationReply reply;
+    const auto status = io_connection.GetStub().SetAuthentication(&call.GetContext(), request, &reply);
+    if (IsUnknownCall(status))
+        return;
+    i_service.Check(status, call.GetContext(), i_stop);
+    if (reply.result() == pb::AUTHENTICATION_RESULT_REJECTED)
+        throw TroubleException(Trouble::CredentialsRefused, i_service.address);
+    if (reply.result() == pb::AUTHENTICATION_RESULT_UNAVAILABLE)
+        throw TroubleException(Trouble::Busy, i_service.address);
+    io_connection.token = reply.token();
+}
+
+} // namespace MachineService::Remote

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "client/interface/AbstractPluginUtility.h"
+#include "remote/CanRunStore.h"
+#include "remote/Connection.h"
+#include "remote/IconStore.h"
+#include "remote/Link.h"
+#include "remote/MachineStore.h"
+#include "remote/ServiceAddress.h"
+#include "remote/Workers.h"
+#include "wire/IdleWatchdog.h"
+
+#include <chrono>
+#include <memory>
+#include <stop_token>
+#include <string>
+
+namespace MachineService::Remote {
+
+/// Of streams that are on their way all the time, such as a transfer.
+inline constexpr std::chrono::seconds LongestIdle(30);
+/// Of short questions.
+inline constexpr std::chrono::seconds QuestionDeadline(5);
+
+/// What the catalog and the machines that it handed out share. Machines outlive the catalog: they then find it closed.
+///
+/// Thread: any.
+struct RemoteService
+{
+    /// \throws CommunicationException for an address that is none.
+    explicit RemoteService(const ServiceEndpoint& i_endpoint);
+
+    /// Ends all calls and joins the threads. Twice is harmless.
+    void Close();
+    bool IsClosed() const { return stop.stop_requested(); }
+
+    /// The connection that there is.
+    /// \throws CommunicationException with the reason why there is none.
+    std::shared_ptr<Connection> GetConnection() const;
+    /// \throws CommunicationException ServicesUnavailable when it is closed.
+    void ThrowIfClosed() const;
+    /// What a call came to that did not succeed. \throws CommunicationException always but for a good status.
+    /// \param i_caller token of whoever waits for the call.
+    void Check(const grpc::Status& i_status, const grpc::ClientContext& i_context, const std::stop_token& i_caller,
+               bool i_was_idle = false) const;
+
+    const ServiceAddress address;
+    const std::filesystem::path authorityFile;
+    MachineStore machines;
+    IconStore icons;
+    CanRunStore canRun;
+    Link link;
+    std::stop_source stop;
+    Wire::IdleWatchdog watchdog;
+    Workers workers;
+};
+
+} // namespace MachineService::Remote

@@ -1,0 +1,193 @@
+#include "services/remote/RemoteFixture.h"
+#include "support/Failures.h"
+#include "support/SocketProxy.h"
+
+#include <grpcpp/security/server_credentials.h>
+#include <grpcpp/server_builder.h>
+
+namespace MachineService::Testing {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The looms behind a connection that does what the test says.
+class RemoteFaultsTest : public RemoteLooms
+{
+protected:
+    void StartBehindProxy()
+    {
+        run = [this, weave = run](const CommandRun& i_run) {
+            ++runs;
+            if (duringRun)
+                duringRun(i_run);
+            return weave(i_run);
+        };
+        Start();
+        const std::string path = folder.GetAbsoluteDir() / "proxy";
+        proxy = std::make_unique<TestSupport::SocketProxy>(path, options.addresses.front().substr(5));
+        ConnectAndRun("unix:" + path);
+        journal.Take();
+    }
+    ~RemoteFaultsTest() override
+    {
+        remote.reset();
+        proxy.reset();
+    }
+
+    std::unique_ptr<TestSupport::SocketProxy> proxy;
+    std::atomic<int> runs = 0;
+    std::function<void(const CommandRun&)> duringRun; ///< set before the service starts
+};
+
+TEST_F(RemoteFaultsTest, ABrokenConnectionDoesNotChangeWhatARunLeaves)
+{
+    duringRun = [this](const CommandRun&) {
+        if (runs == 1)
+            proxy->CloseAll();
+    };
+    StartBehindProxy();
+    std::string input;
+    for (int line = 0; input.size() < 3'000'000; ++line)
+        input += std::to_string(line) + '\n';
+    EXPECT_TRUE(GetLoom().RunCommand(MakeParameters(input)).get().completed);
+    EXPECT_EQ(ReadResult(), input + "!");
+    EXPECT_EQ(runs, 1) << "the same run";
+    // In the midst of the upload, and of the download.
+    for (const std::size_t bytes : {1'000'000, 4'500'000}) {
+        ASSERT_TRUE(Expect("status 2 "));
+        runs = 1;
+        proxy->CloseAfter(bytes);
+        std::filesystem::remove(folder.GetAbsoluteDir() / "out" / "cloth.txt");
+        EXPECT_TRUE(GetLoom().RunCommand(MakeParameters(input)).get().completed);
+        EXPECT_EQ(ReadResult(), input + "!");
+        EXPECT_EQ(runs, 2);
+        EXPECT_THAT(GetResults(), SizeIs(1));
+    }
+}
+
+TEST_F(RemoteFaultsTest, ABitThatFlipsOnTheWayIsNeverPartOfAResult)
+{
+    StartBehindProxy();
+    const std::string input = std::string(300'000, 'a') + "mark" + std::string(300'000, 'b');
+    proxy->FlipOnceIn("mark"); // on the way up
+    EXPECT_TRUE(GetLoom().RunCommand(MakeParameters(input)).get().completed);
+    EXPECT_EQ(ReadResult(), input + "!");
+    EXPECT_TRUE(proxy->HasFlipped());
+    proxy->FlipOnceIn("b!"); // only the result ends so
+    EXPECT_TRUE(GetLoom().RunCommand(MakeParameters(input)).get().completed);
+    EXPECT_EQ(ReadResult(), input + "!");
+    EXPECT_TRUE(proxy->HasFlipped());
+    EXPECT_EQ(runs, 2);
+}
+
+TEST_F(RemoteFaultsTest, AServiceThatIsSilentIsLostAndComesBack)
+{
+    StartBehindProxy();
+    proxy->SetSilent(true);
+    ASSERT_TRUE(Expect("status 4 The machine service at"));
+    EXPECT_THAT(journal.Take().back(), HasSubstr("does not answer"));
+    proxy->SetSilent(false);
+    proxy->CloseAll();
+    EXPECT_TRUE(Expect("status 2 "));
+}
+
+TEST_F(RemoteFaultsTest, AServiceThatWasStartedAnewDuringARunSaysSoOnce)
+{
+    std::promise<void> begun;
+    duringRun = [&](const CommandRun& i_run) {
+        if (runs > 1)
+            return;
+        begun.set_value();
+        while (!i_run.stop.stop_requested())
+            std::this_thread::yield();
+    };
+    StartBehindProxy();
+    auto result = GetLoom().RunCommand(MakeParameters("x"));
+    begun.get_future().wait();
+    Restart();
+    const auto failure = GetFailure([&] { result.get(); });
+    EXPECT_THAT(failure.text, AllOf(HasSubstr("was started anew"), HasSubstr("run the command again")));
+    EXPECT_THAT(GetResults(), IsEmpty());
+    ASSERT_TRUE(Expect("status 2 "));
+    EXPECT_TRUE(GetLoom().RunCommand(MakeParameters("x")).get().completed);
+    EXPECT_EQ(ReadResult(), "x!");
+}
+
+TEST_F(RemoteFaultsTest, ACancelReachesTheMachineAndComesBackAtOnceWhateverTheConnectionDoes)
+{
+    Journal<std::string> told;
+    duringRun = [&](const CommandRun& i_run) {
+        told.Add("begun");
+        while (!i_run.stop.stop_requested())
+            std::this_thread::yield();
+        told.Add("stopped");
+    };
+    StartBehindProxy();
+    for (const bool isSilent : {false, true}) {
+        std::stop_source stop;
+        auto parameters = MakeParameters("x");
+        parameters.stopToken = stop.get_token();
+        auto result = GetLoom().RunCommand(parameters);
+        ASSERT_TRUE(told.WaitFor([](const auto& i_all) { return !i_all.empty(); }, Long));
+        proxy->SetSilent(isSilent);
+        const auto begin = std::chrono::steady_clock::now();
+        stop.request_stop();
+        EXPECT_EQ(GetFailure([&] { result.get(); }).code, ErrorCode::ProcessingAborted);
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, 2s);
+        if (!isSilent) {
+            EXPECT_TRUE(told.WaitFor([](const auto& i_all) { return i_all.size() == 2; }, Long));
+        }
+        told.Take();
+    }
+    proxy->SetSilent(false);
+}
+
+/// A service that says of itself what a test wants.
+class OtherService final : public pb::MachineService::Service
+{
+public:
+    grpc::Status GetServiceInformation(grpc::ServerContext*, const pb::ServiceInformationRequest*,
+                                       pb::ServiceInformation* op_information) override
+    {
+        *op_information = information;
+        return status;
+    }
+    pb::ServiceInformation information;
+    grpc::Status status;
+};
+
+TEST_F(RemoteFaultsTest, AServiceThatDoesNotFitSaysWhichSideIsToBeRenewed)
+{
+    const std::string address = "unix:" + (folder.GetAbsoluteDir() / "other").string();
+    const auto expect = [&](const OtherService& i_service, const std::string& i_status) {
+        OtherService service;
+        service.information = i_service.information;
+        service.status = i_service.status;
+        grpc::ServerBuilder builder;
+        builder.AddListeningPort(address, grpc::InsecureServerCredentials());
+        builder.RegisterService(&service);
+        const auto other = builder.BuildAndStart();
+        Connect(address);
+        EXPECT_TRUE(Expect(i_status)) << ::testing::PrintToString(journal.Take());
+        remote.reset();
+        other->Shutdown();
+        journal.Take();
+    };
+    OtherService service;
+    expect(service, "status 4 The machine service at '" + address + "' is too old");
+    service.information.set_protocol_revision(9);
+    service.information.set_oldest_host_revision(9);
+    expect(service, "status 4 This program is too old");
+    service.information.set_oldest_host_revision(1);
+    service.information.set_requires_authentication(true);
+    expect(service, "status 3 The machine service at '" + address + "' asks for credentials");
+    service.status = {grpc::StatusCode::UNIMPLEMENTED, ""};
+    expect(service, "status 4 What answers at '" + address + "' is no machine service");
+    service.status = {grpc::StatusCode::RESOURCE_EXHAUSTED, ""};
+    expect(service, "status 4 The machine service at '" + address + "' has too much to do");
+}
+
+} // namespace
+
+} // namespace MachineService::Testing

@@ -1,0 +1,102 @@
+#pragma once
+
+#include "remote/RemoteCatalog.h"
+#include "services/ServiceFiles.h"
+#include "services/server/LoomServer.h"
+
+namespace MachineService::Testing {
+
+using Remote::RemoteCatalog;
+
+inline constexpr auto RemoteId = ServiceId(FirstEndpointService);
+
+/// Folders and reasons of a remote service.
+class RemoteUtility final : public AbstractPluginUtility
+{
+public:
+    RemoteUtility(std::filesystem::path i_cache, Journal<std::string>& io_journal)
+        : _cache(std::move(i_cache))
+        , _journal(io_journal)
+    {}
+    std::filesystem::path GetConfigurationDir() const override { return {}; }
+    std::filesystem::path GetDataDir() const override { return {}; }
+    std::optional<std::string> GetSetting(const std::string&) const override { return {}; }
+    std::filesystem::path GetCacheDir() const override { return _cache; }
+    void HandleStatus(ServiceStatus i_status, const std::string& i_reason) override
+    {
+        _journal.Add("status " + std::to_string(static_cast<int>(i_status)) + ' ' + i_reason);
+    }
+
+private:
+    const std::filesystem::path _cache;
+    Journal<std::string>& _journal;
+};
+
+/// A host's side of the looms' service.
+class RemoteLooms : public LoomServer
+{
+protected:
+    ~RemoteLooms() override { remote.reset(); }
+
+    void Connect(const std::string& i_address = {})
+    {
+        Connect(ServiceEndpoint{i_address.empty() ? options.addresses.front() : i_address, {}});
+    }
+    void Connect(const ServiceEndpoint& i_endpoint)
+    {
+        remote = std::make_unique<RemoteCatalog>(
+            RemoteId, i_endpoint, std::make_unique<RemoteUtility>(folder.GetAbsoluteDir() / "cache", journal));
+        remote->ConnectMachineAdded([this](const auto& i_id) { journal.Add("added " + Name(i_id)); });
+        remote->ConnectMachineRemoved([this](const auto& i_id) { journal.Add("removed " + Name(i_id)); });
+        remote->ConnectMachineUpdated([this](const auto& i_id, MachineChanges i_changes) {
+            journal.Add("updated " + Name(i_id) + ' ' + std::to_string(static_cast<int>(i_changes)));
+        });
+        ASSERT_TRUE(remote->Start(RemoteId));
+    }
+    void ConnectAndRun(const std::string& i_address = {})
+    {
+        Connect(i_address);
+        ASSERT_TRUE(Expect("status 2 "));
+    }
+    bool Expect(const std::string& i_beginning)
+    {
+        return journal.WaitFor(
+            [&](const auto& i_all) {
+                return std::any_of(i_all.begin(), i_all.end(),
+                                   [&](const std::string& i_news) { return i_news.starts_with(i_beginning); });
+            },
+            Long);
+    }
+    /// A service that was killed comes up again.
+    void Restart()
+    {
+        server.reset();
+        Start();
+    }
+
+    Machine GetLoom() { return remote->GetMachine(MakeId(1)); }
+    CommandParameters MakeParameters(const std::string& i_input)
+    {
+        CommandParameters parameters;
+        parameters.commandId = MakeId(2);
+        parameters.jobName = "../job";
+        parameters.inputFile = folder.GetAbsoluteDir() / "in.txt";
+        parameters.outputDir = folder.GetAbsoluteDir() / "out";
+        TestSupport::WriteFile(parameters.inputFile, i_input);
+        std::filesystem::create_directories(parameters.outputDir);
+        parameters.onProgress = [this](int i_percent, const std::string& i_stage) {
+            progress.Add(std::to_string(i_percent) + ' ' + i_stage);
+        };
+        return parameters;
+    }
+    std::string ReadResult() { return TestSupport::ReadFile(folder.GetAbsoluteDir() / "out" / "cloth.txt"); }
+    std::vector<std::string> GetResults() { return TestSupport::GetFileNames(folder.GetAbsoluteDir() / "out"); }
+
+    static std::string Name(const boost::uuids::uuid& i_id) { return std::to_string(i_id.data[15]); }
+
+    Journal<std::string> journal;
+    Journal<std::string> progress;
+    std::unique_ptr<RemoteCatalog> remote;
+};
+
+} // namespace MachineService::Testing
