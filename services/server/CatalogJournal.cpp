@@ -25,13 +25,15 @@ void CatalogJournal::Put(const std::string& i_id, std::shared_ptr<const Publishe
 {
     {
         const TavSDK::MutexLock lock(_mutex);
-        auto& machine = _machines[i_id];
+        const auto [entry, is_new] = _machines.try_emplace(i_id, Entry{nullptr, _nextPlace});
+        if (is_new)
+            _order.emplace(_nextPlace++, i_id);
         Change change;
         change.id = i_id;
         change.machine = ip_machine;
-        change.isNew = !machine;
+        change.isNew = is_new;
         change.changes = i_changes;
-        machine = std::move(ip_machine);
+        entry->second.machine = std::move(ip_machine);
         _Add(std::move(change));
     }
     _bell->Ring();
@@ -41,8 +43,11 @@ void CatalogJournal::Remove(const std::string& i_id)
 {
     {
         const TavSDK::MutexLock lock(_mutex);
-        if (_machines.erase(i_id) == 0)
+        const auto entry = _machines.find(i_id);
+        if (entry == _machines.end())
             return;
+        _order.erase(entry->second.place);
+        _machines.erase(entry);
         Change change;
         change.id = i_id;
         _Add(std::move(change));
@@ -77,7 +82,7 @@ std::shared_ptr<const PublishedMachine> CatalogJournal::Find(const std::string& 
 {
     const TavSDK::MutexLock lock(_mutex);
     const auto found = _machines.find(i_id);
-    return found == _machines.end() ? nullptr : found->second;
+    return found == _machines.end() ? nullptr : found->second.machine;
 }
 
 bool CatalogJournal::_MayTellSnapshot() const
@@ -116,8 +121,8 @@ bool CatalogJournal::Reader::Next(pb::CatalogEvent& o_event)
         _revision = _journal->_revision;
         _told = 0;
         _pages.clear();
-        for (const auto& [id, machine] : _journal->_machines)
-            _pages.push_back(machine);
+        for (const auto& [place, id] : _journal->_order)
+            _pages.push_back(_journal->_machines.at(id).machine);
         _TellPage(o_event);
         return true;
     }

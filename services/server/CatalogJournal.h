@@ -57,6 +57,11 @@ public:
     Reader Follow(const std::string& i_epoch, std::uint64_t i_revision);
 
 private:
+    struct Entry
+    {
+        std::shared_ptr<const PublishedMachine> machine;
+        std::uint64_t place = 0;
+    };
     struct Change
     {
         std::uint64_t revision = 0;
@@ -75,7 +80,10 @@ private:
     const Bounds _bounds;
     mutable TavSDK::Mutex _mutex; ///< guards everything below
     std::uint64_t _revision TAVSDK_GUARDED_BY(_mutex) = 0;
-    std::map<std::string, std::shared_ptr<const PublishedMachine>> _machines TAVSDK_GUARDED_BY(_mutex);
+    std::map<std::string, Entry> _machines TAVSDK_GUARDED_BY(_mutex);
+    /// Ids in the order in which the catalog told of them, which is the one that hosts show.
+    std::map<std::uint64_t, std::string> _order TAVSDK_GUARDED_BY(_mutex);
+    std::uint64_t _nextPlace TAVSDK_GUARDED_BY(_mutex) = 0;
     std::deque<Change> _changes TAVSDK_GUARDED_BY(_mutex);
     std::optional<Wire::pb::ServiceStatus> _status TAVSDK_GUARDED_BY(_mutex);
     bool _isLoaded TAVSDK_GUARDED_BY(_mutex) = false;
