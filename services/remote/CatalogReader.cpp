@@ -53,9 +53,11 @@ void CatalogReader::Run()
         try {
             _ConnectAndWatch();
         } catch (const TroubleException& failure) {
+            // The socket of a process that has ended refuses.
+            const bool isGone = _service->address.isLocal && failure.trouble == Trouble::Refused;
             _HandleLoss(IsAboutCredentials(failure.trouble) ? ServiceStatus::AuthenticationRequired
                                                             : ServiceStatus::Failed,
-                        failure.what());
+                        failure.what(), isGone);
         } catch (const std::exception& failure) {
             _HandleLoss(ServiceStatus::Failed, failure.what());
         }
@@ -275,14 +277,14 @@ void CatalogReader::_TellAllChanged()
     _listener.TellNews(news);
 }
 
-void CatalogReader::_HandleLoss(ServiceStatus i_status, const std::string& i_sentence)
+void CatalogReader::_HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone)
 {
     // Nothing is lost when somebody wants another connection.
     if (_service->IsClosed() || _attempt.stop_requested())
         return;
     const bool wasConnected = _isCurrent;
     _isCurrent = false;
-    _service->link.SetLost(i_sentence);
+    _service->link.SetLost(i_sentence, {}, i_is_gone);
     if (!_told || _told->first != i_status || _told->second != i_sentence)
         qCWarning(RemoteLog, "%s", i_sentence.c_str());
     if (wasConnected)

@@ -56,7 +56,8 @@ private:
     void _TellStatus(ServiceStatus i_status, const std::string& i_reason);
     /// All commands are to be asked about anew.
     void _TellAllChanged();
-    void _HandleLoss(ServiceStatus i_status, const std::string& i_sentence);
+    /// \param i_is_gone nobody listens there.
+    void _HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone = false);
     void _Keep();
     void _Pause();
     std::stop_token _BeginAttempt();

@@ -4,10 +4,12 @@
 #include <openssl/pem.h>
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <memory>
 
 namespace MachineService::Remote {
@@ -48,6 +50,32 @@ public:
 
 private:
     const int _socket;
+};
+
+/// OpenSSL writes to sockets like to files: who writes to one that was closed would end the host.
+class NoBrokenPipe
+{
+public:
+    NoBrokenPipe()
+    {
+        sigemptyset(&_pipe);
+        sigaddset(&_pipe, SIGPIPE);
+        pthread_sigmask(SIG_BLOCK, &_pipe, &_before);
+    }
+    ~NoBrokenPipe()
+    {
+        // It is this thread's own, unless it was blocked before.
+        constexpr timespec now{0, 0};
+        if (sigismember(&_before, SIGPIPE) == 0)
+            sigtimedwait(&_pipe, nullptr, &now);
+        pthread_sigmask(SIG_SETMASK, &_before, nullptr);
+    }
+    NoBrokenPipe(const NoBrokenPipe&) = delete;
+    NoBrokenPipe& operator=(const NoBrokenPipe&) = delete;
+
+private:
+    sigset_t _pipe = {};
+    sigset_t _before = {};
 };
 
 Context MakeContext(const std::string& i_authority)
@@ -91,6 +119,7 @@ Trouble LookAtCertificate(const ServiceAddress& i_address, const std::string& i_
         return Trouble::CertificateUnknown;
     const Addresses addresses(found);
     const auto context = MakeContext(i_authority);
+    const NoBrokenPipe noBrokenPipe;
     for (const addrinfo* address = found; context && address && !i_stop.stop_requested(); address = address->ai_next) {
         const Socket socket(*address, i_longest);
         const std::stop_callback stop(i_stop, [&socket] { shutdown(socket.Get(), SHUT_RDWR); });

@@ -5,13 +5,13 @@
 
 namespace MachineService::Remote {
 
-void Link::SetLost(std::string i_sentence, std::optional<Time> i_since)
+void Link::SetLost(std::string i_sentence, std::optional<Time> i_since, bool i_is_gone)
 {
     const TavSDK::MutexLock lock(_mutex);
     _connection = nullptr;
     // A further vain attempt may tell another reason, but not another time.
     const auto since = i_since ? *i_since : _loss ? _loss->since : std::chrono::system_clock::now();
-    _loss = Loss{since, std::move(i_sentence)};
+    _loss = Loss{since, std::move(i_sentence), i_is_gone};
     _changed.notify_all();
 }
 

@@ -27,10 +27,11 @@ public:
     {
         Time since;
         std::string sentence;
+        bool isGone = false; ///< nobody listens there any more: whatever the service did has ended
     };
 
     /// \param i_since when the machines that are kept were told, where they come from the disk.
-    void SetLost(std::string i_sentence, std::optional<Time> i_since = {});
+    void SetLost(std::string i_sentence, std::optional<Time> i_since = {}, bool i_is_gone = false);
     void SetConnected(ConnectionPointer ip_connection);
 
     /// Null while the service is lost.

@@ -3,6 +3,7 @@
 #include "contract/Failure.h"
 #include "remote/Log.h"
 #include "remote/StatusTrouble.h"
+#include "remote/Trouble.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
@@ -134,7 +135,7 @@ void RunCall::_Execute()
                 throw;
             _transfer->HandleBroken();
             if (_transfer->GetStep() != RunTransfer::Step::Done)
-                _WaitForConnection(failure.trouble);
+                _WaitForConnection();
         }
     }
 }
@@ -301,7 +302,7 @@ void RunCall::_Release()
     _transfer->HandleReleased();
 }
 
-void RunCall::_WaitForConnection(Trouble i_trouble)
+void RunCall::_WaitForConnection()
 {
     qCInfo(RemoteLog, "The run %s goes on when %s answers again.",
            boost::uuids::to_string(Wire::ToUuid(_request.run_id(), "run's id")).c_str(),
@@ -314,9 +315,9 @@ void RunCall::_WaitForConnection(Trouble i_trouble)
         if (_stop.stop_requested())
             throw CommunicationException(ErrorCode::ProcessingAborted);
         const auto now = RunTransfer::Clock::now();
-        // The socket of a process that has ended refuses, and another process knows nothing of the run.
-        const bool isHopeless =
-            !_transfer->IsResumption() || (_service->address.isLocal && i_trouble == Trouble::Refused);
+        // Another process would know nothing of the run.
+        const auto loss = _service->link.GetLoss();
+        const bool isHopeless = !_transfer->IsResumption() || (loss && loss->isGone);
         if (_transfer->IsTooLate(now) || (isHopeless && _transfer->GetSilence(now) > LongestHopeless))
             throw TroubleException(Trouble::RunLost, _service->address);
     }

@@ -3,7 +3,6 @@
 #include "client/interface/CommandTypes.h"
 #include "remote/RemoteService.h"
 #include "remote/RunTransfer.h"
-#include "remote/Trouble.h"
 #include "tavsdk/InputFile.h"
 #include "wire/ReceivedFile.h"
 
@@ -41,7 +40,7 @@ private:
     void _HandleState(const pb::Run& i_run);
     void _Report(const std::string& i_stage) const;
     void _Check(const grpc::Status& i_status, Call& io_call, bool i_was_idle = false) const;
-    void _WaitForConnection(Trouble i_trouble);
+    void _WaitForConnection();
     /// Tells the service that nobody waits any more. Does not wait long for it, and never throws.
     void _GiveUp() noexcept;
     pb::RunRequest _MakeRequest() const;

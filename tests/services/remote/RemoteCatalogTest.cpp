@@ -133,6 +133,26 @@ TEST_F(RemoteCatalogTest, AStartWithoutTheServiceHasTheMachinesOfTheLastTime)
     }
 }
 
+TEST_F(RemoteCatalogTest, ARunOfAServiceThatDiedAndStaysAwayIsGivenUpWithOneSentence)
+{
+    std::promise<void> begun;
+    run = [&](const CommandRun& i_run) -> CommandResult {
+        begun.set_value();
+        for (;;)
+            i_run.Report(1, "for ever");
+    };
+    Start();
+    ConnectAndRun();
+    auto result = GetLoom().RunCommand(MakeParameters("x"));
+    begun.get_future().wait();
+    server.reset();
+    ASSERT_EQ(result.wait_for(Long), std::future_status::ready);
+    const auto failure = GetFailure([&] { result.get(); });
+    EXPECT_EQ(failure.code, ErrorCode::InternalError);
+    EXPECT_THAT(failure.text, HasSubstr("broke during the run and did not come back"));
+    EXPECT_THAT(GetResults(), IsEmpty());
+}
+
 TEST_F(RemoteCatalogTest, GoingDownAnswersEverythingAndLeavesMachinesThatSaySo)
 {
     std::promise<void> begun;
