@@ -132,8 +132,7 @@ bool CatalogJournal::Reader::Next(pb::CatalogEvent& o_event)
     }
     if (_step != Step::Changes || _revision == _journal->_revision)
         return false;
-    const auto& changes = _journal->_changes;
-    _TellChange(changes[changes.size() - (_journal->_revision - _revision)], o_event);
+    _TellChange(_journal->_changes[_journal->_changes.size() - (_journal->_revision - _revision)], o_event);
     return true;
 }
 

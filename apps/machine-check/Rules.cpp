@@ -1,0 +1,41 @@
+#include "machine-check/Rules.h"
+
+namespace MachineCheck {
+
+const std::vector<Rule>& GetRules()
+{
+    static const std::vector<Rule> rules{
+        {"I1", "The service tells the revision of the protocol that it speaks, and an oldest one that is not newer."},
+        {"I2", "The service tells its name."},
+        {"C1", "The catalog begins with a snapshot whose last page says that it is the last."},
+        {"C2", "Every event has an epoch of 16 bytes, which stays while the stream lasts."},
+        {"C3", "Revisions never fall."},
+        {"C4", "A machine's id has 16 bytes, is not all zero, and is told once in a snapshot."},
+        {"C5", "A machine has a name."},
+        {"C6", "A command's id has 16 bytes and is there once in its machine; a command has a name."},
+        {"C7", "An icon that a command or machine names is there, and its SHA-256 is the one that was told."},
+        {"C8", "Something is sent on a stream at least every heartbeat_interval_ms."},
+        {"C9", "Another connection sees the same machines with the same ids."},
+        {"C10", "A build volume has a positive size."},
+        {"A1", "An answer names a command of the machine, and each once."},
+        {"A2", "A machine that is not known is refused with NOT_FOUND and \"unknown-machine\"."},
+        {"P1", "A platform's header comes once, and before its data."},
+        {"P2", "Pieces follow each other without gaps, and their running SHA-256 matches."},
+        {"P3", "The data are as long as the header says."},
+        {"P4", "Percentages are 0 to 100 and never fall."},
+        {"R1", "A run with an input waits for it, and has received nothing."},
+        {"R2", "The same id is the same run, whoever asks how often."},
+        {"R3", "A damaged piece is refused and does not count."},
+        {"R4", "An upload goes on at the byte that was received last."},
+        {"R5", "A run's percentages are 0 to 100 and never fall."},
+        {"R6", "A run that is watched ends finished or failed, and tells so again when it is asked again."},
+        {"R7", "A failed run has a failure with a code; a finished one has none."},
+        {"R8", "Files have plain names, and what is fetched has their size and SHA-256, also from an offset."},
+        {"R9", "A run that is cancelled fails with ERROR_CODE_PROCESSING_ABORTED within a second."},
+        {"R10", "A run that is not known is refused with NOT_FOUND and \"unknown-run\", also when it is resumed."},
+        {"R11", "A run that was released is forgotten, and releasing it again does no harm."},
+    };
+    return rules;
+}
+
+} // namespace MachineCheck
