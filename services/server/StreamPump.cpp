@@ -1,5 +1,8 @@
 #include "server/StreamPump.h"
 
+#include "client/interface/CommunicationException.h"
+#include "wire/WireFailure.h"
+
 namespace MachineService::Server {
 
 StreamPump::StreamPump(std::shared_ptr<Bell> ip_bell, std::chrono::milliseconds i_heartbeat, std::size_t i_most)
@@ -19,13 +22,15 @@ StreamPump::~StreamPump()
     _thread.join();
 }
 
-bool StreamPump::Add(const std::shared_ptr<IStream>& ip_stream)
+void StreamPump::Add(const std::shared_ptr<IStream>& ip_stream)
 {
     const TavSDK::MutexLock lock(_mutex);
-    if (_hasEnded || _streams.size() >= _most)
-        return false;
+    if (_hasEnded)
+        throw CommunicationException(ErrorCode::ServicesUnavailable, "The service goes down; try again later.");
+    if (_streams.size() >= _most)
+        throw Wire::WireFailure(Wire::WireFailure::Kind::Busy, ErrorCode::InternalError,
+                                "The service has as many listeners as it takes; try again later.", "busy");
     _streams.insert(ip_stream);
-    return true;
 }
 
 void StreamPump::Remove(const std::shared_ptr<IStream>& ip_stream)

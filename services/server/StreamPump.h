@@ -32,8 +32,8 @@ public:
     StreamPump(const StreamPump&) = delete;
     StreamPump& operator=(const StreamPump&) = delete;
 
-    /// \return false when there are as many as there may be, or everything goes down.
-    bool Add(const std::shared_ptr<IStream>& ip_stream);
+    /// \throws CommunicationException when there are as many as there may be, or everything goes down.
+    void Add(const std::shared_ptr<IStream>& ip_stream);
     void Remove(const std::shared_ptr<IStream>& ip_stream);
     /// Ends all streams; none is taken any more.
     void EndAll();

@@ -36,10 +36,12 @@ public:
     void Begin(std::exception_ptr ip_refusal)
     {
         _held = shared_from_this();
-        if (!ip_refusal && !_pump.Add(_held))
-            ip_refusal = std::make_exception_ptr(
-                Wire::WireFailure(Wire::WireFailure::Kind::Busy, ErrorCode::InternalError,
-                                  "The service has as many listeners as it takes; try again later.", "busy"));
+        try {
+            if (!ip_refusal)
+                _pump.Add(_held);
+        } catch (const std::exception&) {
+            ip_refusal = std::current_exception();
+        }
         if (ip_refusal) {
             const TavSDK::MutexLock lock(_mutex);
             _end = Wire::ToStatus(ip_refusal, _context);

@@ -42,7 +42,8 @@ public:
     /// The services in other processes and on other hosts that this host wants to have. Asked of the utility of
     /// ServiceId::None, which is for no service alone; without any, nothing of what they need is loaded.
     virtual std::vector<ServiceEndpoint> GetServiceEndpoints() const { return {}; }
-    /// A file that names further ones (docs/embed.md), which come behind those; empty: there is none. Asked of the same.
+    /// A file that names further ones (docs/embed.md), which come behind those; empty: there is none. Asked of the
+    /// same.
     virtual std::filesystem::path GetServiceListFile() const { return {}; }
     /// Folder for what can be had again, such as the machines of a service that is out of reach. Made on demand; empty:
     /// nothing is kept.
