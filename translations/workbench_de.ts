@@ -34,6 +34,10 @@
         <source>Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, new, tab NUMBER, select NUMBER, search WORDS, cancel, close, shortcuts, settings, report, language CODE, lengths UNIT, theme NAME, size WIDTHxHEIGHT, wait.</source>
         <translation>Spielt zuerst die Schritte einer Datei ab, einen je Zeile: attach NAME, platform, accept, command ID, open DATEI, new, tab NUMMER, select NUMMER, search WORTE, cancel, close, shortcuts, settings, report, language KÜRZEL, lengths EINHEIT, theme NAME, size BREITExHÖHE, wait.</translation>
     </message>
+    <message>
+        <source>Uses the machine service at this address instead of the one in this program; may be given several times. An address is unix:PATH or tls://HOST:PORT.</source>
+        <translation>Nimmt den Maschinendienst unter dieser Adresse statt dessen in diesem Programm; mehrfach möglich. Eine Adresse ist unix:PFAD oder tls://HOST:PORT.</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::FailureBoxes</name>
@@ -356,6 +360,10 @@
     <message>
         <source>size unknown</source>
         <translation>Größe unbekannt</translation>
+    </message>
+    <message>
+        <source>Machine service %1</source>
+        <translation>Maschinendienst %1</translation>
     </message>
 </context>
 <context>

@@ -112,7 +112,12 @@ void Host::_Refuse(MachineService::ServiceId i_service) const
                            : QString::fromStdString(reason));
 }
 
-std::vector<MachineService::ServiceId> Host::_StartAll()
+QString Host::GetServiceReason(MachineService::ServiceId i_service) const
+{
+    return QString::fromStdString(_reasons->Get(i_service));
+}
+
+std::vector<MachineService::ServiceId> Host::BeginServices()
 {
     using namespace MachineService;
     std::vector<ServiceId> started;
@@ -153,7 +158,7 @@ bool Host::StartServices(std::chrono::milliseconds i_deadline, const std::functi
                 if (std::all_of(started.begin(), started.end(), isSettled))
                     loop.quit();
             });
-    started = _StartAll();
+    started = BeginServices();
     QTimer::singleShot(i_deadline, &loop, &QEventLoop::quit);
     QTimer cancelled;
     connect(&cancelled, &QTimer::timeout, &loop, [&] {

@@ -40,6 +40,12 @@ public:
     /// For the operations of the library that take one.
     VexlorCore::ApiProviderGetter GetApiProviderGetter();
 
+    /// Starts the services without waiting for them: their news tell how they do.
+    /// \return those that were started, in the order of their numbers.
+    /// \throws HostingError when the Build Processors, or a service of the command line, cannot be started.
+    std::vector<MachineService::ServiceId> BeginServices();
+    /// Why a service of an endpoint does not run, a sentence for the user; empty when it is not known, and for others.
+    QString GetServiceReason(MachineService::ServiceId i_service) const;
     /// Starts the services and waits, with the event loop turning, until each runs or has failed.
     /// \return false when i_is_cancelled says so meanwhile.
     /// \throws HostingError when the Build Processors, or a service of the command line, do not run within i_deadline.
@@ -50,7 +56,6 @@ private:
     struct MachineRule;
     struct ServiceReasons;
 
-    std::vector<MachineService::ServiceId> _StartAll();
     [[noreturn]] void _Refuse(MachineService::ServiceId i_service) const;
     /// Those without which the host is not what was asked for.
     bool _IsNeeded(MachineService::ServiceId i_service) const;

@@ -69,6 +69,15 @@ MakePluginUtility(MachineService::ServiceId i_service, const std::filesystem::pa
     return std::make_unique<PluginUtility>(i_service, i_data_dir, std::move(i_choice), std::move(i_handle_status));
 }
 
+ServiceChoice ChooseServices(const std::vector<std::string>& i_addresses)
+{
+    ServiceChoice choice;
+    for (const std::string& address : i_addresses)
+        choice.endpoints.push_back({address, {}});
+    choice.areOnlyEndpoints = !choice.endpoints.empty();
+    return choice;
+}
+
 std::filesystem::path GetKeptResultsDir(const std::filesystem::path& i_data_dir)
 {
     const auto setting =

@@ -19,6 +19,9 @@ struct ServiceChoice
     bool areOnlyEndpoints = false;
 };
 
+/// The services at these addresses, and none besides; those of the host when there is no address.
+ServiceChoice ChooseServices(const std::vector<std::string>& i_addresses);
+
 /// Folders and settings of the services in this host.
 ///
 /// Configuration lies below the user's configuration folder ("machineservice/build-processors"), so that a printer

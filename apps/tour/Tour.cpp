@@ -48,15 +48,6 @@ QString GetId(const Machine& i_machine)
     return QString::fromStdString(boost::uuids::to_string(i_machine.GetMachineData().id));
 }
 
-Hosting::ServiceChoice ChooseServices(const CommandLine& i_command_line)
-{
-    Hosting::ServiceChoice choice;
-    for (const std::string& address : i_command_line.services)
-        choice.endpoints.push_back({address, {}});
-    choice.areOnlyEndpoints = !choice.endpoints.empty();
-    return choice;
-}
-
 /// Meshes that come with the slicing engine's package.
 std::vector<std::filesystem::path> FindExampleMeshes()
 {
@@ -149,7 +140,7 @@ Tour::Tour(const CommandLine& i_command_line, const std::filesystem::path& i_out
     : _commandLine(i_command_line)
     , _results(i_out_dir)
     , _transcript(_results.GetTranscriptDraft())
-    , _host(_results.GetDocumentsDir(), _results.GetMachinesDir(), ChooseServices(i_command_line))
+    , _host(_results.GetDocumentsDir(), _results.GetMachinesDir(), Hosting::ChooseServices(i_command_line.services))
     , _interrupts([this] { _host.GetApiProvider().CancelCurrentJob(); })
     , _messages(_transcript)
 {

@@ -31,7 +31,12 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
             "NUMBER, select NUMBER, search WORDS, cancel, close, shortcuts, settings, report, language CODE, lengths "
             "UNIT, theme NAME, size WIDTHxHEIGHT, wait."),
         QStringLiteral("FILE"));
-    parser.addOptions({help, version, screenshot, steps});
+    const QCommandLineOption service(
+        QStringLiteral("service"),
+        Texts::tr("Uses the machine service at this address instead of the one in this program; may be given several "
+                  "times. An address is unix:PATH or tls://HOST:PORT."),
+        QStringLiteral("ADDRESS"));
+    parser.addOptions({help, version, service, screenshot, steps});
     parser.addPositionalArgument(QStringLiteral("files"), Texts::tr("Platforms to open and meshes to import."),
                                  QStringLiteral("[files]"));
     CommandLine result;
@@ -44,6 +49,7 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         result.text = QCoreApplication::applicationVersion() + QLatin1Char('\n');
     }
     result.files = parser.positionalArguments();
+    result.services = parser.values(service);
     result.screenshot = parser.value(screenshot);
     result.steps = parser.value(steps);
     return result;

@@ -8,6 +8,7 @@ namespace Workbench {
 struct CommandLine
 {
     QStringList files;    ///< to open or to import
+    QStringList services; ///< addresses; none: the services of this program
     QString screenshot;   ///< file to write; empty: the window stays open
     QString steps;        ///< file with steps to play first; may be empty
     QString text;         ///< to print and end with

@@ -11,6 +11,7 @@
 
 #include "catalog/PrinterAttachment.h"
 #include "hosting/Host.h"
+#include "hosting/HostingError.h"
 #include "hosting/MachineIds.h"
 #include "tavsdk/Path.h"
 
@@ -88,6 +89,7 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     _ShowActive();
     restoreGeometry(io_preferences.GetWindow(QStringLiteral("geometry")));
     restoreState(io_preferences.GetWindow(QStringLiteral("state")));
+    _machines.SetServiceReason([this](MachineService::ServiceId i_id) { return _host.GetServiceReason(i_id); });
     _showsAll->store(io_preferences.ShowsAllMachines());
     io_host.SetMachineRule([shows_all = _showsAll](const MachineService::MachineData& i_data) {
         return *shows_all ||
@@ -98,7 +100,11 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
             _host.GetClient().InvalidateProxyMachineCatalog();
     });
     // The services tell of their machines as they come; nothing here waits for them.
-    io_host.GetClient().Start(MachineService::ServiceId::BuildProcessors);
+    try {
+        io_host.BeginServices();
+    } catch (const Hosting::HostingError& failure) {
+        _boxes.ShowLater(QString::fromUtf8(failure.what()));
+    }
 }
 
 MainWindow::~MainWindow()

@@ -9,6 +9,7 @@
 #include "hosting/Host.h"
 #include "hosting/HostProcess.h"
 #include "hosting/InterruptWatcher.h"
+#include "hosting/PluginUtility.h"
 #include "hosting/Translations.h"
 #include "tavsdk/Path.h"
 
@@ -159,7 +160,10 @@ int Run(int& io_argc, char** ip_argv)
         return Succeeded;
 
     const auto data = GetFolder(QStandardPaths::GenericDataLocation);
-    Hosting::Host host(data / "documents", data);
+    std::vector<std::string> addresses;
+    for (const QString& address : commandLine.services)
+        addresses.push_back(address.toStdString());
+    Hosting::Host host(data / "documents", data, Hosting::ChooseServices(addresses));
     Workbench::MainWindow window(host, preferences, QString::fromStdString((data / "recovery").string()));
     const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
     window.show();

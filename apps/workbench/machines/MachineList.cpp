@@ -106,9 +106,21 @@ void MachineList::_Update(const QUuid& i_machine)
         _Remove(i_machine);
 }
 
+MachineService::ServiceId MachineList::_FindOwner(const MachineService::MachineData& i_data) const
+{
+    // A machine of an endpoint says which kind of service it has; here it stands below the one that offers it.
+    for (const auto& service : _services) {
+        if (static_cast<std::int32_t>(service->id) >= MachineService::FirstEndpointService &&
+            _client.TryGetPrinterByIdFromService(service->id, Hosting::ToQUuid(i_data.id), i_data.representation))
+            return service->id;
+    }
+    return i_data.serviceId;
+}
+
 void MachineList::_Put(MachineService::MachineData i_data, bool i_is_gone)
 {
     const QUuid id = Hosting::ToQUuid(i_data.id);
+    i_data.serviceId = _FindOwner(i_data);
     const int service_row = _AddService(i_data.serviceId);
     auto& machines = _services[static_cast<std::size_t>(service_row)]->machines;
     const QString name = ToText(i_data.name);
@@ -261,7 +273,8 @@ QString MachineList::_GetServiceName(MachineService::ServiceId i_id)
     case MachineService::ServiceId::None:
         break;
     }
-    return tr("Service %1").arg(static_cast<int>(i_id));
+    const int number = static_cast<int>(i_id) - MachineService::FirstEndpointService;
+    return number < 0 ? tr("Service %1").arg(static_cast<int>(i_id)) : tr("Machine service %1").arg(number + 1);
 }
 
 QVariant MachineList::_GetData(const Service& i_service, int i_role) const
@@ -281,11 +294,15 @@ QVariant MachineList::_GetData(const Service& i_service, int i_role) const
         }
         return tr("failed");
     }();
-    const QString text = tr("%1 since %2").arg(status, i_service.since.toString(QStringLiteral("HH:mm")));
+    QString text = tr("%1 since %2").arg(status, i_service.since.toString(QStringLiteral("HH:mm")));
+    const bool is_well = i_service.status == ServiceStatus::Running || i_service.status == ServiceStatus::Starting;
+    if (const QString reason = _reason && !is_well ? _reason(i_service.id).simplified() : QString(); !reason.isEmpty())
+        text += QStringLiteral(" – ") + reason;
     switch (i_role) {
     case Qt::DisplayRole:
         return _GetServiceName(i_service.id);
     case StateTextRole:
+    case Qt::ToolTipRole:
         return text;
     case Qt::AccessibleTextRole:
         return tr("Service %1, %2, machines: %3")

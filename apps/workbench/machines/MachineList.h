@@ -43,6 +43,8 @@ public:
     MachineList(MachineService::CommunicationClient& io_client, Preferences& io_preferences,
                 QObject* ip_parent = nullptr);
 
+    /// \param i_reason why a service does not run, a sentence; empty when it is not known.
+    void SetServiceReason(std::function<QString(MachineService::ServiceId)> i_reason) { _reason = std::move(i_reason); }
     /// Machines that a scene is attached to: they stay when they go away. Names of those that were never seen come
     /// from their scene.
     void SetAttached(const QHash<QUuid, QString>& i_machines, const QUuid& i_active);
@@ -84,6 +86,7 @@ private:
     void _Update(const QUuid& i_machine);
     void _Remove(const QUuid& i_machine);
     void _SetStatus(MachineService::ServiceId i_service, MachineService::ServiceStatus i_status);
+    MachineService::ServiceId _FindOwner(const MachineService::MachineData& i_data) const;
     void _Put(MachineService::MachineData i_data, bool i_is_gone);
     void _Tell();
     int _FindService(MachineService::ServiceId i_id) const;
@@ -99,6 +102,7 @@ private:
     QHash<QUuid, Machine*> _byId;
     QHash<QUuid, QString> _attached;
     QUuid _active;
+    std::function<QString(MachineService::ServiceId)> _reason;
 };
 
 } // namespace Workbench
