@@ -29,6 +29,15 @@ namespace {
 
 constexpr int PictureSize = 28;
 
+/// A machine's number as the user writes numbers; any other text as it stands.
+QString ToLocal(const QString& i_number)
+{
+    bool is_number = false;
+    const double number = i_number.toDouble(&is_number);
+    const int point = i_number.indexOf(QLatin1Char('.'));
+    return is_number ? QLocale().toString(number, 'f', point < 0 ? 0 : i_number.size() - point - 1) : i_number;
+}
+
 /// "2 h 5 min" of a number of seconds as text.
 QString ToDuration(const QString& i_seconds)
 {
@@ -151,9 +160,9 @@ void ScenePage::_ShowEstimates()
         if (!estimates->seconds.isEmpty())
             texts << ToDuration(estimates->seconds);
         if (!estimates->cubicCentimetres.isEmpty())
-            texts << tr("%1 cm³").arg(estimates->cubicCentimetres);
+            texts << tr("%1 cm³").arg(ToLocal(estimates->cubicCentimetres));
         if (!estimates->grams.isEmpty())
-            texts << tr("%1 g").arg(estimates->grams);
+            texts << tr("%1 g").arg(ToLocal(estimates->grams));
         if (const double cost = estimates->grams.toDouble() / 1000 * _preferences.GetPricePerKilogram(); cost > 0)
             texts << QLocale().toCurrencyString(cost);
     }
