@@ -39,24 +39,32 @@ bool WaitFor(const std::function<bool()>& i_condition)
     return i_condition();
 }
 
-/// Until the window's own content was painted once.
+/// Until something of the window was painted; a window that is covered by its parts paints nothing of its own.
 void ShowUntilPainted(QMainWindow& io_window)
 {
     class Painted final : public QObject
     {
     public:
+        explicit Painted(const QMainWindow& i_window)
+            : _window(i_window)
+        {}
         bool isPainted = false;
 
     protected:
-        bool eventFilter(QObject*, QEvent* ip_event) override
+        bool eventFilter(QObject* ip_object, QEvent* ip_event) override
         {
-            isPainted = isPainted || ip_event->type() == QEvent::Paint;
+            const auto* const widget = ip_object->isWidgetType() ? static_cast<QWidget*>(ip_object) : nullptr;
+            isPainted = isPainted || (ip_event->type() == QEvent::Paint && widget && widget->window() == &_window);
             return false;
         }
-    } painted;
-    io_window.installEventFilter(&painted);
+
+    private:
+        const QMainWindow& _window;
+    } painted(io_window);
+    QCoreApplication::instance()->installEventFilter(&painted);
     io_window.show();
-    WaitFor([&] { return painted.isPainted; });
+    if (!WaitFor([&] { return painted.isPainted; }))
+        throw std::runtime_error("the window was not painted");
 }
 
 /// Services, folders and settings as at a first start.
