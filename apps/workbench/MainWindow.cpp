@@ -29,12 +29,6 @@
 
 namespace Workbench {
 
-namespace {
-
-constexpr int StatusTime = 8000; ///< ms
-
-} // namespace
-
 MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, const QString& i_recovery_folder)
     : _host(io_host)
     , _preferences(io_preferences)
