@@ -279,9 +279,18 @@ TEST(RemoteStateTest, AddressesAreUnderstoodOrRefusedWithWhatTheyLookLike)
     EXPECT_TRUE(ParseServiceAddress("unix:/run/user/1/machined.sock").isLocal);
     EXPECT_EQ(ParseServiceAddress("tls://printers.example:5443").target, "dns:///printers.example:5443");
     EXPECT_EQ(ParseServiceAddress("tls://[::1]:5443").host, "::1");
-    for (const std::string text :
-         {"", "unix:relative", "unix:", "tls://host", "tls://host:0", "tls://host:70000", "tls://:1", "tls://a b:1",
-          "http://host:1", "tls://[x]:1", ("unix:/" + std::string(200, 'x')).c_str()})
+    const std::vector<std::string> wrong{"",
+                                         "unix:relative",
+                                         "unix:",
+                                         "tls://host",
+                                         "tls://host:0",
+                                         "tls://host:70000",
+                                         "tls://:1",
+                                         "tls://a b:1",
+                                         "http://host:1",
+                                         "tls://[x]:1",
+                                         "unix:/" + std::string(200, 'x')};
+    for (const std::string& text : wrong)
         EXPECT_THAT(GetFailure([&] { ParseServiceAddress(text); }).text,
                     AllOf(StartsWith("The address '"), HasSubstr("'tls://HOST:PORT'.")))
             << text;
