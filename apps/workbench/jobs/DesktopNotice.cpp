@@ -17,7 +17,7 @@ void TellDesktop(QWidget& io_window, const QString& i_title, const QString& i_te
     // Without an address the bus would be looked for by starting one, which takes its time.
     if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS"))
         return;
-    // As the desktop notifications specification of freedesktop.org has it, version 1.2.
+    // As desktops take notices since version 1.2 of org.freedesktop.Notifications.
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
