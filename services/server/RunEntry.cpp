@@ -27,9 +27,12 @@ RunBook::Entry::Entry(RunOrder i_order, std::shared_ptr<Bell> ip_bell, std::func
     , bell(std::move(ip_bell))
     , now(std::move(i_now))
 {
-    const TavSDK::MutexLock lock(mutex);
-    state.id = order.id;
-    lastWord = now();
+    {
+        // Not both at once: uploads take the other one first.
+        const TavSDK::MutexLock lock(mutex);
+        state.id = order.id;
+        lastWord = now();
+    }
     if (!order.input)
         return;
     const TavSDK::MutexLock uploadLock(uploadMutex);
