@@ -38,6 +38,7 @@ RunOrder ServiceCalls::_MakeOrder(const pb::StartRunRequest& i_request, const st
     order.fingerprint = GetFingerprint(i_request);
     order.isResumption = i_request.is_resumption();
     order.parameters = ReadRequest([&] { return Wire::GetParameters(i_request); });
+    order.parameters.runId = order.id;
     if (i_request.has_input()) {
         const auto& input = i_request.input();
         order.input = RunFile{input.name(), input.size_bytes(), input.sha256()};

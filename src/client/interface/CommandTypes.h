@@ -70,6 +70,9 @@ struct CommandParameters
     /// Called on a thread of the service: percent 0 to 100, and what is being done. May be empty. Never call it under a
     /// lock, and never after the future became ready.
     std::function<void(int i_percent, const std::string& i_stage)> onProgress;
+    /// Of this run, made by whoever first asked for it; a service that keeps what it is given takes the same id for the
+    /// same order and not for a second one. Nil: nobody made one.
+    boost::uuids::uuid runId = {};
 };
 
 /// Address of a job list, in parts as a URL has them. UTF-8, not percent-encoded.
