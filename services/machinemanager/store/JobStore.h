@@ -87,6 +87,8 @@ public:
     /// Of jobs that the filter lets through, without regard to its page.
     std::int64_t Count(const JobFilter& i_filter) const;
     std::map<JobState, std::int64_t> CountStates() const;
+    /// How many wait for each machine itself, groups left out; machines for which none waits are left out.
+    std::map<boost::uuids::uuid, std::int64_t> CountWaiting() const;
     /// Oldest first.
     std::vector<HistoryEntry> GetHistory(const boost::uuids::uuid& i_id) const;
 
