@@ -211,6 +211,7 @@ constexpr Column Columns[] = {
      SetPartNumber<Estimates, &JobEstimates::cubicCentimetres>},
     {"estimated_mass", GetPartNumber<Estimates, &JobEstimates::grams>, SetPartNumber<Estimates, &JobEstimates::grams>},
     {"settings", GetSettings, SetSettings},
+    {"machine_order", GetText<&Job::order>, SetText<&Job::order>},
     {"phase", [](const Job& i_job) { return QVariant(QString::fromLatin1(GetInfo(i_job.phase).name)); }, SetPhase},
     {"state", [](const Job& i_job) { return QVariant(static_cast<qlonglong>(i_job.GetState())); }, nullptr},
     {"deadline", [](const Job& i_job) { return GetNumberOf(GetDeadline(i_job)); }, nullptr},

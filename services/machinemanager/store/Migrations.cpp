@@ -99,6 +99,7 @@ constexpr const char* Version2[] = {
         + CASE phase WHEN 'incoming' THEN 86400000 WHEN 'starting' THEN 60000 ELSE 30000 END
         WHERE phase IN ('incoming', 'starting', 'canceling'))",
     "CREATE INDEX jobs_by_deadline ON jobs (deadline) WHERE deadline IS NOT NULL",
+    "ALTER TABLE jobs ADD COLUMN machine_order TEXT NOT NULL DEFAULT ''",
     "CREATE INDEX jobs_put_off ON jobs (not_before) WHERE not_before IS NOT NULL",
     R"(CREATE TABLE machine_history (
         number {identity},
