@@ -1,6 +1,5 @@
 #pragma once
 
-#include "client/interface/AbstractMachinesCatalog.h"
 #include "machinemanager/jobs/Job.h"
 #include "machinemanager/jobs/ManagerError.h"
 
@@ -11,12 +10,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace MachineService::MachineManager {
 
 class FileStore;
 class JobStore;
+class MachineBoard;
 
 /// What somebody may do.
 enum class Role
@@ -69,13 +71,13 @@ enum class JobAction
 /// manager for catalog, interface and page.
 ///
 /// Thread: any, several at a time.
-/// Ownership: store, files and catalog are not owned.
+/// Ownership: store, files and board are not owned.
 /// Errors: ManagerError; Forbidden when the actor's role does not allow it.
 class JobDesk
 {
 public:
-    /// \param io_catalog offers the machines that jobs are carried out on.
-    JobDesk(JobStore& io_store, FileStore& io_files, AbstractMachinesCatalog& io_catalog);
+    /// \param i_board knows the machines that jobs are carried out on.
+    JobDesk(JobStore& io_store, FileStore& io_files, const MachineBoard& i_board);
     ~JobDesk();
     JobDesk(const JobDesk&) = delete;
     JobDesk& operator=(const JobDesk&) = delete;
@@ -91,7 +93,8 @@ public:
     std::uint64_t Receive(const Actor& i_actor, const boost::uuids::uuid& i_id, std::uint64_t i_offset,
                           std::string_view i_bytes);
     std::uint64_t GetReceived(const Actor& i_actor, const boost::uuids::uuid& i_id) const;
-    /// The last piece is there. \throws ManagerError BadInput: the job waits for the file from its beginning then.
+    /// The last piece is there.
+    /// \throws ManagerError BadInput: the job waits for the file from its beginning then.
     Job FinishUpload(const Actor& i_actor, const boost::uuids::uuid& i_id);
 
     Job Get(const Actor& i_actor, const boost::uuids::uuid& i_id) const;

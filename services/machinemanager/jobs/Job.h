@@ -75,6 +75,8 @@ struct NewJob
     JobNeeds needs;
     JobEstimates estimates;
     std::map<std::string, std::string> settings; ///< for people: what the user chose
+    /// JSON: what the machine is told beside the platform (CommandParameters::parts); empty: nothing.
+    std::string order;
 };
 
 /// A job as the store has it.

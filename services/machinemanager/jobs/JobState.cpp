@@ -59,6 +59,7 @@ constexpr JobTransition Transitions[] = {
 
     // The printer may have the file by now, but it begins with nothing before it is told to.
     {Phase::Sending, Event::Sent, Phase::Starting},
+    {Phase::Sending, Event::Kept, Phase::Completed},
     {Phase::Sending, Event::SendFailed, Phase::Held},
     {Phase::Sending, Event::GiveBack, Phase::Waiting},
     {Phase::Sending, Event::ClaimLost, Phase::Waiting},

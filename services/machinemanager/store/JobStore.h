@@ -87,6 +87,8 @@ public:
     /// Of jobs that the filter lets through, without regard to its page.
     std::int64_t Count(const JobFilter& i_filter) const;
     std::map<JobState, std::int64_t> CountStates() const;
+    /// How many wait for each machine itself, groups left out; machines for which none waits are left out.
+    std::map<boost::uuids::uuid, std::int64_t> CountWaiting() const;
     /// Oldest first.
     std::vector<HistoryEntry> GetHistory(const boost::uuids::uuid& i_id) const;
 
@@ -114,6 +116,8 @@ public:
     /// can; called under the store's transaction.
     std::optional<Job> ClaimNext(const boost::uuids::uuid& i_machine, const std::string& i_name,
                                  const std::string& i_model, const std::function<std::string(const Job&)>& i_refusal);
+    /// What waiting jobs are for, each once; those whose next attempt is not due yet are left out.
+    std::vector<JobTarget> GetWaitingTargets() const;
     /// Claims a job that some daemon worked on and that still has to be watched (NeedsClaim), when nobody has it.
     std::optional<Job> Adopt(const boost::uuids::uuid& i_id);
     /// Jobs that need a claim and have none.
