@@ -23,6 +23,12 @@ inline constexpr wchar_t MaterialGrams[] = L"Print3D.Figures.MaterialGrams";
 inline constexpr wchar_t MachineFile[] = L"Print3D.Figures.MachineFile";
 inline constexpr wchar_t JobName[] = L"Print3D.Figures.JobName";
 
+/// What a platform is prepared for, kept under the names of the service that first wrote them.
+inline constexpr wchar_t LayerHeight[] = L"BuildProcessor.LayerHeight"; ///< mm
+inline constexpr wchar_t Material[] = L"BuildProcessor.Material";       ///< name
+inline constexpr wchar_t Nozzle[] = L"BuildProcessor.Nozzle";           ///< diameter, mm; fused filament only
+inline constexpr wchar_t Plate[] = L"BuildProcessor.Plate";             ///< name; where there is a choice
+
 /// What the machine told beside the outcome of its last command, for the user: sentences, a line each; empty or absent
 /// when there was nothing.
 inline constexpr wchar_t Notes[] = L"Print3D.Notes";

@@ -3,6 +3,7 @@
 #include "contract/Failure.h"
 #include "contract/ReadyFuture.h"
 #include "contract/ServiceCatalogBase.h"
+#include "core/OwnFolder.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
 
@@ -19,16 +20,6 @@ using MakeCatalog = AbstractServiceCatalog* (*)(ServiceId, const ServiceEndpoint
 constexpr const char* MakeCatalogName = "machineservice_remote_make_catalog";
 constexpr const char* ModuleName = "libmachineservice_remote.so";
 constexpr std::size_t MaxShown = 300;
-
-/// The folder of the library that this is part of.
-std::filesystem::path GetOwnFolder()
-{
-    Dl_info information = {};
-    if (dladdr(reinterpret_cast<const void*>(&MakeRemoteCatalog), &information) == 0 || !information.dli_fname)
-        return {};
-    std::error_code failure;
-    return std::filesystem::canonical(information.dli_fname, failure).parent_path();
-}
 
 /// Empty when there is none.
 std::filesystem::path FindModule()

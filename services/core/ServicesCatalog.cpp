@@ -97,6 +97,11 @@ ServicesCatalog::ServicesCatalog()
 
 ServicesCatalog::~ServicesCatalog()
 {
+    Stop();
+}
+
+void ServicesCatalog::Stop()
+{
     for (auto& [id, service] : _services)
         service->Stop();
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "client/interface/AbstractPluginUtility.h"
 #include "contract/AbstractServiceCatalog.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 
@@ -19,6 +21,8 @@ public:
     ~ServicesCatalog() override;
 
     void AddService(ServiceId i_service, std::unique_ptr<AbstractServiceCatalog> ip_catalog);
+    /// Ends the threads and work of all; questions are still answered. Twice is harmless.
+    void Stop();
 
     AuthenticationResult SetAuthentication(ServiceId i_service,
                                            const std::optional<AuthenticationData>& i_data) override;
@@ -42,5 +46,10 @@ private:
     std::map<ServiceId, std::unique_ptr<AbstractServiceCatalog>> _services;
     std::unique_ptr<VersionCollector> _versions;
 };
+
+/// The Build Processors and the services of endpoints: all that carry commands out. The Machine Manager, which hands
+/// jobs to them, is added by whoever has one.
+std::unique_ptr<ServicesCatalog>
+CreateServicesCatalog(const std::function<std::unique_ptr<AbstractPluginUtility>(ServiceId)>& i_plugin_utility_factory);
 
 } // namespace MachineService

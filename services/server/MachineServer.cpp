@@ -6,6 +6,7 @@
 #include "server/TlsFiles.h"
 #include "server/UnixListener.h"
 
+#include <algorithm>
 #include <grpcpp/ext/health_check_service_server_builder_option.h>
 #include <grpcpp/health_check_service_interface.h>
 #include <grpcpp/resource_quota.h>
@@ -172,6 +173,12 @@ void MachineServer::Stop(std::chrono::milliseconds i_drain)
         impl.server.reset();
     }
     impl.feed.reset();
+}
+
+bool MachineServer::HasLocalHosts() const
+{
+    return std::any_of(_impl->listeners.begin(), _impl->listeners.end(),
+                       [](const auto& i_listener) { return i_listener->GetConnectionCount() > 0; });
 }
 
 std::vector<std::string> MachineServer::GetAddresses() const

@@ -84,6 +84,8 @@ public:
     void Stop(std::chrono::milliseconds i_drain);
     /// Where it is reached: with the port that the system chose for port 0.
     std::vector<std::string> GetAddresses() const;
+    /// Somebody is connected on a unix socket. Thread: any, while it runs.
+    bool HasLocalHosts() const;
 
 private:
     struct Impl;

@@ -4,6 +4,7 @@
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <thread>
@@ -85,7 +86,8 @@ struct UnixListener::Impl
     std::function<void(const std::string&)> log;
     int listener = -1;
     int wakeUp = -1;
-    std::vector<int> connections; ///< used by the thread only
+    std::vector<int> connections;                 ///< used by the thread only
+    std::atomic<std::size_t> connectionCount = 0; ///< of those, written by the thread
     bool isFull = false;
     std::thread thread;
 };
@@ -117,6 +119,11 @@ UnixListener::~UnixListener()
         close(connection);
 }
 
+std::size_t UnixListener::GetConnectionCount() const
+{
+    return _impl->connectionCount;
+}
+
 bool UnixListener::Impl::Wait()
 {
     std::vector<pollfd> polled{{wakeUp, POLLIN, 0}, {listener, POLLIN, 0}};
@@ -136,6 +143,7 @@ bool UnixListener::Impl::Wait()
     connections = std::move(open);
     if (polled[1].revents != 0)
         Accept();
+    connectionCount = connections.size();
     return true;
 }
 

@@ -25,6 +25,9 @@ public:
     UnixListener(const UnixListener&) = delete;
     UnixListener& operator=(const UnixListener&) = delete;
 
+    /// Connections that are open. Thread: any.
+    std::size_t GetConnectionCount() const;
+
 private:
     struct Impl;
     const std::unique_ptr<Impl> _impl;

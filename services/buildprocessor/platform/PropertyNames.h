@@ -1,13 +1,15 @@
 #pragma once
 
+#include "tavam/PropertyNames.h"
+
 namespace MachineService::BuildProcessor {
 
 /// Properties of a platform by which this service keeps what was chosen and found for it.
 namespace PropertyName {
-inline constexpr wchar_t LayerHeight[] = L"BuildProcessor.LayerHeight"; ///< mm
-inline constexpr wchar_t Material[] = L"BuildProcessor.Material";       ///< name
-inline constexpr wchar_t Nozzle[] = L"BuildProcessor.Nozzle";           ///< diameter, mm; fused filament only
-inline constexpr wchar_t Plate[] = L"BuildProcessor.Plate";             ///< name; where there is a choice
+using TavAM::PropertyNames::Print3D::LayerHeight;
+using TavAM::PropertyNames::Print3D::Material;
+using TavAM::PropertyNames::Print3D::Nozzle;
+using TavAM::PropertyNames::Print3D::Plate;
 inline constexpr wchar_t Printer[] = L"BuildProcessor.Printer";
 inline constexpr wchar_t Manufacturer[] = L"BuildProcessor.Manufacturer";
 inline constexpr wchar_t QueueState[] = L"BuildProcessor.QueueState";

@@ -101,8 +101,6 @@ HttpResponse ListJobs(const PageContext& i_context, const Call& i_call)
 HttpResponse AnnounceJob(const PageContext& i_context, const Call& i_call)
 {
     auto job = ParseNewJob(i_call.request.ReadBody(LongestOrder));
-    if (job.owner.empty() || i_call.actor.role < Role::Operate)
-        job.owner = i_call.actor.name;
     const auto id = job.id;
     bool isNew = false;
     try {

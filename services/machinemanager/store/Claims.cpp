@@ -1,0 +1,291 @@
+#include "machinemanager/store/JobStore.h"
+#include "machinemanager/store/JobStore_p.h"
+
+#include "tavsdk/Text.h"
+
+#include <QStringList>
+
+#include <algorithm>
+
+namespace MachineService::MachineManager {
+
+namespace {
+
+using Kind = ManagerError::Kind;
+
+/// Jobs that are looked at together: few at first, because the first mostly fits; more with each step, because then
+/// many do not.
+constexpr int FirstBatch = 16;
+constexpr int LargestBatch = 512;
+
+[[noreturn]] void RefuseLost(const std::string& i_job)
+{
+    throw ManagerError(Kind::LostClaim, i_job + " is worked on by another daemon now, or by nobody. Leave it alone.");
+}
+
+/// Phases in which somebody has to have a claim, as a list for SQL.
+const QString& GetClaimedPhases()
+{
+    static const QString mgp_phases = [] {
+        QStringList names;
+        for (const auto& info : GetJobPhases()) {
+            if (NeedsClaim(info.phase))
+                names.append(QLatin1Char('\'') + QLatin1String(info.name) + QLatin1Char('\''));
+        }
+        return names.join(QStringLiteral(", "));
+    }();
+    return mgp_phases;
+}
+
+/// Jobs of one queue that wait, in the order in which they are to go.
+class WaitingJobs
+{
+public:
+    WaitingJobs(QString i_queue, Time i_now)
+        : _queue(std::move(i_queue))
+        , _now(i_now)
+    {}
+
+    /// Null at the end. \param i_count to be read when there is nothing left.
+    const Job* Peek(Connection& io_connection, int i_count)
+    {
+        if (_next == _jobs.size() && !_isAtEnd)
+            _Read(io_connection, i_count);
+        return _next == _jobs.size() ? nullptr : &_jobs[_next];
+    }
+    Job Pop() { return std::move(_jobs[_next++]); }
+
+private:
+    void _Read(Connection& io_connection, int i_count)
+    {
+        QString condition =
+            QStringLiteral("WHERE phase = 'waiting' AND queue = ? AND (not_before IS NULL OR not_before <= ?)");
+        QVariantList values = {_queue, ToNumber(_now)};
+        if (_last) {
+            condition += QStringLiteral(" AND (priority < ? OR (priority = ? AND (COALESCE(position, number) > ? OR "
+                                        "(COALESCE(position, number) = ? AND number > ?))))");
+            values << _last->priority << _last->priority << _last->position << _last->position
+                   << static_cast<qlonglong>(_last->number);
+        }
+        condition += QStringLiteral(" ORDER BY priority DESC, COALESCE(position, number), number LIMIT ?");
+        values << i_count;
+        _jobs = ReadJobs(io_connection, condition, values);
+        _next = 0;
+        _isAtEnd = static_cast<int>(_jobs.size()) < i_count;
+        if (!_jobs.empty())
+            _last = _jobs.back();
+    }
+
+    const QString _queue;
+    const Time _now;
+    std::vector<Job> _jobs;
+    std::size_t _next = 0;
+    std::optional<Job> _last; ///< that was read
+    bool _isAtEnd = false;
+};
+
+bool GoesFirst(const Job& i_one, const Job& i_other)
+{
+    if (i_one.priority != i_other.priority)
+        return i_one.priority > i_other.priority;
+    if (i_one.position != i_other.position)
+        return i_one.position < i_other.position;
+    return i_one.number < i_other.number;
+}
+
+/// The next jobs of two queues.
+std::vector<Job> TakeBatch(Connection& io_connection, WaitingJobs& io_own, WaitingJobs& io_of_model, int i_count)
+{
+    std::vector<Job> batch;
+    while (static_cast<int>(batch.size()) < i_count) {
+        const Job* const own = io_own.Peek(io_connection, i_count);
+        const Job* const ofModel = io_of_model.Peek(io_connection, i_count);
+        if (!own && !ofModel)
+            break;
+        batch.push_back(own && (!ofModel || GoesFirst(*own, *ofModel)) ? io_own.Pop() : io_of_model.Pop());
+    }
+    return batch;
+}
+
+/// Locks the job unless somebody else works on the row just now, and it no longer waits for the same.
+std::optional<Job> LockWaiting(Writing& io_writing, const Job& i_seen)
+{
+    auto jobs = ReadJobs(io_writing.connection,
+                         QStringLiteral("WHERE number = ? AND phase = 'waiting'") +
+                             io_writing.connection.GetDialect().GetFreeRowLock(),
+                         {static_cast<qlonglong>(i_seen.number)});
+    if (jobs.empty() || jobs.front().target != i_seen.target || jobs.front().notBefore != i_seen.notBefore)
+        return std::nullopt;
+    return std::move(jobs.front());
+}
+
+} // namespace
+
+Job JobStore::Change(const JobClaim& i_claim, const JobChange& i_change)
+{
+    return _impl->Write([&](Writing& io_writing) {
+        const Job job = _impl->LockKnown(io_writing, i_claim.job);
+        if (job.claimant != GetDaemon() || job.fence != i_claim.fence)
+            RefuseLost(ShowJob(job));
+        return _impl->Step(io_writing, job, i_change);
+    });
+}
+
+void JobStore::SetProgress(const JobClaim& i_claim, int i_percent, const std::string& i_stage)
+{
+    _impl->Write([&](Writing& io_writing) {
+        const int count = io_writing.connection.Run(
+            QStringLiteral("UPDATE jobs SET percent = ?, stage = ? WHERE id = ? AND claimant = ? AND fence = ?"),
+            {i_percent, ToText(i_stage), ToText(i_claim.job), ToText(GetDaemon()),
+             static_cast<qlonglong>(i_claim.fence)});
+        if (count < 1)
+            RefuseLost(ShowJob(_impl->LockKnown(io_writing, i_claim.job)));
+        io_writing.changed.push_back(i_claim.job);
+        return count;
+    });
+}
+
+std::optional<Job> JobStore::ClaimNext(const boost::uuids::uuid& i_machine, const std::string& i_name,
+                                       const std::string& i_model,
+                                       const std::function<std::string(const Job&)>& i_refusal)
+{
+    const auto fits = [&](const Job& i_job) {
+        return !i_refusal || i_refusal(i_job).empty();
+    };
+    const auto claim = [&](Writing& io_writing, const Job& i_job) {
+        // What another machine's Build made is not sent to this one.
+        const bool isBuilt = i_job.machineFile && i_job.machine == i_machine;
+        return _impl->Step(io_writing, i_job,
+                           {isBuilt ? JobEvent::ClaimForSending : JobEvent::Claim, "system",
+                            TavSDK::Quote(i_name) + " takes it.", [&](Job& io_job) {
+                                if (!isBuilt)
+                                    io_job.machineFile.reset();
+                                io_job.machine = i_machine;
+                                io_job.machineName = i_name;
+                            }});
+    };
+    WaitingJobs own(GetQueue(i_machine), _impl->Now());
+    WaitingJobs ofModel(GetQueue(i_model), _impl->Now());
+    for (int size = FirstBatch;; size = std::min(size * 2, LargestBatch)) {
+        // Looked at without a lock, so that a long queue of jobs that do not fit stops nobody.
+        auto batch =
+            _impl->Read([&](Connection& io_connection) { return TakeBatch(io_connection, own, ofModel, size); });
+        if (batch.empty())
+            return std::nullopt;
+        std::erase_if(batch, [&](const Job& i_job) { return !fits(i_job); });
+        if (batch.empty())
+            continue;
+        auto claimed = _impl->Write([&](Writing& io_writing) -> std::optional<Job> {
+            for (const Job& seen : batch) {
+                const auto job = LockWaiting(io_writing, seen);
+                if (job && (job->version == seen.version || fits(*job)))
+                    return claim(io_writing, *job);
+            }
+            return std::nullopt;
+        });
+        if (claimed)
+            return claimed;
+    }
+}
+
+std::optional<Job> JobStore::Adopt(const boost::uuids::uuid& i_id)
+{
+    return _impl->Write([&](Writing& io_writing) -> std::optional<Job> {
+        const auto before = _impl->Lock(io_writing, i_id);
+        if (!before || !NeedsClaim(before->phase) || !before->claimant.empty())
+            return std::nullopt;
+        Job job = *before;
+        job.claimant = GetDaemon();
+        ++job.fence;
+        _impl->Keep(io_writing, *before, job, "adopt", "system", {});
+        return job;
+    });
+}
+
+std::vector<Job> JobStore::GetUnclaimed() const
+{
+    return _impl->Read([&](Connection& io_connection) {
+        // The states say the same as the phases, and have an index.
+        return ReadJobs(io_connection,
+                        QStringLiteral("WHERE state IN (5, 6) AND claimant = '' AND phase IN (%1) ORDER BY number")
+                            .arg(GetClaimedPhases()),
+                        {});
+    });
+}
+
+std::vector<Job> JobStore::ReleaseClaims(const std::string& i_daemon)
+{
+    const auto claimed = _impl->Read([&](Connection& io_connection) {
+        return ReadJobs(io_connection, QStringLiteral("WHERE claimant = ? AND claimant <> '' ORDER BY number"),
+                        {ToText(i_daemon)});
+    });
+    std::vector<Job> released;
+    for (const Job& seen : claimed) {
+        auto job = _impl->Write([&](Writing& io_writing) -> std::optional<Job> {
+            const auto locked = _impl->Lock(io_writing, seen.id);
+            // Somebody else was quicker, or the daemon lives and ended it.
+            if (!locked || locked->claimant != i_daemon || locked->fence != seen.fence)
+                return std::nullopt;
+            return _impl->Step(io_writing, *locked,
+                               {JobEvent::ClaimLost,
+                                "system",
+                                "The daemon " + TavSDK::Quote(i_daemon) + " that worked on it is gone.",
+                                {}});
+        });
+        if (job)
+            released.push_back(std::move(*job));
+    }
+    return released;
+}
+
+void JobStore::Beat()
+{
+    _impl->Write([&](Writing& io_writing) {
+        return io_writing.connection.Run(
+            QStringLiteral("INSERT INTO daemons (name, beats) VALUES (?, 1) ON CONFLICT (name) "
+                           "DO UPDATE SET beats = daemons.beats + 1"),
+            {ToText(GetDaemon())});
+    });
+}
+
+std::vector<std::pair<std::string, std::uint64_t>> JobStore::GetBeats() const
+{
+    return _impl->Read([](Connection& io_connection) {
+        std::vector<std::pair<std::string, std::uint64_t>> beats;
+        Rows rows = io_connection.Select(
+            QStringLiteral("SELECT DISTINCT jobs.claimant, COALESCE(daemons.beats, 0) FROM jobs LEFT JOIN daemons ON "
+                           "daemons.name = jobs.claimant WHERE jobs.claimant <> ''"));
+        while (rows.Next())
+            beats.emplace_back(rows[0].toString().toStdString(), rows[1].toULongLong());
+        return beats;
+    });
+}
+
+std::vector<Job> JobStore::GetOverdue() const
+{
+    return _impl->Read([&](Connection& io_connection) {
+        return ReadJobs(io_connection, QStringLiteral("WHERE deadline IS NOT NULL AND deadline <= ? ORDER BY number"),
+                        {ToNumber(Now())});
+    });
+}
+
+std::optional<Time> JobStore::GetNextDeadline() const
+{
+    const auto due = _impl->Read([&](Connection& io_connection) {
+        QVariantList times;
+        times << io_connection.SelectValue(QStringLiteral("SELECT min(deadline) FROM jobs WHERE deadline IS NOT NULL"));
+        // An attempt that may be made already waits for a machine and no longer for a time.
+        times << io_connection.SelectValue(
+            QStringLiteral("SELECT min(not_before) FROM jobs WHERE not_before IS NOT NULL AND not_before > ?"),
+            {ToNumber(Now())});
+        return times;
+    });
+    std::optional<Time> next;
+    for (const QVariant& time : due) {
+        if (!time.isNull() && (!next || ToTime(time) < *next))
+            next = ToTime(time);
+    }
+    return next;
+}
+
+} // namespace MachineService::MachineManager

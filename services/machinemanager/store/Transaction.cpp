@@ -1,0 +1,97 @@
+#include "machinemanager/store/Transaction.h"
+
+#include <chrono>
+#include <exception>
+#include <thread>
+
+namespace MachineService::MachineManager {
+
+namespace {
+
+using Cause = SqlFailure::Cause;
+
+/// A server that starts again after a crash takes a moment.
+constexpr std::chrono::seconds LongestQuestion{5};
+constexpr std::chrono::milliseconds BetweenQuestions{50};
+
+} // namespace
+
+Transaction::Transaction(ConnectionPool& io_pool, const Log& i_log)
+    : _pool(io_pool)
+    , _log(i_log)
+{
+    if (!io_pool.GetDialect().IsPostgres())
+        _turn.emplace(io_pool.GetTurn());
+    try {
+        _Begin();
+    } catch (const SqlFailure& failure) {
+        // Nothing was done yet, and a server that was started anew shows only now that it left the connection.
+        if (failure.GetCause() != Cause::Lost)
+            throw;
+        _Begin();
+    }
+}
+
+void Transaction::_Begin()
+{
+    _connection = &_pool.Get();
+    try {
+        _number = _connection->SelectValue(_connection->GetDialect().GetBegin()).toString();
+    } catch (...) {
+        // It may have begun nevertheless.
+        _connection->GiveUp();
+        throw;
+    }
+    _isOpen = true;
+}
+
+Transaction::~Transaction()
+{
+    if (!_isOpen)
+        return;
+    try {
+        _connection->Run(QStringLiteral("ROLLBACK"));
+    } catch (const std::exception& failure) {
+        // Closing undoes as well.
+        _connection->GiveUp();
+        if (_log)
+            _log(std::string("A change of the job store was undone by closing its connection: ") + failure.what());
+    }
+}
+
+void Transaction::Commit()
+{
+    try {
+        _connection->Run(QStringLiteral("COMMIT"));
+        _isOpen = false;
+    } catch (const SqlFailure& failure) {
+        if (failure.GetCause() != Cause::Lost)
+            throw;
+        _isOpen = false;
+        _AskWhatBecameOfIt(failure);
+    }
+}
+
+/// The server may have committed before the connection broke.
+void Transaction::_AskWhatBecameOfIt(const SqlFailure& i_failure)
+{
+    const auto end = std::chrono::steady_clock::now() + LongestQuestion;
+    while (std::chrono::steady_clock::now() < end) {
+        try {
+            const auto state =
+                _pool.Get().SelectValue(QStringLiteral("SELECT pg_xact_status(CAST(? AS xid8))"), {_number}).toString();
+            if (state == QLatin1String("committed"))
+                return;
+            if (state == QLatin1String("aborted"))
+                throw i_failure;
+        } catch (const SqlFailure& failure) {
+            if (failure.GetCause() != Cause::Lost || &failure == &i_failure)
+                throw;
+        }
+        std::this_thread::sleep_for(BetweenQuestions);
+    }
+    throw SqlFailure(Cause::Lost, std::string(i_failure.what()) +
+                                      " It is not known whether the last change was kept: look at the job.");
+}
+
+} // namespace MachineService::MachineManager
