@@ -46,7 +46,8 @@ void CheckOrigin(const PageContext& i_context, const HttpRequest& i_request)
     if (host.empty())
         throw HttpError(400, "The request does not say which host it is for.");
     if (std::find(i_context.hosts.begin(), i_context.hosts.end(), host) == i_context.hosts.end())
-        throw HttpError(421, "This is another host than the request is for. Open the page at " + i_context.address + '.');
+        throw HttpError(421,
+                        "This is another host than the request is for. Open the page at " + i_context.address + '.');
     if (i_request.HasHeader("Origin") && !IsOwnOrigin(i_context, i_request.GetHeader("Origin")))
         throw HttpError(403, "The request comes from a page of another address.");
     // What a user types in or opens from another program comes from "none".
@@ -104,8 +105,9 @@ std::string GetCookieName(const PageContext& i_context)
 std::string MakeCookie(const PageContext& i_context, const std::string& i_secret)
 {
     const auto life = i_secret.empty() ? std::chrono::seconds(0) : std::chrono::seconds(Sessions::SessionLife);
-    return GetCookieName(i_context) + '=' + i_secret + "; Path=/; HttpOnly; SameSite=Strict; Max-Age=" +
-           std::to_string(life.count()) + (i_context.address.starts_with("https:") ? "; Secure" : "");
+    return GetCookieName(i_context) + '=' + i_secret +
+           "; Path=/; HttpOnly; SameSite=Strict; Max-Age=" + std::to_string(life.count()) +
+           (i_context.address.starts_with("https:") ? "; Secure" : "");
 }
 
 } // namespace MachineService::MachineManager

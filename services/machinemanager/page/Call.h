@@ -29,10 +29,10 @@ struct Call
 {
     const HttpRequest& request;
     Actor actor;
-    std::string secret;             ///< of the session; empty when there is none
-    std::string word = {};          ///< that stands in the path in the place of {id}
-    HttpFields form = {};           ///< of a POST of the page
-    bool isFragment = false;        ///< only what changes of the page is asked for
+    std::string secret;      ///< of the session; empty when there is none
+    std::string word = {};   ///< that stands in the path in the place of {id}
+    HttpFields form = {};    ///< of a POST of the page
+    bool isFragment = false; ///< only what changes of the page is asked for
     std::string language = "en";
 };
 

@@ -105,7 +105,9 @@ std::optional<HttpResponse> EventStreams::Open()
     }
     HttpResponse response;
     response.type = "text/event-stream";
-    response.stream = [reader](HttpStream& io_stream) { return reader->Write(io_stream); };
+    response.stream = [reader](HttpStream& io_stream) {
+        return reader->Write(io_stream);
+    };
     return response;
 }
 

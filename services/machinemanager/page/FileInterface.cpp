@@ -38,8 +38,8 @@ PieceRange FindPlace(const HttpRequest& i_request, const Job& i_job)
     if (i_request.HasHeader("Content-Range")) {
         const auto piece = ParsePieceRange(i_request.GetHeader("Content-Range"));
         if (piece.whole != size)
-            throw HttpError(422, "The platform file was announced with " + std::to_string(size) + " bytes, and not with " +
-                                     std::to_string(piece.whole) + '.');
+            throw HttpError(422, "The platform file was announced with " + std::to_string(size) +
+                                     " bytes, and not with " + std::to_string(piece.whole) + '.');
         return piece;
     }
     std::uint64_t offset = 0;

@@ -93,9 +93,9 @@ HttpResponse ListJobs(const PageContext& i_context, const Call& i_call)
         list.append(ToJson(job));
     // A page that is full may be the last; the next one is empty then.
     const bool hasMore = jobs.size() == static_cast<std::size_t>(filter.count);
-    return MakeAnswer({{QStringLiteral("jobs"), list},
-                       {QStringLiteral("next"),
-                        hasMore ? QJsonValue(static_cast<qint64>(jobs.back().number)) : QJsonValue()}});
+    return MakeAnswer(
+        {{QStringLiteral("jobs"), list},
+         {QStringLiteral("next"), hasMore ? QJsonValue(static_cast<qint64>(jobs.back().number)) : QJsonValue()}});
 }
 
 HttpResponse AnnounceJob(const PageContext& i_context, const Call& i_call)

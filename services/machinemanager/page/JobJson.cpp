@@ -99,7 +99,9 @@ constexpr ActionRow Actions[] = {
 
 bool IsAllowed(const Job& i_job, JobAction i_action)
 {
-    const auto knows = [&](JobEvent i_event) { return FindNextPhase(i_job.phase, i_event).has_value(); };
+    const auto knows = [&](JobEvent i_event) {
+        return FindNextPhase(i_job.phase, i_event).has_value();
+    };
     switch (i_action) {
     case JobAction::Hold:
         return knows(JobEvent::Hold);

@@ -107,9 +107,9 @@ JsonBody::JsonBody(std::string_view i_text)
     QJsonParseError error;
     const auto document = QJsonDocument::fromJson(QByteArray(i_text.data(), static_cast<int>(i_text.size())), &error);
     if (!document.isObject()) {
-        const auto reason = error.error == QJsonParseError::NoError ? std::string("it is no object")
-                                                                    : error.errorString().toStdString() + " at byte " +
-                                                                          std::to_string(error.offset);
+        const auto reason = error.error == QJsonParseError::NoError
+                                ? std::string("it is no object")
+                                : error.errorString().toStdString() + " at byte " + std::to_string(error.offset);
         throw HttpError(400, "The request must carry a JSON object: " + reason + '.');
     }
     _object = document.object();

@@ -21,8 +21,7 @@ HttpResponse Answer(const Call& i_call, const MachineView& i_machine)
 
 HttpResponse SetPaused(const PageContext& i_context, const Call& i_call, bool i_is_paused, const std::string& i_reason)
 {
-    return Answer(i_call,
-                  i_context.desk.SetPaused(i_call.actor, FindId(i_context, i_call), i_is_paused, i_reason));
+    return Answer(i_call, i_context.desk.SetPaused(i_call.actor, FindId(i_context, i_call), i_is_paused, i_reason));
 }
 
 /// Counts of a metric with one label.
@@ -109,14 +108,13 @@ HttpResponse GetInformation(const PageContext& i_context, const Call& i_call)
     QJsonObject jobs;
     for (const auto& [state, count] : CountStates(i_context, i_call.actor))
         jobs.insert(QString::fromStdString(state), static_cast<qint64>(count));
-    return MakeAnswer(
-        {{QStringLiteral("name"), QString::fromStdString(i_context.options.name)},
-         {QStringLiteral("version"), QStringLiteral(MACHINEMANAGER_VERSION)},
-         {QStringLiteral("jobs"), jobs},
-         {QStringLiteral("diskUse"), static_cast<qint64>(i_context.desk.GetDiskUse(i_call.actor))},
-         {QStringLiteral("pageAddress"), QString::fromStdString(i_context.address)},
-         {QStringLiteral("user"), QString::fromStdString(i_call.actor.name)},
-         {QStringLiteral("role"), QString::fromLatin1(GetName(i_call.actor.role))}});
+    return MakeAnswer({{QStringLiteral("name"), QString::fromStdString(i_context.options.name)},
+                       {QStringLiteral("version"), QStringLiteral(MACHINEMANAGER_VERSION)},
+                       {QStringLiteral("jobs"), jobs},
+                       {QStringLiteral("diskUse"), static_cast<qint64>(i_context.desk.GetDiskUse(i_call.actor))},
+                       {QStringLiteral("pageAddress"), QString::fromStdString(i_context.address)},
+                       {QStringLiteral("user"), QString::fromStdString(i_call.actor.name)},
+                       {QStringLiteral("role"), QString::fromLatin1(GetName(i_call.actor.role))}});
 }
 
 HttpResponse GetHealth(const PageContext& i_context, const Call&)
@@ -142,7 +140,8 @@ HttpResponse GetMetrics(const PageContext& i_context, const Call& i_call)
     AppendMetric(text, "machinemanager_machines", "gauge", "Machines by state.", "state", machines);
     AppendMetric(text, "machinemanager_disk_bytes", "Bytes of all files that are kept.",
                  i_context.desk.GetDiskUse(i_call.actor));
-    AppendMetric(text, "machinemanager_requests_total", "counter", "Requests by the code of the answer.", "code", requests);
+    AppendMetric(text, "machinemanager_requests_total", "counter", "Requests by the code of the answer.", "code",
+                 requests);
     AppendMetric(text, "machinemanager_event_readers", "Those who listen to changes.",
                  static_cast<std::uint64_t>(i_context.events.GetReaders()));
     return response;

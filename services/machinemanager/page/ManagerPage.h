@@ -20,8 +20,8 @@ struct ManagerPageOptions
     /// For the interface; its folder has to be this user's alone and is made when it is missing. Whoever reaches it may
     /// do everything. Empty: none.
     std::filesystem::path socket;
-    std::string host = "127.0.0.1"; ///< an address in numbers
-    int port = 0;                   ///< 0: one that the system chooses; below 0: neither page nor interface over TCP
+    std::string host = "127.0.0.1";    ///< an address in numbers
+    int port = 0;                      ///< 0: one that the system chooses; below 0: neither page nor interface over TCP
     std::filesystem::path certificate; ///< PEM, with its chain
     std::filesystem::path key;         ///< PEM
     std::string publicAddress; ///< as browsers reach the page: https://HOST or https://HOST:PORT; empty: as it listens
@@ -59,7 +59,8 @@ public:
     /// Clients that are connected now, page and programs alike.
     int GetConnections() const;
     /// Of the page at a job, with a code that lets a browser in once within an hour.
-    /// \param i_actor whom the browser then acts for.
+    /// \param i_job nil: at all jobs. \param i_actor whom the browser then acts for.
+    /// \throws std::runtime_error with a sentence when there is no page.
     JobListAddress MakeJobAddress(const boost::uuids::uuid& i_job, const Actor& i_actor);
 
 private:

@@ -21,8 +21,8 @@ struct Route
     const char* method; ///< GET answers HEAD as well
     const char* path;   ///< {id} stands for one word
     Door door;
-    Role role;                ///< at least; what is whose, the desk knows
-    std::uint64_t longestBody; ///< bytes; of uploads the job says it
+    Role role;                 ///< at least; what is whose, the desk knows
+    std::uint64_t longestForm; ///< bytes of its form; 0: what answers bounds the body itself
     HttpResponse (*answer)(const PageContext& i_context, const Call& i_call);
 };
 

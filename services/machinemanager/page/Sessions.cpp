@@ -60,9 +60,10 @@ void Sessions::mgp_Shrink(Entries& io_entries, Time i_oldest)
 {
     std::erase_if(io_entries, [&](const auto& i_entry) { return i_entry.second.time < i_oldest; });
     while (io_entries.size() >= MostEntries) {
-        io_entries.erase(std::min_element(io_entries.begin(), io_entries.end(), [](const auto& i_one, const auto& i_other) {
-            return i_one.second.time < i_other.second.time;
-        }));
+        io_entries.erase(
+            std::min_element(io_entries.begin(), io_entries.end(), [](const auto& i_one, const auto& i_other) {
+                return i_one.second.time < i_other.second.time;
+            }));
     }
 }
 

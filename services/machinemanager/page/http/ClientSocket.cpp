@@ -68,7 +68,8 @@ bool ClientSocket::_IsTooSlow(Pace& io_pace, std::size_t i_bytes) const
     io_pace.bytes += i_bytes;
     const auto time = Clock::now() - io_pace.begin;
     return time > _patience.slowAfter &&
-           static_cast<double>(io_pace.bytes) < std::chrono::duration<double>(time).count() * static_cast<double>(_patience.slowest);
+           static_cast<double>(io_pace.bytes) <
+               std::chrono::duration<double>(time).count() * static_cast<double>(_patience.slowest);
 }
 
 bool ClientSocket::Handshake()

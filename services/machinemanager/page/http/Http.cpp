@@ -47,7 +47,8 @@ std::string DecodeForm(std::string_view i_text)
             const auto digits = i_text.substr(place + 1, 2);
             const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), value, 16).ptr;
             if (digits.size() != 2 || end != digits.data() + 2)
-                throw HttpError(400, "The fields of the request are damaged: a percent sign stands without two digits.");
+                throw HttpError(400,
+                                "The fields of the request are damaged: a percent sign stands without two digits.");
             text += static_cast<char>(value);
             place += 2;
         } else {
@@ -118,7 +119,8 @@ PieceRange ParsePieceRange(std::string_view i_header)
     constexpr std::string_view Unit = "bytes ";
     const auto dash = i_header.find('-');
     const auto slash = i_header.find('/');
-    if (i_header.starts_with(Unit) && dash != std::string_view::npos && slash != std::string_view::npos && dash < slash) {
+    if (i_header.starts_with(Unit) && dash != std::string_view::npos && slash != std::string_view::npos &&
+        dash < slash) {
         const auto first = ReadCount(i_header.substr(Unit.size(), dash - Unit.size()));
         const auto last = ReadCount(i_header.substr(dash + 1, slash - dash - 1));
         const auto whole = ReadCount(i_header.substr(slash + 1));
@@ -132,7 +134,8 @@ std::uint64_t ParseCount(std::string_view i_text, const char* ip_name)
 {
     const auto count = ReadCount(i_text);
     if (!count)
-        throw HttpError(400, std::string(ip_name) + " must be a whole number, and is " + TavSDK::Quote(i_text, 80) + '.');
+        throw HttpError(400,
+                        std::string(ip_name) + " must be a whole number, and is " + TavSDK::Quote(i_text, 80) + '.');
     return *count;
 }
 
@@ -203,8 +206,8 @@ std::string FormatTime(Time i_time)
     std::tm parts = {};
     ::gmtime_r(&time, &parts);
     std::array<char, 80> text = {};
-    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", parts.tm_year + 1900, parts.tm_mon + 1,
-                  parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, static_cast<int>(rest));
+    std::snprintf(text.data(), text.size(), "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", parts.tm_year + 1900,
+                  parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, static_cast<int>(rest));
     return text.data();
 }
 

@@ -75,8 +75,9 @@ bool IsSingle(std::string_view i_name)
 int CheckBody(std::string_view i_name, std::string_view i_value, HeadCheck& io_check)
 {
     if (IsSame(i_name, "Content-Length")) {
-        const bool isNumber = !i_value.empty() && i_value.size() < 19 &&
-                              std::all_of(i_value.begin(), i_value.end(), [](char i_c) { return i_c >= '0' && i_c <= '9'; });
+        const bool isNumber =
+            !i_value.empty() && i_value.size() < 19 &&
+            std::all_of(i_value.begin(), i_value.end(), [](char i_c) { return i_c >= '0' && i_c <= '9'; });
         io_check.hasBody = io_check.hasBody || i_value.find_first_not_of('0') != std::string_view::npos;
         return isNumber ? 0 : 400;
     }

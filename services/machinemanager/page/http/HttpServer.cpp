@@ -112,14 +112,17 @@ public:
         set_keep_alive_timeout(std::chrono::duration_cast<std::chrono::seconds>(i_options.patience.idle).count());
         set_pre_routing_handler([this](const httplib::Request& i_request, httplib::Response& o_response) {
             // Only these may carry a body; the library reads it for a handler of its own kind.
-            const bool isWithBody = i_request.method == "POST" || i_request.method == "PUT" || i_request.method == "PATCH";
+            const bool isWithBody =
+                i_request.method == "POST" || i_request.method == "PUT" || i_request.method == "PATCH";
             if (isWithBody)
                 return HandlerResponse::Unhandled;
             _Answer(i_request, o_response, nullptr);
             return HandlerResponse::Handled;
         });
         const auto answer = [this](const httplib::Request& i_request, httplib::Response& o_response,
-                                   const httplib::ContentReader& i_reader) { _Answer(i_request, o_response, &i_reader); };
+                                   const httplib::ContentReader& i_reader) {
+            _Answer(i_request, o_response, &i_reader);
+        };
         // What the paths mean is decided elsewhere.
         Post(".*", answer);
         Put(".*", answer);
@@ -139,7 +142,8 @@ public:
     }
 
 private:
-    void _Answer(const httplib::Request& i_request, httplib::Response& o_response, const httplib::ContentReader* ip_reader)
+    void _Answer(const httplib::Request& i_request, httplib::Response& o_response,
+                 const httplib::ContentReader* ip_reader)
     {
         HttpRequest request;
         request.method = i_request.method;
@@ -148,7 +152,9 @@ private:
         request.isSecure = !_options.certificate.empty();
         for (const auto& [name, value] : i_request.headers)
             request.headers.emplace(name == "X-Range" ? "Range" : name, value);
-        request.readBody = [&](std::uint64_t i_longest, const auto& i_take) { _ReadBody(ip_reader, i_longest, i_take); };
+        request.readBody = [&](std::uint64_t i_longest, const auto& i_take) {
+            _ReadBody(ip_reader, i_longest, i_take);
+        };
 
         HttpResponse response;
         try {
@@ -213,13 +219,13 @@ private:
                 return _Put(MakeProblem(500, "The file cannot be read."), o_to);
             }
             const auto piece = std::make_shared<std::string>(256 * 1024, '\0');
-            o_to.set_content_provider(
-                io_from.file->size, io_from.type,
-                [file, piece](std::size_t, std::size_t i_left, httplib::DataSink& io_sink) {
-                    const auto count = std::min(piece->size(), i_left);
-                    file->read(piece->data(), static_cast<std::streamsize>(count));
-                    return file->gcount() == static_cast<std::streamsize>(count) && io_sink.write(piece->data(), count);
-                });
+            o_to.set_content_provider(io_from.file->size, io_from.type,
+                                      [file, piece](std::size_t, std::size_t i_left, httplib::DataSink& io_sink) {
+                                          const auto count = std::min(piece->size(), i_left);
+                                          file->read(piece->data(), static_cast<std::streamsize>(count));
+                                          return file->gcount() == static_cast<std::streamsize>(count) &&
+                                                 io_sink.write(piece->data(), count);
+                                      });
         } else if (!io_from.type.empty()) {
             o_to.set_content(io_from.body, io_from.type);
         }
@@ -255,14 +261,14 @@ struct HttpServer::Impl
             listening = std::make_unique<ListeningSocket>(options.socket);
         // A client that goes between poll and accept must not hold up the others.
         ::fcntl(listening->GetDescriptor(), F_SETFL, O_NONBLOCK);
-        accepting = std::thread([this] { Accept(); });
     }
     ~Impl()
     {
         isStopping = true;
         protocol.Stop();
         ::eventfd_write(wake, 1);
-        accepting.join();
+        if (accepting.joinable())
+            accepting.join();
         for (auto& client : clients)
             client.socket.Shutdown();
         for (auto& client : clients)
@@ -373,6 +379,11 @@ HttpServer::HttpServer(ServerOptions i_options, HttpHandler i_handler)
 {}
 
 HttpServer::~HttpServer() = default;
+
+void HttpServer::Start()
+{
+    _impl->accepting = std::thread([impl = _impl.get()] { impl->Accept(); });
+}
 
 int HttpServer::GetPort() const
 {

@@ -29,13 +29,15 @@ struct ServerOptions
 class HttpServer
 {
 public:
-    /// Listens from here on. \throws std::runtime_error with a sentence.
+    /// Takes its place; clients that connect wait for Start(). \throws std::runtime_error with a sentence.
     HttpServer(ServerOptions i_options, HttpHandler i_handler);
     /// Ends all connections, whatever they are doing, and waits for the calls of the handler that are on their way.
     ~HttpServer();
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
+    /// Once.
+    void Start();
     int GetPort() const;
     /// Connections that are open now.
     int GetConnections() const;

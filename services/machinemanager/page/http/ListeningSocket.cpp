@@ -35,10 +35,12 @@ void CheckFolder(const std::filesystem::path& i_folder)
 {
     const auto name = TavSDK::Quote(TavSDK::ShowPath(i_folder));
     if (::mkdir(i_folder.c_str(), 0700) != 0 && errno != EEXIST)
-        throw std::runtime_error("The folder " + name + " for the interface's socket cannot be made: " + GetReason() + '.');
+        throw std::runtime_error("The folder " + name + " for the interface's socket cannot be made: " + GetReason() +
+                                 '.');
     struct stat status = {};
     if (::lstat(i_folder.c_str(), &status) != 0)
-        throw std::runtime_error("The folder " + name + " of the interface's socket cannot be looked at: " + GetReason() + '.');
+        throw std::runtime_error("The folder " + name +
+                                 " of the interface's socket cannot be looked at: " + GetReason() + '.');
     if (!S_ISDIR(status.st_mode) || status.st_uid != ::geteuid() || (status.st_mode & 077) != 0)
         throw std::runtime_error("Whoever reaches the interface's socket may do everything, and the folder " + name +
                                  " lets others in: make it a folder of this user alone (chmod 700).");
