@@ -144,10 +144,10 @@ struct MachineEntry
 /// Which jobs, in which order, and which of them.
 struct JobFilter
 {
-    std::vector<JobState> states; ///< empty: all
-    std::string owner;            ///< empty: everybody's
+    std::vector<JobState> states = {}; ///< empty: all
+    std::string owner = {};            ///< empty: everybody's
     boost::uuids::uuid machine = {};
-    std::string text; ///< part of the name, without regard to case; or a number
+    std::string text = {}; ///< part of the name, without regard to case; or a number
     bool isOldestFirst = false;
     std::int64_t after = 0; ///< number of the last job of the page before; 0: the first page
     int count = 50;         ///< 1 to 500
