@@ -3,7 +3,6 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 #include <stdexcept>
 
 #include <sys/stat.h>
@@ -77,14 +76,16 @@ std::string PostgresCluster::_Run(const std::string& i_command) const
 {
     const std::string command =
         "cd / && " + (::geteuid() == 0 ? "runuser -u postgres -- " + i_command : i_command) + " 2>&1 < /dev/null";
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pipe(::popen(command.c_str(), "r"), nullptr);
+    std::FILE* const pipe = ::popen(command.c_str(), "r");
+    if (!pipe)
+        throw std::runtime_error("no pipe for " + command);
     std::string output;
     std::array<char, 4096> buffer;
     for (std::size_t count = 1; count > 0;) {
-        count = std::fread(buffer.data(), 1, buffer.size(), pipe.get());
+        count = std::fread(buffer.data(), 1, buffer.size(), pipe);
         output.append(buffer.data(), count);
     }
-    if (::pclose(pipe.get()) != 0)
+    if (::pclose(pipe) != 0)
         throw std::runtime_error("failed: " + command + '\n' + output);
     return output;
 }
