@@ -66,7 +66,7 @@ std::vector<PartParameters> ReadOrder(const std::string& i_order)
 {
     std::vector<PartParameters> parts;
     const auto document = QJsonDocument::fromJson(QByteArray::fromStdString(i_order));
-    for (const QJsonValue value : document.array()) {
+    for (const QJsonValue value : document.object()[QLatin1String("parts")].toArray()) {
         const auto object = value.toObject();
         PartParameters part;
         part.globalId = object[QLatin1String("id")].toString().toStdString();
@@ -114,7 +114,7 @@ std::string WriteOrder(const std::vector<PartParameters>& i_parts)
                                  {QStringLiteral("supports"), part.hasSupports},
                                  {QStringLiteral("strategies"), strategies}});
     }
-    return QJsonDocument(parts).toJson(QJsonDocument::Compact).toStdString();
+    return QJsonDocument(QJsonObject{{QStringLiteral("parts"), parts}}).toJson(QJsonDocument::Compact).toStdString();
 }
 
 CommandParameters MakeBuildParameters(const Job& i_job, const std::filesystem::path& i_platform,
