@@ -1,13 +1,16 @@
 #include "machined/Daemon.h"
 
-#include "client/interface/ICommunicationServiceAPI.h"
+#include "client/interface/AbstractPluginUtility.h"
+#include "core/ServicesCatalog.h"
 #include "machined/Log.h"
+#include "machined/ManagerService.h"
 #include "machined/Notify.h"
 #include "machined/TokenStore.h"
 #include "server/MachineServer.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 
@@ -44,11 +47,23 @@ private:
     const Settings _settings;
 };
 
+std::vector<ServiceId> GetOffered(const Settings& i_settings)
+{
+    switch (i_settings.offer) {
+    case Settings::Offer::Manager:
+        return {ServiceId::MachineManager};
+    case Settings::Offer::MachinesAndManager:
+        return {ServiceId::BuildProcessors, ServiceId::MachineManager};
+    default:
+        return {ServiceId::BuildProcessors};
+    }
+}
+
 MachineServerOptions MakeOptions(const Settings& i_settings, const TokenStore& i_tokens)
 {
     MachineServerOptions options;
     options.name = "machined";
-    options.services = {ServiceId::BuildProcessors};
+    options.services = GetOffered(i_settings);
     if (const auto socket = GetSocket(i_settings); !socket.empty())
         options.addresses.push_back("unix:" + socket);
     for (const auto& address : i_settings.listen)
@@ -73,17 +88,25 @@ MachineServerOptions MakeOptions(const Settings& i_settings, const TokenStore& i
     return options;
 }
 
-/// \return the next signal that is for the daemon.
-int WaitForSignal()
+/// \return the next signal that is for the daemon; SIGTERM when it is to end by itself.
+int WaitForSignal(const Settings& i_settings, const std::function<bool()>& i_is_idle)
 {
+    using Clock = std::chrono::steady_clock;
     sigset_t signals;
     sigemptyset(&signals);
     for (const int signal : {SIGTERM, SIGINT, SIGHUP})
         sigaddset(&signals, signal);
-    int signal = 0;
-    while (sigwait(&signals, &signal) != 0) {
+    const bool isBounded = i_settings.idle > std::chrono::minutes(0);
+    constexpr timespec interval = {15, 0};
+    for (auto busy = Clock::now();;) {
+        const int signal = isBounded ? sigtimedwait(&signals, nullptr, &interval) : sigwaitinfo(&signals, nullptr);
+        if (signal > 0)
+            return signal;
+        if (!isBounded || !i_is_idle())
+            busy = Clock::now();
+        else if (Clock::now() - busy >= i_settings.idle)
+            return SIGTERM;
     }
-    return signal;
 }
 
 void Reload(const Settings& i_settings, AbstractMachinesCatalog& io_catalog)
@@ -96,6 +119,28 @@ void Reload(const Settings& i_settings, AbstractMachinesCatalog& io_catalog)
         CheckTlsFiles({i_settings.certificate, i_settings.key, i_settings.clientCa});
     } catch (const std::exception& error) {
         Log(std::string(error.what()) + " The former certificate stays in use.");
+    }
+}
+
+/// Before the manager goes, whose machines may be among those of the services.
+struct ServicesStop
+{
+    ServicesCatalog& services;
+    ~ServicesStop() { services.Stop(); }
+};
+
+void Announce(const Settings& i_settings, const std::vector<std::string>& i_addresses, const std::string& i_page)
+{
+    for (const auto& address : i_addresses) {
+        Log("listening on " + address);
+        if (i_settings.printAddress)
+            std::printf("%s\n", address.c_str());
+    }
+    if (!i_page.empty())
+        Log("the page of jobs is at " + i_page);
+    if (i_settings.printAddress) {
+        std::puts("ready");
+        std::fflush(stdout);
     }
 }
 
@@ -117,26 +162,38 @@ void RunDaemon(const Settings& i_settings)
 {
     CheckSettings(i_settings);
     const TokenStore tokens(GetTokenFile(i_settings));
-    const auto api = CreateCommunicationService();
-    api->Initialize();
-    const auto catalog = api->CreateMachinesCatalog([&](ServiceId) { return std::make_unique<Utility>(i_settings); });
-    MachineServer server(*catalog, MakeOptions(i_settings, tokens));
+    const auto services = CreateServicesCatalog([&](ServiceId) { return std::make_unique<Utility>(i_settings); });
+    std::unique_ptr<ManagerService> manager;
+    const ServicesStop stop{*services};
+    std::unique_ptr<AbstractServiceCatalog> managed;
+    AbstractMachinesCatalog* offered = services.get();
+    if (i_settings.offer != Settings::Offer::Machines) {
+        manager = std::make_unique<ManagerService>(i_settings, tokens, *services);
+        managed = manager->MakeCatalog();
+        manager->Start();
+    }
+    if (i_settings.offer == Settings::Offer::Manager) {
+        offered = managed.get();
+        services->Start(ServiceId::BuildProcessors);
+    } else if (managed) {
+        services->AddService(ServiceId::MachineManager, std::move(managed));
+    }
+    MachineServer server(*offered, MakeOptions(i_settings, tokens));
     server.Start();
-    for (const auto& address : server.GetAddresses()) {
-        Log("listening on " + address);
-        if (i_settings.printAddress)
-            std::printf("%s\n", address.c_str());
-    }
-    if (i_settings.printAddress) {
-        std::puts("ready");
-        std::fflush(stdout);
-    }
+    Announce(i_settings, server.GetAddresses(), manager ? manager->GetAddress() : std::string());
     NotifyManager("READY=1");
-    while (WaitForSignal() == SIGHUP)
-        Reload(i_settings, *catalog);
+    const auto isIdle = [&] {
+        return !server.HasLocalHosts() && (!manager || manager->IsIdle());
+    };
+    while (WaitForSignal(i_settings, isIdle) == SIGHUP)
+        Reload(i_settings, *services);
     NotifyManager("STOPPING=1");
     Log("stopping; runs have " + std::to_string(i_settings.drain.count() / 1000) + " s to end");
     server.Stop(i_settings.drain);
+    if (manager)
+        manager->Stop();
+    services->Stop();
+    managed.reset();
     Log("stopped");
 }
 

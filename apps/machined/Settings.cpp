@@ -3,11 +3,11 @@
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/RuntimeFolder.h"
 #include "tavsdk/Text.h"
 
 #include <array>
 #include <charconv>
-#include <cstdlib>
 #include <functional>
 #include <sstream>
 
@@ -26,6 +26,17 @@ std::uint64_t ReadNumber(const std::string& i_text, std::uint64_t i_least, std::
         throw WrongUsage("it is no whole number from " + std::to_string(i_least) + " to " + std::to_string(i_most) +
                          '.');
     return number;
+}
+
+Settings::Offer ReadOffer(const std::string& i_text)
+{
+    if (i_text == "no")
+        return Settings::Offer::Machines;
+    if (i_text == "also")
+        return Settings::Offer::MachinesAndManager;
+    if (i_text == "only")
+        return Settings::Offer::Manager;
+    throw WrongUsage("it is one of \"no\", \"also\" and \"only\".");
 }
 
 /// One option, by the same name on the command line ("--name VALUE") and in the file ("name = VALUE").
@@ -93,6 +104,34 @@ const std::array Options{
     Option{"upload-megabytes", "N", "largest input of a run",
            [](Settings& o_settings, const std::string& i_text) {
                o_settings.uploadBytes = ReadNumber(i_text, 1, 1'000'000) << 20;
+           }},
+    Option{"manager", "WHAT", "\"also\": keeps jobs for the machines as well; \"only\": offers nothing else; \"no\"",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.offer = ReadOffer(i_text);
+           }},
+    Option{"store", "ADDRESS", "of the jobs: sqlite:/FILE or postgresql://USER@HOST/DATABASE",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.store = i_text;
+           }},
+    Option{"files", "FOLDER", "of the jobs' files; the same for all daemons at one store",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.files = i_text;
+           }},
+    Option{"name", "NAME", "of this daemon among those at one store; the same after a restart",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.daemonName = i_text;
+           }},
+    Option{"page", "HOST:PORT", "of the jobs; \"none\": there is none; port 0: the system chooses",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.page = i_text == "none" ? std::string() : i_text;
+           }},
+    Option{"page-address", "URL", "as browsers of other computers reach the page",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.pageAddress = i_text;
+           }},
+    Option{"idle-minutes", "N", "ends by itself when nobody was there and nothing to do for so long; 0: never",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.idle = std::chrono::minutes(ReadNumber(i_text, 0, 100'000));
            }},
 };
 
@@ -183,7 +222,8 @@ Settings ReadSettings(const std::vector<std::string>& i_arguments)
 
 std::string GetHelp()
 {
-    std::string help = "machined offers the printers of this computer to hosts, by the machine service protocol.\n\n"
+    std::string help = "machined offers the printers of this computer to hosts, by the machine service protocol, and "
+                       "keeps jobs for them.\n\n"
                        "machined [OPTION ...]\n"
                        "machined token add NAME | list | rotate NAME | revoke NAME [--tokens FILE]\n\n"
                        "  --config FILE         the options below as lines NAME = VALUE\n"
@@ -202,10 +242,27 @@ std::string GetSocket(const Settings& i_settings)
 {
     if (i_settings.socket)
         return *i_settings.socket;
-    const char* const folder = std::getenv("XDG_RUNTIME_DIR");
-    if (!folder || *folder != '/')
-        throw WrongUsage("There is no folder for sockets (XDG_RUNTIME_DIR is not set); name a socket by --socket.");
-    return std::string(folder) + "/machineservice/machined.sock";
+    try {
+        const auto* const name = i_settings.offer == Settings::Offer::Manager ? "manager.sock" : "machined.sock";
+        return (TavSDK::GetRuntimeFolder() / "machineservice" / name).native();
+    } catch (const TavSDK::FileError& error) {
+        throw WrongUsage(error.what());
+    }
+}
+
+std::filesystem::path GetInterfaceSocket(const Settings& i_settings)
+{
+    const std::filesystem::path socket = GetSocket(i_settings);
+    return socket.empty() ? socket : std::filesystem::path(socket).replace_extension(".http");
+}
+
+std::filesystem::path GetManagerFolder()
+{
+    try {
+        return TavSDK::GetUserFolder(TavSDK::UserFolder::Data) / "machineservice" / "manager";
+    } catch (const TavSDK::FileError& error) {
+        throw WrongUsage(error.what());
+    }
 }
 
 std::filesystem::path GetTokenFile(const Settings& i_settings)

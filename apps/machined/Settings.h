@@ -28,6 +28,20 @@ struct Settings
     std::size_t runsOfOneClient = 16;
     std::uint64_t uploadBytes = 4ULL << 30;
     std::chrono::milliseconds heartbeat = std::chrono::seconds(5);
+    /// What is offered.
+    enum class Offer
+    {
+        Machines, ///< of the Build Processors
+        Manager,  ///< the Machine Manager, whose jobs go to those
+        MachinesAndManager,
+    };
+    Offer offer = Offer::Machines;
+    std::string store;           ///< of the manager's jobs; empty: a file in the user's data folder
+    std::filesystem::path files; ///< of the manager's jobs; empty: a folder beside that
+    std::string daemonName = "machined";
+    std::optional<std::string> page; ///< HOST:PORT; empty text: no page
+    std::string pageAddress;         ///< as browsers reach it from elsewhere
+    std::chrono::minutes idle{0};    ///< ends by itself after so long without host and work; 0: never
     bool printAddress = false;
     bool checkOnly = false;
     bool help = false;
@@ -50,5 +64,9 @@ std::string GetHelp();
 /// \throws WrongUsage when the user has no such folder.
 std::string GetSocket(const Settings& i_settings);
 std::filesystem::path GetTokenFile(const Settings& i_settings);
+/// Folder of the manager's store, files and sessions.
+std::filesystem::path GetManagerFolder();
+/// Where programs of this computer reach the manager's interface: beside the socket; empty: nowhere.
+std::filesystem::path GetInterfaceSocket(const Settings& i_settings);
 
 } // namespace Machined

@@ -137,6 +137,36 @@ std::map<JobState, std::int64_t> JobStore::CountStates() const
     });
 }
 
+std::map<boost::uuids::uuid, std::int64_t> JobStore::CountWaiting() const
+{
+    return _impl->Read([](Connection& io_connection) {
+        std::map<boost::uuids::uuid, std::int64_t> counts;
+        Rows rows = io_connection.Select(
+            QStringLiteral("SELECT target_machine, count(*) FROM jobs WHERE state = ? GROUP BY target_machine"),
+            {static_cast<int>(JobState::Pending)});
+        while (rows.Next()) {
+            if (const auto machine = ToUuid(rows[0].toString()); !machine.is_nil())
+                counts.emplace(machine, rows[1].toLongLong());
+        }
+        return counts;
+    });
+}
+
+std::vector<JobTarget> JobStore::GetWaitingTargets() const
+{
+    return _impl->Read([this](Connection& io_connection) {
+        std::vector<JobTarget> targets;
+        Rows rows = io_connection.Select(
+            QStringLiteral("SELECT DISTINCT target_machine, target_model, target_material FROM jobs "
+                           "WHERE state = ? AND (not_before IS NULL OR not_before <= ?)"),
+            {static_cast<int>(JobState::Pending), ToNumber(Now())});
+        while (rows.Next())
+            targets.push_back(
+                {ToUuid(rows[0].toString()), rows[1].toString().toStdString(), rows[2].toString().toStdString()});
+        return targets;
+    });
+}
+
 std::vector<HistoryEntry> JobStore::GetHistory(const boost::uuids::uuid& i_id) const
 {
     return _impl->Read([&](Connection& io_connection) {

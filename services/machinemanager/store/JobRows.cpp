@@ -247,7 +247,7 @@ constexpr Column Columns[] = {
 
 const QString& GetJobSelect()
 {
-    static const QString mgp_select = [] {
+    static const QString mgp_select = []() -> QString {
         // A job that nobody moved stands where it arrived.
         QString text = QStringLiteral("SELECT number, COALESCE(position, number)");
         for (const Column& column : Columns) {
