@@ -1,6 +1,7 @@
 #include "machinemanager/store/Connection.h"
 
 #include <QSqlError>
+#include <QSqlRecord>
 
 #include <atomic>
 #include <utility>
@@ -13,13 +14,12 @@ namespace {
 constexpr int MostPrepared = 200;
 
 std::atomic<int> mgp_connections = 0;
-std::atomic<int> mgp_failingStatement = -1;
-std::atomic<int> mgp_statements = 0;
+thread_local int mgp_failingStatement = -1;
+thread_local int mgp_statements = 0;
 
 bool HasToFail()
 {
-    const int index = mgp_statements.fetch_add(1, std::memory_order_relaxed);
-    return index == mgp_failingStatement.load(std::memory_order_relaxed);
+    return mgp_statements++ == mgp_failingStatement;
 }
 
 QSqlDatabase MakeDatabase(const Dialect& i_dialect, const QString& i_name)
@@ -39,6 +39,15 @@ bool Rows::Next()
     if (_query->lastError().isValid())
         throw _dialect.Explain(_query->lastError(), false);
     return false;
+}
+
+QStringList Rows::GetColumns() const
+{
+    QStringList names;
+    const QSqlRecord record = _query->record();
+    for (int index = 0; index < record.count(); ++index)
+        names.append(record.fieldName(index));
+    return names;
 }
 
 Connection::Connection(const Dialect& i_dialect)
@@ -128,7 +137,7 @@ QVariant Connection::SelectValue(const QString& i_sql, const QVariantList& i_val
 int Connection::FailAt(int i_index)
 {
     mgp_failingStatement = i_index;
-    return mgp_statements.exchange(0);
+    return std::exchange(mgp_statements, 0);
 }
 
 QString ToText(const std::string& i_text)

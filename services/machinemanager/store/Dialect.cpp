@@ -1,12 +1,10 @@
 #include "machinemanager/store/Dialect.h"
 
+#include "machinemanager/store/PostgresHandle.h"
+
 #include "tavsdk/Path.h"
 
 #include <QByteArray>
-#include <QSqlDriver>
-#include <QVariant>
-
-#include <libpq-fe.h>
 
 #include <utility>
 
@@ -79,15 +77,6 @@ public:
         }
     }
 };
-
-/// Null when there is none.
-PGconn* GetHandle(const QSqlDatabase& i_database)
-{
-    const QVariant handle = i_database.driver() ? i_database.driver()->handle() : QVariant();
-    return handle.isValid() && qstrcmp(handle.typeName(), "PGconn*") == 0
-               ? *static_cast<PGconn* const*>(handle.constData())
-               : nullptr;
-}
 
 class PostgresDialect final : public Dialect
 {

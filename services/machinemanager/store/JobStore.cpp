@@ -61,6 +61,8 @@ JobStore::Impl::Impl(StoreOptions i_options)
     if (!dialect->IsPostgres())
         SetAsideWhenDamaged(*dialect, Now(), options.log);
     Migrate(pool, options.log);
+    if (dialect->IsPostgres())
+        news = std::make_unique<DaemonNews>(*dialect, feed, options.log);
 }
 
 Time JobStore::Impl::Now() const
@@ -74,7 +76,13 @@ void JobStore::Impl::Log(const std::string& i_line) const
         options.log(i_line);
 }
 
-void JobStore::Impl::_TellOthers(Writing&) const {}
+void JobStore::Impl::_Tell(const std::vector<boost::uuids::uuid>& i_changed) const
+{
+    if (news)
+        news->Send(i_changed);
+    for (const auto& id : i_changed)
+        feed.Tell(id);
+}
 
 std::vector<Job> ReadJobs(Connection& io_connection, const QString& i_condition, const QVariantList& i_values)
 {
