@@ -22,10 +22,10 @@ bool HasToFail()
     return mgp_statements++ == mgp_failingStatement;
 }
 
-QSqlDatabase MakeDatabase(const Dialect& i_dialect, const QString& i_name)
+QSqlDatabase MakeDatabase(const Dialect& i_dialect, Access i_access, const QString& i_name)
 {
     auto database = QSqlDatabase::addDatabase(i_dialect.GetDriver(), i_name);
-    i_dialect.SetUp(database);
+    i_dialect.SetUp(database, i_access);
     return database;
 }
 
@@ -50,16 +50,16 @@ QStringList Rows::GetColumns() const
     return names;
 }
 
-Connection::Connection(const Dialect& i_dialect)
+Connection::Connection(const Dialect& i_dialect, Access i_access)
     : _dialect(i_dialect)
     , _name(QStringLiteral("machineservice-jobs-%1").arg(++mgp_connections))
-    , _database(MakeDatabase(i_dialect, _name))
+    , _database(MakeDatabase(i_dialect, i_access, _name))
 {
     try {
         if (HasToFail() || !_database.open())
             throw _dialect.Explain(_database.lastError(), _dialect.IsPostgres());
         _plain = QSqlQuery(_database);
-        for (const QString& statement : _dialect.GetOpening())
+        for (const QString& statement : i_access == Access::Full ? _dialect.GetOpening() : QStringList())
             Run(statement);
     } catch (...) {
         _plain = QSqlQuery();

@@ -44,7 +44,7 @@ class Connection
 {
 public:
     /// Connects. \param i_dialect must outlive it.
-    explicit Connection(const Dialect& i_dialect);
+    explicit Connection(const Dialect& i_dialect, Access i_access = Access::Full);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;

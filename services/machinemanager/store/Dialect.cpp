@@ -33,10 +33,12 @@ public:
     {}
 
     QString GetDriver() const override { return QStringLiteral("QSQLITE"); }
-    void SetUp(QSqlDatabase& io_database) const override
+    void SetUp(QSqlDatabase& io_database, Access i_access) const override
     {
         io_database.setDatabaseName(QString::fromStdString(TavSDK::PathToUtf8(GetAddress().file)));
-        io_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
+        io_database.setConnectOptions(i_access == Access::Full
+                                          ? QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000")
+                                          : QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000;QSQLITE_OPEN_READONLY"));
     }
     QStringList GetOpening() const override
     {
@@ -86,7 +88,7 @@ public:
     {}
 
     QString GetDriver() const override { return QStringLiteral("QPSQL"); }
-    void SetUp(QSqlDatabase& io_database) const override
+    void SetUp(QSqlDatabase& io_database, Access) const override
     {
         const StoreAddress& address = GetAddress();
         io_database.setHostName(QString::fromStdString(address.host));

@@ -4,6 +4,8 @@
 #include "machinemanager/store/Migrations.h"
 #include "machinemanager/store/SetAside.h"
 
+#include "tavsdk/Text.h"
+
 #include <boost/uuid/uuid_io.hpp>
 
 namespace MachineService::MachineManager {
@@ -131,8 +133,9 @@ Job JobStore::Impl::Step(Writing& io_writing, const Job& i_job, const JobChange&
 {
     const auto next = FindNextPhase(i_job.phase, i_change.event);
     if (!next)
-        throw ManagerError(Kind::Conflict, ShowJob(i_job) + " is " + GetInfo(i_job.phase).name + ", where \"" +
-                                               GetName(i_change.event) + "\" means nothing. Look at its state first.");
+        throw ManagerError(Kind::Conflict, ShowJob(i_job) + " is " + GetInfo(i_job.phase).name + ", where " +
+                                               TavSDK::Quote(GetName(i_change.event)) +
+                                               " means nothing. Look at its state first.");
     Job job = i_job;
     job.detail = i_change.detail;
     if (*next != job.phase) {

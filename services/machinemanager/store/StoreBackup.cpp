@@ -97,10 +97,26 @@ void CopyTables(Connection& io_from, Connection& io_to)
     }
 }
 
+/// Removes what SQLite writes beside a file; it is there when writing failed.
+struct LogRemover
+{
+    ~LogRemover()
+    {
+        for (const char* ending : {"-wal", "-shm", "-journal"}) {
+            auto path = file;
+            path += ending;
+            std::error_code ignored;
+            std::filesystem::remove(path, ignored);
+        }
+    }
+    const std::filesystem::path file;
+};
+
 /// All rows of one moment, in a SQLite store of the same version.
 void CopyToFile(Connection& io_from, const std::filesystem::path& i_file, const Transaction::Log& i_log)
 {
     const auto dialect = MakeSqliteDialect(i_file);
+    const LogRemover remover{i_file};
     {
         ConnectionPool pool(*dialect);
         Migrate(pool, i_log);
@@ -214,11 +230,13 @@ void JobStore::Backup(const std::filesystem::path& i_file) const
 {
     try {
         TavSDK::AtomicFile file(i_file);
-        Connection& connection = _impl->pool.Get();
-        if (_impl->dialect->IsPostgres())
-            CopyToFile(connection, file.GetTemporaryPath(), _impl->options.log);
-        else
-            connection.Run(QStringLiteral("VACUUM INTO ") + Quoted(file.GetTemporaryPath()));
+        const auto& path = file.GetTemporaryPath();
+        _impl->Read([&](Connection& io_connection) {
+            if (_impl->dialect->IsPostgres())
+                CopyToFile(io_connection, path, _impl->options.log);
+            else
+                io_connection.Run(QStringLiteral("VACUUM INTO ") + Quoted(path));
+        });
         file.Commit();
     } catch (const TavSDK::FileError& failure) {
         throw ManagerError(Kind::Storage, "The backup " + Show(i_file) + " cannot be written: " + failure.what() +
