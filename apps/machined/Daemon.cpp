@@ -5,11 +5,14 @@
 #include "machined/Notify.h"
 #include "machined/TokenStore.h"
 #include "server/MachineServer.h"
+#include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/RunFolder.h"
 #include "tavsdk/Text.h"
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 namespace Machined {
 
@@ -99,6 +102,20 @@ void Reload(const Settings& i_settings, AbstractMachinesCatalog& io_catalog)
     }
 }
 
+/// Everything temporary goes below a folder of this process, so that the next daemon removes what a killed one left.
+std::unique_ptr<TavSDK::RunFolder> MakeTemporaryFolder()
+{
+    const auto parent = TavSDK::GetTemporaryFolder();
+    try {
+        auto folder = std::make_unique<TavSDK::RunFolder>(parent, "machined-");
+        setenv("TMPDIR", folder->GetPath().c_str(), 1);
+        return folder;
+    } catch (const TavSDK::FileError& failure) {
+        throw TavSDK::FileError("No folder can be made in " + TavSDK::Quote(TavSDK::ShowPath(parent)) + ": " +
+                                failure.what() + "; make room there, or set TMPDIR to another one.");
+    }
+}
+
 } // namespace
 
 void CheckSettings(const Settings& i_settings)
@@ -116,6 +133,8 @@ void CheckSettings(const Settings& i_settings)
 void RunDaemon(const Settings& i_settings)
 {
     CheckSettings(i_settings);
+    // Before any thread begins, and gone after all of them.
+    const auto temporary = MakeTemporaryFolder();
     const TokenStore tokens(GetTokenFile(i_settings));
     const auto api = CreateCommunicationService();
     api->Initialize();
