@@ -163,7 +163,7 @@ constexpr CommandInfo Table[] = {
      Values::Any,
      "",
      {},
-     QT_TRANSLATE_NOOP("MachineCtl::Table", "Give a job up."),
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Cancel a job."),
      "",
      Commands::ActOnJob},
     {"start-again",

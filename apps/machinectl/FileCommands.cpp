@@ -50,7 +50,7 @@ Jobs::NewJob MakeJob(const CommandLine& i_line, const std::filesystem::path& i_p
     if (i_line.Has("priority"))
         job.priority = ParseNumber(i_line.Get("priority"), QStringLiteral("--priority"), 1, 100);
     if (!i_line.Has("machine"))
-        throw UsageError(Texts::tr("--machine is missing, which tells for which machine the job is."));
+        throw UsageError(Texts::tr("Name the machine that the job is for by --machine."));
     job.id = i_line.Has("id") ? i_line.Get("id") : MakeJobId();
     if (QUuid(QString::fromStdString(job.id)).isNull())
         throw UsageError(Texts::tr("--id is a UUID, not '%1'.").arg(QString::fromStdString(job.id)));
@@ -119,6 +119,10 @@ ExitStatus Submit(Session& io_session)
     auto job = MakeJob(line, platform);
     const auto& client = io_session.GetClient();
     job.target.machine = client.GetMachine(line.Get("machine")).id;
+    const auto tellId = [&] {
+        console.Tell(
+            Texts::tr("The same command with --id %1 goes on with this job.").arg(QString::fromStdString(job.id)));
+    };
     try {
         const auto taken = client.Submit(job, platform, [&](std::uint64_t i_done, std::uint64_t i_all) {
             console.ShowProgress(ShowShare(i_done, i_all));
@@ -128,13 +132,11 @@ ExitStatus Submit(Session& io_session)
         console.Print(io_session.WantsJson() ? FormatJson(ToJson(taken)) : FormatProgress(taken) + QLatin1Char('\n'));
         return Succeeded;
     } catch (const Interruption&) {
-        console.Tell(
-            Texts::tr("The same command with --id %1 goes on with this job.").arg(QString::fromStdString(job.id)));
+        tellId();
         throw;
     } catch (const JobsError& failure) {
         if (failure.GetKind() == JobsError::Kind::NotReached)
-            console.Tell(
-                Texts::tr("The same command with --id %1 goes on with this job.").arg(QString::fromStdString(job.id)));
+            tellId();
         throw;
     }
 }

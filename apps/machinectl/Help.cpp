@@ -160,7 +160,7 @@ QString MakeHelp(const CommandInfo* ip_command, int i_width)
                Lay(Texts::tr("Environment:"), MakeVariableRows(), i_width) + QLatin1Char('\n') +
                Wrap(Texts::tr("machinectl COMMAND --help tells the options of a command."), i_width);
     QString text = Texts::tr("Usage: %1").arg(ShowUsage(*ip_command)) + QStringLiteral("\n\n") +
-                Wrap(Translate(ip_command->help), i_width);
+                   Wrap(Translate(ip_command->help), i_width);
     if (*ip_command->more)
         text += Wrap(Translate(ip_command->more), i_width);
     if (!ip_command->options.empty())
@@ -213,6 +213,11 @@ QString MakeBashCompletion()
         }
         return cases;
     };
+    QStringList withValue;
+    for (const auto& option : GetCommonOptions()) {
+        if (option.values != Values::None)
+            withValue.append(QStringLiteral("--") + QLatin1String(option.name));
+    }
     QStringList names;
     QString options;
     QString values = valueCases(GetCommonOptions(), QStringLiteral("*:"));
@@ -247,7 +252,8 @@ QString MakeBashCompletion()
                "        '') COMPREPLY=($(compgen -W '%4' -- \"$word\")) ;;\n%5    esac\n"
                "}\n"
                "complete -o filenames -F _machinectl machinectl\n")
-        .arg(values, options, list(GetCommonOptions()), names.join(QLatin1Char(' ')), operands);
+        .arg(values, options, list(GetCommonOptions()), names.join(QLatin1Char(' ')), operands,
+             withValue.join(QLatin1Char('|')));
 }
 
 namespace Commands {

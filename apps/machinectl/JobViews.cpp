@@ -69,7 +69,7 @@ Look GetStateLook(const std::string& i_state)
 Table MakeJobTable(const std::vector<Jobs::Job>& i_jobs, const MachineNames& i_names, Jobs::Time i_now)
 {
     Table table({{Texts::tr("Job"), 3, 9, true},
-                 {Texts::tr("Name"), 10, 8},
+                 {Texts::tr("Name"), 6, 8},
                  {Texts::tr("State"), 10, 7},
                  {Texts::tr("Done"), 5, 4, true},
                  {Texts::tr("Why"), 10, 5},
