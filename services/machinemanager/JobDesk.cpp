@@ -132,6 +132,12 @@ void JobDesk::Impl::Explain(Job& io_job, const std::vector<BoardMachine>& i_mach
     // An attempt that failed says so itself.
     if (io_job.notBefore && *io_job.notBefore > store.Now())
         return;
+    // Several daemons at one store whose folders of files are not the same one.
+    if (!files.Has(io_job.platform.hash)) {
+        io_job.waitReason = "resources-are-not-ready";
+        io_job.detail = "The job's files are not in this daemon's folder; it waits for the daemon that has them.";
+        return;
+    }
     io_job.detail.clear();
     for (const auto& machine : i_machines) {
         if (!IsFor(io_job, machine))

@@ -55,6 +55,9 @@ public:
     {
         const auto& [a, b, c] = i_triangle;
         const double area = (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+        // What is smaller than a pixel is seen nevertheless.
+        if (std::abs(area) < 1)
+            _DrawPoint(i_triangle);
         if (area == 0)
             return;
         const QRgb colour = GetShade(i_triangle);
@@ -69,14 +72,6 @@ public:
                     _Set(x, y, a.depth + u * (b.depth - a.depth) + v * (c.depth - a.depth), colour);
             }
         }
-    }
-    /// What is smaller than a pixel is seen nevertheless.
-    void DrawPoint(const Seen& i_point, const Triangle& i_triangle)
-    {
-        const int x = static_cast<int>(i_point.x);
-        const int y = static_cast<int>(i_point.y);
-        if (x >= 0 && x < Width && y >= 0 && y < Height)
-            _Set(x, y, i_point.depth, GetShade(i_triangle));
     }
     std::string GetPng() const
     {
@@ -101,6 +96,13 @@ private:
             return std::clamp(static_cast<int>(i_full * (0.4 + 0.6 * light)), 0, 255);
         };
         return qRgb(tone(96), tone(150), tone(205));
+    }
+    void _DrawPoint(const Triangle& i_triangle)
+    {
+        const auto x = static_cast<int>(std::lround(i_triangle[0].x));
+        const auto y = static_cast<int>(std::lround(i_triangle[0].y));
+        if (x >= 0 && x < Width && y >= 0 && y < Height)
+            _Set(x, y, i_triangle[0].depth, GetShade(i_triangle));
     }
     void _Set(int i_x, int i_y, double i_depth, QRgb i_colour)
     {
@@ -175,10 +177,8 @@ std::string DrawPlate(const TavAM::Platform& i_platform)
         return {};
     Fit(triangles);
     Canvas canvas;
-    for (const auto& triangle : triangles) {
+    for (const auto& triangle : triangles)
         canvas.Draw(triangle);
-        canvas.DrawPoint(triangle[0], triangle);
-    }
     return canvas.GetPng();
 }
 

@@ -78,15 +78,18 @@ Connection::~Connection()
     QSqlDatabase::removeDatabase(_name);
 }
 
-void Connection::_Throw(const QSqlError& i_error) const
+void Connection::_Throw(const QSqlError& i_error)
 {
-    throw _dialect.Explain(i_error, _dialect.IsLost(_database));
+    const SqlFailure failure = _dialect.Explain(i_error, _dialect.IsLost(_database));
+    _isLost = _isLost || failure.GetCause() == SqlFailure::Cause::Lost;
+    throw failure;
 }
 
 QSqlQuery& Connection::_Execute(const QString& i_sql, const QVariantList& i_values)
 {
     if (HasToFail())
-        throw _dialect.Explain(QSqlError({}, QStringLiteral("made to fail"), QSqlError::StatementError), false);
+        throw _dialect.Explain(
+            QSqlError({}, QStringLiteral("made to fail"), QSqlError::StatementError, QStringLiteral("XX000")), false);
     if (i_values.isEmpty()) {
         _plain = QSqlQuery(_database);
         if (!_plain.exec(i_sql))

@@ -69,7 +69,7 @@ public:
 
 private:
     QSqlQuery& _Execute(const QString& i_sql, const QVariantList& i_values);
-    [[noreturn]] void _Throw(const QSqlError& i_error) const;
+    [[noreturn]] void _Throw(const QSqlError& i_error);
 
     const Dialect& _dialect;
     QString _name;

@@ -125,7 +125,9 @@ public:
         const std::string store = "The job store " + GetAddress().Show();
         const std::string reason = " (" + GetReason(i_error) + "). ";
         const auto code = i_error.nativeErrorCode();
-        if (i_is_lost)
+        // What comes from the server has a code: one that goes down, or the library that found nobody there.
+        if (i_is_lost || code.isEmpty() || code.startsWith(QLatin1String("57P")) ||
+            code.startsWith(QLatin1String("08")))
             return {Cause::Lost, store + " cannot be reached" + reason + "Look whether the database server runs."};
         if (code == QLatin1String("40001") || code == QLatin1String("40P01"))
             return {Cause::Crossed, store + " is busy" + reason + "Try again."};
