@@ -100,7 +100,7 @@ int Description::GetNumber(const char* ip_name, int i_smallest, int i_largest) c
 
 void Description::Refuse(const std::string& i_name, const std::string& i_reason) const
 {
-    Refuse('\'' + _GetFullName(i_name) + "' " + i_reason);
+    Refuse(TavSDK::Quote(_GetFullName(i_name), LongestShown) + ' ' + i_reason);
 }
 
 void Description::Refuse(const std::string& i_reason)

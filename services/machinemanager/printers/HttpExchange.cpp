@@ -316,6 +316,8 @@ HttpAnswer Exchange(const HttpPlace& i_place, const HttpRequest& i_request, cons
                     const std::stop_token& i_stop)
 {
     const auto address = i_place.GetAddress();
+    if (i_stop.stop_requested())
+        throw HttpFailure(Describe(address, httplib::Error::Unknown, Watch::Reason::Asked), false);
     const NoBrokenPipe noBrokenPipe;
     const auto client = MakeClient(i_place, i_times);
     Body body(i_request);

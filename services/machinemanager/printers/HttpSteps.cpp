@@ -98,7 +98,7 @@ HttpPlace ReadPlace(const Description& i_description)
 HttpHeader ReadHeader(const Description& i_headers, const std::string& i_name)
 {
     if (!IsToken(i_name))
-        i_headers.Refuse(TavSDK::Quote(i_name, LongestShown), "is no name of a header.");
+        i_headers.Refuse(i_name, "is no name of a header.");
     if (IsOwnHeader(i_name))
         i_headers.Refuse(i_name, "is a header that the manager writes itself; leave it out.");
     HttpHeader header;
