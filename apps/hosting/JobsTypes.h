@@ -26,9 +26,9 @@ struct File
 /// One machine, or any of a model.
 struct Target
 {
-    std::string machine; ///< id
-    std::string model;
-    std::string material; ///< that has to be loaded
+    std::string machine = {}; ///< id
+    std::string model = {};
+    std::string material = {}; ///< that has to be loaded
 };
 
 /// What a platform was prepared for.
@@ -143,10 +143,10 @@ struct Information
 /// Which jobs, and which of them.
 struct Filter
 {
-    std::vector<std::string> states; ///< empty: all
-    std::string owner;
-    std::string machine; ///< id or name
-    std::string text;    ///< part of the name, or a number
+    std::vector<std::string> states = {}; ///< empty: all
+    std::string owner = {};
+    std::string machine = {}; ///< id or name
+    std::string text = {};    ///< part of the name, or a number
     bool isOldestFirst = false;
     std::int64_t after = 0; ///< JobPage::next of the page before; 0: the first page
     int count = 50;         ///< 1 to 500
@@ -161,13 +161,13 @@ struct JobPage
 /// What is told when a job is handed in.
 struct NewJob
 {
-    std::string id; ///< made by whoever hands it in: the same id is the same job, always
-    std::string name;
-    Target target;
+    std::string id = {}; ///< made by whoever hands it in: the same id is the same job, always
+    std::string name = {};
+    Target target = {};
     int priority = 50; ///< 1 to 100; higher goes first
     int copies = 1;    ///< 1 to 999
     bool isDraft = false;
-    std::vector<std::pair<std::string, std::string>> settings;
+    std::vector<std::pair<std::string, std::string>> settings = {};
 };
 
 enum class Action

@@ -237,7 +237,7 @@ QString MakeBashCompletion()
                "    COMPREPLY=()\n"
                "    for ((i = 1; i < COMP_CWORD; i++)); do\n"
                "        case \"${COMP_WORDS[i]}\" in\n"
-               "        --address|--token-file) ((i++)) ;;\n"
+               "        %6) ((i++)) ;;\n"
                "        -*) ;;\n"
                "        *) command=\"${COMP_WORDS[i]}\"; break ;;\n"
                "        esac\n"
