@@ -32,6 +32,17 @@ std::string MakePagePath(const HttpRequest& i_request, std::int64_t i_after)
     return path;
 }
 
+/// In the order of their names.
+void AddMachines(Values& io_values, const char* ip_list, const MachineNames& i_names, const std::string& i_chosen)
+{
+    std::vector<std::pair<std::string, std::string>> sorted;
+    for (const auto& [id, name] : i_names)
+        sorted.emplace_back(name, to_string(id));
+    std::sort(sorted.begin(), sorted.end());
+    for (const auto& [name, id] : sorted)
+        io_values.Add(ip_list, MakeChoice(id, name, i_chosen));
+}
+
 void SetFilters(Values& io_values, const Call& i_call, const MachineNames& i_names)
 {
     const auto& request = i_call.request;
@@ -47,8 +58,7 @@ void SetFilters(Values& io_values, const Call& i_call, const MachineNames& i_nam
         io_values.Add("stateChoices", MakeChoice(GetName(one), translate(GetWords(one).word), state));
     const auto machine = request.GetQuery("machine");
     io_values.Add("machineChoices", MakeChoice("", translate("All machines"), machine));
-    for (const auto& [id, name] : i_names)
-        io_values.Add("machineChoices", MakeChoice(to_string(id), name, machine));
+    AddMachines(io_values, "machineChoices", i_names, machine);
     const auto order = request.GetQuery("order") == "oldest" ? "oldest" : "newest";
     io_values.Add("orderChoices", MakeChoice("newest", translate("Newest first"), order));
     io_values.Add("orderChoices", MakeChoice("oldest", translate("Oldest first"), order));
@@ -183,8 +193,7 @@ void AddActions(Values& io_values, const Call& i_call, const Job& i_job, const M
     }
     if (isAllowed("move")) {
         const auto chosen = to_string(i_job.target.machine);
-        for (const auto& [id, name] : i_names)
-            io_values.Add("moveChoices", MakeChoice(to_string(id), name, chosen));
+        AddMachines(io_values, "moveChoices", i_names, chosen);
     }
     io_values.Set("hasActions", !allowed.empty())
         .Set("canMove", isAllowed("move"))

@@ -134,6 +134,10 @@ TEST_F(SecurityTest, ANameOfAnotherHostThatPointsHereIsRefused)
         EXPECT_EQ(421, Connect().Get("/jobs", With(cookie, "Host", host))->status) << host;
     EXPECT_EQ(200, Connect().Get("/jobs", With(cookie, "Host", "LocalHost:" + std::to_string(GetPort())))->status);
     EXPECT_EQ(403, Connect().Get("/api/v1/jobs", With(cookie, "Origin", "http://evil.example"))->status);
+    // As browsers have it for forms of a page without a referrer.
+    const auto sandboxed = With(cookie, "Origin", "null");
+    EXPECT_EQ(403, Connect().Get("/jobs", With(sandboxed, "Sec-Fetch-Site", "cross-site"))->status);
+    EXPECT_EQ(200, Connect().Get("/jobs", With(sandboxed, "Sec-Fetch-Site", "same-origin"))->status);
 }
 
 TEST_F(SecurityTest, ATokenSignsInWhereThereAreTokens)
