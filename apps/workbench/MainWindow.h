@@ -65,6 +65,8 @@ public:
     Preferences& GetPreferences() { return _preferences; }
     /// Of the Machine Manager; null while it is not used.
     PostedJobs* GetPostedJobs() const { return _postedJobs; }
+    /// It runs and tells its jobs, or it is told that it does not; so while it is not used.
+    bool IsManagerSettled() const;
     /// Of the active scene; null when there is none.
     ScenePage* GetPage() const;
 

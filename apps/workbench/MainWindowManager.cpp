@@ -25,6 +25,10 @@ void MainWindow::_MakeManager()
     connect(use, &QAction::toggled, this, [this](bool i_uses) {
         _preferences.SetUsesManager(i_uses);
         _UseManager();
+        if (_postedDock) {
+            _postedDock->show();
+            _postedDock->raise();
+        }
     });
     connect(&_host.GetClient(), &MachineService::CommunicationClient::ServiceStatusChanged, this,
             [this](MachineService::ServiceId i_service, MachineService::ServiceStatus i_status) {
@@ -49,6 +53,11 @@ void MainWindow::_UseManager()
         _RemovePostedPanel();
     }
     _host.GetClient().InvalidateProxyMachineCatalog();
+}
+
+bool MainWindow::IsManagerSettled() const
+{
+    return !_isManagerStarting && (!_postedJobs || _postedJobs->GetState() != PostedJobs::State::Starting);
 }
 
 void MainWindow::_StartManager()

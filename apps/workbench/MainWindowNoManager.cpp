@@ -15,4 +15,9 @@ void MainWindow::_MakeManager()
 
 void MainWindow::_RemovePostedPanel() {}
 
+bool MainWindow::IsManagerSettled() const
+{
+    return true;
+}
+
 } // namespace Workbench
