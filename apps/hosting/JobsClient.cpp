@@ -77,8 +77,10 @@ QJsonObject JobsClient::Impl::Get(const std::string& i_path) const
 QJsonObject JobsClient::Impl::Send(const char* ip_method, const std::string& i_path, const QJsonObject& i_body) const
 {
     JobsRequest request{.method = ip_method, .path = i_path};
-    request.type = "application/json";
-    request.body = QJsonDocument(i_body).toJson(QJsonDocument::Compact).toStdString();
+    if (!i_body.isEmpty()) {
+        request.type = "application/json";
+        request.body = QJsonDocument(i_body).toJson(QJsonDocument::Compact).toStdString();
+    }
     return Jobs::ParseObject(http.Send(request, stop).body);
 }
 

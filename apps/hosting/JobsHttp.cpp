@@ -26,6 +26,8 @@ using Kind = JobsError::Kind;
 constexpr const char* Root = "/api/v1";
 constexpr std::size_t LongestAnswer = 64 << 20; // 500 jobs with all that they may carry are far below
 constexpr std::chrono::seconds ConnectTime(5);
+constexpr std::size_t SmallBody = 64 << 10;
+constexpr int MostAgain = 5;
 
 // A class, because the translation tools take the context from it.
 struct Texts
@@ -305,7 +307,12 @@ JobsAnswer JobsHttp::Send(const JobsRequest& i_request, const std::stop_token& i
     Receiver receiver(i_request, i_stop);
     receiver.Attach(request);
     Call call(client, i_stop);
-    const auto result = call.Send(request);
+    auto result = call.Send(request);
+    // A refusal may come, and the connection go, while the body is still written, which hides it. The manager cannot
+    // have done what it has not read whole.
+    const bool isSmall = !request.body.empty() && request.body.size() <= SmallBody;
+    for (int again = 0; isSmall && again < MostAgain && result.error() == httplib::Error::Write; ++again)
+        result = call.Send(request);
     if (i_stop.stop_requested())
         throw Interruption();
     receiver.ThrowIfFailed();

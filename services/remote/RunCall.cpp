@@ -1,6 +1,7 @@
 #include "remote/RunCall.h"
 
 #include "contract/Failure.h"
+#include "remote/BuiltFiles.h"
 #include "remote/Log.h"
 #include "remote/StatusTrouble.h"
 #include "remote/Trouble.h"
@@ -62,15 +63,16 @@ RunState FromMessage(const pb::Run& i_run)
 
 } // namespace
 
-RunCall::RunCall(std::shared_ptr<RemoteService> ip_service, const pb::MachineReference& i_machine, pb::RunKind i_kind,
+RunCall::RunCall(std::shared_ptr<RemoteService> ip_service, const RunSubject& i_subject,
                  const CommandParameters& i_parameters)
     : _service(std::move(ip_service))
+    , _subject(i_subject)
     , _parameters(i_parameters)
 {
     Wire::SetParameters(_request, i_parameters);
     _request.set_run_id(Wire::ToBytes(boost::uuids::random_generator()()));
-    *_request.mutable_machine() = i_machine;
-    _request.set_kind(i_kind);
+    *_request.mutable_machine() = i_subject.machine;
+    _request.set_kind(i_subject.kind);
     for (const auto& token : {_service->stop.get_token(), i_parameters.stopToken})
         _stops.emplace_back(token, [this] { _stop.request_stop(); });
 }
@@ -81,6 +83,7 @@ CommandResult RunCall::Execute()
     _OpenInput();
     try {
         _Execute();
+        _KeepBuiltFiles();
         return _transfer->GetResult();
     } catch (...) {
         _GiveUp();
@@ -138,6 +141,20 @@ void RunCall::_Execute()
                 _WaitForConnection();
         }
     }
+}
+
+void RunCall::_KeepBuiltFiles() const
+{
+    const auto told = _transfer->GetResult().dataFormat;
+    const auto format = told == DataFormat::Undefined ? _subject.dataFormat : told;
+    if (_subject.machineFolder.empty() || format < DataFormat::Platform || format > DataFormat::AdditionalParts)
+        return;
+    std::vector<std::string> names;
+    for (const RunFile& file : _transfer->GetFiles())
+        names.push_back(file.name);
+    _Report("Keeping the machine file");
+    KeepBuiltFiles({_service->jobsDir, _subject.machineFolder, _parameters.jobName}, _parameters.outputDir, names,
+                   _stop.get_token());
 }
 
 void RunCall::_Do(RunTransfer::Step i_step)

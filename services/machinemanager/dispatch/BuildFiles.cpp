@@ -2,6 +2,7 @@
 
 #include "contract/Failure.h"
 #include "contract/PlatformFiles.h"
+#include "machinemanager/dispatch/PlatePicture.h"
 #include "machinemanager/jobs/ManagerError.h"
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Path.h"
@@ -97,6 +98,7 @@ PlatformFacts ReadPlatformFacts(const std::filesystem::path& i_platform)
         if (auto text = GetText(*platform, name); !text.empty())
             facts.settings.emplace(word, std::move(text));
     }
+    facts.picture = DrawPlate(*platform);
     facts.settings.emplace("parts", std::to_string(platform->GetParts().size()));
     return facts;
 }

@@ -3,6 +3,7 @@
 #include "machinemanager/page/http/Http.h"
 #include "tavsdk/Text.h"
 
+#include <QJsonArray>
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -224,6 +225,16 @@ std::string JsonBody::ObjectText(const char* ip_name)
     return QJsonDocument(value.toObject()).toJson(QJsonDocument::Compact).toStdString();
 }
 
+std::string JsonBody::ArrayText(const char* ip_name)
+{
+    const auto value = _Take(ip_name);
+    if (value.isUndefined() || value.isNull())
+        return {};
+    if (!value.isArray())
+        Refuse(ip_name, "must be an array");
+    return QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact).toStdString();
+}
+
 std::map<std::string, std::string> JsonBody::Texts()
 {
     std::map<std::string, std::string> texts;
@@ -274,7 +285,7 @@ NewJob ParseNewJob(std::string_view i_body)
     job.needs = ParseNeeds(body.Object("needs"));
     job.estimates = ParseEstimates(body.Object("estimates"));
     job.settings = body.Object("settings").Texts();
-    job.order = body.ObjectText("order");
+    job.order = body.ArrayText("order");
     body.Finish();
     return job;
 }

@@ -41,6 +41,7 @@ public:
     JsonBody Object(const char* ip_name);
     /// The same as compact JSON; an empty text when it is missing or null.
     std::string ObjectText(const char* ip_name);
+    std::string ArrayText(const char* ip_name);
     /// All fields, each a text.
     std::map<std::string, std::string> Texts();
     void Finish() const;

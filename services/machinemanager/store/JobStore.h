@@ -157,9 +157,9 @@ public:
     /// A copy of the whole store, of one moment, while it is in use.
     void Backup(const std::filesystem::path& i_file) const;
 
-    /// Told of every change: the job's id, or nil for a machine. On the thread that changed it, or on one of the
-    /// store's for changes by other daemons; never under a lock. Ends when what is returned goes, which waits for a
-    /// call that is on its way, except in the call itself.
+    /// Told of every change: the job's id, or nil for a machine, and for anything at all after other daemons were out
+    /// of hearing. On the thread that changed it, or on one of the store's for changes by other daemons; never under a
+    /// lock. Ends when what is returned goes, which waits for a call that is on its way, except in the call itself.
     std::shared_ptr<void> Subscribe(std::function<void(const boost::uuids::uuid& i_job)> i_slot);
     Time Now() const;
     const std::string& GetDaemon() const;

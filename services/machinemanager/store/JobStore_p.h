@@ -2,6 +2,7 @@
 
 #include "machinemanager/jobs/ManagerError.h"
 #include "machinemanager/store/ChangeFeed.h"
+#include "machinemanager/store/DaemonNews.h"
 #include "machinemanager/store/JobRows.h"
 #include "machinemanager/store/JobStore.h"
 #include "machinemanager/store/StoreLock.h"
@@ -77,6 +78,7 @@ struct JobStore::Impl
     const std::optional<StoreLock> lock;
     ConnectionPool pool;
     ChangeFeed feed;
+    std::unique_ptr<DaemonNews> news; ///< null: no other daemon can be there
 
 private:
     template <class Function>
@@ -87,16 +89,14 @@ private:
             Transaction transaction(pool, options.log);
             Writing writing{transaction.GetConnection(), {}};
             auto written = i_write(writing);
-            _TellOthers(writing);
             transaction.Commit();
             changed = std::move(writing.changed);
             return written;
         }();
-        for (const auto& id : changed)
-            feed.Tell(id);
+        _Tell(changed);
         return result;
     }
-    void _TellOthers(Writing& io_writing) const;
+    void _Tell(const std::vector<boost::uuids::uuid>& i_changed) const;
 };
 
 /// All rows that a SELECT of jobs finds.

@@ -47,7 +47,8 @@ void Transaction::_Begin()
 
 Transaction::~Transaction()
 {
-    if (!_isOpen)
+    // What is lost is undone by the server.
+    if (!_isOpen || _connection->IsLost())
         return;
     try {
         _connection->Run(QStringLiteral("ROLLBACK"));
@@ -76,20 +77,22 @@ void Transaction::Commit()
 void Transaction::_AskWhatBecameOfIt(const SqlFailure& i_failure)
 {
     const auto end = std::chrono::steady_clock::now() + LongestQuestion;
-    while (std::chrono::steady_clock::now() < end) {
+    QString state;
+    while (state != QLatin1String("aborted") && std::chrono::steady_clock::now() < end) {
         try {
-            const auto state =
+            state =
                 _pool.Get().SelectValue(QStringLiteral("SELECT pg_xact_status(CAST(? AS xid8))"), {_number}).toString();
             if (state == QLatin1String("committed"))
                 return;
-            if (state == QLatin1String("aborted"))
-                throw i_failure;
         } catch (const SqlFailure& failure) {
-            if (failure.GetCause() != Cause::Lost || &failure == &i_failure)
+            if (failure.GetCause() != Cause::Lost)
                 throw;
         }
-        std::this_thread::sleep_for(BetweenQuestions);
+        if (state != QLatin1String("aborted"))
+            std::this_thread::sleep_for(BetweenQuestions);
     }
+    if (state == QLatin1String("aborted"))
+        throw i_failure;
     throw SqlFailure(Cause::Lost, std::string(i_failure.what()) +
                                       " It is not known whether the last change was kept: look at the job.");
 }

@@ -40,9 +40,12 @@ TEST(MachineChoiceTest, TakesTheWantedMachineOrTheFirstThatThePartsFitInto)
         std::string name;     ///< empty: none
         bool postsJob = false;
     } rows[] = {
-        {QString(), 5, "Fitting"}, {QString(), 4, "Silent"},
-        {QString(), 0, ""},        {QStringLiteral("narrOW"), 5, "Narrow"},
-        {id.toUpper(), 5, "Low"},  {QStringLiteral("nobody"), 5, ""},
+        {QString(), 5, "Fitting"},
+        {QString(), 4, "Silent"},
+        {QString(), 0, ""},
+        {QStringLiteral("narrOW"), 5, "Narrow"},
+        {id.toUpper(), 5, "Low"},
+        {QStringLiteral("nobody"), 5, ""},
         {QStringLiteral("fitting"), 7, "Fitting"},
         {QStringLiteral("fitting"), 7, "Fitting (Machine Manager)", true},
         {QStringLiteral("low (machine manager)"), 7, "Low (Machine Manager)"},
