@@ -243,7 +243,11 @@ void KillDriver::_ExpectRecovered()
     const auto begin = Clock::now();
     bool canRun = false;
     while (!canRun && Clock::now() - begin < LongestRecovery) {
-        canRun = _remote->GetMachine(_machine).CanRunCommand(_build).get();
+        try {
+            canRun = _remote->GetMachine(_machine).CanRunCommand(_build).get();
+        } catch (const CommunicationException&) {
+            // The connection broke under the question: it is asked again.
+        }
         if (!canRun)
             std::this_thread::sleep_for(Look);
     }
