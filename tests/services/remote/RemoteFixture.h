@@ -44,8 +44,8 @@ protected:
     }
     void Connect(const ServiceEndpoint& i_endpoint)
     {
-        remote = std::make_unique<RemoteCatalog>(
-            RemoteId, i_endpoint, std::make_unique<RemoteUtility>(folder.GetAbsoluteDir(), journal));
+        remote = std::make_unique<RemoteCatalog>(RemoteId, i_endpoint,
+                                                 std::make_unique<RemoteUtility>(folder.GetAbsoluteDir(), journal));
         remote->ConnectMachineAdded([this](const auto& i_id) { journal.Add("added " + Name(i_id)); });
         remote->ConnectMachineRemoved([this](const auto& i_id) { journal.Add("removed " + Name(i_id)); });
         remote->ConnectMachineUpdated([this](const auto& i_id, MachineChanges i_changes) {
