@@ -75,6 +75,19 @@ TEST_F(PrinterDescriptionTest, AFaultIsToldWithItsField)
         {key, R"({"file":"key"})", "'headers.X-Api-Key.file'"},
         {key, R"({"file":"/nowhere/key"})", "/nowhere/key"},
         {key, R"({"path":"/nowhere/key"})", "headers.X-Api-Key.path"},
+    };
+    for (const auto& row : rows)
+        EXPECT_THAT(GetRefusal(TestSupport::Replaced(Describe(), row.what, row.by)), HasSubstr(row.words)) << row.by;
+}
+
+TEST_F(PrinterDescriptionTest, AFaultOfAStepIsToldWithItsField)
+{
+    const struct
+    {
+        const char* what;
+        const char* by;
+        const char* words;
+    } rows[] = {
         {R"("upload")", R"("start")", "'upload' is an object"},
         {"PUT", "GET", "'upload.method'"},
         {"/files/{name}", "files/{name}", "'upload.path'"},
@@ -104,7 +117,10 @@ TEST_F(PrinterDescriptionTest, AFaultIsToldWithItsField)
     };
     for (const auto& row : rows)
         EXPECT_THAT(GetRefusal(TestSupport::Replaced(Describe(), row.what, row.by)), HasSubstr(row.words)) << row.by;
+}
 
+TEST_F(PrinterDescriptionTest, AFaultOfAFolderIsToldWithItsField)
+{
     const std::string path = R"({"kind":"folder","path":")" + folder.native() + '"';
     EXPECT_EQ(GetRefusal(path + R"(,"confirmedAfter":604800})"), "");
     for (const char* const seconds : {"0", "604801", "1.5", "\"9\"", "null"})

@@ -141,9 +141,10 @@ TEST_F(PrinterFolderTest, AnyFileCallMayFail)
     const auto calls = TestSupport::CountCalls([&] { Send(*link); });
     EXPECT_EQ(Cancel(), Outcome::Done);
     ASSERT_THAT(calls, SizeIs(::testing::Ge(5U)));
-    for (const auto& [call, count] : calls) {
+    for (const auto& counted : calls) {
+        const auto& call = counted.first;
         for (const int error : TestSupport::GetErrorsOfCalls().at(call)) {
-            for (int index = 0; index < count; ++index) {
+            for (int index = 0; index < counted.second; ++index) {
                 SCOPED_TRACE(call + ' ' + std::to_string(index) + " errno " + std::to_string(error));
                 const auto outcome =
                     GetOutcome([&] { TestSupport::RunWithFailure(call, index, error, [&] { Send(*link); }); });

@@ -144,19 +144,22 @@ TEST_F(PrinterHttpTest, AStartIsRefusedOnlyWhenNothingHasBegunForSure)
         Answer answer;
         Outcome outcome;
         bool isConfirmed;
+        const char* words = "";
     } rows[] = {
         {"not found", Say("HTTP/1.1 404 X\r\nContent-Length: 2\r\n\r\nno"), Outcome::Refused, false},
-        {"busy", Say("HTTP/1.1 409 X\r\nContent-Length: 9\r\n\r\nno"), Outcome::Refused, false},
+        {"busy", Say("HTTP/1.1 409 X\r\nContent-Length: 9\r\n\r\nno"), Outcome::Refused, false, "answered 409"},
         {"an error", Say("HTTP/1.1 500 X\r\nContent-Length: 0\r\n\r\n"), Outcome::NotKnown, false},
-        {"elsewhere", Say("HTTP/1.1 303 X\r\nLocation: /other\r\nContent-Length: 0\r\n\r\n"), Outcome::NotKnown, false},
+        {"elsewhere", Say("HTTP/1.1 303 X\r\nLocation: /other\r\nContent-Length: 0\r\n\r\n"), Outcome::NotKnown, false,
+         "points elsewhere"},
         {"another status", Say("HTTP/1.1 202 X\r\nContent-Length: 0\r\n\r\n"), Outcome::Done, false},
         {"closes", Say(""), Outcome::NotKnown, false},
-        {"hangs", Hang, Outcome::NotKnown, false},
+        {"hangs", Hang, Outcome::NotKnown, false, "silent too long"},
         {"no HTTP", Say("SSH-2.0-x\r\n"), Outcome::NotKnown, false},
-        {"slow head", Repeat("", "H", 50), Outcome::NotKnown, false},
-        {"endless line", Repeat(created + "X: ", std::string(65'536, 'x')), Outcome::NotKnown, false},
-        {"endless headers", Repeat(created, "X-Y: " + std::string(8'000, 'x') + "\r\n"), Outcome::NotKnown, false},
-        {"endless hundreds", Repeat("", "HTTP/1.1 100 Continue\r\n\r\n"), Outcome::NotKnown, false},
+        {"slow head", Repeat("", "H", 50), Outcome::NotKnown, false, "was too slow"},
+        {"endless line", Repeat(created + "X: ", std::string(65'536, 'x')), Outcome::NotKnown, false, "without an end"},
+        {"endless headers", Repeat(created, "X-Y: " + std::string(8'000, 'x') + "\r\n"), Outcome::NotKnown, false,
+         "without an end"},
+        {"endless hundreds", Repeat("", "HTTP/1.1 100 Continue\r\n\r\n"), Outcome::NotKnown, false, "without an end"},
         // The head says what is asked for.
         {"endless body", Repeat(created + "\r\n", std::string(65'536, 'x')), Outcome::Done, true},
         {"slow body", Repeat(created + "Content-Length: 900\r\n\r\n", "x", 50), Outcome::Done, true},
@@ -169,6 +172,7 @@ TEST_F(PrinterHttpTest, AStartIsRefusedOnlyWhenNothingHasBegunForSure)
         const auto begin = std::chrono::steady_clock::now();
         EXPECT_EQ(Start(), row.outcome) << sentence;
         EXPECT_EQ(wasConfirmed, row.isConfirmed);
+        EXPECT_THAT(sentence, HasSubstr(row.words));
         EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(10));
         EXPECT_THAT(TakeLines(), ElementsAre("POST /jobs"));
     }
