@@ -4,6 +4,8 @@
 #include "support/Files.h"
 #include "support/SocketProxy.h"
 
+#include <QProcess>
+
 #include <boost/uuid/uuid_io.hpp>
 
 namespace {
@@ -224,6 +226,45 @@ TEST_F(JobsClientTest, HearsOfChangesAlsoAfterABreak)
     EXPECT_THROW(client.Listen([](const Jobs::Change&) -> bool { throw std::runtime_error("mine"); }, 20s),
                  std::runtime_error);
     EXPECT_EQ(client.WaitForChange(client.GetJob(job.id), 50ms).version, client.GetJob(job.id).version);
+}
+
+TEST_F(JobsClientTest, ComesInByTlsWithATokenAndByNothingElse)
+{
+    using MachineService::MachineManager::Actor;
+    using MachineService::MachineManager::Role;
+    QProcess openssl;
+    openssl.setWorkingDirectory(QString::fromStdString(manager.GetFolder().native()));
+    openssl.start(QStringLiteral("openssl"),
+                  QStringLiteral("req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -addext "
+                                 "subjectAltName=IP:127.0.0.1 -keyout key.pem -out certificate.pem")
+                      .split(QLatin1Char(' ')));
+    ASSERT_TRUE(openssl.waitForFinished(60'000));
+    MachineService::MachineManager::ManagerPageOptions options;
+    options.certificate = manager.GetFolder() / "certificate.pem";
+    options.key = manager.GetFolder() / "key.pem";
+    options.admit = [](const std::string& i_token) -> std::optional<Actor> {
+        if (i_token == "see")
+            return Actor{"sam", Role::See};
+        return std::nullopt;
+    };
+    MachineService::MachineManager::ManagerPage page(manager.world.Desk(), options);
+    page.Start();
+    const auto fail = [&](const std::string& i_token) {
+        try {
+            JobsClient(page.GetAddress(), i_token).Pause("Machine 1", "test");
+        } catch (const JobsError& failure) {
+            return std::pair(failure.GetKind(), std::string(failure.what()));
+        }
+        return std::pair(JobsError::Kind::Server, std::string("it was done"));
+    };
+    qunsetenv("SSL_CERT_FILE");
+    EXPECT_EQ(fail("see").first, JobsError::Kind::NotReached);
+    EXPECT_THAT(fail("see").second, HasSubstr("SSL_CERT_FILE"));
+    qputenv("SSL_CERT_FILE", QByteArray::fromStdString(options.certificate.native()));
+    for (const char* const token : {"", "other", "see"})
+        EXPECT_EQ(fail(token).first, JobsError::Kind::Forbidden) << token << ": " << fail(token).second;
+    EXPECT_EQ(JobsClient(page.GetAddress(), "see").GetInformation().user, "sam");
+    qunsetenv("SSL_CERT_FILE");
 }
 
 TEST_F(JobsClientTest, EndsSoonAfterItIsAskedToThoughNobodyAnswers)

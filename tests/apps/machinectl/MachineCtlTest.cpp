@@ -185,6 +185,8 @@ TEST_F(MachineCtlTest, EveryExitStatusIsMeantAsDocumented)
         {{"printer", machine, "[]"}, 2},
         {{"completion", "fish"}, 2},
         {{"show", "99"}, 3},
+        {{"priority", "99", "50"}, 3},
+        {{"copy", "99"}, 3},
         {{"describe", "Nobody"}, 3},
         {{"fetch", "1"}, 3},
         {{"hold", "1"}, 4},
