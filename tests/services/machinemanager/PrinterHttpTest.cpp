@@ -134,8 +134,8 @@ TEST_F(PrinterHttpTest, AFileIsThereOnlyWhenThePrinterSaysSo)
 
 TEST_F(PrinterHttpTest, AStartIsRefusedOnlyWhenNothingHasBegunForSure)
 {
-    times.silence = std::chrono::milliseconds(500);
-    times.whole = std::chrono::milliseconds(1500);
+    times.silence = std::chrono::milliseconds(1500);
+    times.whole = std::chrono::milliseconds(3000);
     link = MakeLink(Describe());
     const std::string created = "HTTP/1.1 201 X\r\n";
     const struct
@@ -159,7 +159,8 @@ TEST_F(PrinterHttpTest, AStartIsRefusedOnlyWhenNothingHasBegunForSure)
         {"endless line", Repeat(created + "X: ", std::string(65'536, 'x')), Outcome::NotKnown, false, "without an end"},
         {"endless headers", Repeat(created, "X-Y: " + std::string(8'000, 'x') + "\r\n"), Outcome::NotKnown, false,
          "without an end"},
-        {"endless hundreds", Repeat("", "HTTP/1.1 100 Continue\r\n\r\n"), Outcome::NotKnown, false, "without an end"},
+        {"endless hundreds", Repeat("", TestSupport::Repeat("HTTP/1.1 100 Continue\r\n\r\n", 2'000)), Outcome::NotKnown,
+         false, "without an end"},
         // The head says what is asked for.
         {"endless body", Repeat(created + "\r\n", std::string(65'536, 'x')), Outcome::Done, true},
         {"slow body", Repeat(created + "Content-Length: 900\r\n\r\n", "x", 50), Outcome::Done, true},
