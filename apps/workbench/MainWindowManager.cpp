@@ -11,6 +11,7 @@
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QMenu>
 #include <QStatusBar>
 
 // The Machine Manager: nothing of it is started or asked before the user wants it.
@@ -96,9 +97,16 @@ void MainWindow::_MakePostedPanel()
 {
     _postedJobs = new PostedJobs(MakeOwnManagerSource());
     _postedPanel = new PostedPanel(*_postedJobs, this);
-    _postedDock = _AddDock(QStringLiteral("posted"), Qt::BottomDockWidgetArea, _postedPanel);
-    if (!restoreDockWidget(_postedDock))
+    _postedDock = new QDockWidget(this);
+    _postedDock->setObjectName(QStringLiteral("posted"));
+    _postedDock->setWidget(_postedPanel);
+    // Where it was last, which is asked before it has a place.
+    if (!restoreDockWidget(_postedDock)) {
+        addDockWidget(Qt::BottomDockWidgetArea, _postedDock);
         tabifyDockWidget(_jobsDock, _postedDock);
+        resizeDocks({_postedDock}, {256}, Qt::Vertical);
+    }
+    _actions->GetMenu(MainActions::PanelsMenu)->addAction(_postedDock->toggleViewAction());
     _postedDock->setWindowTitle(tr("My jobs"));
     connect(_postedPanel, &PostedPanel::StartWanted, this, &MainWindow::_StartManager);
     connect(_postedPanel, &PostedPanel::SaveWanted, this, &MainWindow::_SavePosted);

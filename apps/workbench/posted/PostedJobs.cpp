@@ -43,6 +43,13 @@ Jobs::Time GetNow()
     return std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now());
 }
 
+QString GetStateText(const Jobs::Job& i_job)
+{
+    const QString progress = PostedWords::GetProgress(i_job);
+    const QString state = PostedWords::GetState(i_job);
+    return progress.isEmpty() ? state : state + QStringLiteral(", ") + progress;
+}
+
 } // namespace
 
 PostedJobs::PostedJobs(const MakeJobSource& i_make_source, std::chrono::milliseconds i_patience, QObject* ip_parent)
@@ -313,8 +320,8 @@ QVariant PostedJobs::data(const QModelIndex& i_index, int i_role) const
         return PostedWords::GetReason(*job);
     // A reader that goes from row to row tells all of it.
     if (i_role == Qt::AccessibleTextRole && i_index.column() == NameColumn) {
-        QStringList texts{PostedWords::GetTitle(*job), PostedWords::GetState(*job), PostedWords::GetMachine(*job),
-                          PostedWords::GetProgress(*job), PostedWords::GetAge(*job, GetNow())};
+        QStringList texts{PostedWords::GetTitle(*job), GetStateText(*job), PostedWords::GetMachine(*job),
+                          PostedWords::GetAge(*job, GetNow())};
         texts.removeAll(QString());
         return texts.join(QStringLiteral(", "));
     }
@@ -324,11 +331,9 @@ QVariant PostedJobs::data(const QModelIndex& i_index, int i_role) const
     case NameColumn:
         return QString::fromStdString(job->name).simplified();
     case StateColumn:
-        return PostedWords::GetState(*job);
+        return GetStateText(*job);
     case MachineColumn:
         return PostedWords::GetMachine(*job);
-    case ProgressColumn:
-        return PostedWords::GetProgress(*job);
     case AgeColumn:
         return PostedWords::GetAge(*job, GetNow());
     default:
@@ -347,8 +352,6 @@ QVariant PostedJobs::headerData(int i_section, Qt::Orientation i_orientation, in
         return tr("State");
     case MachineColumn:
         return tr("Machine");
-    case ProgressColumn:
-        return tr("Progress");
     case AgeColumn:
         return tr("Age");
     default:

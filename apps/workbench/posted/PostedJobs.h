@@ -37,9 +37,8 @@ public:
     enum Column
     {
         NameColumn,
-        StateColumn,
+        StateColumn, ///< with the progress
         MachineColumn,
-        ProgressColumn,
         AgeColumn,
         ColumnCount,
     };

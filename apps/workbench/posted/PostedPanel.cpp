@@ -6,24 +6,22 @@
 #include "workbench/posted/PostedJobs.h"
 #include "workbench/posted/PostedWords.h"
 
+#include <QAction>
 #include <QDateTime>
 #include <QEvent>
-#include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocale>
-#include <QMenu>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QResizeEvent>
 #include <QScrollArea>
 #include <QStackedWidget>
+#include <QToolBar>
 #include <QTreeView>
 #include <QVBoxLayout>
-
-#include <algorithm>
 
 namespace Workbench {
 
@@ -32,7 +30,9 @@ namespace {
 using Hosting::Jobs::Action;
 using Hosting::Jobs::Job;
 
-constexpr int NarrowWidth = 620; ///< of the panel; what has no room then is told beside the list
+// What has no room in a list of less is told beside it. Units: average characters.
+constexpr int WidthWithAge = 36;
+constexpr int WidthWithMachine = 60;
 constexpr Action AllActions[] = {Action::Hold,       Action::Release,     Action::Acknowledge,
                                  Action::StartAgain, Action::ConfirmDone, Action::Cancel};
 
@@ -42,7 +42,8 @@ QString GetIcon(Action i_action)
            : i_action == Action::Release     ? QStringLiteral("send")
            : i_action == Action::StartAgain  ? QStringLiteral("redo")
            : i_action == Action::ConfirmDone ? QStringLiteral("done")
-                                             : QString();
+           : i_action == Action::Hold        ? QStringLiteral("running")
+                                             : QStringLiteral("machine");
 }
 
 } // namespace
@@ -59,15 +60,16 @@ PostedPanel::PostedPanel(PostedJobs& io_jobs, QWidget* ip_parent)
     , _title(new ElidedLabel(this))
     , _details(new QLabel(this))
     , _progress(new QProgressBar(this))
-    , _grid(new QGridLayout)
-    , _save(new QPushButton(MakeLineIcon(QStringLiteral("save")), QString(), this))
-    , _page(new QPushButton(MakeLineIcon(QStringLiteral("open")), QString(), this))
+    , _bar(new QToolBar(this))
+    , _save(new QAction(MakeLineIcon(QStringLiteral("save")), QString(), this))
+    , _page(new QAction(MakeLineIcon(QStringLiteral("open")), QString(), this))
 {
     _empty->AddWidget(_start);
     auto* const around = new QScrollArea(this);
     around->setWidget(_empty);
     around->setWidgetResizable(true);
     around->setFrameShape(QFrame::NoFrame);
+    around->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     around->setFocusPolicy(Qt::NoFocus);
     _pages->addWidget(around);
     _pages->addWidget(_MakePage());
@@ -93,17 +95,32 @@ QWidget* PostedPanel::_MakePage()
     _list->setUniformRowHeights(true);
     _list->setAllColumnsShowFocus(true);
     _list->setFrameShape(QFrame::NoFrame);
-    _list->setContextMenuPolicy(Qt::CustomContextMenu);
+    _list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    _list->setContextMenuPolicy(Qt::ActionsContextMenu);
+    for (const Action action : AllActions) {
+        auto* const button = new QAction(MakeLineIcon(GetIcon(action)), QString(), this);
+        connect(button, &QAction::triggered, this, [this, action] { _Ask(action); });
+        _actions[action] = button;
+        _bar->addAction(button);
+    }
+    _bar->addActions({_save, _page});
+    _bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    _bar->setIconSize(QSize(16, 16));
+    _list->addActions(_bar->actions());
 
     auto* const left = new QVBoxLayout;
     left->addWidget(_away);
     left->addWidget(_list, 1);
     left->addWidget(_more, 0, Qt::AlignLeft);
     auto* const page = new QWidget(this);
-    auto* const row = new QHBoxLayout(page);
-    row->setContentsMargins(8, 8, 8, 8);
+    auto* const column = new QVBoxLayout(page);
+    column->setContentsMargins(8, 8, 8, 4);
+    column->setSpacing(4);
+    auto* const row = new QHBoxLayout;
     row->addLayout(left, 3);
     row->addWidget(_MakeDetails(), 2);
+    column->addLayout(row, 1);
+    column->addWidget(_bar);
     return page;
 }
 
@@ -116,16 +133,6 @@ QWidget* PostedPanel::_MakeDetails()
         label->setTextFormat(Qt::PlainText);
     _details->setWordWrap(true);
     _details->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    for (const Action action : AllActions) {
-        auto* const button = new QPushButton(this);
-        if (const QString icon = GetIcon(action); !icon.isEmpty())
-            button->setIcon(MakeLineIcon(icon));
-        connect(button, &QPushButton::clicked, this, [this, action] { _Ask(action); });
-        _actions.push_back({action, button});
-        button->hide();
-    }
-    _save->hide();
-    _page->hide();
     auto* const details = new QWidget(this);
     auto* const column = new QVBoxLayout(details);
     column->setContentsMargins(0, 0, 0, 0);
@@ -133,7 +140,6 @@ QWidget* PostedPanel::_MakeDetails()
     column->addWidget(_details);
     column->addWidget(_progress);
     column->addStretch();
-    column->addLayout(_grid);
     auto* const around = new QScrollArea(this);
     around->setWidget(details);
     around->setWidgetResizable(true);
@@ -152,22 +158,13 @@ void PostedPanel::_Connect()
     connect(_list->selectionModel(), &QItemSelectionModel::currentRowChanged, this, &PostedPanel::_ShowSelected);
     connect(_more, &QPushButton::clicked, &_jobs, &PostedJobs::LoadMore);
     connect(_start, &QPushButton::clicked, this, &PostedPanel::StartWanted);
-    connect(_save, &QPushButton::clicked, this, [this] {
+    connect(_save, &QAction::triggered, this, [this] {
         if (const Job* const job = _GetSelected(); job && job->machineFile)
             Q_EMIT SaveWanted(_GetSelectedId(), QString::fromStdString(job->machineFile->name));
     });
-    connect(_page, &QPushButton::clicked, this, [this] {
+    connect(_page, &QAction::triggered, this, [this] {
         if (_GetSelected())
             _jobs.MakePage(_GetSelectedId());
-    });
-    connect(_list, &QTreeView::customContextMenuRequested, this, [this](const QPoint& i_at) {
-        if (_placed.empty())
-            return;
-        QMenu menu(this);
-        for (QPushButton* const button : _placed)
-            menu.addAction(button->icon(), button->text(), button, &QPushButton::click)
-                ->setEnabled(button->isEnabled());
-        menu.exec(_list->viewport()->mapToGlobal(i_at));
     });
 }
 
@@ -242,7 +239,9 @@ void PostedPanel::_ShowSelected()
     _title->setText(job ? PostedWords::GetTitle(*job) : QString());
     QStringList lines;
     if (job) {
-        lines << PostedWords::GetState(*job) + QStringLiteral(": ") + PostedWords::GetReason(*job);
+        const QString reason = PostedWords::GetReason(*job);
+        lines << (reason.isEmpty() ? PostedWords::GetState(*job)
+                                   : tr("%1: %2").arg(PostedWords::GetState(*job), reason));
         if (const QString machine = PostedWords::GetMachine(*job); !machine.isEmpty())
             lines << tr("Machine: %1").arg(machine);
         if (job->copies > 1)
@@ -260,51 +259,31 @@ void PostedPanel::_ShowSelected()
         _progress->setToolTip(stage);
         _progress->setFormat(stage.isEmpty() ? tr("%p %") : tr("%p % · %1").arg(stage));
     }
-    _ShowButtons(job);
+    _ShowActions(job);
 }
 
-void PostedPanel::_ShowButtons(const Job* ip_job)
+void PostedPanel::_ShowActions(const Job* ip_job)
 {
-    const bool is_there = ip_job && _jobs.GetState() == PostedJobs::State::There;
     const bool is_acting = ip_job && _jobs.IsActing(QString::fromStdString(ip_job->id));
-    std::vector<QPushButton*> wanted;
-    for (const ActionButton& row : _actions) {
-        const bool is_allowed = ip_job && _jobs.Allows(*ip_job, row.action);
-        // While something is done with the job its buttons stay where they are.
-        const bool was_placed = std::find(_placed.begin(), _placed.end(), row.button) != _placed.end();
-        if (is_allowed || (is_acting && was_placed))
-            wanted.push_back(row.button);
-        row.button->setEnabled(is_allowed);
+    for (const auto& [action, button] : _actions) {
+        const bool is_allowed = ip_job && _jobs.Allows(*ip_job, action);
+        button->setEnabled(is_allowed);
+        // While something is done with the job they stay where they are.
+        if (!is_acting)
+            button->setVisible(is_allowed);
     }
-    if (ip_job && ip_job->machineFile)
-        wanted.push_back(_save);
-    if (ip_job)
-        wanted.push_back(_page);
-    for (QPushButton* const button : {_save, _page})
+    const bool is_there = ip_job && _jobs.GetState() == PostedJobs::State::There;
+    _save->setVisible(ip_job && ip_job->machineFile);
+    _page->setVisible(ip_job != nullptr);
+    for (QAction* const button : {_save, _page})
         button->setEnabled(is_there && !is_acting);
-    const int columns = width() < NarrowWidth ? 1 : 2;
-    if (wanted == _placed && columns == _buttonColumns)
-        return;
-    _buttonColumns = columns;
-    for (QPushButton* const button : _placed) {
-        _grid->removeWidget(button);
-        button->setVisible(std::find(wanted.begin(), wanted.end(), button) != wanted.end());
-    }
-    int place = 0;
-    for (QPushButton* const button : wanted) {
-        _grid->addWidget(button, place / columns, place % columns);
-        button->show();
-        ++place;
-    }
-    _placed = std::move(wanted);
 }
 
 void PostedPanel::_ShowColumns()
 {
-    const bool is_narrow = width() < NarrowWidth;
-    for (const int column : {PostedJobs::MachineColumn, PostedJobs::AgeColumn})
-        _list->setColumnHidden(column, is_narrow);
-    _ShowSelected();
+    const int characters = _list->width() / fontMetrics().averageCharWidth();
+    _list->setColumnHidden(PostedJobs::AgeColumn, characters < WidthWithAge);
+    _list->setColumnHidden(PostedJobs::MachineColumn, characters < WidthWithMachine);
 }
 
 void PostedPanel::_SetTexts()
@@ -316,10 +295,11 @@ void PostedPanel::_SetTexts()
     _more->setText(tr("Show older jobs"));
     _save->setText(tr("Save machine file as…"));
     _page->setText(tr("Show in the browser"));
-    for (const ActionButton& row : _actions) {
-        row.button->setText(PostedWords::GetAction(row.action));
-        row.button->setToolTip(PostedWords::GetActionHint(row.action));
+    for (const auto& [action, button] : _actions) {
+        button->setText(PostedWords::GetAction(action));
+        button->setToolTip(PostedWords::GetActionHint(action));
     }
+    _bar->setAccessibleName(tr("What can be done with the selected job"));
     _list->viewport()->update();
     _list->header()->viewport()->update();
 }
@@ -336,7 +316,8 @@ void PostedPanel::changeEvent(QEvent* ip_event)
 void PostedPanel::resizeEvent(QResizeEvent* ip_event)
 {
     QWidget::resizeEvent(ip_event);
-    _ShowColumns();
+    // The list gets its place when the layouts have theirs.
+    QMetaObject::invokeMethod(this, &PostedPanel::_ShowColumns, Qt::QueuedConnection);
 }
 
 } // namespace Workbench

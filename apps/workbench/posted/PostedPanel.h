@@ -5,13 +5,14 @@
 #include <QString>
 #include <QWidget>
 
-#include <vector>
+#include <map>
 
-class QGridLayout;
+class QAction;
 class QLabel;
 class QProgressBar;
 class QPushButton;
 class QStackedWidget;
+class QToolBar;
 class QTreeView;
 
 namespace Workbench {
@@ -42,19 +43,13 @@ protected:
     void resizeEvent(QResizeEvent* ip_event) override;
 
 private:
-    struct ActionButton
-    {
-        Hosting::Jobs::Action action;
-        QPushButton* button;
-    };
-
     QWidget* _MakePage();
     QWidget* _MakeDetails();
     void _Connect();
     void _SetTexts();
     void _ShowState();
     void _ShowSelected();
-    void _ShowButtons(const Hosting::Jobs::Job* ip_job);
+    void _ShowActions(const Hosting::Jobs::Job* ip_job);
     void _ShowColumns();
     void _Ask(Hosting::Jobs::Action i_action);
     const Hosting::Jobs::Job* _GetSelected() const;
@@ -70,12 +65,10 @@ private:
     QLabel* _title;
     QLabel* _details;
     QProgressBar* _progress;
-    QGridLayout* _grid;
-    std::vector<ActionButton> _actions;
-    QPushButton* _save;
-    QPushButton* _page;
-    std::vector<QPushButton*> _placed; ///< in the grid now
-    int _buttonColumns = 2;
+    QToolBar* _bar; ///< what has no room is in its menu
+    std::map<Hosting::Jobs::Action, QAction*> _actions;
+    QAction* _save;
+    QAction* _page;
 };
 
 } // namespace Workbench

@@ -47,8 +47,9 @@ constexpr const char* Phases[][2] = {
     {"stopped", QT_TRANSLATE_NOOP("Workbench::PostedWords", "The printer began and stands still, or is out of reach.")},
     {"canceling", QT_TRANSLATE_NOOP("Workbench::PostedWords", "It is being cancelled.")},
     {"canceled", QT_TRANSLATE_NOOP("Workbench::PostedWords", "Somebody cancelled it.")},
-    {"aborted", QT_TRANSLATE_NOOP("Workbench::PostedWords", "It failed.")},
-    {"completed", QT_TRANSLATE_NOOP("Workbench::PostedWords", "It is done.")},
+    // The state's own word says all that there is.
+    {"aborted", nullptr},
+    {"completed", nullptr},
 };
 
 struct ActionRow
@@ -130,10 +131,9 @@ QString GetReason(const Job& i_job)
     QString reason = i_job.reasons.empty() ? QString() : ToText(i_job.reasons.front());
     for (const auto& [phase, words] : Phases) {
         if (i_job.phase == phase)
-            reason = Texts::tr(words);
+            reason = words ? Texts::tr(words) : QString();
     }
-    const QString detail = ToText(i_job.detail);
-    return detail.isEmpty() ? reason : reason + QLatin1Char(' ') + detail;
+    return QString(reason + QLatin1Char(' ') + ToText(i_job.detail)).trimmed();
 }
 
 QString GetProgress(const Job& i_job)
@@ -162,7 +162,7 @@ QString GetMachine(const Job& i_job)
 
 QString GetTitle(const Job& i_job)
 {
-    return Texts::tr("%1 · number %2").arg(ToText(i_job.name)).arg(i_job.number);
+    return QStringLiteral("%1 · %2").arg(QString::number(i_job.number), ToText(i_job.name));
 }
 
 QString GetAction(Action i_action)

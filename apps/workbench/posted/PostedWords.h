@@ -28,6 +28,7 @@ QString GetProgress(const Hosting::Jobs::Job& i_job);
 QString GetAge(const Hosting::Jobs::Job& i_job, Hosting::Jobs::Time i_now);
 /// That it is on or was on last, or that it is for.
 QString GetMachine(const Hosting::Jobs::Job& i_job);
+/// Number and name.
 QString GetTitle(const Hosting::Jobs::Job& i_job);
 
 QString GetAction(Hosting::Jobs::Action i_action);

@@ -73,9 +73,9 @@ protected:
         return WaitFor([this] { return _window->GetRibbon().FindButton(QLatin1String(Post)) != nullptr; }) &&
                _MakePlatform();
     }
-    QPushButton* _FindButton(const char* ip_text) const
+    QAbstractButton* _FindButton(const char* ip_text) const
     {
-        for (QPushButton* const button : _window->findChild<PostedPanel*>()->findChildren<QPushButton*>()) {
+        for (auto* const button : _window->findChild<PostedPanel*>()->findChildren<QAbstractButton*>()) {
             if (button->text() == QLatin1String(ip_text))
                 return button;
         }
