@@ -167,7 +167,7 @@ void HttpLink::_TurnTo(const PrintOrder& i_order)
     if (_key == i_order.GetKey())
         return;
     _key = i_order.GetKey();
-    _known = Known::Nothing;
+    _known = i_order.hasBegun ? Known::Seen : Known::Nothing;
 }
 
 HttpAnswer HttpLink::_Ask(const PrintOrder& i_order, const HttpStep& i_step, const std::stop_token& i_stop) const

@@ -18,8 +18,9 @@ struct PrintOrder
     int copy = 1;
     std::string jobName; ///< UTF-8, a user's text
     std::filesystem::path file;
-    std::string fileName; ///< for people, with the ending of its kind
-    std::string hash;     ///< SHA-256 of the file, lower-case hexadecimal
+    std::string fileName;  ///< for people, with the ending of its kind
+    std::string hash;      ///< SHA-256 of the file, lower-case hexadecimal
+    bool hasBegun = false; ///< the printer said so before; a link that is new after a restart knows it by this
 
     /// The same for every attempt and different for every copy: how the printer's side calls it.
     std::string GetKey() const;

@@ -82,6 +82,16 @@ TEST_F(PrinterStateTest, AStateThatNamesItsJobIsBelievedOfThatJobOnly)
                       });
 }
 
+TEST_F(PrinterStateTest, ARestartGoesOnFromWhatThePrinterSaidBefore)
+{
+    order.hasBegun = true;
+    for (const auto& [word, expected] : {std::pair{"ready", Printed}, {"printing", State::Printing}}) {
+        Arrive(Past::Restart, Describe());
+        SetState('"' + std::string(word) + '"', word[0] == 'p' ? FileName : Nobody);
+        EXPECT_EQ(GetState(), expected) << word;
+    }
+}
+
 TEST_F(PrinterStateTest, AStateWithoutAJobIsBelievedOnceThisOneHasBegun)
 {
     Check(DescribeShared(), {
