@@ -133,6 +133,17 @@ void AddDocuments(const Seeds& i_seeds)
     i_seeds.Add("profile", "small", MachineService::Testing::MakeProfile());
     for (const char* time : {"2026-11-21T12:00:00Z", "0001-01-01T00:00:00.123+02:00", "9999-12-31T23:59:59-23:59"})
         i_seeds.Add("time", std::string(time, 4), time);
+    for (const auto& [name, text] :
+         {std::pair{"head", "POST /jobs?text=a+b&state=pending HTTP/1.1\r\nHost: 127.0.0.1:80\r\nRange: "
+                            "bytes=0-9\r\nContent-Length: 12\r\nCookie: session=a; b=c\r\n\r\n"},
+          std::pair{"form", "token=0123456789abcdef&phase=waiting&name=a+b%26%C3%A4"}, std::pair{"range", "bytes=2-4"},
+          std::pair{"piece", "bytes 0-9/20"}, std::pair{"language", "fr, de;q=0.3, en-GB;q=0.7"},
+          std::pair{"loaded", R"({"material":"PETG","nozzle":0.4,"plate":"Smooth"})"},
+          std::pair{"job", R"({"id":"5b1d6f0e-6a0c-4c1e-9f4e-2d7a61c0a101","name":"bracket","priority":50,
+        "copies":2,"draft":true,"target":{"machine":null,"model":"Kestrel"},"platform":{"name":"bracket.TavAMX","size":12,
+        "sha256":"0123456789abcdef0123456789abcdef0123456789abcdef0123456789abcdef"},"needs":{"nozzle":0.4},
+        "estimates":{"seconds":60},"settings":{"plate":"Smooth"},"order":[{}]})"}})
+        i_seeds.Add("pagerequest", name, text);
 }
 
 void AddPackages(const Seeds& i_seeds)

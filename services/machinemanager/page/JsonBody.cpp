@@ -1,5 +1,6 @@
 #include "machinemanager/page/JsonBody.h"
 
+#include "machinemanager/page/JsonKeys.h"
 #include "machinemanager/page/http/Http.h"
 #include "tavsdk/Text.h"
 
@@ -105,6 +106,7 @@ JsonBody::JsonBody(std::string_view i_text)
 {
     if (i_text.empty())
         return;
+    CheckJsonKeys(i_text);
     QJsonParseError error;
     const auto document = QJsonDocument::fromJson(QByteArray(i_text.data(), static_cast<int>(i_text.size())), &error);
     if (!document.isObject()) {
