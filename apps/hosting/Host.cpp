@@ -145,6 +145,16 @@ std::vector<MachineService::ServiceId> Host::BeginServices()
     }
 }
 
+bool Host::StartManager()
+{
+    try {
+        return _client->Start(MachineService::ServiceId::MachineManager);
+    } catch (const MachineService::CommunicationException& failure) {
+        _reasons->Set(MachineService::ServiceId::MachineManager, failure.what());
+        _Refuse(MachineService::ServiceId::MachineManager);
+    }
+}
+
 bool Host::StartServices(std::chrono::milliseconds i_deadline, const std::function<bool()>& i_is_cancelled)
 {
     using namespace MachineService;

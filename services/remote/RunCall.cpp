@@ -3,6 +3,7 @@
 #include "contract/Failure.h"
 #include "remote/BuiltFiles.h"
 #include "remote/Log.h"
+#include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"
 #include "remote/Trouble.h"
 #include "tavsdk/FileError.h"
@@ -25,41 +26,6 @@ constexpr std::chrono::milliseconds RetryPause(500);
 constexpr std::chrono::milliseconds FarewellDeadline(300);
 /// A service that was not told of the run yet, or is no process any more, has not got it.
 constexpr std::chrono::seconds LongestHopeless(5);
-
-RunPhase FromMessage(pb::RunPhase i_phase)
-{
-    switch (i_phase) {
-    case pb::RUN_PHASE_WAITING_FOR_INPUT:
-        return RunPhase::WaitingForInput;
-    case pb::RUN_PHASE_RUNNING:
-        return RunPhase::Running;
-    case pb::RUN_PHASE_FINISHED:
-        return RunPhase::Finished;
-    case pb::RUN_PHASE_FAILED:
-        return RunPhase::Failed;
-    default:
-        return RunPhase::Unknown;
-    }
-}
-
-RunState FromMessage(const pb::Run& i_run)
-{
-    RunState state;
-    state.phase = FromMessage(i_run.phase());
-    state.receivedBytes = i_run.received_bytes();
-    state.percent = static_cast<int>(std::min(i_run.percent(), 100U));
-    state.stage = Wire::GetText(i_run.stage(), "stage of a run");
-    if (state.phase == RunPhase::Finished) {
-        state.result = Wire::FromMessage(i_run.result());
-        if (static_cast<std::size_t>(i_run.files_size()) > Wire::MaxResultFiles)
-            Fail(ErrorCode::InternalError, "The machine service left too many files; it needs to be repaired.");
-        for (const auto& file : i_run.files())
-            state.files.push_back({file.name(), file.size_bytes(), file.sha256()});
-    }
-    if (state.phase == RunPhase::Failed)
-        state.failure = Wire::FromFailure(i_run.failure());
-    return state;
-}
 
 } // namespace
 
@@ -194,7 +160,7 @@ pb::RunRequest RunCall::_MakeRequest() const
 
 void RunCall::_HandleState(const pb::Run& i_run)
 {
-    if (_transfer->HandleState(FromMessage(i_run), RunTransfer::Clock::now()))
+    if (_transfer->HandleState(ToRunState(i_run), RunTransfer::Clock::now()))
         _Report(_transfer->GetStage());
 }
 

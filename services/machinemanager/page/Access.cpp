@@ -48,10 +48,13 @@ void CheckOrigin(const PageContext& i_context, const HttpRequest& i_request)
     if (std::find(i_context.hosts.begin(), i_context.hosts.end(), host) == i_context.hosts.end())
         throw HttpError(421,
                         "This is another host than the request is for. Open the page at " + i_context.address + '.');
-    if (i_request.HasHeader("Origin") && !IsOwnOrigin(i_context, i_request.GetHeader("Origin")))
+    const auto site = i_request.GetHeader("Sec-Fetch-Site");
+    const auto origin = i_request.GetHeader("Origin");
+    // For forms of a page that gives no referrer, browsers say "null", and only there where it comes from.
+    const bool isOwn = origin == "null" ? site == "same-origin" : IsOwnOrigin(i_context, origin);
+    if (i_request.HasHeader("Origin") && !isOwn)
         throw HttpError(403, "The request comes from a page of another address.");
     // What a user types in or opens from another program comes from "none".
-    const auto site = i_request.GetHeader("Sec-Fetch-Site");
     if (IsChange(i_request) && !site.empty() && site != "same-origin" && site != "none")
         throw HttpError(403, "The request comes from a page of another address.");
 }

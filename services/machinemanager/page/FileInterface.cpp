@@ -69,9 +69,7 @@ HttpResponse GetUpload(const PageContext& i_context, const Call& i_call)
 {
     const auto job = i_context.desk.Find(i_call.actor, i_call.word);
     const auto size = static_cast<std::int64_t>(job.platform.size);
-    const auto received = job.phase == JobPhase::Incoming
-                              ? static_cast<std::int64_t>(i_context.desk.GetReceived(i_call.actor, job.id))
-                              : size;
+    const auto received = static_cast<std::int64_t>(i_context.desk.GetReceived(i_call.actor, job.id));
     auto response = MakeAnswer(QJsonObject{{QStringLiteral("received"), static_cast<qint64>(received)},
                                            {QStringLiteral("size"), static_cast<qint64>(size)}});
     response.Set("Upload-Offset", std::to_string(received));
@@ -118,9 +116,6 @@ HttpResponse ReceivePiece(const PageContext& i_context, const Call& i_call)
 HttpResponse FinishUpload(const PageContext& i_context, const Call& i_call)
 {
     const auto job = i_context.desk.Find(i_call.actor, i_call.word);
-    // Whoever did not hear the answer asks again.
-    if (job.phase != JobPhase::Incoming)
-        return MakeAnswer(i_context.desk.Get(i_call.actor, job.id));
     return MakeAnswer(i_context.desk.FinishUpload(i_call.actor, job.id));
 }
 

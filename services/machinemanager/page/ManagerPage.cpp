@@ -160,6 +160,12 @@ std::string ManagerPage::GetAddress() const
     return _impl->address;
 }
 
+int ManagerPage::GetPort() const
+{
+    const TavSDK::MutexLock lock(_impl->running);
+    return _impl->page ? _impl->page->GetPort() : 0;
+}
+
 int ManagerPage::GetConnections() const
 {
     const TavSDK::MutexLock lock(_impl->running);

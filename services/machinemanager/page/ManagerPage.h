@@ -56,6 +56,8 @@ public:
 
     /// Of the page, without a path: http://127.0.0.1:PORT. Empty when there is none.
     std::string GetAddress() const;
+    /// That the page listens at; 0 when it does not.
+    int GetPort() const;
     /// Clients that are connected now, page and programs alike.
     int GetConnections() const;
     /// Of the page at a job, with a code that lets a browser in once within an hour.

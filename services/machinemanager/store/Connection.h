@@ -61,6 +61,9 @@ public:
     bool IsLost() const { return _isLost || _dialect.IsLost(_database); }
     /// After a failure that leaves nobody knowing what state the connection is in.
     void GiveUp() { _isLost = true; }
+    /// Somebody up the stack uses it for a transaction.
+    bool IsInTransaction() const { return _isInTransaction; }
+    void SetInTransaction(bool i_is_in_transaction) { _isInTransaction = i_is_in_transaction; }
     const QSqlDatabase& GetDatabase() const { return _database; }
 
     /// For tests: the statement of that index, counted from now on over all connections of this thread, fails
@@ -77,6 +80,7 @@ private:
     QHash<QString, QSqlQuery> _prepared;
     QSqlQuery _plain;
     bool _isLost = false;
+    bool _isInTransaction = false;
 };
 
 /// Never null, which an empty text otherwise may be.

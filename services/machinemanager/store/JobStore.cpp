@@ -169,6 +169,8 @@ JobStore::~JobStore() = default;
 
 Job JobStore::Add(const NewJob& i_job, bool i_is_whole)
 {
+    if (i_job.id.is_nil())
+        throw ManagerError(Kind::BadInput, "The job has no id. Make one, and use it again when the job is sent again.");
     return _impl->Write([&](Writing& io_writing) {
         Job job = MakeJob(i_job, i_is_whole, _impl->Now());
         const auto number = InsertJob(io_writing.connection, job);

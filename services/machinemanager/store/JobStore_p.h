@@ -65,6 +65,9 @@ struct JobStore::Impl
     Job LockKnown(Writing& io_writing, const boost::uuids::uuid& i_id) const;
     /// One step by the table.
     Job Step(Writing& io_writing, const Job& i_job, const JobChange& i_change) const;
+    /// For a machine, by this daemon.
+    Job Claim(Writing& io_writing, const Job& i_job, const boost::uuids::uuid& i_machine,
+              const std::string& i_name) const;
     /// Counts the version up, writes the job and its line in the history.
     void Keep(Writing& io_writing, const Job& i_before, Job& io_after, const char* ip_event, const std::string& i_actor,
               const std::string& i_detail) const;

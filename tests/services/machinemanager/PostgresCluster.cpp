@@ -25,11 +25,12 @@ std::string EncodeHost(std::string i_host)
 
 PostgresCluster& PostgresCluster::Get()
 {
-    static PostgresCluster mgp_cluster;
+    static PostgresCluster mgp_cluster(Disk::Unsynced);
     return mgp_cluster;
 }
 
-PostgresCluster::PostgresCluster()
+PostgresCluster::PostgresCluster(Disk i_disk)
+    : _disk(i_disk)
 {
     // Short: the name of a socket has at most 107 bytes.
     _folder = "/tmp/mspg-XXXXXX";
@@ -54,7 +55,8 @@ PostgresCluster::~PostgresCluster()
 void PostgresCluster::Start()
 {
     _Run(Programs + "pg_ctl -D " + _folder + "/data -l " + _folder + "/log -w -o \"-k " + _folder +
-         " -c listen_addresses='' -c fsync=off -c max_connections=200\" start");
+         " -c listen_addresses='' -c fsync=" + (_disk == Disk::Synced ? "on" : "off") +
+         " -c max_connections=200\" start");
 }
 
 void PostgresCluster::Stop()

@@ -214,6 +214,14 @@ TEST_P(StoreFaultsTest, AStoreOfVersion1Migrates)
     } else {
         PostgresCluster::Get().RunFile(address, data + "version1-postgresql.sql");
     }
+    // As long as a statement fails, it stays of version 1.
+    int failures = -1;
+    for (std::optional<ErrorKind> kind = ErrorKind::Storage; kind == ErrorKind::Storage; ++failures) {
+        Connection::FailAt(failures + 1);
+        kind = GetRefusal([&] { JobStore opened(MakeOptions()); }).first;
+        Connection::FailAt(-1);
+    }
+    EXPECT_GT(failures, 6);
     JobStore store(MakeOptions());
     EXPECT_THAT(GetNames(store.List({.isOldestFirst = true})), ElementsAre("Deckel", "Ring", "Box", "Hook"));
     const Job starting = store.FindByNumber(3).value();

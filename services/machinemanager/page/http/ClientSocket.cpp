@@ -20,6 +20,8 @@ namespace MachineService::MachineManager {
 namespace {
 
 constexpr std::size_t PieceSize = 64 * 1024;
+constexpr auto LongestFarewell = std::chrono::milliseconds(500);
+constexpr std::size_t LargestFarewell = 1 << 20;
 
 int MillisecondsUntil(std::chrono::steady_clock::time_point i_until)
 {
@@ -48,7 +50,8 @@ ClientSocket::~ClientSocket()
 {
     if (_tls)
         ::SSL_free(_tls);
-    ::close(_descriptor);
+    if (!_isClosed)
+        ::close(_descriptor);
 }
 
 bool ClientSocket::_Wait(short i_events, Clock::time_point i_until)
@@ -224,12 +227,27 @@ void ClientSocket::Finish()
         ::ERR_clear_error();
         ::SSL_shutdown(_tls);
     }
-    Shutdown();
+    ::shutdown(_descriptor, SHUT_WR);
+    // Bytes that nobody reads would make the system take back the answer.
+    const auto until = Clock::now() + LongestFarewell;
+    std::array<char, 4096> bytes;
+    std::size_t count = 0;
+    while (count < LargestFarewell && _Wait(POLLIN, until)) {
+        const auto read = ::recv(_descriptor, bytes.data(), bytes.size(), 0);
+        if (read <= 0)
+            break;
+        count += static_cast<std::size_t>(read);
+    }
+    const TavSDK::MutexLock lock(_closing);
+    _isClosed = true;
+    ::close(_descriptor);
 }
 
 void ClientSocket::Shutdown()
 {
-    ::shutdown(_descriptor, SHUT_RDWR);
+    const TavSDK::MutexLock lock(_closing);
+    if (!_isClosed)
+        ::shutdown(_descriptor, SHUT_RDWR);
 }
 
 } // namespace MachineService::MachineManager

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tavsdk/Mutex.h"
+
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -57,7 +59,7 @@ public:
     /// Waits until another descriptor can be read, or the time is over.
     /// \return false when the client is gone.
     bool WaitFor(int i_descriptor, std::chrono::milliseconds i_longest);
-    /// Tells the client that nothing follows.
+    /// Tells the client that nothing follows, lets it read what was written, and closes.
     void Finish();
     /// From now on nothing comes and nothing goes.
     void Shutdown();
@@ -75,6 +77,8 @@ private:
     /// -1: broken; 0: closed.
     std::ptrdiff_t _Receive(char* op_bytes, std::size_t i_count, Clock::time_point i_until);
 
+    TavSDK::Mutex _closing; ///< guards _isClosed: what has the number of a closed descriptor is not ours
+    bool _isClosed TAVSDK_GUARDED_BY(_closing) = false;
     const int _descriptor;
     SSL* _tls = nullptr;
     const ClientPatience _patience;

@@ -10,10 +10,12 @@ namespace MachineService::MachineManager::Views {
 
 namespace {
 
-std::string DescribeTarget(const JobTarget& i_target, const std::string& i_language)
+std::string DescribeTarget(const JobTarget& i_target, const MachineNames& i_names, const std::string& i_language)
 {
+    if (const auto found = i_names.find(i_target.machine); found != i_names.end())
+        return found->second;
     if (!i_target.IsGroup())
-        return Translate("one machine", i_language);
+        return Translate("a machine that is gone", i_language);
     if (i_target.model.empty())
         return Translate("any machine", i_language);
     return i_target.material.empty() ? Translate("any %1", i_language, i_target.model)
@@ -43,26 +45,35 @@ void SetProgress(Values& io_values, const Job& i_job, const std::string& i_langu
         .Set("progressLabel", Translate("Progress of %1", i_language, i_job.name));
 }
 
-Values MakeJobRow(const PageContext& i_context, const Job& i_job, const std::string& i_language)
+MachineNames GetMachineNames(const PageContext& i_context, const Call& i_call)
 {
+    MachineNames names;
+    for (const auto& machine : i_context.desk.GetMachines(i_call.actor))
+        names.emplace(machine.entry.id, machine.entry.name);
+    return names;
+}
+
+Values MakeJobRow(const PageContext& i_context, const Call& i_call, const Job& i_job, const MachineNames& i_names)
+{
+    const auto& language = i_call.language;
     const auto id = to_string(i_job.id);
     Values row;
-    SetState(row, GetWords(i_job.GetState()), i_language);
-    SetProgress(row, i_job, i_language);
+    SetState(row, GetWords(i_job.GetState()), language);
+    SetProgress(row, i_job, language);
     row.Set("id", id)
         .Set("name", i_job.name)
         .Set("number", std::to_string(i_job.number))
         .Set("owner", i_job.owner)
         .Set("reason", i_job.waitReason.empty() || i_job.phase != JobPhase::Waiting
-                           ? Translate(GetPhaseSentence(i_job.phase), i_language)
-                           : DescribeReason(i_job.waitReason, i_language))
+                           ? Translate(GetPhaseSentence(i_job.phase), language)
+                           : DescribeReason(i_job.waitReason, language))
         .Set("machine", i_job.machineName)
         .Set("machineLink", i_job.machine.is_nil() ? "/machines" : "/machines/" + to_string(i_job.machine))
-        .Set("targetWords", DescribeTarget(i_job.target, i_language))
+        .Set("targetWords", DescribeTarget(i_job.target, i_names, language))
         .Set("picture", i_job.picture ? "/jobs/" + id + "/files/picture" : std::string())
         .Set("created", FormatTime(i_job.created))
-        .Set("createdWords", DescribeTime(i_job.created, i_language))
-        .Set("age", DescribeSpan(i_context.desk.Now() - i_job.created, i_language));
+        .Set("createdWords", DescribeTime(i_job.created, language))
+        .Set("age", DescribeSpan(i_context.desk.Now() - i_job.created, language));
     return row;
 }
 

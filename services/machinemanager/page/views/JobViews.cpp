@@ -32,7 +32,18 @@ std::string MakePagePath(const HttpRequest& i_request, std::int64_t i_after)
     return path;
 }
 
-void SetFilters(Values& io_values, const PageContext& i_context, const Call& i_call)
+/// In the order of their names.
+void AddMachines(Values& io_values, const char* ip_list, const MachineNames& i_names, const std::string& i_chosen)
+{
+    std::vector<std::pair<std::string, std::string>> sorted;
+    for (const auto& [id, name] : i_names)
+        sorted.emplace_back(name, to_string(id));
+    std::sort(sorted.begin(), sorted.end());
+    for (const auto& [name, id] : sorted)
+        io_values.Add(ip_list, MakeChoice(id, name, i_chosen));
+}
+
+void SetFilters(Values& io_values, const Call& i_call, const MachineNames& i_names)
 {
     const auto& request = i_call.request;
     const auto translate = [&](const char* ip_text) {
@@ -47,8 +58,7 @@ void SetFilters(Values& io_values, const PageContext& i_context, const Call& i_c
         io_values.Add("stateChoices", MakeChoice(GetName(one), translate(GetWords(one).word), state));
     const auto machine = request.GetQuery("machine");
     io_values.Add("machineChoices", MakeChoice("", translate("All machines"), machine));
-    for (const auto& one : i_context.desk.GetMachines(i_call.actor))
-        io_values.Add("machineChoices", MakeChoice(to_string(one.entry.id), one.entry.name, machine));
+    AddMachines(io_values, "machineChoices", i_names, machine);
     const auto order = request.GetQuery("order") == "oldest" ? "oldest" : "newest";
     io_values.Add("orderChoices", MakeChoice("newest", translate("Newest first"), order));
     io_values.Add("orderChoices", MakeChoice("oldest", translate("Oldest first"), order));
@@ -162,7 +172,7 @@ bool AddCandidates(Values& io_values, const PageContext& i_context, const Call& 
     return canBeAcknowledged;
 }
 
-void AddActions(Values& io_values, const PageContext& i_context, const Call& i_call, const Job& i_job,
+void AddActions(Values& io_values, const Call& i_call, const Job& i_job, const MachineNames& i_names,
                 bool i_can_be_acknowledged)
 {
     const auto allowed = IsMine(i_call.actor, i_job) ? GetAllowedActions(i_job) : std::vector<std::string>();
@@ -183,8 +193,7 @@ void AddActions(Values& io_values, const PageContext& i_context, const Call& i_c
     }
     if (isAllowed("move")) {
         const auto chosen = to_string(i_job.target.machine);
-        for (const auto& machine : i_context.desk.GetMachines(i_call.actor))
-            io_values.Add("moveChoices", MakeChoice(to_string(machine.entry.id), machine.entry.name, chosen));
+        AddMachines(io_values, "moveChoices", i_names, chosen);
     }
     io_values.Set("hasActions", !allowed.empty())
         .Set("canMove", isAllowed("move"))
@@ -235,9 +244,10 @@ HttpResponse ShowJobs(const PageContext& i_context, const Call& i_call)
     if (hasMore)
         jobs.resize(PageSize);
     Values values;
-    SetFilters(values, i_context, i_call);
+    const auto names = GetMachineNames(i_context, i_call);
+    SetFilters(values, i_call, names);
     for (const auto& job : jobs)
-        values.Add("jobs", MakeJobRow(i_context, job, i_call.language));
+        values.Add("jobs", MakeJobRow(i_context, i_call, job, names));
     values.Set("hasJobs", !jobs.empty())
         .Set("emptyWords", Translate(IsFiltered(i_call.request)
                                          ? "No job is like this. Change the filters to see others."
@@ -251,24 +261,19 @@ HttpResponse ShowJobs(const PageContext& i_context, const Call& i_call)
 HttpResponse ShowJob(const PageContext& i_context, const Call& i_call)
 {
     const auto job = i_context.desk.Find(i_call.actor, i_call.word);
-    auto values = MakeJobRow(i_context, job, i_call.language);
+    const auto names = GetMachineNames(i_context, i_call);
+    auto values = MakeJobRow(i_context, i_call, job, names);
     values.Set("reason", Translate(GetPhaseSentence(job.phase), i_call.language))
         .Set("waitReason", job.waitReason.empty() || job.phase != JobPhase::Waiting
                                ? std::string()
                                : DescribeReason(job.waitReason, i_call.language))
         .Set("detail", job.detail);
-    auto target = *values.FindText("targetWords");
-    if (!job.target.IsGroup()) {
-        for (const auto& machine : i_context.desk.GetMachines(i_call.actor)) {
-            if (machine.entry.id == job.target.machine)
-                target = machine.entry.name;
-        }
-    }
+    const auto target = *values.FindText("targetWords");
     AddFacts(values, i_call, job, target);
     AddFiles(values, i_call, job);
     AddHistory(values, i_context, i_call, job);
     const bool canBeAcknowledged = AddCandidates(values, i_context, i_call, job);
-    AddActions(values, i_context, i_call, job, canBeAcknowledged);
+    AddActions(values, i_call, job, names, canBeAcknowledged);
     return MakePage(i_context, i_call, "job", std::move(values), job.name, Place::Jobs);
 }
 
@@ -282,7 +287,7 @@ HttpResponse Confirm(const PageContext& i_context, const Call& i_call)
         throw HttpError(403, "");
     if (std::find(allowed.begin(), allowed.end(), action) == allowed.end())
         throw HttpError(412, "");
-    auto values = MakeJobRow(i_context, job, i_call.language);
+    auto values = MakeJobRow(i_context, i_call, job, {});
     const auto [question, consequence] = GetQuestion(Action);
     values.Set("action", action)
         .Set("phase", GetInfo(job.phase).name)

@@ -75,7 +75,7 @@ HttpResponse ShowMachine(const PageContext& i_context, const Call& i_call)
     filter.count = MostJobs;
     const auto jobs = i_context.desk.List(i_call.actor, filter);
     for (const auto& job : jobs)
-        values.Add("jobs", MakeJobRow(i_context, job, language));
+        values.Add("jobs", MakeJobRow(i_context, i_call, job, {{entry.id, entry.name}}));
 
     const auto addFact = [&](const char* ip_word, const std::string& i_value) {
         Values fact;

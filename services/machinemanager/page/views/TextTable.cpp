@@ -49,7 +49,7 @@ constexpr Text Texts[] = {
     {"any %1", "beliebige %1"},
     {"any %1 with %2", "beliebige %1 mit %2"},
     {"any machine", "beliebige Maschine"},
-    {"one machine", "eine bestimmte Maschine"},
+    {"a machine that is gone", "eine Maschine, die es nicht mehr gibt"},
     {"under 1 min", "unter 1 min"},
     {"%1 min", "%1 min"},
     {"%1 h %2 min", "%1 h %2 min"},

@@ -36,8 +36,10 @@ HttpResponse GetIcon(const PageContext& i_context, const Call& i_call);
 
 // What several of them show.
 
+using MachineNames = std::map<boost::uuids::uuid, std::string>;
+MachineNames GetMachineNames(const PageContext& i_context, const Call& i_call);
 /// Values of a row of job-table.html.
-Values MakeJobRow(const PageContext& i_context, const Job& i_job, const std::string& i_language);
+Values MakeJobRow(const PageContext& i_context, const Call& i_call, const Job& i_job, const MachineNames& i_names);
 /// Values of progress.html.
 void SetProgress(Values& io_values, const Job& i_job, const std::string& i_language);
 /// Values of state.html.

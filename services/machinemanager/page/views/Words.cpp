@@ -176,7 +176,7 @@ std::string DescribeNumber(double i_number, int i_decimals, std::string_view i_l
 
 std::string DescribeSize(std::uint64_t i_bytes, std::string_view i_language)
 {
-    constexpr std::array Units = {"B", "kB", "MB", "GB", "TB"};
+    constexpr std::array Units = {"B", "kB", "MB", "GB", "TB", "PB", "EB"};
     auto size = static_cast<double>(i_bytes);
     std::size_t unit = 0;
     for (; size >= 999.5 && unit + 1 < Units.size(); ++unit)
