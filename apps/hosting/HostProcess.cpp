@@ -2,6 +2,8 @@
 
 #include "hosting/HostingError.h"
 #include "hosting/InterruptWatcher.h"
+#include "tavsdk/FileError.h"
+#include "tavsdk/RuntimeFolder.h"
 
 #include <QByteArray>
 #include <QCoreApplication>
@@ -24,6 +26,16 @@ struct Texts
 };
 
 extern "C" void IgnoreSignal(int) {}
+
+QByteArray FindRuntimeFolder(const std::filesystem::path& i_otherwise)
+{
+    try {
+        return QByteArray::fromStdString(TavSDK::GetRuntimeFolder().native());
+    } catch (const TavSDK::FileError&) {
+        // Whoever needs the folder is told then; most never do.
+        return QByteArray::fromStdString(i_otherwise.native());
+    }
+}
 
 } // namespace
 
@@ -58,9 +70,10 @@ HostProcess::HostProcess()
                                .arg(QString::fromStdString(error.message())));
     _temporary.emplace(parent, "machineservice-run-");
     qputenv("TMPDIR", QByteArray::fromStdString(_temporary->GetPath().string()));
-    // Without one, Qt warns and leaves a folder of its own among the temporary files.
+    // Without one, Qt warns and leaves a folder of its own among the temporary files. It is where other programs of the
+    // user look for what this one starts, and must outlive it.
     if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR"))
-        qputenv("XDG_RUNTIME_DIR", qgetenv("TMPDIR"));
+        qputenv("XDG_RUNTIME_DIR", FindRuntimeFolder(_temporary->GetPath()));
 }
 
 } // namespace Hosting
