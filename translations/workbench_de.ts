@@ -846,6 +846,10 @@
         <source>Save the machine file</source>
         <translation>Maschinendatei speichern</translation>
     </message>
+    <message>
+        <source>The Machine Manager is being started.</source>
+        <translation>Der Machine Manager wird gestartet.</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::MoveStyle</name>
@@ -1213,10 +1217,6 @@
         <translation>Maschine</translation>
     </message>
     <message>
-        <source>Progress</source>
-        <translation>Fortschritt</translation>
-    </message>
-    <message>
         <source>Age</source>
         <translation>Alter</translation>
     </message>
@@ -1299,6 +1299,14 @@
         <source>Show in the browser</source>
         <translation>Im Browser zeigen</translation>
     </message>
+    <message>
+        <source>%1: %2</source>
+        <translation>%1: %2</translation>
+    </message>
+    <message>
+        <source>What can be done with the selected job</source>
+        <translation>Was mit dem ausgewählten Auftrag getan werden kann</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::PostedWords</name>
@@ -1373,14 +1381,6 @@
     <message>
         <source>Somebody cancelled it.</source>
         <translation>Jemand hat ihn abgebrochen.</translation>
-    </message>
-    <message>
-        <source>It failed.</source>
-        <translation>Er ist fehlgeschlagen.</translation>
-    </message>
-    <message>
-        <source>It is done.</source>
-        <translation>Er ist fertig.</translation>
     </message>
     <message>
         <source>Hold</source>
@@ -1485,10 +1485,6 @@
     <message>
         <source>any that fits</source>
         <translation>jede, die passt</translation>
-    </message>
-    <message>
-        <source>%1 · number %2</source>
-        <translation>%1 · Nummer %2</translation>
     </message>
 </context>
 <context>

@@ -108,7 +108,10 @@ void MainWindow::_MakePostedPanel()
     }
     _actions->GetMenu(MainActions::PanelsMenu)->addAction(_postedDock->toggleViewAction());
     _postedDock->setWindowTitle(tr("My jobs"));
-    connect(_postedPanel, &PostedPanel::StartWanted, this, &MainWindow::_StartManager);
+    connect(_postedPanel, &PostedPanel::StartWanted, this, [this] {
+        statusBar()->showMessage(tr("The Machine Manager is being started."), 8000);
+        _StartManager();
+    });
     connect(_postedPanel, &PostedPanel::SaveWanted, this, &MainWindow::_SavePosted);
     connect(_postedJobs, &PostedJobs::Arrived, this, [this](const QString& i_job) {
         _postedDock->show();
@@ -137,8 +140,8 @@ void MainWindow::_RemovePostedPanel()
 void MainWindow::_SavePosted(const QString& i_job, const QString& i_name)
 {
     const QString folder = QString::fromUtf8(_preferences.GetWindow(QStringLiteral("folder")));
-    const QString file =
-        QFileDialog::getSaveFileName(this, tr("Save the machine file"), folder + QLatin1Char('/') + i_name);
+    const QString file = QFileDialog::getSaveFileName(this, tr("Save the machine file"),
+                                                      folder + QLatin1Char('/') + QFileInfo(i_name).fileName());
     if (file.isEmpty() || !_postedJobs)
         return;
     _preferences.SetWindow(QStringLiteral("folder"), QFileInfo(file).absolutePath().toUtf8());
