@@ -60,9 +60,10 @@ Jobs::NewJob MakeJob(const CommandLine& i_line, const std::filesystem::path& i_p
 ExitStatus WaitForEnd(Session& io_session, Jobs::Job i_job)
 {
     auto& console = io_session.GetConsole();
-    while (!i_job.IsFinal()) {
-        const bool isStopped = i_job.state == "processing-stopped";
-        if (isStopped)
+    for (std::string told; !i_job.IsFinal();) {
+        const bool isNews = i_job.state == "processing-stopped" && i_job.phase + i_job.detail != told;
+        told = i_job.phase + i_job.detail;
+        if (isNews)
             console.Tell(Texts::tr("The job waits for somebody: %1").arg(CleanText(i_job.detail)));
         console.ShowProgress(FormatProgress(i_job));
         i_job = io_session.GetClient().WaitForChange(i_job, Long);
