@@ -1260,10 +1260,6 @@
         <translation>Kopien: %1 von %2 sind fertig</translation>
     </message>
     <message>
-        <source>Posted: %1</source>
-        <translation>Übergeben: %1</translation>
-    </message>
-    <message>
         <source>%p %</source>
         <translation>%p %</translation>
     </message>
@@ -1306,6 +1302,10 @@
     <message>
         <source>What can be done with the selected job</source>
         <translation>Was mit dem ausgewählten Auftrag getan werden kann</translation>
+    </message>
+    <message>
+        <source>Posted: %1 (%2)</source>
+        <translation>Übergeben: %1 (%2)</translation>
     </message>
 </context>
 <context>

@@ -38,11 +38,6 @@ const char* GetKeyword(Jobs::Action i_action)
     return "acknowledge";
 }
 
-Jobs::Time GetNow()
-{
-    return std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now());
-}
-
 QString GetStateText(const Jobs::Job& i_job)
 {
     const QString progress = PostedWords::GetProgress(i_job);
@@ -321,7 +316,7 @@ QVariant PostedJobs::data(const QModelIndex& i_index, int i_role) const
     // A reader that goes from row to row tells all of it.
     if (i_role == Qt::AccessibleTextRole && i_index.column() == NameColumn) {
         QStringList texts{PostedWords::GetTitle(*job), GetStateText(*job), PostedWords::GetMachine(*job),
-                          PostedWords::GetAge(*job, GetNow())};
+                          PostedWords::GetAge(*job)};
         texts.removeAll(QString());
         return texts.join(QStringLiteral(", "));
     }
@@ -335,7 +330,7 @@ QVariant PostedJobs::data(const QModelIndex& i_index, int i_role) const
     case MachineColumn:
         return PostedWords::GetMachine(*job);
     case AgeColumn:
-        return PostedWords::GetAge(*job, GetNow());
+        return PostedWords::GetAge(*job);
     default:
         return {};
     }

@@ -31,7 +31,7 @@ using Hosting::Jobs::Action;
 using Hosting::Jobs::Job;
 
 // What has no room in a list of less is told beside it. Units: average characters.
-constexpr int WidthWithAge = 36;
+constexpr int WidthWithAge = 34;
 constexpr int WidthWithMachine = 60;
 constexpr Action AllActions[] = {Action::Hold,       Action::Release,     Action::Acknowledge,
                                  Action::StartAgain, Action::ConfirmDone, Action::Cancel};
@@ -246,9 +246,8 @@ void PostedPanel::_ShowSelected()
             lines << tr("Machine: %1").arg(machine);
         if (job->copies > 1)
             lines << tr("Copies: %1 of %2 are done").arg(job->copiesDone).arg(job->copies);
-        lines << tr("Posted: %1")
-                     .arg(QLocale().toString(QDateTime::fromMSecsSinceEpoch(job->created.time_since_epoch().count()),
-                                             QLocale::ShortFormat));
+        const auto posted = QDateTime::fromMSecsSinceEpoch(job->created.time_since_epoch().count());
+        lines << tr("Posted: %1 (%2)").arg(QLocale().toString(posted, QLocale::ShortFormat), PostedWords::GetAge(*job));
     }
     if (const QString text = lines.join(QLatin1Char('\n')); text != _details->text())
         _details->setText(text);

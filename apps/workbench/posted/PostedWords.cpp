@@ -141,9 +141,10 @@ QString GetProgress(const Job& i_job)
     return i_job.state == "processing" ? Texts::tr("%1 %").arg(i_job.percent) : QString();
 }
 
-QString GetAge(const Job& i_job, Hosting::Jobs::Time i_now)
+QString GetAge(const Job& i_job)
 {
-    const auto minutes = std::chrono::floor<std::chrono::minutes>(i_now - i_job.created).count();
+    const auto now = std::chrono::system_clock::now();
+    const auto minutes = std::chrono::floor<std::chrono::minutes>(now - i_job.created).count();
     if (minutes < 1)
         return Texts::tr("under 1 min");
     if (minutes < 60)

@@ -25,7 +25,8 @@ QString GetIcon(const Hosting::Jobs::Job& i_job);
 QString GetReason(const Hosting::Jobs::Job& i_job);
 /// Empty where nothing goes on.
 QString GetProgress(const Hosting::Jobs::Job& i_job);
-QString GetAge(const Hosting::Jobs::Job& i_job, Hosting::Jobs::Time i_now);
+/// Now.
+QString GetAge(const Hosting::Jobs::Job& i_job);
 /// That it is on or was on last, or that it is for.
 QString GetMachine(const Hosting::Jobs::Job& i_job);
 /// Number and name.
