@@ -2,6 +2,7 @@
 
 #include "client/interface/CommunicationException.h"
 #include "machinemanager/dispatch/BuildFiles.h"
+#include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"
 
@@ -22,13 +23,18 @@ constexpr std::size_t MaxSettings = 50;
 constexpr std::uint64_t MaxPlatform = 4ULL << 30;
 constexpr std::size_t MaxShown = 100;
 
+/// \param i_name for people, who do not know where the file is kept.
 /// \throws ManagerError BadInput.
-PlatformFacts ReadFacts(const std::filesystem::path& i_platform)
+PlatformFacts ReadFacts(const std::filesystem::path& i_platform, const std::string& i_name)
 {
     try {
         return ReadPlatformFacts(i_platform);
     } catch (const CommunicationException& failure) {
-        throw ManagerError(Kind::BadInput, failure.what());
+        std::string sentence = failure.what();
+        const auto path = TavSDK::ShowPath(i_platform);
+        if (const auto place = sentence.find(path); place != std::string::npos)
+            sentence.replace(place, path.size(), i_name);
+        throw ManagerError(Kind::BadInput, sentence);
     }
 }
 
@@ -178,7 +184,7 @@ Job JobDesk::Submit(const Actor& i_actor, NewJob i_job, const std::filesystem::p
     if (const auto known = _impl->store.Find(i_job.id))
         return _impl->Explained(*known);
     auto job = _impl->Checked(std::move(i_job), i_actor);
-    _impl->TakeFacts(ReadFacts(i_platform), job);
+    _impl->TakeFacts(ReadFacts(i_platform, job.platform.name), job);
     job.platform = _impl->files.Add(i_platform, job.platform.name);
     return _impl->Explained(_impl->store.Add(job, true));
 }
@@ -221,7 +227,7 @@ Job JobDesk::FinishUpload(const Actor& i_actor, const boost::uuids::uuid& i_id)
         return _impl->Explained(std::move(job));
     const auto kept = _impl->files.Finish(i_id, job.platform);
     NewJob told = job;
-    _impl->TakeFacts(ReadFacts(_impl->files.GetPath(kept.hash)), told);
+    _impl->TakeFacts(ReadFacts(_impl->files.GetPath(kept.hash), kept.name), told);
     job = _impl->store.Change(
         i_id, {job.isDraft ? JobEvent::ReceivedDraft : JobEvent::Received, i_actor.name, {}, [&](Job& io_job) {
                    io_job.platform = kept;

@@ -47,8 +47,7 @@ std::string InMillimetres(double i_length)
 Refusal CheckPlatform(const Job& i_job, const BoardMachine& i_machine)
 {
     const auto name = TavSDK::Quote(i_machine.entry.name, MaxShown);
-    // A job for one machine was prepared for it whatever its model is called by now.
-    if (i_job.target.IsGroup() && !i_job.needs.model.empty() && i_job.needs.model != i_machine.data.modelId)
+    if (!i_job.needs.model.empty() && !i_machine.data.modelId.empty() && i_job.needs.model != i_machine.data.modelId)
         return FitRefusal{NotReady, "The platform was prepared for the model " +
                                         TavSDK::Quote(i_job.needs.model, MaxShown) + ", and " + name +
                                         " is another one."};
