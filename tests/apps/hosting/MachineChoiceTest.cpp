@@ -19,6 +19,14 @@ Machine MakeMachine(std::uint8_t i_number, const std::string& i_name, std::optio
     return TestSupport::MakeFakeMachine(data);
 }
 
+Machine MakeManaged(std::uint8_t i_number, const std::string& i_name)
+{
+    auto data = TestSupport::MakeMachineData(i_number);
+    data.name = i_name;
+    data.serviceId = MachineService::ServiceId::MachineManager;
+    return TestSupport::MakeFakeMachine(data);
+}
+
 TEST(MachineChoiceTest, TakesTheWantedMachineOrTheFirstThatThePartsFitInto)
 {
     // Three parts of 10 mm with 5 mm between and around them need 50 mm in one row.
