@@ -51,6 +51,7 @@ public:
     QString GetRowLock() const override { return {}; }
     QString GetFreeRowLock() const override { return {}; }
     QString GetFind() const override { return QStringLiteral("instr"); }
+    bool IsSpoiled(const QSqlDatabase&) const override { return false; }
     bool IsLost(const QSqlDatabase&) const override { return false; }
     SqlFailure Explain(const QSqlError& i_error, bool) const override
     {
@@ -115,6 +116,11 @@ public:
     QString GetRowLock() const override { return QStringLiteral(" FOR UPDATE"); }
     QString GetFreeRowLock() const override { return QStringLiteral(" FOR UPDATE SKIP LOCKED"); }
     QString GetFind() const override { return QStringLiteral("strpos"); }
+    bool IsSpoiled(const QSqlDatabase& i_database) const override
+    {
+        PGconn* const handle = GetHandle(i_database);
+        return handle && PQtransactionStatus(handle) == PQTRANS_INERROR;
+    }
     bool IsLost(const QSqlDatabase& i_database) const override
     {
         PGconn* const handle = GetHandle(i_database);

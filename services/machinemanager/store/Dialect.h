@@ -73,6 +73,8 @@ public:
     virtual QString GetFreeRowLock() const = 0;
     /// Function of a text and a part of it: the part's place, or 0.
     virtual QString GetFind() const = 0;
+    /// Was a statement of the open transaction refused? What is called a commit would then undo it.
+    virtual bool IsSpoiled(const QSqlDatabase& i_database) const = 0;
     /// Is the connection gone?
     virtual bool IsLost(const QSqlDatabase& i_database) const = 0;
     /// \param i_is_lost what IsLost said.

@@ -65,8 +65,8 @@ constexpr const char* Version1[] = {
         fence BIGINT NOT NULL))",
     "CREATE INDEX jobs_by_state ON jobs (state, number)",
     "CREATE INDEX jobs_by_owner ON jobs (owner, number)",
-    "CREATE INDEX jobs_waiting ON jobs (queue, priority DESC, COALESCE(position, number), number) WHERE phase = "
-    "'waiting'",
+    R"(CREATE INDEX jobs_waiting ON jobs (queue, priority DESC, COALESCE(position, number), number)
+        WHERE phase = 'waiting')",
     "CREATE INDEX jobs_claimed ON jobs (claimant) WHERE claimant <> ''",
     "CREATE INDEX jobs_final ON jobs (changed) WHERE state >= 7",
     R"(CREATE TABLE history (

@@ -70,6 +70,11 @@ Transaction::~Transaction()
 
 void Transaction::Commit()
 {
+    const Dialect& dialect = _connection->GetDialect();
+    if (dialect.IsSpoiled(_connection->GetDatabase()))
+        throw SqlFailure(Cause::Other,
+                         "The job store " + dialect.GetAddress().Show() +
+                             " refused a part of a change. Try again; if that does not help, let it be checked.");
     try {
         _connection->Run(QStringLiteral("COMMIT"));
         _isOpen = false;

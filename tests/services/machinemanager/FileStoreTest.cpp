@@ -212,7 +212,7 @@ TEST_F(FileStoreTest, EachCallThatFailsIsASentenceAndLeavesNothingHalf)
                     fs::remove_all(folder / "kept");
                     store = std::make_unique<FileStore>(folder / "kept" / "files");
                     std::optional<Kind> kind;
-                    TestSupport::RunWithFailure(call, index, error, [&] { kind = GetKind(action); });
+                    TestSupport::RunWithFailure(call, index, error, [&, &run = action] { kind = GetKind(run); });
                     // The last thing that may fail is bringing the folder to the disk: the file is whole then.
                     if (!kind || store->Has(Hello)) {
                         EXPECT_EQ(TestSupport::ReadFile(store->GetPath(Hello)), "hello");
