@@ -155,14 +155,14 @@ private:
 void Compare(const std::string& i_name, double i_bound, Body i_ours, Body i_floor, double i_enough)
 {
     ComparePrepared(
-        i_name, i_bound, [ours = std::move(i_ours)] { return ours; }, [floor = std::move(i_floor)] { return floor; });
-    Rows().back().enough = i_enough;
+        i_name, i_bound, [ours = std::move(i_ours)] { return ours; }, [floor = std::move(i_floor)] { return floor; },
+        i_enough);
 }
 
 void ComparePrepared(const std::string& i_name, double i_bound, std::function<Body()> i_make_ours,
-                     std::function<Body()> i_make_floor)
+                     std::function<Body()> i_make_floor, double i_enough)
 {
-    Rows().push_back({i_name, i_bound, 0, 0, "s", {}, {}});
+    Rows().push_back({i_name, i_bound, 0, i_enough, "s", {}, {}});
     Register(i_name + "/ours", std::move(i_make_ours));
     Register(i_name + "/floor", std::move(i_make_floor));
 }

@@ -17,7 +17,7 @@ void Compare(const std::string& i_name, double i_bound, Body i_ours, Body i_floo
 
 /// As above for bodies that need something prepared: it is made before the measurement and goes after it.
 void ComparePrepared(const std::string& i_name, double i_bound, std::function<Body()> i_make_ours,
-                     std::function<Body()> i_make_floor);
+                     std::function<Body()> i_make_floor, double i_enough = 0);
 
 /// A value that must stay below a limit: measured once per repetition. The limit stands in the column of the floor.
 /// \param i_unit "s", "bytes" or a word for what is counted.

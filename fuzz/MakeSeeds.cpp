@@ -13,6 +13,8 @@
 #include "vexlorcore/Database.h"
 #include "vexlorcore/SceneFile.h"
 
+#include "WireSeeds.h"
+
 #include <QBuffer>
 #include <QImage>
 
@@ -196,6 +198,8 @@ try {
     AddDocuments(seeds);
     AddPackages(seeds);
     AddMeshesAndMachineFiles(seeds);
+    for (const auto& [target, name, bytes] : Fuzz::MakeWireSeeds())
+        seeds.Add(target, name, bytes);
     return 0;
 } catch (const std::exception& failure) {
     std::fprintf(stderr, "%s\n", failure.what());

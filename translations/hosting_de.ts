@@ -42,12 +42,73 @@
         <source>The machine service number %1 did not start.</source>
         <translation>Der Maschinendienst Nummer %1 ist nicht gestartet.</translation>
     </message>
+    <message>
+        <source>The Machine Manager did not start.</source>
+        <translation>Der Machine Manager ist nicht angelaufen.</translation>
+    </message>
 </context>
 <context>
     <name>Hosting::HostProcess</name>
     <message>
         <source>The folder for temporary files cannot be used: %1.</source>
         <translation>Der Ordner für temporäre Dateien kann nicht verwendet werden: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::JobsHttp</name>
+    <message>
+        <source>What answers at %1 says %2 and no more; a Machine Manager would tell why. Check the address.</source>
+        <translation>Was unter %1 antwortet, sagt %2 und nicht mehr; ein Machine Manager würde den Grund nennen. Prüfen Sie die Adresse.</translation>
+    </message>
+    <message>
+        <source>The certificate of the Machine Manager at %1 is not vouched for by an authority that this computer trusts; name the authority&apos;s file by SSL_CERT_FILE.</source>
+        <translation>Für das Zertifikat des Machine Managers unter %1 bürgt keine Stelle, der dieser Computer vertraut; nennen Sie die Datei der Stelle mit SSL_CERT_FILE.</translation>
+    </message>
+    <message>
+        <source>The connection with the Machine Manager at %1 broke before all was said; see what it has done, then try again.</source>
+        <translation>Die Verbindung mit dem Machine Manager unter %1 brach ab, bevor alles gesagt war; sehen Sie nach, was er getan hat, und versuchen Sie es dann noch einmal.</translation>
+    </message>
+    <message>
+        <source>No Machine Manager can be reached at %1; start it, or name another address.</source>
+        <translation>Unter %1 ist kein Machine Manager zu erreichen; starten Sie ihn, oder nennen Sie eine andere Adresse.</translation>
+    </message>
+    <message>
+        <source>The address %1 cannot be used; write unix:/PATH or https://HOST:PORT.</source>
+        <translation>Die Adresse %1 ist nicht zu gebrauchen; schreiben Sie unix:/PATH oder https://HOST:PORT.</translation>
+    </message>
+    <message>
+        <source>The answer of what is at %1 is too long for a Machine Manager&apos;s; check the address.</source>
+        <translation>Die Antwort dessen, was unter %1 ist, ist zu lang für einen Machine Manager; prüfen Sie die Adresse.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::JobsJson</name>
+    <message>
+        <source>The answer of the Machine Manager cannot be read at &apos;%1&apos;; it may be of another version than this program. Bring both to the same one.</source>
+        <translation>Die Antwort des Machine Managers ist bei &apos;%1&apos; nicht zu lesen; vielleicht hat er eine andere Version als dieses Programm. Bringen Sie beide auf dieselbe.</translation>
+    </message>
+</context>
+<context>
+    <name>Hosting::JobsTransfers</name>
+    <message>
+        <source>The file %1 cannot be read: %2.</source>
+        <translation>Die Datei %1 kann nicht gelesen werden: %2.</translation>
+    </message>
+    <message>
+        <source>The file of the job has changed while it came; get it once more.</source>
+        <translation>Die Datei des Auftrags hat sich geändert, während sie kam; holen Sie sie noch einmal.</translation>
+    </message>
+    <message>
+        <source>The id %1 is that of another job already, of the file %2; take a new one.</source>
+        <translation>Die Id %1 ist schon die eines anderen Auftrags, der Datei %2; nehmen Sie eine neue.</translation>
+    </message>
+    <message>
+        <source>The file of the job %1 came damaged; get it once more.</source>
+        <translation>Die Datei des Auftrags %1 kam beschädigt an; holen Sie sie noch einmal.</translation>
+    </message>
+    <message>
+        <source>The file %1 cannot be written: %2.</source>
+        <translation>Die Datei %1 kann nicht geschrieben werden: %2.</translation>
     </message>
 </context>
 <context>

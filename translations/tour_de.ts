@@ -68,16 +68,24 @@
         <translation>Die Konfiguration des zugeordneten Druckers als XML schreiben, gegen ihre Schemas prüfen und enden.</translation>
     </message>
     <message>
-        <source>--export-config takes neither meshes nor --command.</source>
-        <translation>--export-config nimmt weder Netze noch --command.</translation>
-    </message>
-    <message>
         <source>Use the machine service at this address instead of the one in this program; may be given several times. An address is unix:PATH or tls://HOST:PORT.</source>
         <translation>Den Maschinendienst an dieser Adresse statt des Dienstes in diesem Programm nehmen; kann mehrmals angegeben werden. Eine Adresse ist unix:PFAD oder tls://HOST:PORT.</translation>
     </message>
     <message>
         <source>--service needs an address.</source>
         <translation>--service braucht eine Adresse.</translation>
+    </message>
+    <message>
+        <source>Post the platform as a job to the Machine Manager, which is started when it does not run, and wait for the job.</source>
+        <translation>Die Plattform als Auftrag an den Machine Manager geben, der gestartet wird, wenn er nicht läuft, und auf den Auftrag warten.</translation>
+    </message>
+    <message>
+        <source>--post takes neither --command nor --service.</source>
+        <translation>--post nimmt weder --command noch --service.</translation>
+    </message>
+    <message>
+        <source>--export-config takes neither meshes nor --command nor --post.</source>
+        <translation>--export-config nimmt weder Netze noch --command noch --post.</translation>
     </message>
 </context>
 <context>
@@ -143,6 +151,33 @@
     <message>
         <source>The machine &apos;%1&apos; gave no platform.</source>
         <translation>Die Maschine „%1“ hat keine Plattform geliefert.</translation>
+    </message>
+</context>
+<context>
+    <name>Tour::PostStep</name>
+    <message>
+        <source>This program was built without the Machine Manager: build it with MACHINESERVICE_BUILD_WIRE=ON.</source>
+        <translation>Dieses Programm wurde ohne den Machine Manager gebaut: bauen Sie es mit MACHINESERVICE_BUILD_WIRE=ON.</translation>
+    </message>
+    <message>
+        <source>The Machine Manager did not say where it shows the job.</source>
+        <translation>Der Machine Manager hat nicht gesagt, wo er den Auftrag zeigt.</translation>
+    </message>
+    <message>
+        <source>  number %1, %2</source>
+        <translation>  Nummer %1, %2</translation>
+    </message>
+    <message>
+        <source>  page   %1</source>
+        <translation>  Seite  %1</translation>
+    </message>
+    <message>
+        <source>The job is %1: %2</source>
+        <translation>Der Auftrag ist %1: %2</translation>
+    </message>
+    <message>
+        <source>The job has no machine file.</source>
+        <translation>Der Auftrag hat keine Maschinendatei.</translation>
     </message>
 </context>
 <context>
@@ -265,6 +300,10 @@
     <message>
         <source>Platform</source>
         <translation>Plattform</translation>
+    </message>
+    <message>
+        <source>Job</source>
+        <translation>Auftrag</translation>
     </message>
 </context>
 <context>

@@ -31,12 +31,12 @@
         <translation>Plattformen zum Öffnen und Netze zum Importieren.</translation>
     </message>
     <message>
-        <source>Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, new, tab NUMBER, select NUMBER, search WORDS, cancel, close, shortcuts, settings, report, language CODE, lengths UNIT, theme NAME, size WIDTHxHEIGHT, wait.</source>
-        <translation>Spielt zuerst die Schritte einer Datei ab, einen je Zeile: attach NAME, platform, accept, command ID, open DATEI, new, tab NUMMER, select NUMMER, search WORTE, cancel, close, shortcuts, settings, report, language KÜRZEL, lengths EINHEIT, theme NAME, size BREITExHÖHE, wait.</translation>
-    </message>
-    <message>
         <source>Uses the machine service at this address instead of the one in this program; may be given several times. An address is unix:PATH or tls://HOST:PORT.</source>
         <translation>Nimmt den Maschinendienst unter dieser Adresse statt dessen in diesem Programm; mehrfach möglich. Eine Adresse ist unix:PFAD oder tls://HOST:PORT.</translation>
+    </message>
+    <message>
+        <source>Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, new, tab NUMBER, select NUMBER, search WORDS, cancel, close, manager, shortcuts, settings, report, language CODE, lengths UNIT, theme NAME, size WIDTHxHEIGHT, wait.</source>
+        <translation>Spielt zuerst die Schritte einer Datei ab, einen je Zeile: attach NAME, platform, accept, command ID, open DATEI, new, tab NUMMER, select NUMMER, search WORTE, cancel, close, manager, shortcuts, settings, report, language KÜRZEL, lengths EINHEIT, theme NAME, size BREITExHÖHE, wait.</translation>
     </message>
 </context>
 <context>
@@ -579,6 +579,10 @@
         <source>Save a &amp;report for support…</source>
         <translation>Bericht für den &amp;Support speichern…</translation>
     </message>
+    <message>
+        <source>&amp;Use the Machine Manager</source>
+        <translation>Machine Manager &amp;benutzen</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::MainWindow</name>
@@ -817,6 +821,30 @@
     <message>
         <source>%1 of &apos;%2&apos;</source>
         <translation>%1 von „%2“</translation>
+    </message>
+    <message>
+        <source>My jobs</source>
+        <translation>Meine Aufträge</translation>
+    </message>
+    <message>
+        <source>The Machine Manager cannot be started: this program has none. Use another machine.</source>
+        <translation>Der Machine Manager kann nicht gestartet werden: Dieses Programm hat keinen. Benutzen Sie eine andere Maschine.</translation>
+    </message>
+    <message>
+        <source>The Machine Manager did not start. Try it again.</source>
+        <translation>Der Machine Manager ist nicht gestartet. Versuchen Sie es noch einmal.</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; was saved.</source>
+        <translation>&apos;%1&apos; wurde gespeichert.</translation>
+    </message>
+    <message>
+        <source>The page of the job cannot be opened: no browser took its address. Set a browser as the desktop&apos;s own.</source>
+        <translation>Die Seite des Auftrags kann nicht geöffnet werden: Kein Browser nahm ihre Adresse. Legen Sie in der Arbeitsumgebung einen Browser fest.</translation>
+    </message>
+    <message>
+        <source>Save the machine file</source>
+        <translation>Maschinendatei speichern</translation>
     </message>
 </context>
 <context>
@@ -1168,6 +1196,299 @@
             <numerusform>%n Problem</numerusform>
             <numerusform>%n Probleme</numerusform>
         </translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::PostedJobs</name>
+    <message>
+        <source>Job</source>
+        <translation>Auftrag</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Machine</source>
+        <translation>Maschine</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>Fortschritt</translation>
+    </message>
+    <message>
+        <source>Age</source>
+        <translation>Alter</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::PostedPanel</name>
+    <message>
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+    <message>
+        <source>The Machine Manager is not there</source>
+        <translation>Der Machine Manager ist nicht da</translation>
+    </message>
+    <message>
+        <source>The Machine Manager is starting</source>
+        <translation>Der Machine Manager startet</translation>
+    </message>
+    <message>
+        <source>Your jobs are shown as soon as it is there.</source>
+        <translation>Ihre Aufträge werden gezeigt, sobald er da ist.</translation>
+    </message>
+    <message>
+        <source>No jobs yet</source>
+        <translation>Noch keine Aufträge</translation>
+    </message>
+    <message>
+        <source>Attach a machine of the Machine Manager and post a job: it goes on when this window is closed, and is shown here with its state.</source>
+        <translation>Wählen Sie eine Maschine des Machine Managers und übergeben Sie einen Auftrag: Er läuft weiter, wenn dieses Fenster geschlossen ist, und wird hier mit seinem Zustand gezeigt.</translation>
+    </message>
+    <message>
+        <source>The jobs are shown as they were last. %1</source>
+        <translation>Die Aufträge sind so gezeigt, wie sie zuletzt waren. %1</translation>
+    </message>
+    <message>
+        <source>Machine: %1</source>
+        <translation>Maschine: %1</translation>
+    </message>
+    <message>
+        <source>Copies: %1 of %2 are done</source>
+        <translation>Kopien: %1 von %2 sind fertig</translation>
+    </message>
+    <message>
+        <source>Posted: %1</source>
+        <translation>Übergeben: %1</translation>
+    </message>
+    <message>
+        <source>%p %</source>
+        <translation>%p %</translation>
+    </message>
+    <message>
+        <source>%p % · %1</source>
+        <translation>%p % · %1</translation>
+    </message>
+    <message>
+        <source>My jobs</source>
+        <translation>Meine Aufträge</translation>
+    </message>
+    <message>
+        <source>About the selected job</source>
+        <translation>Zum ausgewählten Auftrag</translation>
+    </message>
+    <message>
+        <source>Progress of the selected job</source>
+        <translation>Fortschritt des ausgewählten Auftrags</translation>
+    </message>
+    <message>
+        <source>Start the Machine Manager</source>
+        <translation>Machine Manager starten</translation>
+    </message>
+    <message>
+        <source>Show older jobs</source>
+        <translation>Ältere Aufträge zeigen</translation>
+    </message>
+    <message>
+        <source>Save machine file as…</source>
+        <translation>Maschinendatei speichern als…</translation>
+    </message>
+    <message>
+        <source>Show in the browser</source>
+        <translation>Im Browser zeigen</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::PostedWords</name>
+    <message>
+        <source>Queued</source>
+        <translation>Wartet</translation>
+    </message>
+    <message>
+        <source>Held</source>
+        <translation>Zurückgehalten</translation>
+    </message>
+    <message>
+        <source>In progress</source>
+        <translation>In Arbeit</translation>
+    </message>
+    <message>
+        <source>Stopped</source>
+        <translation>Steht still</translation>
+    </message>
+    <message>
+        <source>Cancelled</source>
+        <translation>Abgebrochen</translation>
+    </message>
+    <message>
+        <source>Failed</source>
+        <translation>Fehlgeschlagen</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+    <message>
+        <source>Its platform file is on its way to the manager.</source>
+        <translation>Seine Plattformdatei ist auf dem Weg zum Manager.</translation>
+    </message>
+    <message>
+        <source>It is held until somebody releases it.</source>
+        <translation>Er ist zurückgehalten, bis ihn jemand freigibt.</translation>
+    </message>
+    <message>
+        <source>It waits for a machine.</source>
+        <translation>Er wartet auf eine Maschine.</translation>
+    </message>
+    <message>
+        <source>Its machine file is being made.</source>
+        <translation>Seine Maschinendatei wird erstellt.</translation>
+    </message>
+    <message>
+        <source>Its machine file goes to the printer.</source>
+        <translation>Seine Maschinendatei geht an den Drucker.</translation>
+    </message>
+    <message>
+        <source>The printer is being told to begin.</source>
+        <translation>Dem Drucker wird gesagt, dass er beginnen soll.</translation>
+    </message>
+    <message>
+        <source>It is being printed.</source>
+        <translation>Er wird gedruckt.</translation>
+    </message>
+    <message>
+        <source>The printer was told to begin, and nobody knows whether it did. Look at it.</source>
+        <translation>Der Drucker sollte beginnen, und niemand weiß, ob er es tat. Sehen Sie nach ihm.</translation>
+    </message>
+    <message>
+        <source>The printer began and stands still, or is out of reach.</source>
+        <translation>Der Drucker hat begonnen und steht still oder ist nicht erreichbar.</translation>
+    </message>
+    <message>
+        <source>It is being cancelled.</source>
+        <translation>Er wird abgebrochen.</translation>
+    </message>
+    <message>
+        <source>Somebody cancelled it.</source>
+        <translation>Jemand hat ihn abgebrochen.</translation>
+    </message>
+    <message>
+        <source>It failed.</source>
+        <translation>Er ist fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>It is done.</source>
+        <translation>Er ist fertig.</translation>
+    </message>
+    <message>
+        <source>Hold</source>
+        <translation>Zurückhalten</translation>
+    </message>
+    <message>
+        <source>The job waits until it is released.</source>
+        <translation>Der Auftrag wartet, bis er freigegeben wird.</translation>
+    </message>
+    <message>
+        <source>Release</source>
+        <translation>Freigeben</translation>
+    </message>
+    <message>
+        <source>The job goes to a machine as soon as one fits.</source>
+        <translation>Der Auftrag geht an eine Maschine, sobald eine passt.</translation>
+    </message>
+    <message>
+        <source>Cancel the job</source>
+        <translation>Auftrag abbrechen</translation>
+    </message>
+    <message>
+        <source>The job ends here.</source>
+        <translation>Der Auftrag endet hier.</translation>
+    </message>
+    <message>
+        <source>Cancel this job?</source>
+        <translation>Diesen Auftrag abbrechen?</translation>
+    </message>
+    <message>
+        <source>The machine is told to stop &apos;%1&apos;. A job that was cancelled cannot go on.</source>
+        <translation>Die Maschine soll mit &apos;%1&apos; aufhören. Ein abgebrochener Auftrag kann nicht weitergehen.</translation>
+    </message>
+    <message>
+        <source>Start again</source>
+        <translation>Erneut starten</translation>
+    </message>
+    <message>
+        <source>Nothing was started: the job waits for the machine once more.</source>
+        <translation>Nichts wurde gestartet: Der Auftrag wartet noch einmal auf die Maschine.</translation>
+    </message>
+    <message>
+        <source>Start this job again?</source>
+        <translation>Diesen Auftrag erneut starten?</translation>
+    </message>
+    <message>
+        <source>Look at the machine first: when it has begun after all, &apos;%1&apos; is printed twice.</source>
+        <translation>Sehen Sie zuerst nach der Maschine: Hat sie doch begonnen, wird &apos;%1&apos; zweimal gedruckt.</translation>
+    </message>
+    <message>
+        <source>It is printed</source>
+        <translation>Er ist gedruckt</translation>
+    </message>
+    <message>
+        <source>The machine has made it: the job is done.</source>
+        <translation>Die Maschine hat ihn gefertigt: Der Auftrag ist fertig.</translation>
+    </message>
+    <message>
+        <source>Is this job printed?</source>
+        <translation>Ist dieser Auftrag gedruckt?</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is done then, and the machine takes the next job: its plate must be free.</source>
+        <translation>&apos;%1&apos; ist dann fertig, und die Maschine nimmt den nächsten Auftrag: Ihre Platte muss frei sein.</translation>
+    </message>
+    <message>
+        <source>What is loaded will do</source>
+        <translation>Was geladen ist, genügt</translation>
+    </message>
+    <message>
+        <source>The job may start whatever the machine is loaded with.</source>
+        <translation>Der Auftrag darf starten, womit auch immer die Maschine geladen ist.</translation>
+    </message>
+    <message>
+        <source>Will what is loaded do?</source>
+        <translation>Genügt, was geladen ist?</translation>
+    </message>
+    <message>
+        <source>&apos;%1&apos; is started although the machine may be loaded with something else than it was prepared for.</source>
+        <translation>&apos;%1&apos; wird gestartet, obwohl die Maschine vielleicht mit etwas anderem geladen ist, als wofür er vorbereitet wurde.</translation>
+    </message>
+    <message>
+        <source>%1 %</source>
+        <translation>%1 %</translation>
+    </message>
+    <message>
+        <source>under 1 min</source>
+        <translation>unter 1 min</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min</source>
+        <translation>%1 h %2 min</translation>
+    </message>
+    <message>
+        <source>%1 d</source>
+        <translation>%1 T</translation>
+    </message>
+    <message>
+        <source>any that fits</source>
+        <translation>jede, die passt</translation>
+    </message>
+    <message>
+        <source>%1 · number %2</source>
+        <translation>%1 · Nummer %2</translation>
     </message>
 </context>
 <context>

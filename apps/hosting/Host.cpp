@@ -107,6 +107,8 @@ void Host::_Refuse(MachineService::ServiceId i_service) const
     if (i_service == MachineService::ServiceId::BuildProcessors)
         throw HostingError(tr("The Build Processors did not start."));
     const auto reason = _reasons->Get(i_service);
+    if (i_service == MachineService::ServiceId::MachineManager && reason.empty())
+        throw HostingError(tr("The Machine Manager did not start."));
     throw HostingError(reason.empty()
                            ? tr("The machine service number %1 did not start.").arg(static_cast<int>(i_service))
                            : QString::fromStdString(reason));
@@ -126,6 +128,8 @@ std::vector<MachineService::ServiceId> Host::BeginServices()
             throw HostingError(tr("The Build Processors cannot be started."));
         started.push_back(ServiceId::BuildProcessors);
     }
+    if (_choice.hasManager && _client->Start(ServiceId::MachineManager))
+        started.push_back(ServiceId::MachineManager);
     // One after the other, up to the first number that is not there.
     for (auto number = FirstEndpointService;; ++number) {
         try {
@@ -138,6 +142,16 @@ std::vector<MachineService::ServiceId> Host::BeginServices()
             if (_IsNeeded(static_cast<ServiceId>(number)))
                 _Refuse(static_cast<ServiceId>(number));
         }
+    }
+}
+
+bool Host::StartManager()
+{
+    try {
+        return _client->Start(MachineService::ServiceId::MachineManager);
+    } catch (const MachineService::CommunicationException& failure) {
+        _reasons->Set(MachineService::ServiceId::MachineManager, failure.what());
+        _Refuse(MachineService::ServiceId::MachineManager);
     }
 }
 

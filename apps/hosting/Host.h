@@ -44,7 +44,12 @@ public:
     /// \return those that were started, in the order of their numbers.
     /// \throws HostingError when the Build Processors, or a service of the command line, cannot be started.
     std::vector<MachineService::ServiceId> BeginServices();
-    /// Why a service of an endpoint does not run, a sentence for the user; empty when it is not known, and for others.
+    /// Starts the user's own Machine Manager as BeginServices does where the choice has one, for a host that makes up
+    /// its mind later. Once more it tries again what has failed. There is no way back while the host lives. \return
+    /// false when there is none in this library. \throws HostingError when it cannot be started.
+    bool StartManager();
+    /// Why a service of an endpoint, or the Machine Manager, does not run, a sentence for the user; empty when
+    /// it is not known, and for others.
     QString GetServiceReason(MachineService::ServiceId i_service) const;
     /// Starts the services and waits, with the event loop turning, until each runs or has failed.
     /// \return false when i_is_cancelled says so meanwhile.

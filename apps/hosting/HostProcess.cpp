@@ -27,7 +27,7 @@ extern "C" void IgnoreSignal(int) {}
 
 } // namespace
 
-HostProcess::HostProcess()
+void HostProcess::Prepare()
 {
     // The wrong way round, so that their use fails as that of a closed stream does.
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
@@ -44,7 +44,11 @@ HostProcess::HostProcess()
 
     // A path's bytes are UTF-8 in every locale, for arguments, variables and file names of Qt as well.
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("UTF-8"));
+}
 
+HostProcess::HostProcess()
+{
+    Prepare();
     std::error_code error;
     auto parent = std::filesystem::temp_directory_path(error);
     if (!error)

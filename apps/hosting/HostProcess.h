@@ -21,6 +21,9 @@ class HostProcess
 public:
     /// \throws HostingError when there is no folder for temporary files.
     HostProcess();
+    /// The part of it that leaves the environment as it is, for programs that are no hosts: without a folder of their
+    /// own, which what they start and leave behind would still have as its own.
+    static void Prepare();
     HostProcess(const HostProcess&) = delete;
     HostProcess& operator=(const HostProcess&) = delete;
 

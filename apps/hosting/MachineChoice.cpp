@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace Hosting {
 
@@ -42,6 +43,21 @@ bool Fits(std::vector<TavAM::Part> i_parts, const MachineService::BuildVolume& i
     });
 }
 
+bool IsManaged(const Machine& i_machine)
+{
+    return i_machine.GetMachineData().serviceId == MachineService::ServiceId::MachineManager;
+}
+
+/// \param i_begins the name may be followed by another in brackets, as a manager tells its machines apart.
+bool IsCalled(const Machine& i_machine, const QString& i_wanted, bool i_begins)
+{
+    const auto data = i_machine.GetMachineData();
+    const QString name = QString::fromStdString(data.name);
+    const QString id = QString::fromStdString(boost::uuids::to_string(data.id));
+    return name.compare(i_wanted, Qt::CaseInsensitive) == 0 || id.compare(i_wanted, Qt::CaseInsensitive) == 0 ||
+           (i_begins && name.startsWith(QString(i_wanted + QStringLiteral(" (")), Qt::CaseInsensitive));
+}
+
 } // namespace
 
 QString DescribeVolume(const MachineService::MachineData& i_data)
@@ -58,21 +74,29 @@ QString DescribeVolume(const MachineService::MachineData& i_data)
 }
 
 std::optional<Machine> ChooseMachine(const std::vector<Machine>& i_machines, const QString& i_wanted,
-                                     const std::vector<TavAM::Part>& i_parts)
+                                     const std::vector<TavAM::Part>& i_parts, bool i_posts_job)
 {
-    for (const auto& machine : i_machines) {
-        const auto data = machine.GetMachineData();
-        const QString id = QString::fromStdString(boost::uuids::to_string(data.id));
-        const bool isWanted = i_wanted.isEmpty()
-                                  ? data.buildVolume && Fits(i_parts, *data.buildVolume)
-                                  : QString::fromStdString(data.name).compare(i_wanted, Qt::CaseInsensitive) == 0 ||
-                                        id.compare(i_wanted, Qt::CaseInsensitive) == 0;
-        if (isWanted)
-            return machine;
+    std::vector<Machine> ofKind;
+    std::copy_if(i_machines.begin(), i_machines.end(), std::back_inserter(ofKind),
+                 [&](const Machine& i_machine) { return IsManaged(i_machine) == i_posts_job; });
+    if (i_wanted.isEmpty()) {
+        const auto fitting = std::find_if(ofKind.begin(), ofKind.end(), [&](const Machine& i_machine) {
+            const auto volume = i_machine.GetMachineData().buildVolume;
+            return volume && Fits(i_parts, *volume);
+        });
+        if (fitting != ofKind.end())
+            return *fitting;
+        return ofKind.empty() ? std::nullopt : std::optional(ofKind.front());
     }
-    if (i_wanted.isEmpty() && !i_machines.empty())
-        return i_machines.front();
-    return std::nullopt;
+    const auto find = [&](const std::vector<Machine>& i_among, bool i_begins) -> std::optional<Machine> {
+        const auto found = std::find_if(i_among.begin(), i_among.end(), [&](const Machine& i_machine) {
+            return IsCalled(i_machine, i_wanted, i_begins);
+        });
+        return found == i_among.end() ? std::nullopt : std::optional(*found);
+    };
+    if (const auto machine = find(ofKind, false))
+        return machine;
+    return i_posts_job ? find(ofKind, true) : find(i_machines, false);
 }
 
 } // namespace Hosting

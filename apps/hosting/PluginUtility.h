@@ -17,6 +17,8 @@ struct ServiceChoice
     std::vector<MachineService::ServiceEndpoint> endpoints;
     /// The services of endpoints only: neither those in the library, nor those that the user's file names.
     bool areOnlyEndpoints = false;
+    /// Jobs are posted: the user's own Machine Manager is started, and its machines are there.
+    bool hasManager = false;
 };
 
 /// The services at these addresses, and none besides; those of the host when there is no address.

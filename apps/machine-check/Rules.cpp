@@ -34,6 +34,7 @@ const std::vector<Rule>& GetRules()
         {"R9", "A run that is cancelled fails with ERROR_CODE_PROCESSING_ABORTED within a second."},
         {"R10", "A run that is not known is refused with NOT_FOUND and \"unknown-run\", also when it is resumed."},
         {"R11", "A run that was released is forgotten, and releasing it again does no harm."},
+        {"R12", "A build that finishes with a platform leaves exactly one file beside the .TavAMX: the machine file."},
     };
     return rules;
 }

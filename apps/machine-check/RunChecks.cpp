@@ -6,6 +6,7 @@
 
 #include <boost/uuid/random_generator.hpp>
 
+#include <algorithm>
 #include <optional>
 
 namespace MachineCheck {
@@ -35,6 +36,7 @@ class CheckedRun
 public:
     CheckedRun(Session& io_session, const pb::Machine& i_machine)
         : _session(io_session)
+        , _command(i_machine.commands(0))
         , _input(InputBytes, 'm')
     {
         _order.set_run_id(MakeId());
@@ -117,16 +119,31 @@ public:
         return isGood && status.ok() ? std::optional(content) : std::nullopt;
     }
 
+    const pb::Command& GetCommand() const { return _command; }
     std::size_t GetSize() const { return _input.size(); }
 
     grpc::Status status; ///< of the last call
 
 private:
     Session& _session;
+    const pb::Command _command;
     const std::string _input;
     pb::StartRunRequest _order;
     pb::RunRequest _named;
 };
+
+/// Of a run that has finished.
+void CheckBuilt(const pb::Command& i_command, const pb::Run& i_end, Report& io_report)
+{
+    const auto told = i_end.result().data_format();
+    const auto format = told == pb::DATA_FORMAT_UNDEFINED ? i_command.data_format() : told;
+    if (i_command.type() != pb::COMMAND_TYPE_BUILD || format < pb::DATA_FORMAT_PLATFORM ||
+        format > pb::DATA_FORMAT_ADDITIONAL_PARTS)
+        return;
+    const auto beside = std::count_if(i_end.files().begin(), i_end.files().end(),
+                                      [](const auto& i_file) { return !i_file.name().ends_with(".TavAMX"); });
+    io_report.Expect(beside == 1, "R12", "There were " + std::to_string(beside) + '.');
+}
 
 void CheckEnd(CheckedRun& io_run, Report& io_report)
 {
@@ -148,6 +165,8 @@ void CheckEnd(CheckedRun& io_run, Report& io_report)
     const bool isFailed = end.phase() == pb::RUN_PHASE_FAILED;
     io_report.Expect(isFailed == (end.has_failure() && end.failure().code() != pb::ERROR_CODE_NONE), "R7",
                      isFailed ? "It failed without a failure that has a code." : "It finished with a failure.");
+    if (!isFailed)
+        CheckBuilt(io_run.GetCommand(), end, io_report);
     for (int file = 0; !isFailed && file < end.files_size(); ++file) {
         const auto& told = end.files(file);
         const auto name = TavSDK::Quote(told.name(), 100);

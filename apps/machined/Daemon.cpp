@@ -7,12 +7,15 @@
 #include "machined/Notify.h"
 #include "machined/TokenStore.h"
 #include "server/MachineServer.h"
+#include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/RunFolder.h"
 #include "tavsdk/Text.h"
 
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 namespace Machined {
 
@@ -144,6 +147,20 @@ void Announce(const Settings& i_settings, const std::vector<std::string>& i_addr
     }
 }
 
+/// Everything temporary goes below a folder of this process, so that the next daemon removes what a killed one left.
+std::unique_ptr<TavSDK::RunFolder> MakeTemporaryFolder()
+{
+    const auto parent = TavSDK::GetTemporaryFolder();
+    try {
+        auto folder = std::make_unique<TavSDK::RunFolder>(parent, "machined-");
+        setenv("TMPDIR", folder->GetPath().c_str(), 1);
+        return folder;
+    } catch (const TavSDK::FileError& failure) {
+        throw TavSDK::FileError("No folder can be made in " + TavSDK::Quote(TavSDK::ShowPath(parent)) + ": " +
+                                failure.what() + "; make room there, or set TMPDIR to another one.");
+    }
+}
+
 } // namespace
 
 void CheckSettings(const Settings& i_settings)
@@ -161,6 +178,8 @@ void CheckSettings(const Settings& i_settings)
 void RunDaemon(const Settings& i_settings)
 {
     CheckSettings(i_settings);
+    // Before any thread begins, and gone after all of them.
+    const auto temporary = MakeTemporaryFolder();
     const TokenStore tokens(GetTokenFile(i_settings));
     const auto services = CreateServicesCatalog([&](ServiceId) { return std::make_unique<Utility>(i_settings); });
     std::unique_ptr<ManagerService> manager;
@@ -183,7 +202,7 @@ void RunDaemon(const Settings& i_settings)
     Announce(i_settings, server.GetAddresses(), manager ? manager->GetAddress() : std::string());
     NotifyManager("READY=1");
     const auto isIdle = [&] {
-        return !server.HasLocalHosts() && (!manager || manager->IsIdle());
+        return !server.HasConnections() && (!manager || manager->IsIdle());
     };
     while (WaitForSignal(i_settings, isIdle) == SIGHUP)
         Reload(i_settings, *services);

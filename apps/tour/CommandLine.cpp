@@ -31,6 +31,10 @@ struct Options
         Texts::tr("Use the machine service at this address instead of the one in this program; may be given several "
                   "times. An address is unix:PATH or tls://HOST:PORT."),
         QStringLiteral("ADDRESS")};
+    const QCommandLineOption post{
+        QStringLiteral("post"),
+        Texts::tr("Post the platform as a job to the Machine Manager, which is started when it does not run, and wait "
+                  "for the job.")};
     const QCommandLineOption list{QStringLiteral("list"), Texts::tr("List the machines of the catalog and end.")};
     const QCommandLineOption exportConfig{
         QStringLiteral("export-config"),
@@ -44,7 +48,7 @@ struct Options
         io_parser.setApplicationDescription(
             Texts::tr("Takes meshes to a machine file: makes a scene, attaches a printer of the catalog, runs its "
                       "Build command and loads the result back into the scene."));
-        io_parser.addOptions({machine, command, set, service, list, exportConfig, help, version});
+        io_parser.addOptions({machine, command, set, service, post, list, exportConfig, help, version});
         io_parser.addPositionalArgument(
             QStringLiteral("mesh"),
             Texts::tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
@@ -105,6 +109,9 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
     result.command = parser.value(options.command);
     if (parser.isSet(options.command) && result.command.trimmed().isEmpty())
         return Refuse(Texts::tr("--command needs an id."));
+    result.postsJob = parser.isSet(options.post);
+    if (result.postsJob && (parser.isSet(options.command) || parser.isSet(options.service)))
+        return Refuse(Texts::tr("--post takes neither --command nor --service."));
     for (const QString& choice : parser.values(options.set)) {
         if (const QString fault = AddChoice(choice, result); !fault.isEmpty())
             return Refuse(fault);
@@ -121,12 +128,12 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
     }
     if (parser.isSet(options.list)) {
         if (!result.meshes.empty() || parser.isSet(options.machine) || parser.isSet(options.command) ||
-            parser.isSet(options.set) || parser.isSet(options.exportConfig))
+            parser.isSet(options.set) || parser.isSet(options.exportConfig) || result.postsJob)
             return Refuse(Texts::tr("--list takes neither meshes nor other options."));
         result.action = CommandLine::Action::List;
     } else if (parser.isSet(options.exportConfig)) {
-        if (!result.meshes.empty() || parser.isSet(options.command))
-            return Refuse(Texts::tr("--export-config takes neither meshes nor --command."));
+        if (!result.meshes.empty() || parser.isSet(options.command) || result.postsJob)
+            return Refuse(Texts::tr("--export-config takes neither meshes nor --command nor --post."));
         result.action = CommandLine::Action::ExportConfiguration;
     }
     return result;

@@ -27,7 +27,8 @@ struct CommandLine
     QString machine; ///< name or id of the machine; empty: the first that fits
     /// Addresses of machine services that take the place of the one in the program; none: that one.
     std::vector<std::string> services;
-    QString command; ///< name of the one command to run; empty: all, in the ribbon's order
+    bool postsJob = false; ///< to the Machine Manager, and waits for it, instead of building itself
+    QString command;       ///< name of the one command to run; empty: all, in the ribbon's order
     std::vector<std::pair<QString, QString>> choices; ///< for the platform: values by id of the choice, ids differ
     std::vector<std::filesystem::path> meshes;        ///< empty: the engine's own examples
 };

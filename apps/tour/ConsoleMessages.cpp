@@ -6,14 +6,14 @@
 
 namespace Tour {
 
-ConsoleMessages::ConsoleMessages(Transcript& io_transcript)
+ConsoleMessages::ConsoleMessages(Transcript& io_transcript, bool i_opens)
 {
-    _former = Vexlor::MessageDialogs::SetHandler([this, &io_transcript](const Vexlor::Message& i_message) {
+    _former = Vexlor::MessageDialogs::SetHandler([this, &io_transcript, i_opens](const Vexlor::Message& i_message) {
         if (i_message.kind == Vexlor::Message::Kind::Critical)
             _failure = i_message.text;
         else
             io_transcript.Line(i_message.text);
-        return static_cast<int>(i_message.buttons.size()) - 1;
+        return i_opens ? 0 : static_cast<int>(i_message.buttons.size()) - 1;
     });
 }
 

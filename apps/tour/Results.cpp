@@ -99,13 +99,18 @@ void Results::AddConfiguration(VexlorCore::DataSet& io_scene, Transcript& io_tra
                                .arg(QString::fromStdString(schema.nameSpace)));
 }
 
+std::filesystem::path Results::AddMachineFile(const std::string& i_name, Transcript& io_transcript)
+{
+    io_transcript.Line(Texts::tr("  machine file  %1").arg(FromPath(_folder / i_name)));
+    return _AddDraft(i_name);
+}
+
 void Results::AddPlatform(VexlorCore::DataSet& io_scene, bool i_must_build, Transcript& io_transcript)
 {
     const auto machineFile = Hosting::GetMachineFile(io_scene.GetPlatform());
     if (!machineFile.empty()) {
         const auto name = machineFile.filename();
-        Hosting::CopyFile(machineFile, _AddDraft(name.string()));
-        io_transcript.Line(Texts::tr("  machine file  %1").arg(FromPath(_folder / name)));
+        Hosting::CopyFile(machineFile, AddMachineFile(name.string(), io_transcript));
         io_transcript.Line(QStringLiteral("                %1").arg(FromPath(machineFile)));
     } else if (i_must_build) {
         throw HostingError(Texts::tr("The machine returned no machine file."));

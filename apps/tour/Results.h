@@ -43,6 +43,8 @@ public:
     void AddConfiguration(VexlorCore::DataSet& io_scene, Transcript& io_transcript);
     /// \param i_must_build whether a platform without machine file is a failure.
     void AddPlatform(VexlorCore::DataSet& io_scene, bool i_must_build, Transcript& io_transcript);
+    /// \return where it is to be written, which is for the caller.
+    std::filesystem::path AddMachineFile(const std::string& i_name, Transcript& io_transcript);
 
     /// Gives everything that was added, and the transcript, its name.
     void Publish();

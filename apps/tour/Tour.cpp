@@ -5,6 +5,7 @@
 #include "tour/ConsoleProgress.h"
 #include "tour/Output.h"
 #include "tour/PlatformStep.h"
+#include "tour/PostStep.h"
 #include "tour/Results.h"
 #include "tour/Transcript.h"
 
@@ -108,6 +109,13 @@ void ShowEstimates(const Hosting::Estimates& i_estimates, Transcript& io_transcr
     }
 }
 
+Hosting::ServiceChoice ChooseServices(const CommandLine& i_command_line)
+{
+    auto choice = Hosting::ChooseServices(i_command_line.services);
+    choice.hasManager = i_command_line.postsJob;
+    return choice;
+}
+
 class Tour
 {
 public:
@@ -123,6 +131,8 @@ private:
     Machine _Attach();
     void _CreatePlatform(const Machine& i_machine);
     void _LoadParts(const Machine& i_machine);
+    void _RunCommands();
+    void _Post();
     bool _MustBuild() const;
     void _ShowEstimates();
 
@@ -140,9 +150,9 @@ Tour::Tour(const CommandLine& i_command_line, const std::filesystem::path& i_out
     : _commandLine(i_command_line)
     , _results(i_out_dir)
     , _transcript(_results.GetTranscriptDraft())
-    , _host(_results.GetDocumentsDir(), _results.GetMachinesDir(), Hosting::ChooseServices(i_command_line.services))
+    , _host(_results.GetDocumentsDir(), _results.GetMachinesDir(), ChooseServices(i_command_line))
     , _interrupts([this] { _host.GetApiProvider().CancelCurrentJob(); })
-    , _messages(_transcript)
+    , _messages(_transcript, i_command_line.postsJob)
 {
     _transcript.SetOutputFailureHandler([this] { _interrupts.Interrupt(); });
     _host.GetApiProvider().SetProgressDisplay(std::make_shared<ConsoleProgress>(_transcript));
@@ -210,9 +220,10 @@ void Tour::_Run()
         _transcript.Line(Texts::tr("Scene"));
         _LoadParts(machine);
         _interrupts.ThrowIfInterrupted();
-        RunCommands(_host, *_scene, _commandLine.command, _interrupts, _messages, _transcript);
-        _transcript.Line(Texts::tr("Estimates"));
-        _ShowEstimates();
+        if (_commandLine.postsJob)
+            _Post();
+        else
+            _RunCommands();
     }
     _transcript.Line(Texts::tr("Files"));
     if (isExport)
@@ -240,7 +251,7 @@ void Tour::_ReadMeshes()
 Machine Tour::_Attach()
 {
     const QString& wanted = _commandLine.machine;
-    const auto machine = Hosting::ChooseMachine(_host.GetClient().GetMachines(), wanted, _parts);
+    const auto machine = Hosting::ChooseMachine(_host.GetClient().GetMachines(), wanted, _parts, _commandLine.postsJob);
     if (!machine)
         throw HostingError(Texts::tr("No machine is called '%1'; --list shows the catalog.").arg(wanted));
     const auto data = machine->GetMachineData();
@@ -272,8 +283,26 @@ void Tour::_LoadParts(const Machine& i_machine)
     _scene->GetParts() = std::move(_parts);
 }
 
+void Tour::_RunCommands()
+{
+    RunCommands(_host, *_scene, _commandLine.command, _interrupts, _messages, _transcript);
+    _transcript.Line(Texts::tr("Estimates"));
+    _ShowEstimates();
+}
+
+void Tour::_Post()
+{
+    const PageAddress page;
+    RunCommands(_host, *_scene, QString::fromLatin1(MachineService::BPCommandNamePostJob), _interrupts, _messages,
+                _transcript);
+    _transcript.Line(Texts::tr("Job"));
+    AwaitJob(page.Get(), _interrupts, _results, _transcript);
+}
+
 bool Tour::_MustBuild() const
 {
+    if (_commandLine.postsJob)
+        return false;
     return _commandLine.command.isEmpty() ||
            _commandLine.command.compare(QLatin1String(MachineService::BPCommandNameBuild), Qt::CaseInsensitive) == 0;
 }

@@ -28,7 +28,8 @@ CommandLine ParseCommandLine(const QStringList& i_arguments)
         Texts::tr(
             "Plays the steps of a file first, one a line: attach NAME, platform, accept, command ID, open FILE, new, "
             "tab "
-            "NUMBER, select NUMBER, search WORDS, cancel, close, shortcuts, settings, report, language CODE, lengths "
+            "NUMBER, select NUMBER, search WORDS, cancel, close, manager, shortcuts, settings, report, language CODE, "
+            "lengths "
             "UNIT, theme NAME, size WIDTHxHEIGHT, wait."),
         QStringLiteral("FILE"));
     const QCommandLineOption service(

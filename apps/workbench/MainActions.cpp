@@ -50,6 +50,8 @@ constexpr ActionRow ActionRows[] = {
      "Ctrl+Shift+N", "platform"},
     {MainActions::Detach, MainActions::MachineMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Detach the machine"),
      "", ""},
+    {MainActions::UseManager, MainActions::MachineMenu,
+     QT_TRANSLATE_NOOP("Workbench::MainActions", "&Use the Machine Manager"), "", "", true},
     {MainActions::CancelJob, MainActions::MachineMenu,
      QT_TRANSLATE_NOOP("Workbench::MainActions", "&Cancel the running job"), "Ctrl+.", "stop", true},
     {MainActions::Shortcuts, MainActions::HelpMenu, QT_TRANSLATE_NOOP("Workbench::MainActions", "&Keyboard shortcuts"),

@@ -33,6 +33,7 @@ public:
         FindMachine,
         NewPlatform,
         Detach,
+        UseManager,
         CancelJob,
         Settings,
         Shortcuts,

@@ -85,10 +85,13 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     restoreState(io_preferences.GetWindow(QStringLiteral("state")));
     _machines.SetServiceReason([this](MachineService::ServiceId i_id) { return _host.GetServiceReason(i_id); });
     _showsAll->store(io_preferences.ShowsAllMachines());
-    io_host.SetMachineRule([shows_all = _showsAll](const MachineService::MachineData& i_data) {
-        return *shows_all ||
-               (i_data.buildVolume && i_data.representation != MachineService::MachineRepresentation::Template);
-    });
+    io_host.SetMachineRule(
+        [shows_all = _showsAll, has_manager = _hasManager](const MachineService::MachineData& i_data) {
+            if (i_data.serviceId == MachineService::ServiceId::MachineManager && !*has_manager)
+                return false;
+            return *shows_all ||
+                   (i_data.buildVolume && i_data.representation != MachineService::MachineRepresentation::Template);
+        });
     connect(&io_preferences, &Preferences::MachinesChanged, this, [this] {
         if (_showsAll->exchange(_preferences.ShowsAllMachines()) != _preferences.ShowsAllMachines())
             _host.GetClient().InvalidateProxyMachineCatalog();
@@ -99,6 +102,7 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     } catch (const Hosting::HostingError& failure) {
         _boxes.ShowLater(QString::fromUtf8(failure.what()));
     }
+    _MakeManager();
 }
 
 MainWindow::~MainWindow()
@@ -111,6 +115,7 @@ MainWindow::~MainWindow()
     while (_tabs->count() > 0)
         delete _tabs->widget(0);
     delete _ribbon;
+    _RemovePostedPanel();
 }
 
 QDockWidget* MainWindow::_AddDock(const QString& i_name, Qt::DockWidgetArea i_area, QWidget* ip_panel)
@@ -161,6 +166,8 @@ void MainWindow::_SetTexts()
     _machinesDock->setWindowTitle(tr("Machines"));
     _sideDock->setWindowTitle(tr("Parts"));
     _jobsDock->setWindowTitle(tr("Jobs"));
+    if (_postedDock)
+        _postedDock->setWindowTitle(tr("My jobs"));
     _tabs->setAccessibleName(tr("Open scenes"));
     for (VexlorCore::DataSet* const scene : _book.GetScenes())
         _ShowScene(scene);

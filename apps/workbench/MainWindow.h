@@ -37,6 +37,8 @@ class EmptyState;
 class JobsPanel;
 class MachinesPanel;
 struct PlatformForm;
+class PostedJobs;
+class PostedPanel;
 class PrinterRibbon;
 class ScenePage;
 
@@ -61,6 +63,10 @@ public:
     FailureBoxes& GetBoxes() { return _boxes; }
     LoopWatch& GetLoopWatch() { return _watch; }
     Preferences& GetPreferences() { return _preferences; }
+    /// Of the Machine Manager; null while it is not used.
+    PostedJobs* GetPostedJobs() const { return _postedJobs; }
+    /// It runs and tells its jobs, or it is told that it does not; so while it is not used.
+    bool IsManagerSettled() const;
     /// Of the active scene; null when there is none.
     ScenePage* GetPage() const;
 
@@ -118,6 +124,15 @@ private:
     void _ShowSettings();
     void _ShowSupportReport();
     void _FollowSettings();
+    /// The action that uses the Machine Manager; away where this program is built without one.
+    void _MakeManager();
+    /// As the preferences say: its service, its machines and the panel with the jobs.
+    void _UseManager();
+    void _StartManager();
+    void _NoteManager(MachineService::ServiceStatus i_status);
+    void _MakePostedPanel();
+    void _RemovePostedPanel();
+    void _SavePosted(const QString& i_job, const QString& i_name);
     void _KeepWindow();
     void _OpenNext();
     QString _MakePlatform(MachineService::IPlatformCreator& io_creator, const PlatformForm& i_form, int i_parts);
@@ -143,6 +158,9 @@ private:
     QDockWidget* _machinesDock;
     QDockWidget* _jobsDock;
     QDockWidget* _sideDock;
+    QDockWidget* _postedDock = nullptr; ///< and what is in it: null while the Machine Manager is not used
+    PostedJobs* _postedJobs = nullptr;
+    PostedPanel* _postedPanel = nullptr;
     QLabel* _status;
     std::map<const VexlorCore::DataSet*, std::uint64_t> _estimated; ///< state of the scene that its figures are of
     QStringList _toOpen;                                            ///< again; the active one last
@@ -151,6 +169,9 @@ private:
     std::vector<QPointer<QAction>> _plateActions; ///< in the menus now
     /// Also machines that the rule leaves out; read by the services' threads.
     const std::shared_ptr<std::atomic<bool>> _showsAll = std::make_shared<std::atomic<bool>>(false);
+    /// Its machines are there; read by the services' threads.
+    const std::shared_ptr<std::atomic<bool>> _hasManager = std::make_shared<std::atomic<bool>>(false);
+    bool _isManagerStarting = false;
     bool _closesAfterJob = false;
     bool _isClosing = false;
     Background _background; ///< goes first, before what its work tells of its end

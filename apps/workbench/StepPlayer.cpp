@@ -56,7 +56,7 @@ void StepPlayer::Start()
 
 bool StepPlayer::_IsAtRest() const
 {
-    if (_window.GetBook().IsBusy() || _window.GetMachines().GetMachineCount() == 0)
+    if (_window.GetBook().IsBusy() || !_window.IsManagerSettled() || _window.GetMachines().GetMachineCount() == 0)
         return false;
     // A box is answered by the next step.
     if (_window.GetBoxes().GetOpen())
@@ -247,6 +247,10 @@ QString StepPlayer::_Play(const QString& i_step)
         {"search",
          [&] {
              return _Search(rest);
+         }},
+        {"manager",
+         [&] {
+             return trigger(MainActions::UseManager);
          }},
         {"shortcuts",
          [&] {

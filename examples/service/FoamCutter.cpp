@@ -1,5 +1,6 @@
 #include "service/FoamCutter.h"
 
+#include "contract/JobFolder.h"
 #include "contract/OfferedMachinesCatalog.h"
 #include "tavam/Platform.h"
 #include "tavam/PropertyNames.h"
@@ -59,6 +60,7 @@ CommandResult Cut(const CommandRun& i_run, const std::filesystem::path& i_jobs_d
         TavSDK::AtomicFile output(file);
         output.Write(drawing);
         output.Commit();
+        LeaveMachineFile(file, i_run.parameters.outputDir, i_run.stop); // for hosts elsewhere
         properties.SetText(Names::MachineFile, TavSDK::PathToWide(file));
     }
     return i_run.ReturnPlatform(*platform, DataFormat::Properties);

@@ -94,6 +94,13 @@ int Launch(const std::vector<std::string>& i_command, const std::filesystem::pat
     for (const auto& word : i_command)
         words.push_back(const_cast<char*>(word.c_str()));
     words.push_back(nullptr);
+    // A host's folder for temporary files may be its own, and go with it.
+    std::vector<char*> environment;
+    for (char** entry = environ; *entry; ++entry) {
+        if (std::strncmp(*entry, "TMPDIR=", std::strlen("TMPDIR=")) != 0)
+            environment.push_back(*entry);
+    }
+    environment.push_back(nullptr);
     int ends[2] = {-1, -1};
     const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
     const int log = open(i_log.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR);
@@ -108,7 +115,7 @@ int Launch(const std::vector<std::string>& i_command, const std::filesystem::pat
         dup2(ends[1], STDOUT_FILENO);
         dup2(log >= 0 ? log : null, STDERR_FILENO);
         if (chdir("/") == 0)
-            execv(words.front(), words.data());
+            execve(words.front(), words.data(), environment.data());
         _exit(127);
     }
     for (const int file : {null, log, ends[1]}) {
@@ -150,6 +157,18 @@ void AwaitReady(int i_output, const std::stop_token& i_stop)
     }
 }
 
+/// Another host may have been faster: its manager is as good, and may still be on its way.
+bool AwaitListening(const std::filesystem::path& i_socket, const std::stop_token& i_stop)
+{
+    constexpr std::chrono::seconds longest(2);
+    constexpr int interval = 20; // ms
+    for (const auto end = Clock::now() + longest; !IsListening(i_socket); poll(nullptr, 0, interval)) {
+        if (Clock::now() > end || i_stop.stop_requested())
+            return false;
+    }
+    return true;
+}
+
 std::string ReadLastLine(const std::filesystem::path& i_log)
 {
     std::string last;
@@ -187,8 +206,7 @@ void EnsureManager(const AbstractPluginUtility& i_utility, const std::stop_token
         close(output);
         if (i_stop.stop_requested())
             throw CommunicationException(ErrorCode::ProcessingAborted);
-        // Another host may have been faster, and its manager is as good.
-        if (IsListening(socket))
+        if (AwaitListening(socket, i_stop))
             return;
         const auto last = ReadLastLine(log);
         constexpr std::size_t longest = 300;

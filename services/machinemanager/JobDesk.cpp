@@ -89,8 +89,10 @@ NewJob JobDesk::Impl::Checked(NewJob i_job, const Actor& i_actor) const
     return i_job;
 }
 
-void JobDesk::Impl::TakeFacts(const PlatformFacts& i_facts, NewJob& o_job)
+void JobDesk::Impl::TakeFacts(const PlatformFacts& i_facts, NewJob& o_job) const
 {
+    if (!o_job.picture && !i_facts.picture.empty())
+        o_job.picture = files.AddBytes(i_facts.picture, "plate.png");
     o_job.needs = i_facts.needs;
     o_job.needs.model = Clean(o_job.needs.model);
     o_job.needs.material = Clean(o_job.needs.material);
@@ -130,6 +132,12 @@ void JobDesk::Impl::Explain(Job& io_job, const std::vector<BoardMachine>& i_mach
     // An attempt that failed says so itself.
     if (io_job.notBefore && *io_job.notBefore > store.Now())
         return;
+    // Several daemons at one store whose folders of files are not the same one.
+    if (!files.Has(io_job.platform.hash)) {
+        io_job.waitReason = "resources-are-not-ready";
+        io_job.detail = "The job's files are not in this daemon's folder; it waits for the daemon that has them.";
+        return;
+    }
     io_job.detail.clear();
     for (const auto& machine : i_machines) {
         if (!IsFor(io_job, machine))
@@ -170,7 +178,7 @@ Job JobDesk::Submit(const Actor& i_actor, NewJob i_job, const std::filesystem::p
     if (const auto known = _impl->store.Find(i_job.id))
         return _impl->Explained(*known);
     auto job = _impl->Checked(std::move(i_job), i_actor);
-    Impl::TakeFacts(ReadFacts(i_platform), job);
+    _impl->TakeFacts(ReadFacts(i_platform), job);
     job.platform = _impl->files.Add(i_platform, job.platform.name);
     return _impl->Explained(_impl->store.Add(job, true));
 }
@@ -212,11 +220,15 @@ Job JobDesk::FinishUpload(const Actor& i_actor, const boost::uuids::uuid& i_id)
     if (job.phase != JobPhase::Incoming)
         return _impl->Explained(std::move(job));
     const auto kept = _impl->files.Finish(i_id, job.platform);
-    const auto facts = ReadFacts(_impl->files.GetPath(kept.hash));
+    NewJob told = job;
+    _impl->TakeFacts(ReadFacts(_impl->files.GetPath(kept.hash)), told);
     job = _impl->store.Change(
         i_id, {job.isDraft ? JobEvent::ReceivedDraft : JobEvent::Received, i_actor.name, {}, [&](Job& io_job) {
                    io_job.platform = kept;
-                   Impl::TakeFacts(facts, io_job);
+                   io_job.picture = told.picture;
+                   io_job.needs = told.needs;
+                   io_job.estimates = told.estimates;
+                   io_job.settings = told.settings;
                }});
     return _impl->Explained(std::move(job));
 }

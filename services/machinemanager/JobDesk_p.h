@@ -23,7 +23,7 @@ struct JobDesk::Impl
     void CheckTarget(const JobTarget& i_target) const;
     /// \throws ManagerError BadInput.
     NewJob Checked(NewJob i_job, const Actor& i_actor) const;
-    static void TakeFacts(const PlatformFacts& i_facts, NewJob& o_job);
+    void TakeFacts(const PlatformFacts& i_facts, NewJob& o_job) const;
     /// Subject and state of a sentence.
     static std::string DescribePhase(const Job& i_job);
     /// \throws ManagerError Forbidden.

@@ -1,16 +1,13 @@
 #include "remote/CanRunCall.h"
 
+#include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"
 #include "remote/Trouble.h"
 #include "wire/Conversions.h"
 
-#include <algorithm>
-
 namespace MachineService::Remote {
 
 namespace {
-
-constexpr int MaxAnswers = 1000;
 
 CanRunStore::Answers AskService(const RemoteService& i_service, Connection& io_connection,
                                 const pb::MachineReference& i_machine)
@@ -20,18 +17,10 @@ CanRunStore::Answers AskService(const RemoteService& i_service, Connection& io_c
     *request.mutable_machine() = i_machine;
     pb::CanRunAnswers reply;
     const auto status = io_connection.GetStub().GetCanRunAnswers(&call.GetContext(), request, &reply);
-    CanRunStore::Answers answers;
-    if (IsUnknownCall(status)) {
-        answers.areAllYes = true;
-        return answers;
-    }
+    if (IsUnknownCall(status))
+        return {{}, true};
     i_service.Check(status, call.GetContext(), {});
-    for (int index = 0; index < std::min(reply.answers_size(), MaxAnswers); ++index) {
-        const auto& answer = reply.answers(index);
-        answers.commands[Wire::ToUuid(answer.command_id(), "command's id")] = {
-            answer.can_run(), Wire::GetText(answer.reason(), "reason why a command cannot run")};
-    }
-    return answers;
+    return ToAnswers(reply);
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "contract/Failure.h"
 #include "remote/CertificateLook.h"
+#include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
@@ -23,11 +24,6 @@ constexpr std::chrono::seconds ConnectDeadlineElsewhere(10);
 constexpr std::chrono::seconds LongestLook(2);
 constexpr std::uint64_t MaxAuthorityBytes = 10'000'000;
 constexpr int MaxLanguages = 10;
-constexpr int MaxComponents = 100;
-/// Of a service that tells none.
-constexpr std::chrono::milliseconds DefaultGrace(60'000);
-constexpr std::chrono::milliseconds LongestGrace(24 * 3600 * 1000);
-constexpr std::chrono::milliseconds HeartbeatSlack(2'000);
 
 std::string ReadAuthority(const RemoteService& i_service)
 {
@@ -41,24 +37,6 @@ std::string ReadAuthority(const RemoteService& i_service)
                                        TavSDK::Quote(TavSDK::ShowPath(i_service.authorityFile)) +
                                        ", cannot be read: " + failure.what() + '.');
     }
-}
-
-ServiceTold FromMessage(const pb::ServiceInformation& i_information)
-{
-    using std::chrono::milliseconds;
-    ServiceTold told;
-    told.name = i_information.name();
-    for (const auto& component : i_information.components()) {
-        if (told.components.size() < MaxComponents)
-            told.components.emplace_back(component.name(), component.version());
-    }
-    if (const auto heartbeat = i_information.heartbeat_interval_ms())
-        told.longestSilence = 2 * std::min(milliseconds(heartbeat), LongestGrace) + HeartbeatSlack;
-    told.grace = i_information.host_grace_ms() == 0
-                     ? DefaultGrace
-                     : std::min(milliseconds(i_information.host_grace_ms()), LongestGrace);
-    told.largestInput = i_information.largest_input_bytes();
-    return told;
 }
 
 } // namespace
@@ -91,7 +69,7 @@ std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::s
         throw TroubleException(Trouble::HostTooOld, i_service.address);
     if (information.protocol_revision() < Wire::OldestServiceRevision)
         throw TroubleException(Trouble::ServiceTooOld, i_service.address);
-    connection->told = FromMessage(information);
+    connection->told = ToServiceTold(information);
     connection->requiresAuthentication = information.requires_authentication();
     return connection;
 }

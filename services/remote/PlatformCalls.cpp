@@ -1,6 +1,7 @@
 #include "remote/PlatformCalls.h"
 
 #include "contract/Failure.h"
+#include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"
 #include "remote/Trouble.h"
 #include "tavsdk/Text.h"
@@ -15,97 +16,12 @@ namespace {
 
 /// Between two messages: a machine may have to work for its answer.
 constexpr std::chrono::seconds LongestSilence(60);
-constexpr int MaxItems = 1000;
 constexpr std::size_t MaxShownName = 200;
-
-/// Takes the answer about a platform in.
-class ReplyReader
-{
-public:
-    explicit ReplyReader(ProgressWatcher* iop_watcher)
-        : _watcher(iop_watcher)
-    {}
-
-    void Take(const pb::PlatformReply& i_reply)
-    {
-        switch (i_reply.reply_case()) {
-        case pb::PlatformReply::kPercent:
-            if (_watcher)
-                _watcher->SetProgress(static_cast<int>(std::min(i_reply.percent(), 100U)));
-            break;
-        case pb::PlatformReply::kHeader:
-            _TakeHeader(i_reply.header());
-            break;
-        case pb::PlatformReply::kChunk:
-            _TakeChunk(i_reply.chunk());
-            break;
-        default:
-            break;
-        }
-    }
-
-    bool IsComplete() const { return _header && _bytes.size() == _size; }
-    const pb::PlatformHeader& GetHeader() const { return *_header; }
-    std::string GetXml() const { return _bytes.substr(0, _header->xml_bytes()); }
-    std::vector<Platform> GetItems() const
-    {
-        std::vector<Platform> items;
-        std::uint64_t offset = _header->xml_bytes();
-        for (const auto& item : _header->items()) {
-            items.push_back({static_cast<PlatformDataKind>(item.kind()), _bytes.substr(offset, item.size_bytes())});
-            offset += item.size_bytes();
-        }
-        return items;
-    }
-    bool IsDamaged() const { return _isDamaged; }
-
-private:
-    void _TakeHeader(const pb::PlatformHeader& i_header)
-    {
-        if (_header || i_header.items_size() > MaxItems)
-            _Refuse();
-        _size = _Add(0, i_header.xml_bytes());
-        for (const auto& item : i_header.items())
-            _size = _Add(_size, item.size_bytes());
-        _header = i_header;
-        _reader.emplace(_size);
-    }
-    void _TakeChunk(const pb::Chunk& i_chunk)
-    {
-        if (!_reader)
-            _Refuse();
-        const auto piece =
-            _reader->Take(Wire::ToPiece(i_chunk), [this](std::string_view i_bytes) { _bytes += i_bytes; });
-        if (piece == Wire::ChunkReader::Piece::TooLong)
-            _Refuse();
-        _isDamaged = _isDamaged || piece != Wire::ChunkReader::Piece::Taken;
-    }
-    static std::uint64_t _Add(std::uint64_t i_size, std::uint64_t i_more)
-    {
-        if (i_more > Wire::MaxPlatformBytes - i_size)
-            Fail(ErrorCode::InternalError,
-                 "The machine service announced a platform that is too large to be taken: it needs to be repaired.");
-        return i_size + i_more;
-    }
-    [[noreturn]] static void _Refuse()
-    {
-        Fail(ErrorCode::InternalError,
-             "The machine service sent an answer about a platform that is not understood: it needs to be renewed or "
-             "repaired.");
-    }
-
-    ProgressWatcher* const _watcher;
-    std::optional<pb::PlatformHeader> _header;
-    std::optional<Wire::ChunkReader> _reader;
-    std::uint64_t _size = 0;
-    std::string _bytes;
-    bool _isDamaged = false;
-};
 
 /// Reads all replies of a stream.
 /// \return its status, unless that is to be thrown.
 template <class Stream>
-grpc::Status ReadReplies(RemoteService& io_service, Call& io_call, Stream& io_stream, ReplyReader& io_reader,
+grpc::Status ReadReplies(RemoteService& io_service, Call& io_call, Stream& io_stream, PlatformReader& io_reader,
                          const std::stop_token& i_stop)
 {
     const auto cancel = [&io_call] {
@@ -145,7 +61,7 @@ PlatformInfo AskPlatformInformation(RemoteService& io_service, const pb::Machine
     Call call(*connection, std::nullopt, {io_service.stop.get_token(), io_watcher.GetStopToken()});
     pb::PlatformInformationRequest request;
     *request.mutable_machine() = i_machine;
-    ReplyReader reader(&io_watcher);
+    PlatformReader reader(&io_watcher);
     const auto stream = connection->GetStub().GetPlatformInformation(&call.GetContext(), request);
     const auto status = ReadReplies(io_service, call, *stream, reader, io_watcher.GetStopToken());
     if (IsUnknownCall(status))
@@ -166,7 +82,7 @@ std::pair<CommandResult, Platform> AskEmptyPlatform(RemoteService& io_service, c
     pb::EmptyPlatformRequest request;
     *request.mutable_machine() = i_machine;
     request.set_parameters(i_parameters);
-    ReplyReader reader(nullptr);
+    PlatformReader reader(nullptr);
     const auto stream = connection->GetStub().GetEmptyPlatform(&call.GetContext(), request);
     const auto status = ReadReplies(io_service, call, *stream, reader, {});
     if (IsUnknownCall(status))
@@ -197,7 +113,7 @@ void SendPlatform(RemoteService& io_service, const pb::MachineReference& i_machi
             });
         stream->WritesDone();
     }
-    ReplyReader reader(&io_watcher);
+    PlatformReader reader(&io_watcher);
     const auto status = ReadReplies(io_service, call, *stream, reader, io_watcher.GetStopToken());
     if (IsUnknownCall(status))
         Fail(ErrorCode::InternalError,

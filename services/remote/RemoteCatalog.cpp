@@ -6,6 +6,7 @@
 #include "remote/Log.h"
 #include "remote/RemoteService.h"
 #include "remote/RemoteStrategy.h"
+#include "tavsdk/Path.h"
 #include "tavsdk/StopExceptions.h"
 #include "tavsdk/ThreadCollector.h"
 
@@ -21,6 +22,13 @@ std::filesystem::path GetCacheDir(const AbstractPluginUtility* ip_utility)
     return ip_utility ? ip_utility->GetCacheDir() : std::filesystem::path();
 }
 
+std::filesystem::path GetJobsDir(const AbstractPluginUtility* ip_utility)
+{
+    const auto dir = ip_utility ? ip_utility->GetDataDir()
+                                : TavSDK::GetUserFolder(TavSDK::UserFolder::Data) / "machineservice" / "services";
+    return dir / "jobs";
+}
+
 } // namespace
 
 /// Outlives the catalog where a slot on its thread destroys it; the catalog is not touched any more then.
@@ -34,7 +42,7 @@ struct RemoteCatalog::Impl final : ICatalogListener
         , statusUpdated(io_owner._serviceStatusUpdated)
         , id(i_id)
         , utility(std::move(ip_utility))
-        , service(std::make_shared<RemoteService>(i_endpoint))
+        , service(std::make_shared<RemoteService>(i_endpoint, GetJobsDir(utility.get())))
         , reader(service, *this, SnapshotFile(GetCacheDir(utility.get()), i_endpoint.address))
     {}
 

@@ -5,9 +5,10 @@
 
 namespace MachineService::Remote {
 
-RemoteService::RemoteService(const ServiceEndpoint& i_endpoint)
+RemoteService::RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir)
     : address(ParseServiceAddress(i_endpoint.address))
     , authorityFile(i_endpoint.authorityFile)
+    , jobsDir(std::move(i_jobs_dir))
 {}
 
 void RemoteService::Close()

@@ -28,7 +28,8 @@ inline constexpr std::chrono::seconds QuestionDeadline(5);
 struct RemoteService
 {
     /// \throws CommunicationException for an address that is none.
-    explicit RemoteService(const ServiceEndpoint& i_endpoint);
+    /// \param i_jobs_dir where the host keeps what machines of the service built.
+    RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir);
 
     /// Ends all calls and joins the threads. Twice is harmless.
     void Close();
@@ -46,6 +47,7 @@ struct RemoteService
 
     const ServiceAddress address;
     const std::filesystem::path authorityFile;
+    const std::filesystem::path jobsDir;
     MachineStore machines;
     IconStore icons;
     CanRunStore canRun;

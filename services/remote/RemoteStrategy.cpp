@@ -1,6 +1,7 @@
 #include "remote/RemoteStrategy.h"
 
 #include "contract/Guard.h"
+#include "contract/JobFolder.h"
 #include "contract/ReadyFuture.h"
 #include "remote/CanRunCall.h"
 #include "remote/PlatformCalls.h"
@@ -76,13 +77,20 @@ std::future<CanRunAnswer> RemoteStrategy::ExplainCanRunCommand(const boost::uuid
 std::future<CommandResult> RemoteStrategy::_Run(pb::RunKind i_kind, const CommandParameters& i_parameters) const
 {
     return ReadyIfRefused([&] {
-        _Get();
+        const auto machine = _Get();
+        RunSubject subject = {_GetReference(), i_kind, DataFormat::Undefined, {}};
+        for (const StoredCommand& command : machine->commands) {
+            if (i_kind != pb::RUN_KIND_COMMAND || command.description.id != i_parameters.commandId)
+                continue;
+            subject.dataFormat = command.description.dataFormat;
+            if (command.description.type == CommandType::Build)
+                subject.machineFolder = GetMachineFolderName(machine->data.name, machine->data.id);
+        }
         // Fails at once, and not on another thread, while the service is lost.
         _service->GetConnection();
-        return _service->workers.Submit(
-            [service = _service, reference = _GetReference(), kind = i_kind, parameters = i_parameters] {
-                return RunGuarded([&] { return RunCall(service, reference, kind, parameters).Execute(); });
-            });
+        return _service->workers.Submit([service = _service, subject, parameters = i_parameters] {
+            return RunGuarded([&] { return RunCall(service, subject, parameters).Execute(); });
+        });
     });
 }
 

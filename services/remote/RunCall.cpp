@@ -1,7 +1,9 @@
 #include "remote/RunCall.h"
 
 #include "contract/Failure.h"
+#include "remote/BuiltFiles.h"
 #include "remote/Log.h"
+#include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"
 #include "remote/Trouble.h"
 #include "tavsdk/FileError.h"
@@ -25,52 +27,18 @@ constexpr std::chrono::milliseconds FarewellDeadline(300);
 /// A service that was not told of the run yet, or is no process any more, has not got it.
 constexpr std::chrono::seconds LongestHopeless(5);
 
-RunPhase FromMessage(pb::RunPhase i_phase)
-{
-    switch (i_phase) {
-    case pb::RUN_PHASE_WAITING_FOR_INPUT:
-        return RunPhase::WaitingForInput;
-    case pb::RUN_PHASE_RUNNING:
-        return RunPhase::Running;
-    case pb::RUN_PHASE_FINISHED:
-        return RunPhase::Finished;
-    case pb::RUN_PHASE_FAILED:
-        return RunPhase::Failed;
-    default:
-        return RunPhase::Unknown;
-    }
-}
-
-RunState FromMessage(const pb::Run& i_run)
-{
-    RunState state;
-    state.phase = FromMessage(i_run.phase());
-    state.receivedBytes = i_run.received_bytes();
-    state.percent = static_cast<int>(std::min(i_run.percent(), 100U));
-    state.stage = Wire::GetText(i_run.stage(), "stage of a run");
-    if (state.phase == RunPhase::Finished) {
-        state.result = Wire::FromMessage(i_run.result());
-        if (static_cast<std::size_t>(i_run.files_size()) > Wire::MaxResultFiles)
-            Fail(ErrorCode::InternalError, "The machine service left too many files; it needs to be repaired.");
-        for (const auto& file : i_run.files())
-            state.files.push_back({file.name(), file.size_bytes(), file.sha256()});
-    }
-    if (state.phase == RunPhase::Failed)
-        state.failure = Wire::FromFailure(i_run.failure());
-    return state;
-}
-
 } // namespace
 
-RunCall::RunCall(std::shared_ptr<RemoteService> ip_service, const pb::MachineReference& i_machine, pb::RunKind i_kind,
+RunCall::RunCall(std::shared_ptr<RemoteService> ip_service, const RunSubject& i_subject,
                  const CommandParameters& i_parameters)
     : _service(std::move(ip_service))
+    , _subject(i_subject)
     , _parameters(i_parameters)
 {
     Wire::SetParameters(_request, i_parameters);
     _request.set_run_id(Wire::ToBytes(boost::uuids::random_generator()()));
-    *_request.mutable_machine() = i_machine;
-    _request.set_kind(i_kind);
+    *_request.mutable_machine() = i_subject.machine;
+    _request.set_kind(i_subject.kind);
     for (const auto& token : {_service->stop.get_token(), i_parameters.stopToken})
         _stops.emplace_back(token, [this] { _stop.request_stop(); });
 }
@@ -81,6 +49,7 @@ CommandResult RunCall::Execute()
     _OpenInput();
     try {
         _Execute();
+        _KeepBuiltFiles();
         return _transfer->GetResult();
     } catch (...) {
         _GiveUp();
@@ -140,6 +109,20 @@ void RunCall::_Execute()
     }
 }
 
+void RunCall::_KeepBuiltFiles() const
+{
+    const auto told = _transfer->GetResult().dataFormat;
+    const auto format = told == DataFormat::Undefined ? _subject.dataFormat : told;
+    if (_subject.machineFolder.empty() || format < DataFormat::Platform || format > DataFormat::AdditionalParts)
+        return;
+    std::vector<std::string> names;
+    for (const RunFile& file : _transfer->GetFiles())
+        names.push_back(file.name);
+    _Report("Keeping the machine file");
+    KeepBuiltFiles({_service->jobsDir, _subject.machineFolder, _parameters.jobName}, _parameters.outputDir, names,
+                   _stop.get_token());
+}
+
 void RunCall::_Do(RunTransfer::Step i_step)
 {
     switch (i_step) {
@@ -177,7 +160,7 @@ pb::RunRequest RunCall::_MakeRequest() const
 
 void RunCall::_HandleState(const pb::Run& i_run)
 {
-    if (_transfer->HandleState(FromMessage(i_run), RunTransfer::Clock::now()))
+    if (_transfer->HandleState(ToRunState(i_run), RunTransfer::Clock::now()))
         _Report(_transfer->GetStage());
 }
 

@@ -15,13 +15,22 @@
 
 namespace MachineService::Remote {
 
+/// What is run.
+struct RunSubject
+{
+    pb::MachineReference machine;
+    pb::RunKind kind = pb::RUN_KIND_COMMAND;
+    DataFormat dataFormat = DataFormat::Undefined; ///< of the command
+    std::string machineFolder;                     ///< of a build: see GetMachineFolderName; otherwise empty
+};
+
 /// One run of a command at a service, through any number of broken connections, as one and the same run.
 ///
 /// Thread: one; waits for the service on it.
 class RunCall
 {
 public:
-    RunCall(std::shared_ptr<RemoteService> ip_service, const pb::MachineReference& i_machine, pb::RunKind i_kind,
+    RunCall(std::shared_ptr<RemoteService> ip_service, const RunSubject& i_subject,
             const CommandParameters& i_parameters);
 
     /// \throws CommunicationException; the service was told then that the run is not wanted any more.
@@ -37,6 +46,8 @@ private:
     void _Watch();
     void _Download();
     void _Release();
+    /// Of a build that returns platforms.
+    void _KeepBuiltFiles() const;
     void _HandleState(const pb::Run& i_run);
     void _Report(const std::string& i_stage) const;
     void _Check(const grpc::Status& i_status, Call& io_call, bool i_was_idle = false) const;
@@ -47,6 +58,7 @@ private:
     std::unique_ptr<Wire::IdleWatchdog::Guard> _WatchIdle(std::chrono::milliseconds i_longest, Call& io_call);
 
     const std::shared_ptr<RemoteService> _service;
+    const RunSubject& _subject;
     const CommandParameters& _parameters;
     std::shared_ptr<Connection> _connection;
     pb::StartRunRequest _request;

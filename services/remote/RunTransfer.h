@@ -70,6 +70,8 @@ public:
     const RunFile& GetFile() const { return _files.at(_file); }
     std::uint64_t GetReceivedBytes() const { return _received; }
     const CommandResult& GetResult() const { return _result; }
+    /// What the run left, once it has finished.
+    const std::vector<RunFile>& GetFiles() const { return _files; }
 
     /// \throws the run's failure, or UnexpectedOutput when what the service says cannot be.
     /// \return whether percent or stage are others now.

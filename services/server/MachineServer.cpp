@@ -1,10 +1,11 @@
 #include "server/MachineServer.h"
 
 #include "client/interface/CommunicationException.h"
+#include "server/ConnectionListener.h"
+#include "server/ListeningSockets.h"
 #include "server/ServerState.h"
 #include "server/ServiceCalls.h"
 #include "server/TlsFiles.h"
-#include "server/UnixListener.h"
 
 #include <algorithm>
 #include <grpcpp/ext/health_check_service_server_builder_option.h>
@@ -17,6 +18,8 @@
 #include <optional>
 #include <string_view>
 #include <thread>
+
+#include <unistd.h>
 
 namespace MachineService {
 
@@ -46,18 +49,30 @@ struct MachineServer::Impl
         , calls(state)
     {}
 
+    using Acceptor = grpc::experimental::ExternalConnectionAcceptor;
+    /// One of the addresses.
+    struct Door
+    {
+        std::string address;
+        std::filesystem::path path;         ///< of a unix socket
+        std::unique_ptr<Acceptor> acceptor; ///< of TLS
+        std::vector<int> sockets;           ///< until they are listened on
+        bool hasSocketFile = false;
+    };
+
+    ~Impl();
     void Configure(grpc::ServerBuilder& io_builder);
-    void Listen(grpc::ServerBuilder& io_builder);
+    void AddDoor(const std::string& i_address, grpc::ServerBuilder& io_builder);
+    void Open(Door& io_door);
     void Tend();
 
     const MachineServerOptions options;
     Server::ServerState state;
     Server::ServiceCalls calls;
-    std::vector<std::string> addresses;
-    std::vector<int> ports; ///< as gRPC chose them
+    std::vector<Door> doors;
     std::optional<Server::CatalogFeed> feed;
     std::unique_ptr<grpc::Server> server;
-    std::vector<std::unique_ptr<Server::UnixListener>> listeners;
+    std::vector<std::unique_ptr<Server::ConnectionListener>> listeners;
     Server::Bell tendBell;
     std::atomic<bool> hasEnded = false;
     std::thread tender;
@@ -86,21 +101,63 @@ void MachineServer::Impl::Configure(grpc::ServerBuilder& io_builder)
     io_builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_TIME_MS, KeepaliveMs);
     io_builder.AddChannelArgument(GRPC_ARG_KEEPALIVE_PERMIT_WITHOUT_CALLS, 1);
     io_builder.AddChannelArgument(GRPC_ARG_HTTP2_MIN_RECV_PING_INTERVAL_WITHOUT_DATA_MS, LeastPingIntervalMs);
-    // Two services on one port would take each other's hosts.
-    io_builder.AddChannelArgument(GRPC_ARG_ALLOW_REUSEPORT, 0);
     io_builder.RegisterService(&calls);
 }
 
-void MachineServer::Impl::Listen(grpc::ServerBuilder& io_builder)
+void MachineServer::Impl::AddDoor(const std::string& i_address, grpc::ServerBuilder& io_builder)
 {
-    ports.assign(options.addresses.size(), 0);
-    for (std::size_t place = 0; place < options.addresses.size(); ++place) {
-        const std::string& address = options.addresses[place];
-        if (address.starts_with(TlsScheme))
-            io_builder.AddListeningPort(address.substr(TlsScheme.size()), Server::MakeTlsCredentials(options.tls),
-                                        &ports[place]);
-        else if (!address.starts_with(UnixScheme))
-            Fail("The address '" + address + "' is of no known kind; use unix:/PATH or tls://HOST:PORT.");
+    Door door;
+    door.address = i_address;
+    if (i_address.starts_with(UnixScheme)) {
+        door.path = i_address.substr(UnixScheme.size());
+    } else if (i_address.starts_with(TlsScheme)) {
+        door.acceptor = io_builder.experimental().AddExternalConnectionAcceptor(
+            grpc::ServerBuilder::experimental_type::ExternalConnectionType::FROM_FD,
+            Server::MakeTlsCredentials(options.tls));
+        int port = 0;
+        door.sockets = Server::ListenOnTcp(i_address.substr(TlsScheme.size()), port);
+        door.address = i_address.substr(0, i_address.rfind(':') + 1) + std::to_string(port);
+    } else {
+        Fail("The address '" + i_address + "' is of no known kind; use unix:/PATH or tls://HOST:PORT.");
+    }
+    doors.push_back(std::move(door));
+}
+
+void MachineServer::Impl::Open(Door& io_door)
+{
+    Server::ConnectionListener::Handlers handlers;
+    handlers.log = [this](const std::string& i_line) {
+        state.Log(i_line);
+    };
+    if (io_door.acceptor) {
+        handlers.take = [&acceptor = *io_door.acceptor](int i_connection) {
+            Acceptor::NewConnectionParameters parameters;
+            parameters.fd = i_connection;
+            acceptor.HandleNewConnection(&parameters);
+        };
+    } else {
+        io_door.sockets = {Server::ListenOnUnix(io_door.path)};
+        io_door.hasSocketFile = true;
+        handlers.admit = [this](int i_connection) {
+            std::string user;
+            const bool isOurs = Server::IsOfSameUser(i_connection, user);
+            if (!isOurs)
+                state.Log("A connection of user " + user + " was refused.");
+            return isOurs;
+        };
+        handlers.take = [this](int i_connection) {
+            grpc::AddInsecureChannelFromFd(server.get(), i_connection);
+        };
+    }
+    listeners.push_back(std::make_unique<Server::ConnectionListener>(std::exchange(io_door.sockets, {}),
+                                                                     options.limits.connections, std::move(handlers)));
+}
+
+MachineServer::Impl::~Impl()
+{
+    for (const Door& door : doors) {
+        for (const int socket : door.sockets)
+            close(socket);
     }
 }
 
@@ -118,17 +175,9 @@ void MachineServer::Start()
     grpc::EnableDefaultHealthCheckService(true);
     grpc::ServerBuilder builder;
     impl.Configure(builder);
-    impl.Listen(builder);
+    for (const auto& address : impl.options.addresses)
+        impl.AddDoor(address, builder);
     impl.server = builder.BuildAndStart();
-    for (std::size_t place = 0; place < impl.options.addresses.size(); ++place) {
-        std::string address = impl.options.addresses[place];
-        if (address.starts_with(TlsScheme)) {
-            if (!impl.server || impl.ports[place] == 0)
-                Fail("The address '" + address + "' cannot be listened on; look whether another program uses it.");
-            address = address.substr(0, address.rfind(':') + 1) + std::to_string(impl.ports[place]);
-        }
-        impl.addresses.push_back(address);
-    }
     if (!impl.server)
         Fail("The server cannot be started.");
     // A host that comes while the machines are still looked for waits for them.
@@ -141,13 +190,8 @@ void MachineServer::Start()
             Fail("The machines cannot be offered because their service cannot be started.");
     }
     impl.tender = std::thread([&impl] { impl.Tend(); });
-    for (const auto& address : impl.options.addresses) {
-        if (address.starts_with(UnixScheme))
-            impl.listeners.push_back(std::make_unique<Server::UnixListener>(
-                address.substr(UnixScheme.size()), impl.options.limits.connections,
-                [&impl](int i_connection) { grpc::AddInsecureChannelFromFd(impl.server.get(), i_connection); },
-                [&impl](const std::string& i_line) { impl.state.Log(i_line); }));
-    }
+    for (auto& door : impl.doors)
+        impl.Open(door);
 }
 
 void MachineServer::Stop(std::chrono::milliseconds i_drain)
@@ -163,6 +207,11 @@ void MachineServer::Stop(std::chrono::milliseconds i_drain)
     impl.tendBell.Ring();
     if (impl.tender.joinable())
         impl.tender.join();
+    for (auto& door : impl.doors) {
+        // One that this service never had may be another one's.
+        if (std::exchange(door.hasSocketFile, false))
+            unlink(door.path.c_str());
+    }
     impl.listeners.clear();
     impl.state.isStopping = true;
     impl.state.pump.EndAll();
@@ -175,7 +224,7 @@ void MachineServer::Stop(std::chrono::milliseconds i_drain)
     impl.feed.reset();
 }
 
-bool MachineServer::HasLocalHosts() const
+bool MachineServer::HasConnections() const
 {
     return std::any_of(_impl->listeners.begin(), _impl->listeners.end(),
                        [](const auto& i_listener) { return i_listener->GetConnectionCount() > 0; });
@@ -183,7 +232,10 @@ bool MachineServer::HasLocalHosts() const
 
 std::vector<std::string> MachineServer::GetAddresses() const
 {
-    return _impl->addresses;
+    std::vector<std::string> addresses;
+    for (const auto& door : _impl->doors)
+        addresses.push_back(door.address);
+    return addresses;
 }
 
 } // namespace MachineService

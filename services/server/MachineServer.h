@@ -27,7 +27,7 @@ struct MachineServerOptions
     struct Limits
     {
         int messageBytes = 4 * 1024 * 1024;
-        std::size_t connections = 256; ///< on a unix socket
+        std::size_t connections = 256; ///< of each address
         std::size_t streams = 512;     ///< of catalog and runs that hosts listen to, in all
         int callsOfOneConnection = 100;
         int threads = 64; ///< for calls that wait for a machine or a file, in all; more are refused as busy
@@ -84,8 +84,8 @@ public:
     void Stop(std::chrono::milliseconds i_drain);
     /// Where it is reached: with the port that the system chose for port 0.
     std::vector<std::string> GetAddresses() const;
-    /// Somebody is connected on a unix socket. Thread: any, while it runs.
-    bool HasLocalHosts() const;
+    /// Somebody is connected. Thread: any, while it runs.
+    bool HasConnections() const;
 
 private:
     struct Impl;

@@ -21,6 +21,12 @@ using Kind = Wire::WireFailure::Kind;
                             "The service does not know the run any more; start it again.", "unknown-run");
 }
 
+/// What is forgotten because everything ends is not unknown: the host waits for the service to be back.
+[[noreturn]] void RefuseGoingDown()
+{
+    throw CommunicationException(ErrorCode::ServicesUnavailable, "The service goes down; try again later.");
+}
+
 [[noreturn]] void RefuseBusy(const std::string& i_why)
 {
     throw Wire::WireFailure(Kind::Busy, ErrorCode::InternalError, i_why, "busy");
@@ -54,6 +60,8 @@ void RunBook::_Tell(const Entry& i_entry, const char* ip_what) const
 RunBook::EntryPointer RunBook::_Find(const boost::uuids::uuid& i_id) const
 {
     const TavSDK::MutexLock lock(_mutex);
+    if (_isClosed)
+        RefuseGoingDown();
     const auto found = _entries.find(i_id);
     if (found == _entries.end())
         RefuseUnknown();
@@ -80,7 +88,7 @@ void RunBook::_CheckBounds(const RunOrder& i_order) const
         ofClient += entry->order.client == i_order.client ? 1 : 0;
     }
     if (_isDraining)
-        throw CommunicationException(ErrorCode::ServicesUnavailable, "The service goes down; try again later.");
+        RefuseGoingDown();
     if (running >= _limits.running || ofClient >= _limits.runningOfOneClient)
         RefuseBusy("The service has as many runs as it takes; wait until one of them has ended.");
     if (_entries.size() >= _limits.kept || bytes > _limits.diskBytes)
@@ -90,6 +98,8 @@ void RunBook::_CheckBounds(const RunOrder& i_order) const
 RunBook::EntryPointer RunBook::_Enter(RunOrder& io_order)
 {
     const TavSDK::MutexLock lock(_mutex);
+    if (_isClosed)
+        RefuseGoingDown();
     const auto found = _entries.find(io_order.id);
     if (found != _entries.end()) {
         if (found->second->order.fingerprint != io_order.fingerprint)

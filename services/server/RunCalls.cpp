@@ -1,3 +1,4 @@
+#include "server/RunMessages.h"
 #include "server/ServiceCalls.h"
 #include "server/Streams.h"
 #include "tavsdk/FileError.h"
@@ -11,53 +12,13 @@ namespace {
 
 using Kind = Wire::WireFailure::Kind;
 
-boost::uuids::uuid ReadRunId(const std::string& i_bytes)
-{
-    return ReadRequest([&] {
-        const auto id = Wire::ToUuid(i_bytes, "run's id");
-        if (id.is_nil())
-            throw Wire::WireFailure(Kind::BadRequest, ErrorCode::InternalError, "The run has no id.", "bad-request");
-        return id;
-    });
-}
-
-/// What makes two orders the same.
-std::string GetFingerprint(pb::StartRunRequest i_request)
-{
-    i_request.clear_is_resumption();
-    return Wire::HashOf(i_request.SerializeAsString());
-}
-
 } // namespace
-
-RunOrder ServiceCalls::_MakeOrder(const pb::StartRunRequest& i_request, const std::string& i_client) const
-{
-    RunOrder order;
-    order.id = ReadRunId(i_request.run_id());
-    order.client = i_client;
-    order.fingerprint = GetFingerprint(i_request);
-    order.isResumption = i_request.is_resumption();
-    order.parameters = ReadRequest([&] { return Wire::GetParameters(i_request); });
-    order.parameters.runId = order.id;
-    if (i_request.has_input()) {
-        const auto& input = i_request.input();
-        order.input = RunFile{input.name(), input.size_bytes(), input.sha256()};
-        if (input.sha256().size() != 32)
-            throw Wire::WireFailure(Kind::BadRequest, ErrorCode::InternalError,
-                                    "The input is announced without its hash.", "bad-request");
-    }
-    if (!pb::RunKind_IsValid(i_request.kind()))
-        throw Wire::WireFailure(Kind::BadRequest, ErrorCode::InternalError,
-                                "The service does not know this kind of run; install a newer version of it.",
-                                "bad-request");
-    return order;
-}
 
 grpc::Status ServiceCalls::StartRun(grpc::ServerContext* iop_context, const pb::StartRunRequest* ip_request,
                                     pb::Run* op_reply)
 {
     return Answer(_state, *iop_context, [&](const std::string& i_client) {
-        RunOrder order = _MakeOrder(*ip_request, i_client);
+        RunOrder order = ToOrder(*ip_request, i_client);
         // Whoever asks again gets the answer also when the machine has gone.
         std::optional<Machine> machine;
         if (!order.isResumption)

@@ -59,8 +59,6 @@ public:
                             Wire::pb::ReleaseRunReply* op_reply) override;
 
 private:
-    RunOrder _MakeOrder(const Wire::pb::StartRunRequest& i_request, const std::string& i_client) const;
-
     ServerState& _state;
 };
 

@@ -2,6 +2,7 @@
 
 #include "server/CatalogJournal.h"
 #include "server/RunBook.h"
+#include "server/RunMessages.h"
 #include "server/StreamPump.h"
 #include "wire/Failures.h"
 
@@ -173,8 +174,6 @@ protected:
 private:
     CatalogJournal::Reader _reader;
 };
-
-Wire::pb::Run ToMessage(const RunState& i_state);
 
 /// WatchRun.
 class RunStream final : public Stream<Wire::pb::Run>

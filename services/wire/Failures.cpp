@@ -3,6 +3,7 @@
 #include "tavsdk/Utf8.h"
 #include "wire/Conversions.h"
 
+#include <algorithm>
 #include <array>
 
 namespace MachineService::Wire {
@@ -100,7 +101,12 @@ pb::Failure ToFailure(const std::exception_ptr& ip_exception)
 
 CommunicationException FromFailure(const pb::Failure& i_failure)
 {
-    return {static_cast<ErrorCode>(i_failure.code()), GetText(i_failure.sentence(), "sentence").c_str()};
+    std::string sentence = GetText(i_failure.sentence(), "sentence");
+    // It goes into logs and terminals as well, in which a peer has nothing to write but this.
+    std::replace_if(
+        sentence.begin(), sentence.end(),
+        [](char i_char) { return static_cast<unsigned char>(i_char) < 0x20 || i_char == 0x7f; }, ' ');
+    return {static_cast<ErrorCode>(i_failure.code()), sentence.c_str()};
 }
 
 grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContextBase& io_context)

@@ -118,8 +118,10 @@ TEST_F(ServedExamplesTest, TheOneInCppCutsFoamInAProcessOfItsOwn)
     const auto states = Run(platform.second);
     ASSERT_FALSE(states.empty()) << client->status.error_message();
     ASSERT_EQ(states.back().phase(), pb::RUN_PHASE_FINISHED) << states.back().failure().sentence().text();
-    ASSERT_EQ(states.back().files_size(), 1);
-    EXPECT_THAT(client->Download(states.back().run_id(), 0), StartsWith("PK"));
+    ASSERT_EQ(states.back().files_size(), 2);
+    EXPECT_EQ(states.back().files(0).name(), "cuts.svg");
+    EXPECT_THAT(client->Download(states.back().run_id(), 0), StartsWith("<svg"));
+    EXPECT_THAT(client->Download(states.back().run_id(), 1), StartsWith("PK"));
     EXPECT_EQ(Run("no platform", true).back().phase(), pb::RUN_PHASE_FAILED);
     program->Signal(SIGTERM);
     EXPECT_EQ(program->WaitForEnd(), 0);

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <list>
@@ -58,6 +59,8 @@ public:
     }
     /// Lets nothing pass any more, and tells nobody; later connections too, until it is set to false.
     void SetSilent(bool i_is_silent) { _isSilent = i_is_silent; }
+    /// Lets one byte a second pass each way.
+    void SetSlow(bool i_is_slow) { _isSlow = i_is_slow; }
     /// Where the text passes next, one bit of it comes out wrong.
     void FlipOnceIn(std::string i_text)
     {
@@ -86,7 +89,8 @@ private:
     {
         while (!_isStopped) {
             std::list<pollfd> all{{_listener, POLLIN, 0}};
-            {
+            // What is not read now would only keep it from sleeping.
+            if (!_isSilent && !_isSlow) {
                 const std::lock_guard lock(_mutex);
                 for (const auto& pair : _pairs) {
                     all.push_back({pair[0], POLLIN, 0});
@@ -99,6 +103,9 @@ private:
             if (polled.front().revents & POLLIN)
                 _Accept();
             const std::lock_guard lock(_mutex);
+            if (_isSlow && std::chrono::steady_clock::now() < _nextByte)
+                continue;
+            _nextByte = std::chrono::steady_clock::now() + std::chrono::seconds(1);
             for (auto pair = _pairs.begin(); pair != _pairs.end();)
                 pair = _Forward(*pair) ? std::next(pair) : _Drop(pair);
             if (_closeAfter == 0) {
@@ -137,8 +144,8 @@ private:
             return true;
         for (const int side : {0, 1}) {
             std::array<char, 16384> bytes;
-            const auto count =
-                recv(i_pair[side], bytes.data(), std::min(bytes.size(), _closeAfter.load()), MSG_DONTWAIT);
+            const auto count = recv(i_pair[side], bytes.data(),
+                                    std::min(_isSlow ? 1 : bytes.size(), _closeAfter.load()), MSG_DONTWAIT);
             if (count == 0)
                 return false;
             if (count < 0)
@@ -162,10 +169,12 @@ private:
     const int _listener;
     std::atomic<bool> _isStopped = false;
     std::atomic<bool> _isSilent = false;
+    std::atomic<bool> _isSlow = false;
     std::atomic<std::size_t> _closeAfter = SIZE_MAX;
     std::mutex _mutex; ///< guards everything below
     std::list<Pair> _pairs;
     std::string _flipIn;
+    std::chrono::steady_clock::time_point _nextByte;
     std::thread _thread;
 };
 

@@ -15,6 +15,7 @@ const QString PriceKey = QStringLiteral("estimates/pricePerKilogram");
 const QString LogKey = QStringLiteral("log/isDetailed");
 const QString FavouritesKey = QStringLiteral("machines/favourites");
 const QString ShowsAllKey = QStringLiteral("machines/showAll");
+const QString ManagerKey = QStringLiteral("machines/useManager");
 const QString OpenFilesKey = QStringLiteral("window/openFiles");
 const QString PathKey = QStringLiteral("path");
 const QString ViewKey = QStringLiteral("view");
@@ -128,6 +129,17 @@ void Preferences::SetShowsAllMachines(bool i_shows)
         return;
     _settings.setValue(ShowsAllKey, i_shows);
     Q_EMIT MachinesChanged();
+}
+
+bool Preferences::UsesManager() const
+{
+    return _settings.value(ManagerKey, false).toBool();
+}
+
+void Preferences::SetUsesManager(bool i_uses)
+{
+    if (i_uses != UsesManager())
+        _settings.setValue(ManagerKey, i_uses);
 }
 
 QStringList Preferences::GetRecentFiles() const

@@ -61,6 +61,10 @@ public:
     bool ShowsAllMachines() const;
     void SetShowsAllMachines(bool i_shows);
 
+    /// Jobs may be posted to the user's own Machine Manager; not before the user says so.
+    bool UsesManager() const;
+    void SetUsesManager(bool i_uses);
+
     /// Full paths, the last used first; at most ten.
     QStringList GetRecentFiles() const;
     void AddRecentFile(const QString& i_file);

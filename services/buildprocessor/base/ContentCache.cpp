@@ -1,10 +1,10 @@
 #include "buildprocessor/base/ContentCache.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/PrivateFile.h"
 #include "buildprocessor/base/Sha256.h"
 #include "buildprocessor/base/UniqueFd.h"
 #include "contract/Failure.h"
+#include "contract/PrivateFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
 

@@ -1,13 +1,13 @@
 #include "buildprocessor/commands/ConfigureCommands.h"
 
-#include "buildprocessor/base/JobFolder.h"
-#include "buildprocessor/base/PrivateFile.h"
 #include "buildprocessor/commands/BuildJob.h"
 #include "buildprocessor/commands/PlatformCommand.h"
 #include "buildprocessor/engine/SlicingEngine.h"
 #include "buildprocessor/platform/PartStrategies.h"
 #include "buildprocessor/platform/PropertyNames.h"
 #include "contract/Failure.h"
+#include "contract/JobFolder.h"
+#include "contract/PrivateFile.h"
 #include "tavsdk/Text.h"
 
 namespace MachineService::BuildProcessor {
@@ -41,7 +41,8 @@ CommandResult ConfigureConnection(const JobInput& i_input)
     const MachineProfile& profile = i_input.profile;
     PlatformCommand command(i_input);
     command.Report(10, "Testing the connection");
-    const auto folder = std::filesystem::absolute(i_input.jobsDir / ToFileName(GetMachineFolderName(profile)));
+    const auto folder =
+        std::filesystem::absolute(i_input.jobsDir / ToFileName(GetMachineFolderName(profile.name, profile.id)));
     const std::string text = "A test of the connection; it may be removed.\n";
     const auto test = folder / ".connection-test";
     MakePrivateFolder(folder);

@@ -1,11 +1,11 @@
 #include "buildprocessor/commands/ReportCommands.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/JobFolder.h"
-#include "buildprocessor/base/PrivateFile.h"
 #include "buildprocessor/commands/BuildReport.h"
 #include "buildprocessor/commands/PlatformCommand.h"
 #include "buildprocessor/platform/PropertyNames.h"
+#include "contract/JobFolder.h"
+#include "contract/PrivateFile.h"
 #include "tavam/PropertyNames.h"
 
 #include <QString>

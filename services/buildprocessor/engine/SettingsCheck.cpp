@@ -1,6 +1,5 @@
 #include "buildprocessor/engine/SettingsCheck.h"
 
-#include "buildprocessor/base/PrivateFile.h"
 #include "buildprocessor/base/Sha256.h"
 #include "buildprocessor/base/Subprocess.h"
 #include "buildprocessor/engine/EngineFailure.h"
@@ -9,6 +8,7 @@
 #include "buildprocessor/engine/SlicingEngine.h"
 #include "client/interface/CommunicationException.h"
 #include "client/interface/ScopedTempDir.h"
+#include "contract/PrivateFile.h"
 #include "tavsdk/Text.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "buildprocessor/machines/MachineSettings.h"
 
 #include "buildprocessor/base/JsonFields.h"
-#include "buildprocessor/base/PrivateFile.h"
 #include "contract/Failure.h"
+#include "contract/PrivateFile.h"
 #include "tavsdk/Text.h"
 
 #include <QJsonDocument>

@@ -1,7 +1,7 @@
 #include "buildprocessor/machines/QueueStates.h"
 
-#include "buildprocessor/base/PrivateFile.h"
 #include "contract/Failure.h"
+#include "contract/PrivateFile.h"
 
 #include <boost/uuid/string_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>

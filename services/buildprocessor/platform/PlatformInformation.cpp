@@ -1,12 +1,12 @@
 #include "buildprocessor/platform/PlatformInformation.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/PrivateFile.h"
 #include "buildprocessor/machines/MachineRecord.h"
 #include "buildprocessor/platform/JobSettings.h"
 #include "buildprocessor/platform/PlatformChoices.h"
 #include "client/interface/ScopedTempDir.h"
 #include "contract/Guard.h"
+#include "contract/PrivateFile.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"

@@ -2,6 +2,7 @@
 
 #include "contract/Failure.h"
 #include "contract/PlatformFiles.h"
+#include "machinemanager/dispatch/PlatePicture.h"
 #include "machinemanager/jobs/ManagerError.h"
 #include "tavam/PropertyNames.h"
 #include "tavsdk/Path.h"
@@ -66,7 +67,7 @@ std::vector<PartParameters> ReadOrder(const std::string& i_order)
 {
     std::vector<PartParameters> parts;
     const auto document = QJsonDocument::fromJson(QByteArray::fromStdString(i_order));
-    for (const QJsonValue value : document.array()) {
+    for (const QJsonValue value : document.object()[QLatin1String("parts")].toArray()) {
         const auto object = value.toObject();
         PartParameters part;
         part.globalId = object[QLatin1String("id")].toString().toStdString();
@@ -97,6 +98,7 @@ PlatformFacts ReadPlatformFacts(const std::filesystem::path& i_platform)
         if (auto text = GetText(*platform, name); !text.empty())
             facts.settings.emplace(word, std::move(text));
     }
+    facts.picture = DrawPlate(*platform);
     facts.settings.emplace("parts", std::to_string(platform->GetParts().size()));
     return facts;
 }
@@ -114,7 +116,7 @@ std::string WriteOrder(const std::vector<PartParameters>& i_parts)
                                  {QStringLiteral("supports"), part.hasSupports},
                                  {QStringLiteral("strategies"), strategies}});
     }
-    return QJsonDocument(parts).toJson(QJsonDocument::Compact).toStdString();
+    return QJsonDocument(QJsonObject{{QStringLiteral("parts"), parts}}).toJson(QJsonDocument::Compact).toStdString();
 }
 
 CommandParameters MakeBuildParameters(const Job& i_job, const std::filesystem::path& i_platform,

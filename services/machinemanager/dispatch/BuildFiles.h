@@ -17,6 +17,7 @@ struct PlatformFacts
     JobNeeds needs;
     JobEstimates estimates;
     std::map<std::string, std::string> settings; ///< what it was prepared with, by a word for people
+    std::string picture;                         ///< PNG of the plate; empty: there is nothing to see
 };
 
 /// \throws CommunicationException FileError for a file that holds no platform.

@@ -2,6 +2,7 @@
 
 #include "machinemanager/dispatch/JobRun.h"
 #include "machinemanager/jobs/ManagerError.h"
+#include "machinemanager/store/FileStore.h"
 #include "tavsdk/StopExceptions.h"
 
 #include <algorithm>
@@ -237,7 +238,9 @@ void Dispatcher::Impl::ClaimJobs()
             if (!isWanted || !machine.isOffered || IsBusy(machine.entry.id))
                 continue;
             auto job = context.store.ClaimNext(machine.entry.id, machine.entry.name, machine.entry.model,
-                                               [&](const Job& i_job) {
+                                               [&](const Job& i_job) -> std::string {
+                                                   if (!context.files.Has(i_job.platform.hash))
+                                                       return "Its files are with another daemon.";
                                                    const auto refusal = FindRefusal(i_job, machine);
                                                    return refusal ? refusal->sentence : std::string();
                                                });

@@ -190,6 +190,7 @@ PrintOrder JobRun::_MakeOrder() const
     order.file = _context.files.GetPath(_job.machineFile->hash);
     order.fileName = _job.machineFile->name;
     order.hash = _job.machineFile->hash;
+    order.hasBegun = _job.phase == JobPhase::Printing || _job.phase == JobPhase::Stopped;
     return order;
 }
 

@@ -107,7 +107,7 @@ std::optional<std::string> Match(std::string_view i_pattern, std::string_view i_
 
 const Route& FindRoute(const HttpRequest& i_request, std::string& o_word)
 {
-    const std::string_view method = i_request.method == "HEAD" ? "GET" : i_request.method;
+    const std::string method = i_request.method == "HEAD" ? "GET" : i_request.method;
     bool isKnown = false;
     for (const auto& route : Routes) {
         // The page is for browsers, and none reaches the socket.

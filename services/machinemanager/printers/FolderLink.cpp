@@ -5,11 +5,10 @@
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
-#include "tavsdk/Utf8.h"
 
 #include <sys/stat.h>
 
-#include <algorithm>
+#include <cerrno>
 #include <ctime>
 #include <utility>
 #include <vector>
@@ -19,11 +18,42 @@ namespace MachineService::MachineManager {
 namespace {
 
 constexpr std::size_t PieceBytes = 1 << 20;
-constexpr std::size_t MaxName = 120;
 
 std::string DescribeFolder(const std::filesystem::path& i_folder)
 {
     return "the printer's folder " + TavSDK::Quote(TavSDK::ShowPath(i_folder));
+}
+
+[[noreturn]] void ThrowUnreadable(const PrintOrder& i_order, const TavSDK::FileError& i_failure)
+{
+    throw PrinterRefusal("The machine file " + TavSDK::Quote(TavSDK::ShowPath(i_order.file)) +
+                         " cannot be read: " + i_failure.what() + "; build the job again.");
+}
+
+TavSDK::InputFile OpenSource(const PrintOrder& i_order)
+{
+    try {
+        return TavSDK::InputFile(i_order.file);
+    } catch (const TavSDK::FileError& failure) {
+        ThrowUnreadable(i_order, failure);
+    }
+}
+
+std::size_t ReadPiece(const PrintOrder& i_order, TavSDK::InputFile& io_source, std::vector<char>& o_piece)
+{
+    try {
+        return io_source.Read(o_piece.data(), o_piece.size());
+    } catch (const TavSDK::FileError& failure) {
+        ThrowUnreadable(i_order, failure);
+    }
+}
+
+/// The printer's side is another user, or on another computer. A file system without rights has nothing to give.
+void ShareLike(const std::filesystem::path& i_folder, int i_file)
+{
+    struct stat folder = {};
+    if (::stat(i_folder.c_str(), &folder) == 0)
+        ::fchmod(i_file, S_IRUSR | S_IWUSR | (folder.st_mode & (S_IRGRP | S_IROTH)));
 }
 
 bool IsThere(const std::filesystem::path& i_file)
@@ -49,9 +79,7 @@ std::filesystem::path FolderLink::_GetHidden(const PrintOrder& i_order) const
 
 std::filesystem::path FolderLink::_GetShown(const PrintOrder& i_order) const
 {
-    const std::filesystem::path name = TavSDK::PathFromUtf8(i_order.fileName);
-    return _folder / (std::string(TavSDK::CutUtf8(name.stem().native(), MaxName)) + " - " + i_order.GetKey() +
-                      name.extension().native());
+    return _folder / i_order.GetFileName();
 }
 
 void FolderLink::Send(const PrintOrder& i_order, const std::function<void(std::uint64_t)>& i_progress,
@@ -60,22 +88,24 @@ void FolderLink::Send(const PrintOrder& i_order, const std::function<void(std::u
     // Of an attempt before, whose end nobody knows.
     if (IsThere(_GetShown(i_order)))
         return;
+    _unstarted = i_order.GetKey();
+    auto source = OpenSource(i_order);
     try {
-        TavSDK::InputFile source(i_order.file);
         TavSDK::AtomicFile target(_GetHidden(i_order));
+        ShareLike(_folder, target.GetDescriptor());
         std::vector<char> piece(PieceBytes);
         std::uint64_t sent = 0;
-        while (const auto count = source.Read(piece.data(), piece.size())) {
+        while (const auto count = ReadPiece(i_order, source, piece)) {
             if (i_stop.stop_requested())
-                throw std::runtime_error("Sending was stopped.");
+                throw std::runtime_error("Sending to " + DescribeFolder(_folder) + " was stopped.");
             target.Write({piece.data(), count});
             sent += count;
             i_progress(sent);
         }
         target.Commit();
     } catch (const TavSDK::FileError& failure) {
-        throw std::runtime_error("The machine file cannot be written to " + DescribeFolder(_folder) + ": " +
-                                 failure.what() + '.');
+        throw PrinterRefusal("The machine file cannot be written to " + DescribeFolder(_folder) + ": " +
+                             failure.what() + '.');
     }
 }
 
@@ -83,11 +113,17 @@ bool FolderLink::Start(const PrintOrder& i_order, const std::stop_token& /*i_sto
 {
     std::error_code failure;
     std::filesystem::rename(_GetHidden(i_order), _GetShown(i_order), failure);
-    if (failure == std::errc::no_such_file_or_directory && !IsThere(_GetShown(i_order)))
-        throw PrinterRefusal("The machine file is gone from " + DescribeFolder(_folder) + '.');
-    if (failure && failure != std::errc::no_such_file_or_directory)
-        throw PrinterRefusal("The machine file cannot be named in " + DescribeFolder(_folder) + ": " +
-                             failure.message() + '.');
+    if (failure && !IsThere(_GetShown(i_order))) {
+        if (failure == std::errc::no_such_file_or_directory)
+            throw PrinterRefusal("The machine file is gone from " + DescribeFolder(_folder) + '.');
+        const auto sentence =
+            "The machine file cannot be named in " + DescribeFolder(_folder) + ": " + failure.message() + '.';
+        // A folder of another computer may have done it before it failed, and the printer may have taken the file.
+        if (!IsThere(_GetHidden(i_order)))
+            throw std::runtime_error(sentence);
+        throw PrinterRefusal(sentence);
+    }
+    _unstarted.clear();
     return false;
 }
 
@@ -96,10 +132,11 @@ PrintStatus FolderLink::GetStatus(const PrintOrder& i_order, const std::stop_tok
     struct stat entry = {};
     if (lstat(_GetShown(i_order).c_str(), &entry) != 0) {
         // The folder itself may be away, as a network's is.
-        if (!IsThere(_folder))
-            return {PrintStatus::State::Unknown, 0, "The folder is not there"};
-        return IsThere(_GetHidden(i_order)) ? PrintStatus{PrintStatus::State::NotBegun, 0, {}}
-                                            : PrintStatus{PrintStatus::State::Printed, 100, "The file was taken."};
+        if (errno != ENOENT || !IsThere(_folder))
+            return {PrintStatus::State::Unknown, 0, "The printer's folder is not there."};
+        return IsThere(_GetHidden(i_order)) || _unstarted == i_order.GetKey()
+                   ? PrintStatus{PrintStatus::State::NotBegun, 0, {}}
+                   : PrintStatus{PrintStatus::State::Printed, 100, "The file was taken."};
     }
     if (std::time(nullptr) - entry.st_ctim.tv_sec >= _confirmedAfter.count())
         return {PrintStatus::State::Printed, 100, "Nobody took the file in the time that was agreed."};
@@ -108,14 +145,22 @@ PrintStatus FolderLink::GetStatus(const PrintOrder& i_order, const std::stop_tok
 
 void FolderLink::Cancel(const PrintOrder& i_order, const std::stop_token& /*i_stop*/)
 {
+    bool wasThere = false;
     std::error_code failure;
-    const bool wasHidden = std::filesystem::remove(_GetHidden(i_order), failure);
-    const bool wasShown = std::filesystem::remove(_GetShown(i_order), failure);
+    for (const auto& file : {_GetHidden(i_order), _GetShown(i_order)}) {
+        std::error_code own;
+        wasThere = std::filesystem::remove(file, own) || wasThere;
+        if (own)
+            failure = own;
+    }
     if (failure)
         throw std::runtime_error("The machine file cannot be removed from " + DescribeFolder(_folder) + ": " +
                                  failure.message() + '.');
-    if (!wasHidden && !wasShown && IsThere(_folder))
-        throw std::runtime_error("The file was taken already.");
+    if (!IsThere(_folder))
+        throw std::runtime_error("The machine file cannot be removed, because " + DescribeFolder(_folder) +
+                                 " is not there.");
+    if (!wasThere && _unstarted != i_order.GetKey())
+        throw std::runtime_error("The file was taken already, or never lay in " + DescribeFolder(_folder) + '.');
 }
 
 } // namespace MachineService::MachineManager

@@ -10,6 +10,7 @@ namespace MachineService::MachineManager {
 ///
 /// A file lies there under a hidden name until it is whole and to be printed; then it gets its name, which says the
 /// job. Nobody tells more than that it was taken: that is what counts as printed, or that it lay there long enough.
+/// Who may read the folder may read the file.
 class FolderLink final : public IPrinterLink
 {
 public:
@@ -28,6 +29,7 @@ private:
 
     const std::filesystem::path _folder;
     const std::chrono::seconds _confirmedAfter;
+    std::string _unstarted; ///< key of an order that this object has brought, or begun to, and not started
 };
 
 } // namespace MachineService::MachineManager

@@ -18,11 +18,15 @@ struct PrintOrder
     int copy = 1;
     std::string jobName; ///< UTF-8, a user's text
     std::filesystem::path file;
-    std::string fileName; ///< for people, with the ending of its kind
-    std::string hash;     ///< SHA-256 of the file, lower-case hexadecimal
+    std::string fileName;  ///< for people, with the ending of its kind
+    std::string hash;      ///< SHA-256 of the file, lower-case hexadecimal
+    bool hasBegun = false; ///< the printer said so before; a link that is new after a restart knows it by this
 
     /// The same for every attempt and different for every copy: how the printer's side calls it.
     std::string GetKey() const;
+    /// How the file is called at the printer: for people, of this order only, and good for every folder, also on disks
+    /// of another system. Of one part of a path, and not hidden.
+    std::string GetFileName() const;
 };
 
 /// How far the printer's side is with an order.
@@ -55,7 +59,8 @@ public:
 /// Order: Send, once more after a failure; Start at most once; then GetStatus until it is over, or Cancel.
 /// Thread: one at a time.
 /// Errors: PrinterRefusal when nothing was begun for sure; any other exception when that is not known. Both with one
-/// sentence. Every call comes back within a minute, and soon after its token asks.
+/// sentence. Every call comes back within a minute, and soon after its token asks; Send takes as long as the file
+/// needs, but ends when nothing goes on.
 class IPrinterLink
 {
 public:
@@ -73,7 +78,7 @@ public:
     virtual void Cancel(const PrintOrder& i_order, const std::stop_token& i_stop) = 0;
 };
 
-/// \param i_json what an operator said of the printer; see docs/machine-manager.md.
+/// \param i_json what an operator said of the printer; see docs/printers.md.
 /// \throws ManagerError BadInput with a sentence that names the field.
 std::unique_ptr<IPrinterLink> MakePrinterLink(const std::string& i_json);
 

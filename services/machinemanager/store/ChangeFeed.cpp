@@ -79,8 +79,8 @@ void ChangeFeed::Tell(const boost::uuids::uuid& i_job) const
                                        _log(std::string("A listener to the job store failed: ") + ip_text);
                                });
         const TavSDK::MutexLock lock(listener->mutex);
-        const auto& callers = listener->callers;
-        listener->callers.erase(std::find(callers.begin(), callers.end(), std::this_thread::get_id()));
+        listener->callers.erase(
+            std::find(listener->callers.begin(), listener->callers.end(), std::this_thread::get_id()));
         listener->left.notify_all();
     }
 }

@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <map>
 
 namespace MachineService::MachineManager {
 
@@ -37,6 +38,11 @@ const QString& GetClaimedPhases()
     return mgp_phases;
 }
 
+/// What a job has to be that a queue may give away; its values are the queue and the time.
+const QString Ready =
+    QStringLiteral("WHERE phase = 'waiting' AND queue = ? AND (not_before IS NULL OR not_before <= ?)");
+const QString InOrder = QStringLiteral(" ORDER BY priority DESC, COALESCE(position, number), number LIMIT ?");
+
 /// Jobs of one queue that wait, in the order in which they are to go.
 class WaitingJobs
 {
@@ -58,8 +64,7 @@ public:
 private:
     void _Read(Connection& io_connection, int i_count)
     {
-        QString condition =
-            QStringLiteral("WHERE phase = 'waiting' AND queue = ? AND (not_before IS NULL OR not_before <= ?)");
+        QString condition = Ready;
         QVariantList values = {_queue, ToNumber(_now)};
         if (_last) {
             condition += QStringLiteral(" AND (priority < ? OR (priority = ? AND (COALESCE(position, number) > ? OR "
@@ -67,9 +72,8 @@ private:
             values << _last->priority << _last->priority << _last->position << _last->position
                    << static_cast<qlonglong>(_last->number);
         }
-        condition += QStringLiteral(" ORDER BY priority DESC, COALESCE(position, number), number LIMIT ?");
         values << i_count;
-        _jobs = ReadJobs(io_connection, condition, values);
+        _jobs = ReadJobs(io_connection, condition + InOrder, values);
         _next = 0;
         _isAtEnd = static_cast<int>(_jobs.size()) < i_count;
         if (!_jobs.empty())
@@ -107,6 +111,43 @@ std::vector<Job> TakeBatch(Connection& io_connection, WaitingJobs& io_own, Waiti
     return batch;
 }
 
+/// Those of the queues that have a job, the one with the first job first.
+std::vector<QString> FindQueues(Connection& io_connection, const std::vector<QString>& i_queues, Time i_now)
+{
+    std::vector<std::pair<Job, QString>> heads;
+    for (const QString& queue : i_queues) {
+        Rows rows = io_connection.Select(
+            QStringLiteral("SELECT priority, COALESCE(position, number), number FROM jobs ") + Ready + InOrder,
+            {queue, ToNumber(i_now), 1});
+        if (!rows.Next())
+            continue;
+        Job head;
+        head.priority = rows[0].toInt();
+        head.position = rows[1].toDouble();
+        head.number = rows[2].toLongLong();
+        heads.emplace_back(head, queue);
+    }
+    std::sort(heads.begin(), heads.end(),
+              [](const auto& i_one, const auto& i_other) { return GoesFirst(i_one.first, i_other.first); });
+    std::vector<QString> queues;
+    for (auto& [head, queue] : heads)
+        queues.push_back(std::move(queue));
+    return queues;
+}
+
+/// Locks the first job of the queues that nobody else works on just now.
+std::optional<Job> LockFirst(Writing& io_writing, const std::vector<QString>& i_queues, Time i_now)
+{
+    for (const QString& queue : i_queues) {
+        auto jobs =
+            ReadJobs(io_writing.connection, Ready + InOrder + io_writing.connection.GetDialect().GetFreeRowLock(),
+                     {queue, ToNumber(i_now), 1});
+        if (!jobs.empty())
+            return std::move(jobs.front());
+    }
+    return std::nullopt;
+}
+
 /// Locks the job unless somebody else works on the row just now, and it no longer waits for the same.
 std::optional<Job> LockWaiting(Writing& io_writing, const Job& i_seen)
 {
@@ -120,6 +161,22 @@ std::optional<Job> LockWaiting(Writing& io_writing, const Job& i_seen)
 }
 
 } // namespace
+
+Job JobStore::Impl::Claim(Writing& io_writing, const Job& i_job, const boost::uuids::uuid& i_machine,
+                          const std::string& i_name) const
+{
+    // What another machine's Build made is not sent to this one.
+    const bool isBuilt = i_job.machineFile && i_job.machine == i_machine;
+    const auto edit = [&](Job& io_job) {
+        if (!isBuilt)
+            io_job.machineFile.reset();
+        io_job.machine = i_machine;
+        io_job.machineName = i_name;
+    };
+    return Step(
+        io_writing, i_job,
+        {isBuilt ? JobEvent::ClaimForSending : JobEvent::Claim, "system", TavSDK::Quote(i_name) + " takes it.", edit});
+}
 
 Job JobStore::Change(const JobClaim& i_claim, const JobChange& i_change)
 {
@@ -149,23 +206,32 @@ std::optional<Job> JobStore::ClaimNext(const boost::uuids::uuid& i_machine, cons
                                        const std::string& i_model,
                                        const std::function<std::string(const Job&)>& i_refusal)
 {
+    const Time now = _impl->Now();
+    const auto queues = _impl->Read([&](Connection& io_connection) {
+        return FindQueues(io_connection, {GetQueue(i_machine), GetQueue(i_model)}, now);
+    });
+    if (queues.empty())
+        return std::nullopt;
+    // Jobs that were refused, as they were then: nobody is asked twice.
+    std::map<std::int64_t, std::uint64_t> refused;
     const auto fits = [&](const Job& i_job) {
-        return !i_refusal || i_refusal(i_job).empty();
+        const auto known = refused.find(i_job.number);
+        if (!i_refusal || (known != refused.end() && known->second == i_job.version))
+            return !i_refusal;
+        const bool isFitting = i_refusal(i_job).empty();
+        if (!isFitting)
+            refused[i_job.number] = i_job.version;
+        return isFitting;
     };
-    const auto claim = [&](Writing& io_writing, const Job& i_job) {
-        // What another machine's Build made is not sent to this one.
-        const bool isBuilt = i_job.machineFile && i_job.machine == i_machine;
-        return _impl->Step(io_writing, i_job,
-                           {isBuilt ? JobEvent::ClaimForSending : JobEvent::Claim, "system",
-                            TavSDK::Quote(i_name) + " takes it.", [&](Job& io_job) {
-                                if (!isBuilt)
-                                    io_job.machineFile.reset();
-                                io_job.machine = i_machine;
-                                io_job.machineName = i_name;
-                            }});
-    };
-    WaitingJobs own(GetQueue(i_machine), _impl->Now());
-    WaitingJobs ofModel(GetQueue(i_model), _impl->Now());
+    // Mostly the first job is the one: it is locked as it is found, so that claimants do not run after the same.
+    auto claimed = _impl->Write([&](Writing& io_writing) -> std::optional<Job> {
+        const auto job = LockFirst(io_writing, queues, now);
+        return job && fits(*job) ? std::optional(_impl->Claim(io_writing, *job, i_machine, i_name)) : std::nullopt;
+    });
+    if (claimed)
+        return claimed;
+    WaitingJobs own(GetQueue(i_machine), now);
+    WaitingJobs ofModel(GetQueue(i_model), now);
     for (int size = FirstBatch;; size = std::min(size * 2, LargestBatch)) {
         // Looked at without a lock, so that a long queue of jobs that do not fit stops nobody.
         auto batch =
@@ -175,11 +241,11 @@ std::optional<Job> JobStore::ClaimNext(const boost::uuids::uuid& i_machine, cons
         std::erase_if(batch, [&](const Job& i_job) { return !fits(i_job); });
         if (batch.empty())
             continue;
-        auto claimed = _impl->Write([&](Writing& io_writing) -> std::optional<Job> {
+        claimed = _impl->Write([&](Writing& io_writing) -> std::optional<Job> {
             for (const Job& seen : batch) {
                 const auto job = LockWaiting(io_writing, seen);
                 if (job && (job->version == seen.version || fits(*job)))
-                    return claim(io_writing, *job);
+                    return _impl->Claim(io_writing, *job, i_machine, i_name);
             }
             return std::nullopt;
         });

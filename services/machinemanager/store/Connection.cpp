@@ -1,6 +1,7 @@
 #include "machinemanager/store/Connection.h"
 
 #include <QSqlError>
+#include <QSqlRecord>
 
 #include <atomic>
 #include <utility>
@@ -13,19 +14,18 @@ namespace {
 constexpr int MostPrepared = 200;
 
 std::atomic<int> mgp_connections = 0;
-std::atomic<int> mgp_failingStatement = -1;
-std::atomic<int> mgp_statements = 0;
+thread_local int mgp_failingStatement = -1;
+thread_local int mgp_statements = 0;
 
 bool HasToFail()
 {
-    const int index = mgp_statements.fetch_add(1, std::memory_order_relaxed);
-    return index == mgp_failingStatement.load(std::memory_order_relaxed);
+    return mgp_statements++ == mgp_failingStatement;
 }
 
-QSqlDatabase MakeDatabase(const Dialect& i_dialect, const QString& i_name)
+QSqlDatabase MakeDatabase(const Dialect& i_dialect, Access i_access, const QString& i_name)
 {
     auto database = QSqlDatabase::addDatabase(i_dialect.GetDriver(), i_name);
-    i_dialect.SetUp(database);
+    i_dialect.SetUp(database, i_access);
     return database;
 }
 
@@ -41,16 +41,25 @@ bool Rows::Next()
     return false;
 }
 
-Connection::Connection(const Dialect& i_dialect)
+QStringList Rows::GetColumns() const
+{
+    QStringList names;
+    const QSqlRecord record = _query->record();
+    for (int index = 0; index < record.count(); ++index)
+        names.append(record.fieldName(index));
+    return names;
+}
+
+Connection::Connection(const Dialect& i_dialect, Access i_access)
     : _dialect(i_dialect)
     , _name(QStringLiteral("machineservice-jobs-%1").arg(++mgp_connections))
-    , _database(MakeDatabase(i_dialect, _name))
+    , _database(MakeDatabase(i_dialect, i_access, _name))
 {
     try {
         if (HasToFail() || !_database.open())
             throw _dialect.Explain(_database.lastError(), _dialect.IsPostgres());
         _plain = QSqlQuery(_database);
-        for (const QString& statement : _dialect.GetOpening())
+        for (const QString& statement : i_access == Access::Full ? _dialect.GetOpening() : QStringList())
             Run(statement);
     } catch (...) {
         _plain = QSqlQuery();
@@ -69,15 +78,18 @@ Connection::~Connection()
     QSqlDatabase::removeDatabase(_name);
 }
 
-void Connection::_Throw(const QSqlError& i_error) const
+void Connection::_Throw(const QSqlError& i_error)
 {
-    throw _dialect.Explain(i_error, _dialect.IsLost(_database));
+    const SqlFailure failure = _dialect.Explain(i_error, _dialect.IsLost(_database));
+    _isLost = _isLost || failure.GetCause() == SqlFailure::Cause::Lost;
+    throw failure;
 }
 
 QSqlQuery& Connection::_Execute(const QString& i_sql, const QVariantList& i_values)
 {
     if (HasToFail())
-        throw _dialect.Explain(QSqlError({}, QStringLiteral("made to fail"), QSqlError::StatementError), false);
+        throw _dialect.Explain(
+            QSqlError({}, QStringLiteral("made to fail"), QSqlError::StatementError, QStringLiteral("XX000")), false);
     if (i_values.isEmpty()) {
         _plain = QSqlQuery(_database);
         if (!_plain.exec(i_sql))
@@ -128,7 +140,7 @@ QVariant Connection::SelectValue(const QString& i_sql, const QVariantList& i_val
 int Connection::FailAt(int i_index)
 {
     mgp_failingStatement = i_index;
-    return mgp_statements.exchange(0);
+    return std::exchange(mgp_statements, 0);
 }
 
 QString ToText(const std::string& i_text)

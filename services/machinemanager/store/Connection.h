@@ -6,6 +6,7 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <string>
@@ -28,6 +29,7 @@ public:
     /// \throws SqlFailure.
     bool Next();
     QVariant operator[](int i_column) const { return _query->value(i_column); }
+    QStringList GetColumns() const;
 
 private:
     QSqlQuery* const _query;
@@ -42,7 +44,7 @@ class Connection
 {
 public:
     /// Connects. \param i_dialect must outlive it.
-    explicit Connection(const Dialect& i_dialect);
+    explicit Connection(const Dialect& i_dialect, Access i_access = Access::Full);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
@@ -59,15 +61,18 @@ public:
     bool IsLost() const { return _isLost || _dialect.IsLost(_database); }
     /// After a failure that leaves nobody knowing what state the connection is in.
     void GiveUp() { _isLost = true; }
+    /// Somebody up the stack uses it for a transaction.
+    bool IsInTransaction() const { return _isInTransaction; }
+    void SetInTransaction(bool i_is_in_transaction) { _isInTransaction = i_is_in_transaction; }
     const QSqlDatabase& GetDatabase() const { return _database; }
 
-    /// For tests: the statement of that index, counted from now on over all connections, fails once before it is
-    /// run; -1: none. \return how many were counted since the last call.
+    /// For tests: the statement of that index, counted from now on over all connections of this thread, fails
+    /// once before it is run; -1: none. \return how many were counted since the last call.
     static int FailAt(int i_index);
 
 private:
     QSqlQuery& _Execute(const QString& i_sql, const QVariantList& i_values);
-    [[noreturn]] void _Throw(const QSqlError& i_error) const;
+    [[noreturn]] void _Throw(const QSqlError& i_error);
 
     const Dialect& _dialect;
     QString _name;
@@ -75,6 +80,7 @@ private:
     QHash<QString, QSqlQuery> _prepared;
     QSqlQuery _plain;
     bool _isLost = false;
+    bool _isInTransaction = false;
 };
 
 /// Never null, which an empty text otherwise may be.

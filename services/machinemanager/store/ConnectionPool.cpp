@@ -65,7 +65,7 @@ Connection& ConnectionPool::Get()
         const TavSDK::MutexLock lock(_state->mutex);
         const auto found = _state->connections.find(thread);
         if (found != _state->connections.end()) {
-            if (!found->second->IsLost())
+            if (found->second->IsInTransaction() || !found->second->IsLost())
                 return *found->second;
             _state->connections.erase(found);
         }

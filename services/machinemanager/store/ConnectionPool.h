@@ -22,7 +22,7 @@ public:
     ConnectionPool& operator=(const ConnectionPool&) = delete;
 
     const Dialect& GetDialect() const;
-    /// This thread's; made, or made anew when it was lost.
+    /// This thread's; made, or made anew when it was lost, unless a transaction uses it.
     Connection& Get();
     /// Held by who writes to SQLite, which lets one write at a time: waiting for it here ends with the turn before, and
     /// waiting for the file's own lock is asking again every so often.

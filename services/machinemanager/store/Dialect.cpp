@@ -1,12 +1,10 @@
 #include "machinemanager/store/Dialect.h"
 
+#include "machinemanager/store/PostgresHandle.h"
+
 #include "tavsdk/Path.h"
 
 #include <QByteArray>
-#include <QSqlDriver>
-#include <QVariant>
-
-#include <libpq-fe.h>
 
 #include <utility>
 
@@ -35,10 +33,12 @@ public:
     {}
 
     QString GetDriver() const override { return QStringLiteral("QSQLITE"); }
-    void SetUp(QSqlDatabase& io_database) const override
+    void SetUp(QSqlDatabase& io_database, Access i_access) const override
     {
         io_database.setDatabaseName(QString::fromStdString(TavSDK::PathToUtf8(GetAddress().file)));
-        io_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
+        io_database.setConnectOptions(i_access == Access::Full
+                                          ? QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000")
+                                          : QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000;QSQLITE_OPEN_READONLY"));
     }
     QStringList GetOpening() const override
     {
@@ -80,15 +80,6 @@ public:
     }
 };
 
-/// Null when there is none.
-PGconn* GetHandle(const QSqlDatabase& i_database)
-{
-    const QVariant handle = i_database.driver() ? i_database.driver()->handle() : QVariant();
-    return handle.isValid() && qstrcmp(handle.typeName(), "PGconn*") == 0
-               ? *static_cast<PGconn* const*>(handle.constData())
-               : nullptr;
-}
-
 class PostgresDialect final : public Dialect
 {
 public:
@@ -97,7 +88,7 @@ public:
     {}
 
     QString GetDriver() const override { return QStringLiteral("QPSQL"); }
-    void SetUp(QSqlDatabase& io_database) const override
+    void SetUp(QSqlDatabase& io_database, Access) const override
     {
         const StoreAddress& address = GetAddress();
         io_database.setHostName(QString::fromStdString(address.host));
@@ -134,7 +125,9 @@ public:
         const std::string store = "The job store " + GetAddress().Show();
         const std::string reason = " (" + GetReason(i_error) + "). ";
         const auto code = i_error.nativeErrorCode();
-        if (i_is_lost)
+        // What comes from the server has a code: one that goes down, or the library that found nobody there.
+        if (i_is_lost || code.isEmpty() || code.startsWith(QLatin1String("57P")) ||
+            code.startsWith(QLatin1String("08")))
             return {Cause::Lost, store + " cannot be reached" + reason + "Look whether the database server runs."};
         if (code == QLatin1String("40001") || code == QLatin1String("40P01"))
             return {Cause::Crossed, store + " is busy" + reason + "Try again."};

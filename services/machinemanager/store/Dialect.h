@@ -36,6 +36,13 @@ private:
     Cause _cause;
 };
 
+/// What a connection is for.
+enum class Access
+{
+    Full,
+    Look, ///< leaves a file, and the log beside it, as they are
+};
+
 /// Everything in which the two databases differ; all other SQL is the same for both.
 ///
 /// Thread: any.
@@ -51,8 +58,8 @@ public:
 
     virtual QString GetDriver() const = 0;
     /// Tells it where to connect.
-    virtual void SetUp(QSqlDatabase& io_database) const = 0;
-    /// Statements for a new connection.
+    virtual void SetUp(QSqlDatabase& io_database, Access i_access) const = 0;
+    /// Statements for a new connection that has full access.
     virtual QStringList GetOpening() const = 0;
     /// Begins a transaction that will write.
     virtual QString GetBegin() const = 0;

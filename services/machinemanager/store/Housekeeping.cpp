@@ -2,13 +2,6 @@
 #include "machinemanager/store/JobStore_p.h"
 #include "machinemanager/store/SetAside.h"
 
-#include "tavsdk/AtomicFile.h"
-#include "tavsdk/FileError.h"
-#include "tavsdk/Path.h"
-#include "tavsdk/Text.h"
-
-#include <QStringList>
-
 namespace MachineService::MachineManager {
 
 namespace {
@@ -95,23 +88,6 @@ StoreReport JobStore::Check(bool i_is_whole) const
         report.isSound = report.findings.empty();
         return report;
     });
-}
-
-void JobStore::Backup(const std::filesystem::path& i_file) const
-{
-    try {
-        TavSDK::AtomicFile file(i_file);
-        _impl->Read([&](Connection& io_connection) {
-            return io_connection.Run(QStringLiteral("VACUUM INTO '%1'")
-                                         .arg(QString::fromStdString(TavSDK::PathToUtf8(file.GetTemporaryPath()))
-                                                  .replace(QLatin1Char('\''), QLatin1String("''"))));
-        });
-        file.Commit();
-    } catch (const TavSDK::FileError& failure) {
-        throw ManagerError(ManagerError::Kind::Storage, "The backup " + TavSDK::Quote(TavSDK::ShowPath(i_file)) +
-                                                            " cannot be written: " + failure.what() +
-                                                            ". Make room, or name another file.");
-    }
 }
 
 } // namespace MachineService::MachineManager

@@ -300,7 +300,8 @@ void UpdateJob(Connection& io_connection, const Job& i_before, const Job& i_afte
     QVariantList values;
     for (const Column& column : Columns) {
         const QVariant value = column.get(i_after);
-        if (value == column.get(i_before) && value.isNull() == column.get(i_before).isNull())
+        const QVariant before = column.get(i_before);
+        if (value == before && value.isNull() == before.isNull())
             continue;
         changes.append(QLatin1String(column.name) + QStringLiteral(" = ?"));
         values.append(value);

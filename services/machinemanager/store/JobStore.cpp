@@ -4,6 +4,8 @@
 #include "machinemanager/store/Migrations.h"
 #include "machinemanager/store/SetAside.h"
 
+#include "tavsdk/Text.h"
+
 #include <boost/uuid/uuid_io.hpp>
 
 namespace MachineService::MachineManager {
@@ -61,6 +63,8 @@ JobStore::Impl::Impl(StoreOptions i_options)
     if (!dialect->IsPostgres())
         SetAsideWhenDamaged(*dialect, Now(), options.log);
     Migrate(pool, options.log);
+    if (dialect->IsPostgres())
+        news = std::make_unique<DaemonNews>(*dialect, feed, options.log);
 }
 
 Time JobStore::Impl::Now() const
@@ -74,7 +78,13 @@ void JobStore::Impl::Log(const std::string& i_line) const
         options.log(i_line);
 }
 
-void JobStore::Impl::_TellOthers(Writing&) const {}
+void JobStore::Impl::_Tell(const std::vector<boost::uuids::uuid>& i_changed) const
+{
+    if (news)
+        news->Send(i_changed);
+    for (const auto& id : i_changed)
+        feed.Tell(id);
+}
 
 std::vector<Job> ReadJobs(Connection& io_connection, const QString& i_condition, const QVariantList& i_values)
 {
@@ -123,8 +133,9 @@ Job JobStore::Impl::Step(Writing& io_writing, const Job& i_job, const JobChange&
 {
     const auto next = FindNextPhase(i_job.phase, i_change.event);
     if (!next)
-        throw ManagerError(Kind::Conflict, ShowJob(i_job) + " is " + GetInfo(i_job.phase).name + ", where \"" +
-                                               GetName(i_change.event) + "\" means nothing. Look at its state first.");
+        throw ManagerError(Kind::Conflict, ShowJob(i_job) + " is " + GetInfo(i_job.phase).name + ", where " +
+                                               TavSDK::Quote(GetName(i_change.event)) +
+                                               " means nothing. Look at its state first.");
     Job job = i_job;
     job.detail = i_change.detail;
     if (*next != job.phase) {
@@ -158,6 +169,8 @@ JobStore::~JobStore() = default;
 
 Job JobStore::Add(const NewJob& i_job, bool i_is_whole)
 {
+    if (i_job.id.is_nil())
+        throw ManagerError(Kind::BadInput, "The job has no id. Make one, and use it again when the job is sent again.");
     return _impl->Write([&](Writing& io_writing) {
         Job job = MakeJob(i_job, i_is_whole, _impl->Now());
         const auto number = InsertJob(io_writing.connection, job);

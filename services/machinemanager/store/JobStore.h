@@ -104,16 +104,18 @@ public:
     Job Edit(const boost::uuids::uuid& i_id, const char* ip_event, const std::string& i_actor,
              const std::string& i_detail, const std::function<void(Job&)>& i_edit,
              std::optional<std::uint64_t> i_version = std::nullopt);
-    /// Why a job waits. Leaves no line in the history and does nothing when it is the same.
+    /// Why a job waits. Leaves no line in the history, keeps the version, and does nothing when it is the same or the
+    /// job no longer waits.
     void SetWaitReason(const boost::uuids::uuid& i_id, const std::string& i_keyword, const std::string& i_detail);
-    /// How far the phase is; leaves no line in the history.
+    /// How far the phase is; leaves no line in the history and keeps the version.
     void SetProgress(const JobClaim& i_claim, int i_percent, const std::string& i_stage);
 
     // Work.
 
     /// Claims the first waiting job for a machine: by priority, then position, then number; those for the machine
     /// itself and those for its model alike. \param i_refusal why a job cannot go to the machine now, empty when it
-    /// can; called under the store's transaction.
+    /// can; called under the store's transaction, in which it may read the store and not change it. A machine file that
+    /// another machine's Build made is dropped.
     std::optional<Job> ClaimNext(const boost::uuids::uuid& i_machine, const std::string& i_name,
                                  const std::string& i_model, const std::function<std::string(const Job&)>& i_refusal);
     /// What waiting jobs are for, each once; those whose next attempt is not due yet are left out.
@@ -157,9 +159,9 @@ public:
     /// A copy of the whole store, of one moment, while it is in use.
     void Backup(const std::filesystem::path& i_file) const;
 
-    /// Told of every change: the job's id, or nil for a machine. On the thread that changed it, or on one of the
-    /// store's for changes by other daemons; never under a lock. Ends when what is returned goes, which waits for a
-    /// call that is on its way, except in the call itself.
+    /// Told of every change: the job's id, or nil for a machine, and for anything at all after other daemons were out
+    /// of hearing. On the thread that changed it, or on one of the store's for changes by other daemons; never under a
+    /// lock. Ends when what is returned goes, which waits for a call that is on its way, except in the call itself.
     std::shared_ptr<void> Subscribe(std::function<void(const boost::uuids::uuid& i_job)> i_slot);
     Time Now() const;
     const std::string& GetDaemon() const;

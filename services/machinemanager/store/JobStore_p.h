@@ -2,6 +2,7 @@
 
 #include "machinemanager/jobs/ManagerError.h"
 #include "machinemanager/store/ChangeFeed.h"
+#include "machinemanager/store/DaemonNews.h"
 #include "machinemanager/store/JobRows.h"
 #include "machinemanager/store/JobStore.h"
 #include "machinemanager/store/StoreLock.h"
@@ -64,6 +65,9 @@ struct JobStore::Impl
     Job LockKnown(Writing& io_writing, const boost::uuids::uuid& i_id) const;
     /// One step by the table.
     Job Step(Writing& io_writing, const Job& i_job, const JobChange& i_change) const;
+    /// For a machine, by this daemon.
+    Job Claim(Writing& io_writing, const Job& i_job, const boost::uuids::uuid& i_machine,
+              const std::string& i_name) const;
     /// Counts the version up, writes the job and its line in the history.
     void Keep(Writing& io_writing, const Job& i_before, Job& io_after, const char* ip_event, const std::string& i_actor,
               const std::string& i_detail) const;
@@ -77,6 +81,7 @@ struct JobStore::Impl
     const std::optional<StoreLock> lock;
     ConnectionPool pool;
     ChangeFeed feed;
+    std::unique_ptr<DaemonNews> news; ///< null: no other daemon can be there
 
 private:
     template <class Function>
@@ -87,16 +92,14 @@ private:
             Transaction transaction(pool, options.log);
             Writing writing{transaction.GetConnection(), {}};
             auto written = i_write(writing);
-            _TellOthers(writing);
             transaction.Commit();
             changed = std::move(writing.changed);
             return written;
         }();
-        for (const auto& id : changed)
-            feed.Tell(id);
+        _Tell(changed);
         return result;
     }
-    void _TellOthers(Writing& io_writing) const;
+    void _Tell(const std::vector<boost::uuids::uuid>& i_changed) const;
 };
 
 /// All rows that a SELECT of jobs finds.

@@ -130,8 +130,14 @@ bool HasTable(Connection& io_connection, const char* ip_name)
     return io_connection.SelectValue(question, {QLatin1String(ip_name)}).isValid();
 }
 
-/// 0: there is nothing yet.
-int ReadVersion(Connection& io_connection)
+} // namespace
+
+int GetStoreVersion()
+{
+    return static_cast<int>(std::size(Steps));
+}
+
+int ReadStoreVersion(Connection& io_connection)
 {
     const std::string store = "The job store " + io_connection.GetDialect().GetAddress().Show();
     if (!HasTable(io_connection, "store_version")) {
@@ -149,23 +155,16 @@ int ReadVersion(Connection& io_connection)
     return version;
 }
 
-} // namespace
-
-int GetStoreVersion()
-{
-    return static_cast<int>(std::size(Steps));
-}
-
 void Migrate(ConnectionPool& io_pool, const Transaction::Log& i_log, int i_last)
 {
-    for (int version = ReadVersion(io_pool.Get()); version < i_last;) {
+    for (int version = ReadStoreVersion(io_pool.Get()); version < i_last;) {
         Transaction transaction(io_pool, i_log);
         Connection& connection = transaction.GetConnection();
         const Dialect& dialect = connection.GetDialect();
         if (!dialect.GetMigrationLock().isEmpty())
             connection.Run(dialect.GetMigrationLock());
         // Another daemon may have been quicker.
-        version = ReadVersion(connection);
+        version = ReadStoreVersion(connection);
         if (version >= i_last)
             return;
         const Migration& step = Steps[version];

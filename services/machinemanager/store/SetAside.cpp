@@ -73,7 +73,8 @@ std::filesystem::path SetAside(const std::filesystem::path& i_file, std::chrono:
 std::string FindDamage(const Dialect& i_dialect)
 {
     try {
-        Connection connection(i_dialect);
+        // A damaged file is to stay as it was found: closing would put its log into it.
+        Connection connection(i_dialect, Access::Look);
         const auto findings = CheckFile(connection, "quick_check(1)");
         return findings.empty() ? std::string() : findings.front();
     } catch (const SqlFailure& failure) {

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <exception>
+#include <stdexcept>
 #include <thread>
 
 namespace MachineService::MachineManager {
@@ -20,6 +21,9 @@ Transaction::Transaction(ConnectionPool& io_pool, const Log& i_log)
     : _pool(io_pool)
     , _log(i_log)
 {
+    // It would wait for its own turn, or end the other one.
+    if (io_pool.Get().IsInTransaction())
+        throw std::logic_error("the job store was asked for a change inside a change");
     if (!io_pool.GetDialect().IsPostgres())
         _turn.emplace(io_pool.GetTurn());
     try {
@@ -42,12 +46,17 @@ void Transaction::_Begin()
         _connection->GiveUp();
         throw;
     }
+    _connection->SetInTransaction(true);
     _isOpen = true;
 }
 
 Transaction::~Transaction()
 {
     if (!_isOpen)
+        return;
+    _connection->SetInTransaction(false);
+    // What is lost is undone by the server.
+    if (_connection->IsLost())
         return;
     try {
         _connection->Run(QStringLiteral("ROLLBACK"));
@@ -64,10 +73,12 @@ void Transaction::Commit()
     try {
         _connection->Run(QStringLiteral("COMMIT"));
         _isOpen = false;
+        _connection->SetInTransaction(false);
     } catch (const SqlFailure& failure) {
         if (failure.GetCause() != Cause::Lost)
             throw;
         _isOpen = false;
+        _connection->SetInTransaction(false);
         _AskWhatBecameOfIt(failure);
     }
 }
@@ -76,20 +87,22 @@ void Transaction::Commit()
 void Transaction::_AskWhatBecameOfIt(const SqlFailure& i_failure)
 {
     const auto end = std::chrono::steady_clock::now() + LongestQuestion;
-    while (std::chrono::steady_clock::now() < end) {
+    QString state;
+    while (state != QLatin1String("aborted") && std::chrono::steady_clock::now() < end) {
         try {
-            const auto state =
+            state =
                 _pool.Get().SelectValue(QStringLiteral("SELECT pg_xact_status(CAST(? AS xid8))"), {_number}).toString();
             if (state == QLatin1String("committed"))
                 return;
-            if (state == QLatin1String("aborted"))
-                throw i_failure;
         } catch (const SqlFailure& failure) {
-            if (failure.GetCause() != Cause::Lost || &failure == &i_failure)
+            if (failure.GetCause() != Cause::Lost)
                 throw;
         }
-        std::this_thread::sleep_for(BetweenQuestions);
+        if (state != QLatin1String("aborted"))
+            std::this_thread::sleep_for(BetweenQuestions);
     }
+    if (state == QLatin1String("aborted"))
+        throw i_failure;
     throw SqlFailure(Cause::Lost, std::string(i_failure.what()) +
                                       " It is not known whether the last change was kept: look at the job.");
 }

@@ -18,6 +18,7 @@ public:
     using Log = std::function<void(const std::string&)>;
 
     /// Begins it. \param i_log told when undoing fails; must outlive it.
+    /// \throws std::logic_error inside another one of the same thread.
     Transaction(ConnectionPool& io_pool, const Log& i_log);
     ~Transaction();
     Transaction(const Transaction&) = delete;

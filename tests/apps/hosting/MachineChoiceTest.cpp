@@ -29,6 +29,8 @@ TEST(MachineChoiceTest, TakesTheWantedMachineOrTheFirstThatThePartsFitInto)
         MakeMachine(3, "Round", BuildVolume{-20, -20, 20, 20, 100, true}),
         MakeMachine(4, "Narrow", BuildVolume{0, 0, 20, 39, 100, false}),
         MakeMachine(5, "Fitting", BuildVolume{0, 0, 50, 20, 10, false}),
+        MakeManaged(6, "Low (Machine Manager)"),
+        MakeManaged(7, "Fitting (Machine Manager)"),
     };
     const auto id = QString::fromStdString(boost::uuids::to_string(TestSupport::MakeId(2)));
     const struct
@@ -36,15 +38,24 @@ TEST(MachineChoiceTest, TakesTheWantedMachineOrTheFirstThatThePartsFitInto)
         QString wanted;
         std::size_t machines; ///< how many of them there are
         std::string name;     ///< empty: none
+        bool postsJob = false;
     } rows[] = {
-        {QString(), 5, "Fitting"}, {QString(), 4, "Silent"},
-        {QString(), 0, ""},        {QStringLiteral("narrOW"), 5, "Narrow"},
-        {id.toUpper(), 5, "Low"},  {QStringLiteral("nobody"), 5, ""},
+        {QString(), 5, "Fitting"},
+        {QString(), 4, "Silent"},
+        {QString(), 0, ""},
+        {QStringLiteral("narrOW"), 5, "Narrow"},
+        {id.toUpper(), 5, "Low"},
+        {QStringLiteral("nobody"), 5, ""},
+        {QStringLiteral("fitting"), 7, "Fitting"},
+        {QStringLiteral("fitting"), 7, "Fitting (Machine Manager)", true},
+        {QStringLiteral("low (machine manager)"), 7, "Low (Machine Manager)"},
+        {QString(), 7, "Low (Machine Manager)", true},
+        {QString(), 5, "", true},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.wanted.toStdString() + " of " + std::to_string(row.machines));
         const std::vector<Machine> offered(machines.begin(), machines.begin() + static_cast<int>(row.machines));
-        const auto machine = ChooseMachine(offered, row.wanted, parts);
+        const auto machine = ChooseMachine(offered, row.wanted, parts, row.postsJob);
         EXPECT_EQ(machine ? machine->GetMachineData().name : "", row.name);
     }
 }

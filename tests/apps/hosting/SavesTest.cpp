@@ -1,5 +1,5 @@
-#include "buildprocessor/base/JobFolder.h"
-#include "buildprocessor/base/PrivateFile.h"
+#include "contract/JobFolder.h"
+#include "contract/PrivateFile.h"
 #include "hosting/ResultFiles.h"
 #include "machineconfig/MachineConfigurationFile.h"
 #include "machineconfig/PlatformMachineConfiguration.h"
@@ -126,36 +126,37 @@ const fs::path& GetSource()
     return source;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Saves, SavesTest,
-    testing::Values(Save{"Platform", SavePlatform},
-                    Save{"MachineRecord",
-                         [](const fs::path& i_path) {
-                             MachineLayer::Utilities::SaveMachineDataPLDF(i_path, *MachineLayer::CreateMachineData());
-                         }},
-                    Save{"MachineConfiguration",
-                         [](const fs::path& i_path) {
-                             MachineService::PlatformMachineConfiguration configuration;
-                             configuration.nesting.emplace();
-                             MachineService::SaveMachineConfiguration(i_path, configuration);
-                         }},
-                    Save{"Document", SaveDocument},
-                    Save{"PrivateFile",
-                         [](const fs::path& i_path) {
-                             MachineService::BuildProcessor::WritePrivateFile(i_path, std::string(3'000'000, 'p'));
-                         }},
-                    Save{"MachineFile",
-                         [](const fs::path& i_path) {
-                             MachineService::BuildProcessor::JobFolder folder(
-                                 i_path.parent_path().parent_path().parent_path(), "machine", "job");
-                             folder.AddFile(GetSource(), ".x", {});
-                             folder.Keep();
-                         },
-                         "machine/job/job.x", false},
-                    Save{"ResultOfAHost",
-                         [](const fs::path& i_path) {
-                             Hosting::CopyFile(GetSource(), i_path);
-                         }}),
-    [](const auto& i_info) { return i_info.param.what; });
+INSTANTIATE_TEST_SUITE_P(Saves, SavesTest,
+                         testing::Values(Save{"Platform", SavePlatform},
+                                         Save{"MachineRecord",
+                                              [](const fs::path& i_path) {
+                                                  MachineLayer::Utilities::SaveMachineDataPLDF(
+                                                      i_path, *MachineLayer::CreateMachineData());
+                                              }},
+                                         Save{"MachineConfiguration",
+                                              [](const fs::path& i_path) {
+                                                  MachineService::PlatformMachineConfiguration configuration;
+                                                  configuration.nesting.emplace();
+                                                  MachineService::SaveMachineConfiguration(i_path, configuration);
+                                              }},
+                                         Save{"Document", SaveDocument},
+                                         Save{"PrivateFile",
+                                              [](const fs::path& i_path) {
+                                                  MachineService::WritePrivateFile(i_path, std::string(3'000'000, 'p'));
+                                              }},
+                                         Save{"MachineFile",
+                                              [](const fs::path& i_path) {
+                                                  MachineService::JobFolder folder(
+                                                      i_path.parent_path().parent_path().parent_path(), "machine",
+                                                      "job");
+                                                  folder.AddFile(GetSource(), ".x", {});
+                                                  folder.Keep();
+                                              },
+                                              "machine/job/job.x", false},
+                                         Save{"ResultOfAHost",
+                                              [](const fs::path& i_path) {
+                                                  Hosting::CopyFile(GetSource(), i_path);
+                                              }}),
+                         [](const auto& i_info) { return i_info.param.what; });
 
 } // namespace

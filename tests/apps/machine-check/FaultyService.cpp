@@ -73,6 +73,8 @@ pb::Machine FaultyService::_MakeMachine()
     for (int command = 0; command < (_fault == Fault::DoubleCommand ? 2 : 1); ++command) {
         auto& message = *machine.add_commands();
         message.set_id(CommandId);
+        message.set_type(pb::COMMAND_TYPE_BUILD);
+        message.set_data_format(pb::DATA_FORMAT_PLATFORM);
         message.mutable_name()->set_text("Do");
         message.set_icon_sha256(Wire::HashOf(IconBytes));
     }
@@ -200,10 +202,14 @@ void FaultyService::_End(Run& io_run) const
         return;
     }
     state.set_phase(_fault == Fault::WatchNeverEnds ? pb::RUN_PHASE_RUNNING : pb::RUN_PHASE_FINISHED);
-    auto& file = *state.add_files();
-    file.set_name("result.txt");
-    file.set_size_bytes(Result.size());
-    file.set_sha256(Wire::HashOf(Result));
+    std::vector<const char*> names{"result.TavAMX", "result.gcode", "more.txt"};
+    names.resize(_fault == Fault::BuildWithoutMachineFile ? 1 : _fault == Fault::BuildWithTwoFiles ? 3 : 2);
+    for (const char* const name : names) {
+        auto& file = *state.add_files();
+        file.set_name(name);
+        file.set_size_bytes(Result.size());
+        file.set_sha256(Wire::HashOf(Result));
+    }
 }
 
 grpc::Status FaultyService::Upload(Context* iop_context, grpc::ServerReader<pb::UploadRequest>* iop_reader,

@@ -47,6 +47,8 @@ enum class Fault
     CancelIgnored,
     KnowsEveryRun,
     ReleaseTwiceRefused,
+    BuildWithoutMachineFile,
+    BuildWithTwoFiles,
 };
 
 /// A service with one machine, by the messages alone, and with at most one fault.

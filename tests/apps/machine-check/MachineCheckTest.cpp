@@ -50,6 +50,8 @@ TEST(MachineCheckTest, FindsEachFaultByItsRule)
         {Fault::CancelIgnored, {"R9"}},
         {Fault::KnowsEveryRun, {"R10"}},
         {Fault::ReleaseTwiceRefused, {"R11"}},
+        {Fault::BuildWithoutMachineFile, {"R12"}},
+        {Fault::BuildWithTwoFiles, {"R12"}},
     };
     for (const auto& row : rows) {
         const MachineService::ScopedTempDir folder;

@@ -11,13 +11,13 @@ using TestSupport::Texts;
 class DaemonTest : public TestSupport::TourFixture
 {
 protected:
-    /// With what a host of this test makes in the place where its own services would make it.
+    /// What the daemon makes lies where no host looks.
     void StartDaemon()
     {
         _daemon.setProcessEnvironment(_environment);
         _daemon.start(QStringLiteral(MACHINED_PROGRAM),
                       {QStringLiteral("--socket"), QString::fromStdString(Path("socket/machined")),
-                       QStringLiteral("--data"), QString::fromStdString(Path("out/machines")),
+                       QStringLiteral("--data"), QString::fromStdString(Path("daemon")),
                        QStringLiteral("--print-address")});
         QByteArray told;
         while (!told.contains("ready") && _daemon.waitForReadyRead(30'000))
@@ -61,12 +61,19 @@ TEST_F(DaemonTest, TheMainJobComesOutTheSameAsWithTheServiceInTheProgram)
     servedJob.insert(servedJob.end(), job.begin(), job.end());
     const auto served = Run(servedJob);
     ASSERT_EQ(served.status, 0) << served.output << served.errors;
+    ASSERT_THAT(FilesIn("daemon", ".gcode"), SizeIs(1));
+    std::filesystem::remove_all(Path("daemon"));
     // In which order a service lists its machines is its own affair.
     const auto fromPrinterOn = [](const std::string& i_text) {
         return i_text.substr(i_text.find("\nPrinter\n"));
     };
     EXPECT_EQ(GetLasting(fromPrinterOn(served.output)), GetLasting(fromPrinterOn(embedded.output)));
     EXPECT_EQ(GetLasting(Read("out/part.gcode")), GetLasting(machineFile));
+    // The host's own, which the platform names.
+    const auto kept = FilesIn("out/machines", ".gcode");
+    ASSERT_THAT(kept, SizeIs(1));
+    EXPECT_EQ(TestSupport::ReadFile(kept.front()), Read("out/part.gcode"));
+    EXPECT_THAT(served.output, HasSubstr(kept.front()));
     EXPECT_TRUE(std::filesystem::exists(Path("out/platform.TavAMX")));
 }
 

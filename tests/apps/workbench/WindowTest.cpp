@@ -1,3 +1,4 @@
+#include "apps/workbench/ControlNames.h"
 #include "apps/workbench/WorkbenchFixture.h"
 #include "workbench/MainWindow.h"
 #include "workbench/ScenePage.h"
@@ -6,7 +7,6 @@
 #include "workbench/ribbon/CommandButton.h"
 #include "workbench/ribbon/PrinterRibbon.h"
 
-#include <QAccessible>
 #include <QDockWidget>
 #include <QMenu>
 #include <QPushButton>
@@ -15,25 +15,6 @@ namespace {
 
 using namespace Workbench;
 using TestSupport::WaitFor;
-
-/// What a keyboard reaches must have a name. Parts of a control, such as the line in a spin box, go by their control's.
-void FindNameless(QAccessibleInterface* ip_reader, QStringList& io_nameless, int& io_count)
-{
-    if (!ip_reader || !ip_reader->isValid() || ip_reader->state().invisible)
-        return;
-    const auto* const parent = ip_reader->parent();
-    const bool is_part = parent && (parent->role() == QAccessible::SpinBox || parent->role() == QAccessible::ComboBox);
-    if (ip_reader->state().focusable && !is_part && ip_reader->role() != QAccessible::Window) {
-        ++io_count;
-        const QObject* const object = ip_reader->object();
-        if (ip_reader->text(QAccessible::Name).isEmpty() && object)
-            io_nameless << QStringLiteral("%1 '%2' role %3")
-                               .arg(QLatin1String(object->metaObject()->className()), object->objectName())
-                               .arg(ip_reader->role());
-    }
-    for (int child = 0; child < ip_reader->childCount(); ++child)
-        FindNameless(ip_reader->child(child), io_nameless, io_count);
-}
 
 class WindowTest : public TestSupport::WorkbenchFixture
 {
@@ -75,11 +56,7 @@ protected:
 TEST_F(WindowTest, EveryControlHasANameInEveryPanelAndDialog)
 {
     const auto check = [](QWidget& io_widget, int i_least) {
-        QStringList nameless;
-        int count = 0;
-        FindNameless(QAccessible::queryAccessibleInterface(&io_widget), nameless, count);
-        EXPECT_EQ(nameless.join(QLatin1Char('\n')).toStdString(), "");
-        EXPECT_GE(count, i_least) << "the tree was not walked";
+        EXPECT_EQ(TestSupport::FindNameless(io_widget, i_least).toStdString(), "");
     };
     check(*_window, 8); // empty
     ASSERT_TRUE(_Prepare());

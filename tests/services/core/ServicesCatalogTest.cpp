@@ -76,7 +76,7 @@ TEST_F(ServicesCatalogTest, MachinesAppearWithStartAndNewsComeFromTheServicesThr
 {
     EXPECT_TRUE(catalog->GetMachineIds().empty());
     EXPECT_FALSE(catalog->Refresh(Service));
-    EXPECT_FALSE(catalog->Start(ServiceId::MachineManager));
+    EXPECT_FALSE(catalog->Start(static_cast<ServiceId>(77)));
     ASSERT_TRUE(catalog->Start(Service));
     ASSERT_TRUE(catalog->Start(Service));
     ASSERT_TRUE(Expect("status 2"));

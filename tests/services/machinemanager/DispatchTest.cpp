@@ -17,7 +17,7 @@ TEST_F(DispatchTest, AJobForAMachineWithoutPrinterEndsWithItsMachineFile)
 {
     Start();
     auto order = MakeJob();
-    order.order = R"([{"id":"part","supports":true,"strategies":[["part","fast"]]}])";
+    order.order = R"({"parts":[{"id":"part","supports":true,"strategies":[["part","fast"]]}]})";
     std::atomic<bool> isOrderTold = false;
     behaviour->run = [&](const CommandParameters& i_parameters) {
         isOrderTold = i_parameters.parts.size() == 1 && i_parameters.parts.front().hasSupports &&

@@ -16,13 +16,21 @@ const std::string Programs = "/usr/lib/postgresql/15/bin/";
 
 } // namespace
 
+std::string EncodeHost(std::string i_host)
+{
+    for (auto at = i_host.find('/'); at != std::string::npos; at = i_host.find('/'))
+        i_host.replace(at, 1, "%2F");
+    return i_host;
+}
+
 PostgresCluster& PostgresCluster::Get()
 {
-    static PostgresCluster mgp_cluster;
+    static PostgresCluster mgp_cluster(Disk::Unsynced);
     return mgp_cluster;
 }
 
-PostgresCluster::PostgresCluster()
+PostgresCluster::PostgresCluster(Disk i_disk)
+    : _disk(i_disk)
 {
     // Short: the name of a socket has at most 107 bytes.
     _folder = "/tmp/mspg-XXXXXX";
@@ -47,7 +55,8 @@ PostgresCluster::~PostgresCluster()
 void PostgresCluster::Start()
 {
     _Run(Programs + "pg_ctl -D " + _folder + "/data -l " + _folder + "/log -w -o \"-k " + _folder +
-         " -c listen_addresses='' -c fsync=off -c max_connections=200\" start");
+         " -c listen_addresses='' -c fsync=" + (_disk == Disk::Synced ? "on" : "off") +
+         " -c max_connections=200\" start");
 }
 
 void PostgresCluster::Stop()
@@ -58,10 +67,7 @@ void PostgresCluster::Stop()
 std::string PostgresCluster::MakeDatabase()
 {
     const std::string name = "test" + std::to_string(++_databases);
-    std::string host = _folder;
-    for (auto at = host.find('/'); at != std::string::npos; at = host.find('/'))
-        host.replace(at, 1, "%2F");
-    const std::string begin = "postgresql://postgres@" + host + '/';
+    const std::string begin = "postgresql://postgres@" + EncodeHost(_folder) + '/';
     Run(begin + "postgres", "CREATE DATABASE " + name);
     return begin + name;
 }
@@ -71,11 +77,16 @@ std::string PostgresCluster::Run(const std::string& i_address, const std::string
     return _Run(Programs + "psql -X -q -A -t -v ON_ERROR_STOP=1 -d '" + i_address + "' -c \"" + i_statement + '"');
 }
 
-/// The server refuses to run as root.
-std::string PostgresCluster::_Run(const std::string& i_command) const
+void PostgresCluster::RunFile(const std::string& i_address, const std::string& i_file) const
 {
-    const std::string command =
-        "cd / && " + (::geteuid() == 0 ? "runuser -u postgres -- " + i_command : i_command) + " 2>&1 < /dev/null";
+    _Run(Programs + "psql -X -q -v ON_ERROR_STOP=1 -d '" + i_address + "'", i_file);
+}
+
+/// The server refuses to run as root.
+std::string PostgresCluster::_Run(const std::string& i_command, const std::string& i_input) const
+{
+    const std::string command = "cd / && " + (::geteuid() == 0 ? "runuser -u postgres -- " + i_command : i_command) +
+                                " 2>&1 < '" + i_input + '\'';
     std::FILE* const pipe = ::popen(command.c_str(), "r");
     if (!pipe)
         throw std::runtime_error("no pipe for " + command);

@@ -138,6 +138,15 @@ TEST_P(StoreJobsTest, EditsKeepThePhaseAndEndWithTheJob)
                             }),
                  std::logic_error);
     ExpectSame(store.Find(id).value(), bare);
+    // An edit may look into the store, and not change it.
+    EXPECT_THROW(store.Edit(id, "x", "grace", "",
+                            [&](Job& io_job) {
+                                EXPECT_EQ(store.Find(io_job.id)->version, io_job.version);
+                                store.Beat();
+                            }),
+                 std::logic_error);
+    ExpectSame(store.Find(id).value(), bare);
+    EXPECT_EQ(GetRefusal([&] { store.Add(NewJob(), true); }).first, ErrorKind::BadInput);
     store.Change(id, {JobEvent::Cancel});
     EXPECT_EQ(GetRefusal([&] { store.Edit(id, "move", "grace", "", [](Job&) {}); }).first, ErrorKind::Conflict);
 }

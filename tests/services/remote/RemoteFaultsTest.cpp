@@ -5,6 +5,14 @@
 #include <grpcpp/security/server_credentials.h>
 #include <grpcpp/server_builder.h>
 
+#include <csignal>
+#include <optional>
+
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 namespace MachineService::Testing {
 
 namespace {
@@ -79,6 +87,105 @@ TEST_F(RemoteFaultsTest, ABitThatFlipsOnTheWayIsNeverPartOfAResult)
     EXPECT_EQ(ReadResult(), input + "!");
     EXPECT_TRUE(proxy->HasFlipped());
     EXPECT_EQ(runs, 2);
+}
+
+TEST_F(RemoteFaultsTest, AConnectionOfOneByteASecondIsLostAndItsRunGoesOn)
+{
+    std::promise<void> begun;
+    std::promise<void> mayEnd;
+    duringRun = [&](const CommandRun&) {
+        begun.set_value();
+        mayEnd.get_future().wait();
+    };
+    StartBehindProxy();
+    auto result = GetLoom().RunCommand(MakeParameters("x"));
+    begun.get_future().wait();
+    proxy->SetSlow(true);
+    EXPECT_TRUE(Expect("status 4 The machine service at")) << "a heartbeat is longer";
+    EXPECT_THAT(journal.Take().back(), HasSubstr("does not answer"));
+    mayEnd.set_value();
+    proxy->SetSlow(false);
+    proxy->CloseAll();
+    EXPECT_TRUE(result.get().completed);
+    EXPECT_EQ(ReadResult(), "x!");
+    EXPECT_EQ(runs, 1);
+    EXPECT_TRUE(Expect("status 2 "));
+}
+
+/// No file of this process grows beyond so many bytes, as on a full disk.
+class SmallDisk
+{
+public:
+    explicit SmallDisk(rlim_t i_bytes)
+    {
+        getrlimit(RLIMIT_FSIZE, &_former);
+        const rlimit small = {i_bytes, _former.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &small);
+    }
+    ~SmallDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &_former);
+        std::signal(SIGXFSZ, _handler);
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+private:
+    rlimit _former = {};
+    void (*const _handler)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+TEST_F(RemoteFaultsTest, ADiskThatIsFullIsOneSentenceOnEitherSide)
+{
+    std::optional<SmallDisk> disk;
+    bool isHostFull = false;
+    run = [&, weave = run](const CommandRun& i_run) {
+        auto result = weave(i_run);
+        // All that is written from now on, the host writes.
+        if (isHostFull)
+            disk.emplace(100'000);
+        return result;
+    };
+    StartBehindProxy();
+    const std::string input(500'000, 'x');
+    for (const bool isHost : {false, true}) {
+        isHostFull = isHost;
+        const auto parameters = MakeParameters(input);
+        if (!isHost)
+            disk.emplace(100'000);
+        const auto failure = GetFailure([&] { GetLoom().RunCommand(parameters).get(); });
+        disk.reset();
+        EXPECT_EQ(failure.code, ErrorCode::FileError);
+        EXPECT_THAT(failure.text, MatchesRegex("The file '.*(in|cloth).txt' cannot be written: File too large."));
+        EXPECT_THAT(GetResults(), IsEmpty());
+    }
+    isHostFull = false;
+    EXPECT_TRUE(GetLoom().RunCommand(MakeParameters(input)).get().completed);
+    EXPECT_EQ(ReadResult(), input + "!");
+}
+
+TEST_F(RemoteFaultsTest, WhatAnswersWithGarbageIsNoMachineService)
+{
+    const std::string path = folder.GetAbsoluteDir() / "garbage";
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    ASSERT_EQ(listen(listener, 5), 0);
+    std::thread garbage([listener] {
+        for (int connection; (connection = accept(listener, nullptr, nullptr)) >= 0; close(connection)) {
+            const std::string text(10'000, '\x7f');
+            [[maybe_unused]] const auto sent = send(connection, text.data(), text.size(), MSG_NOSIGNAL);
+        }
+    });
+    Connect("unix:" + path);
+    EXPECT_TRUE(Expect("status 4 "));
+    EXPECT_THAT(journal.Take().back(), AllOf(HasSubstr(path), ::testing::EndsWith(".")));
+    remote.reset();
+    shutdown(listener, SHUT_RDWR);
+    garbage.join();
+    close(listener);
 }
 
 TEST_F(RemoteFaultsTest, AServiceThatIsSilentIsLostAndComesBack)

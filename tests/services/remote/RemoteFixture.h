@@ -14,21 +14,21 @@ inline constexpr auto RemoteId = ServiceId(FirstEndpointService);
 class RemoteUtility final : public AbstractPluginUtility
 {
 public:
-    RemoteUtility(std::filesystem::path i_cache, Journal<std::string>& io_journal)
-        : _cache(std::move(i_cache))
+    RemoteUtility(std::filesystem::path i_folder, Journal<std::string>& io_journal)
+        : _folder(std::move(i_folder))
         , _journal(io_journal)
     {}
     std::filesystem::path GetConfigurationDir() const override { return {}; }
-    std::filesystem::path GetDataDir() const override { return {}; }
+    std::filesystem::path GetDataDir() const override { return _folder / "data"; }
     std::optional<std::string> GetSetting(const std::string&) const override { return {}; }
-    std::filesystem::path GetCacheDir() const override { return _cache; }
+    std::filesystem::path GetCacheDir() const override { return _folder / "cache"; }
     void HandleStatus(ServiceStatus i_status, const std::string& i_reason) override
     {
         _journal.Add("status " + std::to_string(static_cast<int>(i_status)) + ' ' + i_reason);
     }
 
 private:
-    const std::filesystem::path _cache;
+    const std::filesystem::path _folder;
     Journal<std::string>& _journal;
 };
 
@@ -44,8 +44,8 @@ protected:
     }
     void Connect(const ServiceEndpoint& i_endpoint)
     {
-        remote = std::make_unique<RemoteCatalog>(
-            RemoteId, i_endpoint, std::make_unique<RemoteUtility>(folder.GetAbsoluteDir() / "cache", journal));
+        remote = std::make_unique<RemoteCatalog>(RemoteId, i_endpoint,
+                                                 std::make_unique<RemoteUtility>(folder.GetAbsoluteDir(), journal));
         remote->ConnectMachineAdded([this](const auto& i_id) { journal.Add("added " + Name(i_id)); });
         remote->ConnectMachineRemoved([this](const auto& i_id) { journal.Add("removed " + Name(i_id)); });
         remote->ConnectMachineUpdated([this](const auto& i_id, MachineChanges i_changes) {

@@ -217,6 +217,7 @@ TEST_F(TransferTest, DamageIsTriedAgainButNotForEver)
     _run.HandleState(Waiting(10), _now);
     EXPECT_TRUE(_run.HandleDamage()) << "it had moved on";
     EXPECT_FALSE(_run.IsTooLate(_now + 9s));
+    EXPECT_FALSE(_run.IsTooLate(_now - std::chrono::hours(1))) << "a clock that is put back";
     EXPECT_TRUE(_run.IsTooLate(_now + 11s));
 }
 

@@ -6,6 +6,10 @@
 #include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
 namespace MachineService::Testing {
 
 namespace {
@@ -54,6 +58,41 @@ TEST_F(RemoteTlsTest, ACertificateIsTakenWhenItsAuthorityIsTrusted)
     ASSERT_TRUE(Expect("status 2 "));
     EXPECT_TRUE(GetLoom().RunCommand(MakeParameters("x")).get().completed);
     EXPECT_EQ(ReadResult(), "x!");
+}
+
+TEST_F(RemoteTlsTest, ConnectionsFromElsewhereAreBounded)
+{
+    MakeCertificate("IP:127.0.0.1", 3600);
+    options.tls = {PathOf("certificate.pem"), PathOf("key.pem"), {}};
+    options.addresses = {"tls://127.0.0.1:0"};
+    options.limits.connections = 2;
+    Start();
+    const auto address = server->GetAddresses().front();
+    sockaddr_in place = {};
+    place.sin_family = AF_INET;
+    place.sin_port = htons(static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1))));
+    place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    std::vector<int> connections;
+    // Nobody says a word: whoever may come in is waited for.
+    for (int number = 0; number < 3; ++number) {
+        connections.push_back(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+        ASSERT_EQ(connect(connections.back(), reinterpret_cast<const sockaddr*>(&place), sizeof place), 0);
+    }
+    const timeval longest = {10, 0};
+    setsockopt(connections[2], SOL_SOCKET, SO_RCVTIMEO, &longest, sizeof longest);
+    char byte = 0;
+    EXPECT_EQ(recv(connections[2], &byte, 1, 0), 0) << "the third one is closed at once";
+    EXPECT_EQ(recv(connections[1], &byte, 1, MSG_DONTWAIT), -1);
+    Connect({address, PathOf("certificate.pem")});
+    EXPECT_TRUE(Expect("status 4 "));
+    close(connections[0]);
+    EXPECT_TRUE(Expect("status 2 ")) << "its place is free";
+    close(connections[1]);
+    close(connections[2]);
+    // A second service on the port would take its hosts.
+    options.addresses = {address};
+    MachineServer other(*catalog, options);
+    EXPECT_THAT(TestSupport::GetFailure([&] { other.Start(); }).text, HasSubstr("Address already in use"));
 }
 
 TEST_F(RemoteTlsTest, OneThatIsNotTakenSaysWhatIsWrongWithIt)

@@ -189,12 +189,21 @@ TEST_F(RunBookTest, CancelsInEachPhase)
     book.Close();
     EXPECT_LT(Bell::Clock::now() - begun, std::chrono::seconds(5));
     machine->parameters.onProgress(99, "after the end");
+    // A host that comes back meanwhile is not told that its run is not known.
+    EXPECT_THAT(GetReason([&] { book.Get(MakeId(1)); }), HasSubstr("goes down"));
+    auto again = MakeOrder(1, "hello");
+    again.isResumption = true;
+    EXPECT_THAT(GetReason([&] { book.Start(again); }), HasSubstr("goes down"));
 }
 
 TEST_F(RunBookTest, GivesUpWhatHasNoHostAndForgetsWhatWasKeptLongEnough)
 {
     book.Start(MakeOrder(1));
     WaitForBegin();
+    // A clock that is put back makes nothing older.
+    later = -3600;
+    book.Tend();
+    EXPECT_EQ(book.Get(MakeId(1)).phase, Phase::Running);
     auto attendance = book.Attend(MakeId(1));
     later = 61;
     book.Tend();

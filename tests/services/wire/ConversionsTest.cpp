@@ -3,6 +3,7 @@
 #include "support/Failures.h"
 #include "support/Files.h"
 #include "support/Test.h"
+#include "wire/Failures.h"
 
 #include <machineservice/v1/runs.pb.h>
 
@@ -92,6 +93,14 @@ TEST(ConversionsTest, KeepWhatTheyDoNotKnow)
     EXPECT_EQ(ToMessage(data).name(), "bad \xef\xbf\xbd");
     data.name = std::string(MaxTextBytes - 1, 'a') + "\xc3\xa4";
     EXPECT_EQ(ToMessage(data).name().size(), MaxTextBytes - 1);
+}
+
+TEST(ConversionsTest, LetNoPeerWriteIntoLogs)
+{
+    pb::Failure failure;
+    failure.set_code(pb::ERROR_CODE_FILE_ERROR);
+    failure.mutable_sentence()->set_text("One.\n2026-11-22 12:00 \x1b[31mforged\x7f \xc3\xa4");
+    EXPECT_STREQ(FromFailure(failure).what(), "One. 2026-11-22 12:00  [31mforged  \xc3\xa4");
 }
 
 TEST(ConversionsTest, RefuseWhatNoMachineIs)

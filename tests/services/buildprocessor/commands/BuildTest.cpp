@@ -97,6 +97,7 @@ TEST_F(RealBuildTest, AMachineFileIsItsUsersAloneUnderTheJobsNameWhateverTheName
         const std::string gcode = ReadFile(file);
         EXPECT_EQ(gcode.find("\nM104 S400"), std::string::npos);
         EXPECT_NE(gcode.find("; estimated printing time"), std::string::npos);
+        EXPECT_EQ(ReadFile(dir / "output" / "_bracket.gcode"), gcode) << "for hosts elsewhere";
         struct stat info = {};
         ASSERT_EQ(stat(file.c_str(), &info), 0);
         EXPECT_EQ(info.st_mode & 0777, 0600U);

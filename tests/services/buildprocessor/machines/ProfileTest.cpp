@@ -1,11 +1,11 @@
 #include "services/ServiceFiles.h"
 
 #include "buildprocessor/base/FolderWatcher.h"
-#include "buildprocessor/base/JobFolder.h"
 #include "buildprocessor/machines/ProfileFolder.h"
 #include "buildprocessor/machines/ProfileInstaller.h"
 #include "buildprocessor/machines/ProfileReader.h"
 #include "buildprocessor/machines/ShippedProfiles.h"
+#include "contract/JobFolder.h"
 
 #include <gmock/gmock.h>
 
@@ -216,6 +216,24 @@ TEST(JobName, BecomesAFileNameThatStaysWhereItBelongs)
     for (int count = 0; count < 300; ++count)
         wide += "部";
     EXPECT_EQ(ToFileName(wide), wide.substr(0, 198));
+}
+
+TEST(JobName, AMachineFileIsLeftByALinkOrACopy)
+{
+    const ScopedTempDir folder;
+    const auto file = folder.GetAbsoluteFileNameInTempDir("a.gcode");
+    const auto output = folder.GetAbsoluteFileNameInTempDir("output");
+    std::filesystem::create_directory(output);
+    WriteFile(file, "G1");
+    LeaveMachineFile(file, output, {});
+    EXPECT_EQ(std::filesystem::hard_link_count(file), 2u);
+    // No link can take a name that is there.
+    std::filesystem::remove(output / "a.gcode");
+    WriteFile(output / "a.gcode", "of another run");
+    LeaveMachineFile(file, output, {});
+    EXPECT_EQ(std::filesystem::hard_link_count(file), 1u);
+    EXPECT_EQ(Testing::ReadFile(output / "a.gcode"), "G1");
+    EXPECT_EQ(Testing::GetFailure([&] { LeaveMachineFile(file, output / "absent", {}); }).code, ErrorCode::FileError);
 }
 
 } // namespace

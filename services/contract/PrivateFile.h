@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-namespace MachineService::BuildProcessor {
+namespace MachineService {
 
 /// Makes a folder that only its owner enters, and those above it that are missing. Harmless when it is there.
 /// \throws CommunicationException FileError that names the folder.
@@ -19,4 +19,4 @@ void WritePrivateFile(const std::filesystem::path& i_path, const std::string& i_
 /// \throws CommunicationException FileError when it cannot be read, is not a regular file or larger than i_max_size.
 std::optional<std::string> ReadBoundedFile(const std::filesystem::path& i_path, std::size_t i_max_size);
 
-} // namespace MachineService::BuildProcessor
+} // namespace MachineService

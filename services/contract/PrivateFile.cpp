@@ -1,4 +1,4 @@
-#include "buildprocessor/base/PrivateFile.h"
+#include "contract/PrivateFile.h"
 
 #include "contract/Failure.h"
 #include "tavsdk/AtomicFile.h"
@@ -11,7 +11,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace MachineService::BuildProcessor {
+namespace MachineService {
 
 void MakePrivateFolder(const std::filesystem::path& i_folder)
 {
@@ -52,4 +52,4 @@ std::optional<std::string> ReadBoundedFile(const std::filesystem::path& i_path, 
     }
 }
 
-} // namespace MachineService::BuildProcessor
+} // namespace MachineService

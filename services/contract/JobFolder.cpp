@@ -1,16 +1,18 @@
-#include "buildprocessor/base/JobFolder.h"
+#include "contract/JobFolder.h"
 
-#include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/PrivateFile.h"
 #include "contract/Failure.h"
+#include "contract/PrivateFile.h"
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/RemoveFolder.h"
+#include "tavsdk/Utf8.h"
 
 #include <QString>
 #include <QVector>
+
+#include <boost/uuid/uuid_io.hpp>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,7 +22,7 @@
 #include <set>
 #include <vector>
 
-namespace MachineService::BuildProcessor {
+namespace MachineService {
 
 namespace {
 
@@ -40,6 +42,23 @@ bool IsReserved(const QString& i_name)
         return names;
     }();
     return reserved.contains(i_name.section(QLatin1Char('.'), 0, 0).trimmed().toUpper());
+}
+
+void CopyMachineFile(const std::filesystem::path& i_from, const std::filesystem::path& i_to,
+                     const std::stop_token& i_stop)
+{
+    try {
+        TavSDK::InputFile source(i_from);
+        TavSDK::AtomicFile target(i_to);
+        target.Copy(source, [&i_stop] {
+            if (i_stop.stop_requested())
+                throw CommunicationException(ErrorCode::ProcessingAborted);
+        });
+        target.Commit();
+    } catch (const TavSDK::FileError& failure) {
+        Fail(ErrorCode::FileError,
+             "The machine file '" + TavSDK::ShowPath(i_to) + "' cannot be written: " + failure.what() + '.');
+    }
 }
 
 } // namespace
@@ -73,6 +92,22 @@ std::string ToFileName(const std::string& i_text)
     return (IsReserved(name) ? "_" : "") + name.toStdString();
 }
 
+std::string GetMachineFolderName(const std::string& i_machine_name, const boost::uuids::uuid& i_machine_id)
+{
+    constexpr std::size_t longest = 60;
+    const std::string id = boost::uuids::to_string(i_machine_id);
+    return std::string(TavSDK::CutUtf8(i_machine_name, longest)) + " - " + id.substr(id.size() - 8);
+}
+
+void LeaveMachineFile(const std::filesystem::path& i_file, const std::filesystem::path& i_output_dir,
+                      const std::stop_token& i_stop)
+{
+    const auto target = i_output_dir / i_file.filename();
+    // Output folders often lie in memory, or on another disk.
+    if (link(i_file.c_str(), target.c_str()) != 0)
+        CopyMachineFile(i_file, target, i_stop);
+}
+
 JobFolder::JobFolder(const std::filesystem::path& i_jobs_dir, const std::string& i_machine,
                      const std::string& i_job_name)
     : _name(ToFileName(i_job_name))
@@ -101,19 +136,11 @@ JobFolder::~JobFolder()
 }
 
 std::filesystem::path JobFolder::AddFile(const std::filesystem::path& i_source, const std::string& i_extension,
-                                         std::stop_token i_stop)
+                                         const std::stop_token& i_stop)
 {
     const auto path = _dir / (_name + i_extension);
-    try {
-        TavSDK::InputFile source(i_source);
-        TavSDK::AtomicFile target(path);
-        target.Copy(source, [&i_stop] { ThrowIfStopped(i_stop); });
-        target.Commit();
-    } catch (const TavSDK::FileError& failure) {
-        Fail(ErrorCode::FileError,
-             "The machine file '" + TavSDK::ShowPath(path) + "' cannot be written: " + failure.what() + '.');
-    }
+    CopyMachineFile(i_source, path, i_stop);
     return path;
 }
 
-} // namespace MachineService::BuildProcessor
+} // namespace MachineService
