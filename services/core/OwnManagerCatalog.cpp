@@ -42,8 +42,6 @@ public:
     {
         if (i_service != ServiceId::MachineManager)
             return false;
-        if (const auto catalog = _Get())
-            return catalog->Start(i_service);
         std::shared_ptr<AbstractPluginUtility> utility = _makeUtility ? _makeUtility() : nullptr;
         if (!utility)
             return false;
@@ -105,19 +103,22 @@ public:
 private:
     void _Start(AbstractPluginUtility& io_utility)
     {
-        _Tell(io_utility, ServiceStatus::Starting, {});
+        auto catalog = _Get();
+        // One that was lost is started anew, and its catalog finds it by itself.
+        if (!catalog)
+            _Tell(io_utility, ServiceStatus::Starting, {});
         try {
             EnsureManager(io_utility, _stop.get_token());
-            if (const auto catalog =
-                    _Take(MakeRemoteCatalog(ServiceId::MachineManager, {GetManagerAddress(), {}}, _makeUtility())))
+            if (!catalog)
+                catalog =
+                    _Take(MakeRemoteCatalog(ServiceId::MachineManager, {GetManagerAddress(), {}}, _makeUtility()));
+            if (catalog)
                 catalog->Start(ServiceId::MachineManager);
         } catch (const std::exception& failure) {
-            {
-                const TavSDK::MutexLock lock(_mutex);
-                _isStarting = false;
-            }
             _Tell(io_utility, ServiceStatus::Failed, failure.what());
         }
+        const TavSDK::MutexLock lock(_mutex);
+        _isStarting = false;
     }
     void _Tell(AbstractPluginUtility& io_utility, ServiceStatus i_status, const std::string& i_reason)
     {
@@ -151,8 +152,8 @@ private:
 
     const std::function<std::unique_ptr<AbstractPluginUtility>()> _makeUtility;
     std::stop_source _stop;
-    mutable TavSDK::Mutex _mutex;                       ///< guards everything below
-    bool _isStarting TAVSDK_GUARDED_BY(_mutex) = false; ///< or started
+    mutable TavSDK::Mutex _mutex; ///< guards everything below
+    bool _isStarting TAVSDK_GUARDED_BY(_mutex) = false;
     std::thread _starting TAVSDK_GUARDED_BY(_mutex);
     bool _isStopped TAVSDK_GUARDED_BY(_mutex) = false;
     std::shared_ptr<AbstractServiceCatalog> _catalog TAVSDK_GUARDED_BY(_mutex); ///< null before the first start

@@ -274,7 +274,8 @@ void Dispatcher::Impl::Launch(Job i_job)
 steady_clock::time_point Dispatcher::Impl::GetNextWake()
 {
     const auto now = steady_clock::now();
-    auto until = now + std::chrono::hours(1);
+    // A daemon that was killed at the wrong moment may have told nobody of its last change.
+    auto until = now + std::chrono::seconds(30);
     if (const auto due = context.store.GetNextDeadline())
         until = std::min(until, now + std::max(milliseconds(0), *due - context.store.Now()) + milliseconds(1));
     const TavSDK::MutexLock lock(mutex);
