@@ -112,8 +112,10 @@ bool JobsClient::Listen(const std::function<bool(const Jobs::Change&)>& i_take, 
         try {
             _impl->http.Send(request, _impl->stop);
         } catch (const JobsError& error) {
-            if (Clock::now() >= end && wasHeard)
-                continue;
+            // What ended was the patience, and not the connection: a busy manager may not have said a word yet.
+            constexpr milliseconds imprecision(50);
+            if (Clock::now() + imprecision >= end)
+                return false;
             if (error.GetKind() == JobsError::Kind::Server) {
                 if (take({}))
                     _impl->Wait(std::min(left, AskingInterval));

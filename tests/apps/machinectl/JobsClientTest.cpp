@@ -267,6 +267,15 @@ TEST_F(JobsClientTest, ComesInByTlsWithATokenAndByNothingElse)
     qunsetenv("SSL_CERT_FILE");
 }
 
+TEST_F(JobsClientTest, AManagerThatSaysNothingInTheTimeIsNoFailure)
+{
+    proxy.SetSilent(true);
+    const JobsClient silent(GetProxyAddress());
+    Jobs::Job job;
+    job.id = MakeJobId();
+    EXPECT_EQ(silent.WaitForChange(job, std::chrono::milliseconds(300)).id, job.id);
+}
+
 TEST_F(JobsClientTest, EndsSoonAfterItIsAskedToThoughNobodyAnswers)
 {
     TestSupport::SocketProxy proxy(GetProxyPath(), manager.GetSocket().native());
