@@ -269,6 +269,7 @@ TEST_F(JobsClientTest, ComesInByTlsWithATokenAndByNothingElse)
 
 TEST_F(JobsClientTest, AManagerThatSaysNothingInTheTimeIsNoFailure)
 {
+    TestSupport::SocketProxy proxy(GetProxyPath(), manager.GetSocket().native());
     proxy.SetSilent(true);
     const JobsClient silent(GetProxyAddress());
     Jobs::Job job;
