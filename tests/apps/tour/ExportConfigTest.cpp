@@ -53,8 +53,8 @@ TEST_F(ExportConfigTest, EndsInOneSentenceWhenItFails)
         int status;
         const char* sentence;
     } rows[] = {
-        {{"--export-config", "part.stl"}, "", 2, "--export-config takes neither meshes nor --command."},
-        {{"--export-config", "--command", "Print3D.Print"}, "", 2, "nor --command."},
+        {{"--export-config", "part.stl"}, "", 2, "--export-config takes neither meshes nor --command nor --post."},
+        {{"--export-config", "--command", "Print3D.Print"}, "", 2, "nor --command nor --post."},
         {{"--export-config", "--list"}, "", 2, "--list takes"},
         {{"--export-config", "--machine", "nobody"}, "", 1, "No machine is called 'nobody'"},
         {{"--export-config"}, "echo 'line 2 is wrong'; echo more; exit 3", 1, "to its schemas: line 2 is wrong\n"},
