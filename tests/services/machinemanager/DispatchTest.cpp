@@ -110,14 +110,15 @@ TEST_F(DispatchTest, CancelEndsAJobInEachPhase)
 {
     Start();
     GivePrinter(1);
-    const auto blocked = std::make_shared<std::promise<CommandResult>>();
+    using OnStop = std::stop_callback<std::function<void()>>;
+    std::vector<std::unique_ptr<OnStop>> stops;
     behaviour->run = [&](const CommandParameters& i_parameters) {
         auto answer = std::make_shared<std::promise<CommandResult>>();
-        auto onStop = std::make_shared<std::optional<std::stop_callback<std::function<void()>>>>();
-        onStop->emplace(i_parameters.stopToken, [answer, onStop] {
+        auto future = answer->get_future();
+        stops.push_back(std::make_unique<OnStop>(i_parameters.stopToken, [answer] {
             answer->set_exception(std::make_exception_ptr(CommunicationException(ErrorCode::ProcessingAborted)));
-        });
-        return answer->get_future();
+        }));
+        return future;
     };
     const auto building = Submit(MakeJob()).id;
     const auto waiting = Submit(MakeJob()).id;

@@ -88,7 +88,6 @@ TEST_F(PrinterDescriptionTest, AFaultOfAStepIsToldWithItsField)
         const char* by;
         const char* words;
     } rows[] = {
-        {R"("upload")", R"("start")", "'upload' is an object"},
         {"PUT", "GET", "'upload.method'"},
         {"/files/{name}", "files/{name}", "'upload.path'"},
         {"/files/{name}", "/files/ {name}", "'upload.path'"},
