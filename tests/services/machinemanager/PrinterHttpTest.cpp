@@ -209,7 +209,8 @@ TEST_F(PrinterHttpTest, WhoStopsWaitsForNobody)
         for (const std::string line : {"PUT /files/", "POST /jobs", "GET /state", "POST /jobs/"}) {
             SCOPED_TRACE(line);
             stop = {};
-            server.On(line, [&](Connection& io_connection) {
+            // It may still answer when the next row has begun.
+            server.On(line, [this, answer = answer](Connection& io_connection) {
                 stop.request_stop();
                 answer(io_connection);
             });
