@@ -83,7 +83,7 @@ TEST_F(ReferenceApiProviderJobTest, KeepsTheEventLoopTurning)
     timer.start(5);
     EXPECT_TRUE(_host.provider.RunJob(
         _title, [](IJobProgress& io_progress) { return WaitForStop(io_progress.GetStopToken()); }));
-    EXPECT_EQ(ticks, 10);
+    EXPECT_GE(ticks, 10); // on a busy machine one may come before the job has seen the end
 }
 
 TEST_F(ReferenceApiProviderJobTest, DeliversProgressAtItsPaceAndNeverAfterTheEnd)
