@@ -1061,6 +1061,10 @@
         <source>Delete</source>
         <translation>Löschen</translation>
     </message>
+    <message>
+        <source>Arrange</source>
+        <translation>Anordnen</translation>
+    </message>
 </context>
 <context>
     <name>Workbench::PartsPanel</name>
@@ -1200,6 +1204,10 @@
             <numerusform>%n Problem</numerusform>
             <numerusform>%n Probleme</numerusform>
         </translation>
+    </message>
+    <message>
+        <source>Arrange on plate</source>
+        <translation>Auf der Platte anordnen</translation>
     </message>
 </context>
 <context>

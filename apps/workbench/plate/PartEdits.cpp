@@ -1,5 +1,7 @@
 #include "workbench/plate/PartEdits.h"
 
+#include "workbench/scene/FreePlaces.h"
+
 #include "vexlorcore/Application.h"
 #include "vexlorcore/DataSet.h"
 
@@ -238,6 +240,37 @@ bool DropToPlate(VexlorCore::DataSet& io_scene, const PartIds& i_parts)
                                     Transform::Translation(0, 0, -box.min.z).After(part.GetPlacement()));
     }
     return PlaceAsStep(io_scene, Texts::tr("Drop to plate"), placements);
+}
+
+bool Arrange(VexlorCore::DataSet& io_scene, const PartIds& i_parts, const PlateBed& i_bed)
+{
+    std::vector<BoundingBox> taken;
+    for (const PlateZone& zone : i_bed.zones)
+        taken.push_back(zone.box);
+    std::vector<std::pair<double, TavAM::Part>> bySize;
+    for (const TavAM::Part& part : io_scene.GetParts()) {
+        const BoundingBox box = part.GetBoundingBox();
+        if (!Contains(i_parts, part.GetRevisionId()))
+            taken.push_back(box);
+        else if (!box.IsEmpty())
+            bySize.emplace_back((box.max.x - box.min.x) * (box.max.y - box.min.y), part);
+    }
+    std::stable_sort(bySize.begin(), bySize.end(),
+                     [](const auto& i_a, const auto& i_b) { return i_a.first > i_b.first; });
+    std::vector<TavAM::Part> parts;
+    for (auto& [size, part] : bySize)
+        parts.push_back(std::move(part));
+    MachineService::BuildVolume volume;
+    volume.minX = i_bed.minX;
+    volume.minY = i_bed.minY;
+    volume.maxX = i_bed.maxX;
+    volume.maxY = i_bed.maxY;
+    volume.isCircular = i_bed.isCircular;
+    PlaceBeside(taken, parts, volume);
+    Placements placements;
+    for (const TavAM::Part& part : parts)
+        placements.emplace_back(part.GetRevisionId(), part.GetPlacement());
+    return PlaceAsStep(io_scene, Texts::tr("Arrange"), placements);
 }
 
 bool Duplicate(VexlorCore::DataSet& io_scene, const PartIds& i_parts, const std::optional<BoundingBox>& i_bed)

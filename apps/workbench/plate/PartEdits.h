@@ -1,5 +1,7 @@
 #pragma once
 
+#include "workbench/plate/PlateBed.h"
+
 #include "tavam/Geometry.h"
 
 #include <boost/uuid/uuid.hpp>
@@ -37,6 +39,9 @@ bool Scale(VexlorCore::DataSet& io_scene, const PartIds& i_parts, double i_facto
 bool Apply(VexlorCore::DataSet& io_scene, const PartIds& i_parts, const TavAM::Transform& i_change);
 /// Each part by itself, down or up, until it stands on the plate.
 bool DropToPlate(VexlorCore::DataSet& io_scene, const PartIds& i_parts);
+/// Side by side on the bed, the largest nearest to its middle; the scene's other parts and the bed's zones keep their
+/// place. What finds no room comes to lie beside the bed.
+bool Arrange(VexlorCore::DataSet& io_scene, const PartIds& i_parts, const PlateBed& i_bed);
 /// The copies stand beside what they are copies of, where there is room on the bed, and become the selection.
 /// \param i_bed empty: room counts everywhere.
 bool Duplicate(VexlorCore::DataSet& io_scene, const PartIds& i_parts, const std::optional<TavAM::BoundingBox>& i_bed);

@@ -26,6 +26,10 @@ QKeySequence WithCtrl(Qt::Key i_key)
     return {static_cast<int>(Qt::CTRL) | static_cast<int>(i_key)};
 }
 
+// Of the actions that also do something without a selection.
+constexpr int ArrangeAction = 3;
+constexpr int SelectAllAction = 6;
+
 } // namespace
 
 PlateView::PlateView(VexlorCore::DataSet& io_scene, Selection& io_selection, QWidget* ip_parent)
@@ -189,6 +193,7 @@ void PlateView::_MakeActions()
     _AddAction(_editActions, {WithCtrl(Qt::Key_D)}, &PlateView::_Duplicate);
     _AddAction(_editActions, {QKeySequence(Qt::Key_Delete)}, &PlateView::_Delete);
     _AddAction(_editActions, {QKeySequence(Qt::Key_End)}, &PlateView::_Drop);
+    _AddAction(_editActions, {QKeySequence(Qt::Key_P)}, &PlateView::_Arrange);
     _AddAction(_editActions, {WithCtrl(Qt::Key_BracketLeft), QKeySequence(Qt::Key_L)}, &PlateView::_TurnLeft);
     _AddAction(_editActions, {WithCtrl(Qt::Key_BracketRight), QKeySequence(Qt::Key_R)}, &PlateView::_TurnRight);
     _AddAction(_editActions, {QKeySequence(QKeySequence::SelectAll)}, &PlateView::_SelectAll);
@@ -208,8 +213,9 @@ void PlateView::_MakeActions()
 
 void PlateView::_NameActions()
 {
-    const QStringList edits{tr("Duplicate"),         tr("Delete"),    tr("Drop to plate"), tr("Turn left by 45°"),
-                            tr("Turn right by 45°"), tr("Select all")};
+    const QStringList edits{tr("Duplicate"),        tr("Delete"),           tr("Drop to plate"),
+                            tr("Arrange on plate"), tr("Turn left by 45°"), tr("Turn right by 45°"),
+                            tr("Select all")};
     const QStringList views{tr("Zoom to selection"),  tr("Zoom to plate"),       tr("Zoom in"),
                             tr("Zoom out"),           tr("View in perspective"), tr("View from the front"),
                             tr("View from the back"), tr("View from the left"),  tr("View from the right"),
@@ -222,9 +228,10 @@ void PlateView::_NameActions()
 
 void PlateView::_UpdateActions()
 {
-    for (int index = 0; index < _editActions.size() - 1; ++index)
-        _editActions[index]->setEnabled(!_selection.IsEmpty());
-    _editActions.back()->setEnabled(!_model->GetParts().empty());
+    for (int index = 0; index < _editActions.size(); ++index) {
+        const bool isForAll = index == ArrangeAction || index == SelectAllAction;
+        _editActions[index]->setEnabled(isForAll ? !_model->GetParts().empty() : !_selection.IsEmpty());
+    }
 }
 
 void PlateView::changeEvent(QEvent* ip_event)
@@ -258,6 +265,20 @@ void PlateView::_Drop()
 {
     if (const auto scene = _model->GetScene())
         PartEdits::DropToPlate(*scene, _selection.GetIds());
+}
+
+/// Without a selection all of them: one thing to press after the machine was changed.
+void PlateView::_Arrange()
+{
+    const auto scene = _model->GetScene();
+    if (!scene)
+        return;
+    PartEdits::PartIds parts = _selection.GetIds();
+    if (parts.empty()) {
+        for (const TavAM::Part& part : scene->GetParts())
+            parts.push_back(part.GetRevisionId());
+    }
+    PartEdits::Arrange(*scene, parts, _model->GetBed());
 }
 
 void PlateView::_TurnLeft()

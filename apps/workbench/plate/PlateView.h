@@ -77,6 +77,7 @@ private:
     void _Duplicate();
     void _Delete();
     void _Drop();
+    void _Arrange();
     void _TurnLeft();
     void _TurnRight();
     void _SelectAll();

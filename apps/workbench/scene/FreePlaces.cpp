@@ -63,15 +63,22 @@ std::vector<Point> MakeCandidates(const MachineService::BuildVolume& i_volume)
 
 } // namespace
 
-void PlaceBeside(const std::vector<TavAM::Part>& i_there, std::vector<TavAM::Part>& io_parts,
+void PlaceBeside(const std::vector<TavAM::BoundingBox>& i_taken, std::vector<TavAM::Part>& io_parts,
                  const MachineService::BuildVolume& i_volume)
 {
     std::vector<Spot> taken;
-    for (const TavAM::Part& part : i_there) {
-        if (const auto box = part.GetBoundingBox(); !box.IsEmpty())
+    for (const TavAM::BoundingBox& box : i_taken) {
+        if (!box.IsEmpty())
             taken.push_back(ToSpot(box));
     }
-    const std::vector<Point> candidates = MakeCandidates(i_volume);
+    std::vector<Point> candidates = MakeCandidates(i_volume);
+    // No part can have its middle in what is taken: hundreds of parts would ask for each of these places again.
+    const auto take = [&](const Spot& i_spot) {
+        std::erase_if(candidates, [&](const Point& i_point) {
+            return !i_spot.IsClearOf({i_point.x, i_point.y, i_point.x, i_point.y});
+        });
+    };
+    std::for_each(taken.begin(), taken.end(), take);
     double asideX = i_volume.maxX + Gap;
     for (const Spot& spot : taken)
         asideX = std::max(asideX, spot.maxX + Gap);
@@ -87,7 +94,7 @@ void PlaceBeside(const std::vector<TavAM::Part>& i_there, std::vector<TavAM::Par
         const auto found = std::find_if(candidates.begin(), candidates.end(), [&](const Point& i_point) {
             const Spot spot = around(i_point);
             return IsOnBed(spot, i_volume) && std::all_of(taken.begin(), taken.end(),
-                                                          [&](const Spot& i_taken) { return spot.IsClearOf(i_taken); });
+                                                          [&](const Spot& i_other) { return spot.IsClearOf(i_other); });
         });
         Spot spot{asideX, i_volume.minY, asideX + width, i_volume.minY + depth};
         if (found != candidates.end())
@@ -97,6 +104,7 @@ void PlaceBeside(const std::vector<TavAM::Part>& i_there, std::vector<TavAM::Par
         const auto move = TavAM::Transform::Translation(spot.minX - box.min.x, spot.minY - box.min.y, -box.min.z);
         part.SetPlacement(move.After(part.GetPlacement()));
         taken.push_back(spot);
+        take(spot);
     }
 }
 

@@ -249,7 +249,10 @@ void SceneBook::_TakeIn(DataSet& io_scene, std::vector<ImportedFile> i_files)
     const auto scene = weak.lock();
     if (!scene || !_host.GetDatabase().Contains(scene.get()) || parts.empty())
         return;
-    PlaceBeside(scene->GetParts(), parts, GetVolume(*scene));
+    std::vector<TavAM::BoundingBox> taken;
+    for (const TavAM::Part& part : scene->GetParts())
+        taken.push_back(part.GetBoundingBox());
+    PlaceBeside(taken, parts, GetVolume(*scene));
 
     std::vector<boost::uuids::uuid> ids;
     for (const TavAM::Part& part : parts)

@@ -94,6 +94,36 @@ TEST_F(PartEditsTest, WhatChangesNothingOrCannotBeHeldMakesNoStep)
     EXPECT_EQ(CountSteps(), 0U);
 }
 
+TEST_F(PartEditsTest, ArrangedPartsStandApartOnTheBedAndBesideItsZones)
+{
+    PlateBed bed;
+    bed.minX = bed.minY = 0;
+    bed.maxX = bed.maxY = 60;
+    bed.zones.push_back({QStringLiteral("clip"), {{0, 25, 0}, {60, 30, 5}}});
+    GetParts() = {MakePart(L"stays", MakeBox(10, 10, 10), 0, 40), MakePart(L"small", MakeBox(5, 5, 5), -500, 0, 7),
+                  MakePart(L"large", MakeBox(30, 20, 5), 300, 300), MakePart(L"too large", MakeBox(61, 5, 5), 0, 0)};
+    ASSERT_TRUE(PartEdits::Arrange(*_host.scene, {GetId(1), GetId(2), GetId(3)}, bed));
+    EXPECT_EQ(CountSteps(), 1U);
+    std::vector<TavAM::BoundingBox> boxes{bed.zones.front().box};
+    for (const TavAM::Part& part : GetParts())
+        boxes.push_back(part.GetBoundingBox());
+    EXPECT_EQ(boxes[1].min, (TavAM::Point3d{0, 40, 0})) << "nobody asked for it";
+    for (std::size_t one = 2; one < boxes.size(); ++one) {
+        EXPECT_EQ(boxes[one].min.z, 0);
+        EXPECT_EQ(boxes[one].min.x >= 0 && boxes[one].max.x <= 60 && boxes[one].min.y >= 0 && boxes[one].max.y <= 60,
+                  one < 4)
+            << one;
+        for (std::size_t other = 0; other < one; ++other) {
+            EXPECT_TRUE(boxes[one].min.x >= boxes[other].max.x || boxes[other].min.x >= boxes[one].max.x ||
+                        boxes[one].min.y >= boxes[other].max.y || boxes[other].min.y >= boxes[one].max.y)
+                << one << ' ' << other;
+        }
+    }
+    EXPECT_FALSE(PartEdits::Arrange(*_host.scene, {}, bed));
+    EXPECT_TRUE(Undo());
+    EXPECT_EQ(GetParts()[2].GetBoundingBox().min.x, 300);
+}
+
 TEST_F(PartEditsTest, AStepOfASceneThatWasClosedIsHarmless)
 {
     GetParts() = {MakePart(L"one", MakeBox(10, 20, 10), 10, 10)};

@@ -162,7 +162,7 @@ TEST_F(SceneBookTest, PutsPartsBesideThoseThatAreThere)
     for (const auto& volume : volumes) {
         const std::vector<TavAM::Part> there{MakePart(L"a", 45, 45)};
         std::vector<TavAM::Part> parts(8, MakePart(L"b"));
-        PlaceBeside(there, parts, volume);
+        PlaceBeside({there.front().GetBoundingBox()}, parts, volume);
         parts.insert(parts.begin(), there.begin(), there.end());
         for (std::size_t a = 1; a < parts.size(); ++a) {
             const auto box = parts[a].GetBoundingBox();
