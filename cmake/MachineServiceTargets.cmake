@@ -15,30 +15,7 @@ target_compile_definitions(machineservice_options INTERFACE
     QT_USE_QSTRINGBUILDER QT_NO_NARROWING_CONVERSIONS_IN_CONNECT QT_STRICT_ITERATORS
     QT_DEPRECATED_WARNINGS_SINCE=0x050F00 QT_DISABLE_DEPRECATED_BEFORE=0x050F00)
 
-# machineservice_precompile(NAME): with MACHINESERVICE_PRECOMPILE, a target of many sources reads the widest headers once.
-# Only the builds of CI ask for it: they are made once, whole. The everyday build finds out whether a source includes
-# what it uses.
-function(machineservice_precompile i_name)
-    get_target_property(sources ${i_name} SOURCES)
-    list(LENGTH sources count)
-    if(NOT MACHINESERVICE_PRECOMPILE OR count LESS 5)
-        return()
-    endif()
-    # What was precompiled is no system's header to g++ 12 any more: its optimizer then warns of the inside of std::string.
-    # The everyday build keeps these warnings.
-    target_compile_options(${i_name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds;-Wno-stringop-overflow
-        -Wno-stringop-overread;-Wno-maybe-uninitialized;-Wno-free-nonheap-object;-Wno-dangling-pointer;-Wno-use-after-free>)
-    target_precompile_headers(${i_name} PRIVATE <algorithm> <chrono> <filesystem> <functional> <future> <map> <memory>
-        <optional> <set> <stop_token> <string> <string_view> <thread> <vector>)
-    get_target_property(libraries ${i_name} LINK_LIBRARIES)
-    if(libraries MATCHES "Qt5::|vexlorcore|testsupport_main")
-        target_precompile_headers(${i_name} PRIVATE <QCoreApplication> <QLoggingCategory> <QObject> <QString> <QStringList>
-            <QVariant> <boost/signals2.hpp> <boost/uuid/uuid.hpp> <boost/uuid/uuid_io.hpp>)
-    endif()
-    if(libraries MATCHES "GTest::gmock")
-        target_precompile_headers(${i_name} PRIVATE <gmock/gmock.h>)
-    endif()
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/Precompile.cmake)
 
 # machineservice_add_library(NAME <STATIC|SHARED> ROOT <sdk|src|services|apps|examples>
 #     SOURCES ... HEADERS <public headers> [PUBLIC <libraries>] [PRIVATE <libraries>] [QT])
