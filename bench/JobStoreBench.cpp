@@ -2,7 +2,7 @@
 
 #include "machinemanager/store/ConnectionPool.h"
 #include "machinemanager/store/JobStore.h"
-#include "services/machinemanager/PostgresCluster.h"
+#include "services/machinemanager/store/PostgresCluster.h"
 
 #include <QCoreApplication>
 #include <QSqlError>

@@ -43,21 +43,21 @@ void Require(bool i_is_kept, const char* ip_promise)
 
 void RequireSentence(std::string_view i_text)
 {
-    const auto is_control = [](unsigned char i_byte) {
+    const auto isControl = [](unsigned char i_byte) {
         return i_byte < 0x20 || i_byte == 0x7f;
     };
-    const bool is_sentence = !i_text.empty() && i_text.size() <= LongestSentence && TavSDK::IsUtf8(i_text) &&
-                             std::none_of(i_text.begin(), i_text.end(), is_control);
+    const bool isSentence = !i_text.empty() && i_text.size() <= LongestSentence && TavSDK::IsUtf8(i_text) &&
+                            std::none_of(i_text.begin(), i_text.end(), isControl);
     // Quoted is what the input says.
     const std::size_t quote = i_text.find('\'');
     const std::string own = quote == std::string_view::npos
                                 ? std::string(i_text)
                                 : std::string(i_text.substr(0, quote)) + std::string(i_text.substr(i_text.rfind('\'')));
-    const bool is_raw = own.find("std::") != std::string::npos || own.find("basic_string") != std::string::npos ||
-                        own.find("filesystem error") != std::string::npos;
-    if (!is_sentence || is_raw)
+    const bool isRaw = own.find("std::") != std::string::npos || own.find("basic_string") != std::string::npos ||
+                       own.find("filesystem error") != std::string::npos;
+    if (!isSentence || isRaw)
         std::fprintf(stderr, "%s\n", TavSDK::Quote(i_text, LongestSentence).c_str());
-    Require(is_sentence && !is_raw, "a failure is told in a sentence");
+    Require(isSentence && !isRaw, "a failure is told in a sentence");
 }
 
 const std::filesystem::path& GetFolder()

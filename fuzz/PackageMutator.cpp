@@ -72,24 +72,24 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* iop_data, std::size
                                                unsigned i_seed)
 {
     std::minstd_rand random(i_seed);
-    const auto one_in = [&random](unsigned i_count) {
+    const auto oneIn = [&random](unsigned i_count) {
         return random() % i_count == 0;
     };
-    auto entries = one_in(8) ? std::nullopt : Unpack(Fuzz::ToText(iop_data, i_size));
+    auto entries = oneIn(8) ? std::nullopt : Unpack(Fuzz::ToText(iop_data, i_size));
     if (!entries || entries->empty())
         return LLVMFuzzerMutate(iop_data, i_size, i_max_size);
 
     const std::size_t index = random() % entries->size();
-    if (one_in(16))
+    if (oneIn(16))
         Mutate((*entries)[index].name, 200);
-    else if (one_in(32))
+    else if (oneIn(32))
         entries->erase(entries->begin() + static_cast<std::ptrdiff_t>(index));
-    else if (one_in(32))
+    else if (oneIn(32))
         entries->push_back({(*entries)[index].name + "2", (*entries)[index].content});
     else
         Mutate((*entries)[index].content, i_max_size);
     using Packing = TavSDK::ZipWriter::Packing;
-    const std::string bytes = Pack(*entries, one_in(2) ? Packing::Deflate : Packing::Store);
+    const std::string bytes = Pack(*entries, oneIn(2) ? Packing::Deflate : Packing::Store);
     if (bytes.empty() || bytes.size() > i_max_size)
         return LLVMFuzzerMutate(iop_data, i_size, i_max_size);
     std::memcpy(iop_data, bytes.data(), bytes.size());

@@ -675,8 +675,8 @@
         <translation>Teile importieren</translation>
     </message>
     <message>
-        <source>Meshes (*.stl *.3mf *.obj *.ply)</source>
-        <translation>Netze (*.stl *.3mf *.obj *.ply)</translation>
+        <source>Meshes (%1)</source>
+        <translation>Netze (%1)</translation>
     </message>
     <message>
         <source>Workbench %1: from parts to a machine file.</source>

@@ -45,8 +45,9 @@ public:
     /// \throws HostingError when the Build Processors, or a service of the command line, cannot be started.
     std::vector<MachineService::ServiceId> BeginServices();
     /// Starts the user's own Machine Manager as BeginServices does where the choice has one, for a host that makes up
-    /// its mind later. Once more it tries again what has failed. There is no way back while the host lives. \return
-    /// false when there is none in this library. \throws HostingError when it cannot be started.
+    /// its mind later. Once more it tries again what has failed. There is no way back while the host lives.
+    /// \return false when there is none in this library.
+    /// \throws HostingError when it cannot be started.
     bool StartManager();
     /// Why a service of an endpoint, or the Machine Manager, does not run, a sentence for the user; empty when
     /// it is not known, and for others.

@@ -3,6 +3,7 @@
 #include "hosting/InterruptWatcher.h"
 #include "hosting/JobsJson.h"
 #include "tavsdk/FileError.h"
+#include "tavsdk/PercentEncoding.h"
 #include "tavsdk/RuntimeFolder.h"
 
 #include <QJsonDocument>
@@ -18,7 +19,17 @@ namespace {
 using Jobs::Job;
 using Jobs::Machine;
 
-const char* GetName(Jobs::Action i_action)
+std::string Join(const std::vector<std::string>& i_texts)
+{
+    std::string all;
+    for (const auto& text : i_texts)
+        all += (all.empty() ? "" : ",") + text;
+    return all;
+}
+
+} // namespace
+
+const char* GetKeyword(Jobs::Action i_action)
 {
     switch (i_action) {
     case Jobs::Action::Hold:
@@ -36,16 +47,6 @@ const char* GetName(Jobs::Action i_action)
     }
     return "";
 }
-
-std::string Join(const std::vector<std::string>& i_texts)
-{
-    std::string all;
-    for (const auto& text : i_texts)
-        all += (all.empty() ? "" : ",") + text;
-    return all;
-}
-
-} // namespace
 
 std::string GetOwnManagerAddress()
 {
@@ -65,7 +66,7 @@ std::string MakePath(std::initializer_list<std::string_view> i_words)
 {
     std::string path;
     for (const auto word : i_words)
-        path += '/' + EncodeUrl(word);
+        path += '/' + TavSDK::EncodePercent(word);
     return path;
 }
 
@@ -112,7 +113,7 @@ Jobs::JobPage JobsClient::List(const Jobs::Filter& i_filter) const
     std::string path = "/jobs?count=" + std::to_string(i_filter.count);
     const auto add = [&path](const char* ip_name, const std::string& i_value) {
         if (!i_value.empty())
-            path += std::string("&") + ip_name + '=' + EncodeUrl(i_value);
+            path += std::string("&") + ip_name + '=' + TavSDK::EncodePercent(i_value);
     };
     add("state", Join(i_filter.states));
     add("owner", i_filter.owner);
@@ -145,7 +146,7 @@ std::string JobsClient::MakePageAddress(const std::string& i_word) const
 
 Job JobsClient::Act(const std::string& i_word, Jobs::Action i_action) const
 {
-    return Jobs::ParseJob(_impl->Send("POST", MakePath({"jobs", i_word, "actions", GetName(i_action)}), {}));
+    return Jobs::ParseJob(_impl->Send("POST", MakePath({"jobs", i_word, "actions", GetKeyword(i_action)}), {}));
 }
 
 Job JobsClient::Move(const std::string& i_word, const Jobs::Target& i_target) const

@@ -22,6 +22,9 @@ std::string GetOwnManagerAddress();
 /// An id for a new job.
 std::string MakeJobId();
 
+/// As the manager calls it, among the actions of a job too: "start-again".
+const char* GetKeyword(Jobs::Action i_action);
+
 /// Asks a Machine Manager, and tells it what to do: /api/v1 of docs/manager-api.yaml.
 ///
 ///     const JobsClient client(GetOwnManagerAddress());

@@ -15,7 +15,8 @@ struct JobsClient::Impl
     std::uint64_t GetReceived(const std::string& i_id) const;
     /// \throws Interruption
     void Wait(std::chrono::milliseconds i_time) const;
-    /// The wait before a broken connection is tried once more. \throws what broke it, after too many.
+    /// The wait before a broken connection is tried once more.
+    /// \throws what broke it, after too many.
     void WaitAfter(const JobsError& i_failure, int& io_failures) const;
 
     JobsHttp http;

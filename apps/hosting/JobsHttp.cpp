@@ -245,21 +245,6 @@ private:
 
 } // namespace
 
-std::string EncodeUrl(std::string_view i_text)
-{
-    constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~";
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string text;
-    for (const char character : i_text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (plain.find(character) != std::string_view::npos)
-            text += character;
-        else
-            (text += '%').append({digits[byte >> 4], digits[byte & 15]});
-    }
-    return text;
-}
-
 JobsHttp::JobsHttp(const std::string& i_address, std::string i_token)
     : _address(i_address)
     , _token(std::move(i_token))

@@ -37,9 +37,6 @@ struct JobsAnswer
     bool wasEnded = false; ///< by `take`
 };
 
-/// Percent-encodes everything but what a part of a path or a query may have anywhere.
-std::string EncodeUrl(std::string_view i_text);
-
 /// Speaks HTTP with a Machine Manager; the library that does it is seen by nobody else.
 ///
 /// Thread: any, several at a time; each request has a connection of its own.

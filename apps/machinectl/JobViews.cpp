@@ -155,10 +155,10 @@ QString Details::Format(int i_width, bool i_is_coloured) const
         const int left = i_width - widest - 2;
         // What is told here is wanted whole; a terminal that is too narrow for two columns breaks the lines itself.
         const bool isWrapped = i_width > 0 && left >= 20;
-        QString name_or_space = name + QString(widest - GetWidth(name) + 2, QLatin1Char(' '));
+        QString nameOrSpace = name + QString(widest - GetWidth(name) + 2, QLatin1Char(' '));
         for (const auto& part : isWrapped ? WrapText(cell.text, left) : QStringList(cell.text)) {
-            text += name_or_space + (i_is_coloured ? Paint(part, cell.look) : part) + QLatin1Char('\n');
-            name_or_space = QString(widest + 2, QLatin1Char(' '));
+            text += nameOrSpace + (i_is_coloured ? Paint(part, cell.look) : part) + QLatin1Char('\n');
+            nameOrSpace = QString(widest + 2, QLatin1Char(' '));
         }
     }
     return text;

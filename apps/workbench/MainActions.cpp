@@ -149,13 +149,13 @@ void MainActions::_AddChoices(Preferences& io_preferences)
             action->setCheckable(true);
             action->setProperty(TextProperty, QByteArray(row.text));
             _menus[id]->addAction(action);
-            const auto is_chosen = [&io_preferences, &row] {
+            const auto isChosen = [&io_preferences, &row] {
                 return row.language ? io_preferences.GetLanguage() == QLatin1String(row.language)
                                     : static_cast<int>(io_preferences.GetTheme()) == row.theme;
             };
-            action->setChecked(is_chosen());
-            const auto follow = [action, is_chosen] {
-                action->setChecked(is_chosen());
+            action->setChecked(isChosen());
+            const auto follow = [action, isChosen] {
+                action->setChecked(isChosen());
             };
             connect(&io_preferences, &Preferences::ThemeChanged, action, follow);
             connect(&io_preferences, &Preferences::LanguageChanged, action, follow);

@@ -83,26 +83,29 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     _ShowActive();
     restoreGeometry(io_preferences.GetWindow(QStringLiteral("geometry")));
     restoreState(io_preferences.GetWindow(QStringLiteral("state")));
+    _FollowMachines();
+    _MakeManager();
+}
+
+void MainWindow::_FollowMachines()
+{
     _machines.SetServiceReason([this](MachineService::ServiceId i_id) { return _host.GetServiceReason(i_id); });
-    _showsAll->store(io_preferences.ShowsAllMachines());
-    io_host.SetMachineRule(
-        [shows_all = _showsAll, has_manager = _hasManager](const MachineService::MachineData& i_data) {
-            if (i_data.serviceId == MachineService::ServiceId::MachineManager && !*has_manager)
-                return false;
-            return *shows_all ||
-                   (i_data.buildVolume && i_data.representation != MachineService::MachineRepresentation::Template);
-        });
-    connect(&io_preferences, &Preferences::MachinesChanged, this, [this] {
+    _showsAll->store(_preferences.ShowsAllMachines());
+    _host.SetMachineRule([showsAll = _showsAll, hasManager = _hasManager](const MachineService::MachineData& i_data) {
+        if (i_data.serviceId == MachineService::ServiceId::MachineManager && !*hasManager)
+            return false;
+        return *showsAll ||
+               (i_data.buildVolume && i_data.representation != MachineService::MachineRepresentation::Template);
+    });
+    connect(&_preferences, &Preferences::MachinesChanged, this, [this] {
         if (_showsAll->exchange(_preferences.ShowsAllMachines()) != _preferences.ShowsAllMachines())
             _host.GetClient().InvalidateProxyMachineCatalog();
     });
-    // The services tell of their machines as they come; nothing here waits for them.
     try {
-        io_host.BeginServices();
+        _host.BeginServices();
     } catch (const Hosting::HostingError& failure) {
         _boxes.ShowLater(QString::fromUtf8(failure.what()));
     }
-    _MakeManager();
 }
 
 MainWindow::~MainWindow()
@@ -226,12 +229,12 @@ void MainWindow::_ShowScene(VexlorCore::DataSet* ip_scene)
     if (!page)
         return;
     const QString name = _book.GetName(*ip_scene);
-    const bool is_saved = _book.IsSaved(*ip_scene);
+    const bool isSaved = _book.IsSaved(*ip_scene);
     const int tab = _tabs->indexOf(page);
-    QString title = is_saved ? name : tr("%1 *").arg(name);
+    QString title = isSaved ? name : tr("%1 *").arg(name);
     _tabs->setTabText(tab, title.replace(QLatin1Char('&'), QLatin1String("&&")));
     const QString file = SceneBook::GetFile(*ip_scene);
-    _tabs->setTabToolTip(tab, is_saved ? file : tr("%1 (not saved)").arg(file.isEmpty() ? name : file));
+    _tabs->setTabToolTip(tab, isSaved ? file : tr("%1 (not saved)").arg(file.isEmpty() ? name : file));
     const auto machine = _host.GetClient().TryGetPrinter(ip_scene);
     QUuid named;
     try {
@@ -240,9 +243,9 @@ void MainWindow::_ShowScene(VexlorCore::DataSet* ip_scene)
     } catch (const std::exception&) {
         // An id that cannot be read names no machine.
     }
-    const bool is_there = machine && _host.GetClient().TryGetPrinterById(named);
+    const bool isThere = machine && _host.GetClient().TryGetPrinterById(named);
     const QModelIndex known = _machines.Find(named);
-    page->Show(is_there ? &*machine : nullptr, !named.isNull() && !is_there,
+    page->Show(isThere ? &*machine : nullptr, !named.isNull() && !isThere,
                known.isValid() ? known.data().toString()
                : machine       ? QString::fromStdString(machine->GetMachineData().name)
                                : tr("The machine"));
@@ -268,9 +271,9 @@ void MainWindow::_ShowActive()
     _ShowPlateActions(page);
     for (const auto id : {MainActions::Save, MainActions::SaveAs, MainActions::Copy, MainActions::Close})
         _actions->Get(id)->setEnabled(scene != nullptr);
-    const bool has_machine = scene && _host.GetClient().TryGetPrinter(scene).has_value();
-    _actions->Get(MainActions::NewPlatform)->setEnabled(has_machine && !_jobs.IsRunning());
-    _actions->Get(MainActions::Detach)->setEnabled(has_machine);
+    const bool hasMachine = scene && _host.GetClient().TryGetPrinter(scene).has_value();
+    _actions->Get(MainActions::NewPlatform)->setEnabled(hasMachine && !_jobs.IsRunning());
+    _actions->Get(MainActions::Detach)->setEnabled(hasMachine);
     _actions->SetUndo(_book.GetHistory().GetUndoName(scene).value_or(QString()),
                       _book.GetHistory().GetRedoName(scene).value_or(QString()));
     const QString title = tr("Workbench");

@@ -45,7 +45,8 @@ class ScenePage;
 /// The window: puts its parts together.
 ///
 /// Thread: UI thread. Commands and platforms are run under an event loop that turns, so that everything may happen
-/// meanwhile. Ownership: host and preferences must outlive the window.
+/// meanwhile.
+/// Ownership: host and preferences must outlive the window.
 class MainWindow final : public QMainWindow
 {
     Q_OBJECT
@@ -97,6 +98,12 @@ private:
     void _MakeDocks();
     void _MakeStart();
     void _Connect();
+    void _ConnectActions();
+    void _ConnectScenes();
+    void _ConnectMachinesAndJobs();
+    void _AskAboutImports();
+    /// Begins to tell of the services' machines; nothing here waits for them.
+    void _FollowMachines();
     void _SetTexts();
     QDockWidget* _AddDock(const QString& i_name, Qt::DockWidgetArea i_area, QWidget* ip_panel);
 
@@ -104,7 +111,7 @@ private:
     void _RemovePage(const VexlorCore::DataSet* ip_scene);
     ScenePage* _FindPage(const VexlorCore::DataSet* ip_scene) const;
     void _ShowScene(VexlorCore::DataSet* ip_scene);
-    /// The figures that the scene carries are of the scene as it stands.
+    /// The estimates that the scene carries are of the scene as it stands.
     void _NoteEstimates(const VexlorCore::DataSet& i_scene);
     void _ShowActive();
     /// What can be done on the plate stands in the menus as well.
@@ -162,7 +169,7 @@ private:
     PostedJobs* _postedJobs = nullptr;
     PostedPanel* _postedPanel = nullptr;
     QLabel* _status;
-    std::map<const VexlorCore::DataSet*, std::uint64_t> _estimated; ///< state of the scene that its figures are of
+    std::map<const VexlorCore::DataSet*, std::uint64_t> _estimated; ///< state of the scene that its estimates are of
     QStringList _toOpen;                                            ///< again; the active one last
     QMap<QString, QByteArray> _views;                               ///< of files that are opened again, by path
     QPointer<ScenePage> _pageOfMenus;

@@ -1,7 +1,6 @@
 #include "workbench/MainWindow.h"
 
 #include "workbench/ScenePage.h"
-#include "workbench/base/LengthText.h"
 #include "workbench/jobs/DesktopNotice.h"
 #include "workbench/jobs/JobsPanel.h"
 #include "workbench/machines/MachinesPanel.h"
@@ -13,6 +12,7 @@
 #include "hosting/Host.h"
 #include "hosting/MachineIds.h"
 #include "tavsdk/Path.h"
+#include "vexlorcore/meshimport/MeshImporter.h"
 
 #include <QApplication>
 #include <QCloseEvent>
@@ -20,8 +20,6 @@
 #include <QDockWidget>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QInputDialog>
-#include <QLocale>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -45,26 +43,24 @@ QStringList GetDroppedFiles(const QMimeData& i_data)
     return files;
 }
 
-QString GetUnitName(double i_factor)
-{
-    if (i_factor == 25.4)
-        return MainWindow::tr("inches");
-    if (i_factor == 1000)
-        return MainWindow::tr("metres");
-    if (i_factor == 10)
-        return MainWindow::tr("centimetres");
-    return i_factor == 1 ? MainWindow::tr("millimetres") : MainWindow::tr("micrometres");
-}
-
 } // namespace
 
 void MainWindow::_Connect()
+{
+    _ConnectActions();
+    _ConnectScenes();
+    _ConnectMachinesAndJobs();
+    _FollowSettings();
+    _AskAboutImports();
+}
+
+void MainWindow::_ConnectActions()
 {
     using Id = MainActions::Id;
     const auto on = [this](Id i_id, auto i_slot) {
         connect(_actions->Get(i_id), &QAction::triggered, this, i_slot);
     };
-    const auto on_scene = [this, &on](Id i_id, auto i_slot) {
+    const auto onScene = [this, &on](Id i_id, auto i_slot) {
         on(i_id, [this, i_slot] {
             if (VexlorCore::DataSet* const scene = _book.GetActive())
                 i_slot(*scene);
@@ -75,14 +71,19 @@ void MainWindow::_Connect()
         _OpenFiles(tr("Open a platform or a machine file"),
                    tr("Platforms (*.TavAMX);;Machine files (*.gcode *.gco *.g *.nc *.sl1 *.sl1s)"));
     });
-    on(Id::Import, [this] { _OpenFiles(tr("Import parts"), tr("Meshes (*.stl *.3mf *.obj *.ply)")); });
-    on_scene(Id::Save, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, false); });
-    on_scene(Id::SaveAs, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, true); });
-    on_scene(Id::Copy, [this](VexlorCore::DataSet& io_scene) { _book.Copy(io_scene); });
-    on_scene(Id::Close, [this](VexlorCore::DataSet& io_scene) { _CloseScene(io_scene); });
+    on(Id::Import, [this] {
+        QStringList patterns;
+        for (const std::string& ending : VexlorCore::GetMeshFileEndings())
+            patterns << QLatin1Char('*') + QString::fromStdString(ending);
+        _OpenFiles(tr("Import parts"), tr("Meshes (%1)").arg(patterns.join(QLatin1Char(' '))));
+    });
+    onScene(Id::Save, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, false); });
+    onScene(Id::SaveAs, [this](VexlorCore::DataSet& io_scene) { _Save(io_scene, true); });
+    onScene(Id::Copy, [this](VexlorCore::DataSet& io_scene) { _book.Copy(io_scene); });
+    onScene(Id::Close, [this](VexlorCore::DataSet& io_scene) { _CloseScene(io_scene); });
     on(Id::Quit, [this] { close(); });
-    on_scene(Id::Undo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Undo(io_scene); });
-    on_scene(Id::Redo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Redo(io_scene); });
+    onScene(Id::Undo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Undo(io_scene); });
+    onScene(Id::Redo, [this](VexlorCore::DataSet& io_scene) { _book.GetHistory().Redo(io_scene); });
     on(Id::FindMachine, [this] {
         _machinesDock->show();
         _machinesPanel->FocusSearch();
@@ -91,7 +92,10 @@ void MainWindow::_Connect()
     on(Id::Detach, [this] { Detach(); });
     on(Id::CancelJob, [this] { CancelJob(); });
     connect(_actions, &MainActions::RecentFileChosen, this, [this](const QString& i_file) { TakeFiles({i_file}); });
+}
 
+void MainWindow::_ConnectScenes()
+{
     connect(&_book, &SceneBook::Added, this, [this](VexlorCore::DataSet* ip_scene) { _AddPage(*ip_scene); });
     connect(&_book, &SceneBook::Closing, this, [this](VexlorCore::DataSet* ip_scene) { _RemovePage(ip_scene); });
     connect(&_book, &SceneBook::Changed, this, &MainWindow::_ShowScene);
@@ -112,6 +116,10 @@ void MainWindow::_Connect()
         if (auto* const page = qobject_cast<ScenePage*>(_tabs->widget(i_tab)))
             _CloseScene(page->GetScene());
     });
+}
+
+void MainWindow::_ConnectMachinesAndJobs()
+{
     connect(_machinesPanel, &MachinesPanel::AttachWanted, this, &MainWindow::Attach);
     connect(_machinesPanel, &MachinesPanel::DetachWanted, this, &MainWindow::Detach);
     connect(&_host.GetClient(), &MachineService::CommunicationClient::MachinesChanged, this, [this] {
@@ -135,32 +143,6 @@ void MainWindow::_Connect()
     });
     connect(_ribbon, &PrinterRibbon::RefusalShown, this,
             [this](const QString& i_why) { statusBar()->showMessage(i_why, 8000); });
-    _FollowSettings();
-    _book.SetAskUnit([this](const ImportedFile& i_file, const std::vector<double>& i_factors) -> std::optional<double> {
-        QStringList choices;
-        const auto size = GetSize(i_file.parts);
-        for (const double factor : i_factors)
-            choices << tr("%1: %2").arg(GetUnitName(factor),
-                                        LengthText::ShowBox(size.x * factor, size.y * factor, size.z * factor, 1));
-        bool is_chosen = false;
-        const QString choice = QInputDialog::getItem(
-            this, tr("Unit of '%1'").arg(QFileInfo(i_file.path).fileName()),
-            tr("The file names no unit, and millimetres are not plausible. In which unit are its lengths?"), choices, 0,
-            false, &is_chosen);
-        if (!is_chosen)
-            return std::nullopt;
-        return i_factors[static_cast<std::size_t>(choices.indexOf(choice))];
-    });
-    _book.SetAskScale([this](const std::vector<TavAM::Part>&, double i_factor) {
-        QMessageBox box(QMessageBox::Question, tr("Too large for the machine"),
-                        tr("Not all parts fit into the build volume. Scale all imported parts to %1 %?")
-                            .arg(QLocale().toString(100 * i_factor, 'f', 1)),
-                        QMessageBox::NoButton, this);
-        const QPushButton* const scale = box.addButton(tr("Scale"), QMessageBox::AcceptRole);
-        box.setEscapeButton(box.addButton(tr("Keep their size"), QMessageBox::RejectRole));
-        box.exec();
-        return box.clickedButton() == scale;
-    });
 }
 
 void MainWindow::OfferRecovery()
@@ -313,17 +295,17 @@ void MainWindow::closeEvent(QCloseEvent* ip_event)
     // The questions turn the event loop, in which the user may ask to close once more.
     if (std::exchange(_isClosing, true))
         return ip_event->ignore();
-    bool is_allowed = true;
+    bool isAllowed = true;
     if (_jobs.IsRunning())
-        is_allowed = _AskAboutJob();
+        isAllowed = _AskAboutJob();
     for (VexlorCore::DataSet* const scene : _book.GetScenes()) {
-        if (is_allowed && _host.GetDatabase().Contains(scene)) {
+        if (isAllowed && _host.GetDatabase().Contains(scene)) {
             _book.SetActive(scene);
-            is_allowed = _AskAboutUnsaved(*scene, [this] { close(); });
+            isAllowed = _AskAboutUnsaved(*scene, [this] { close(); });
         }
     }
     _isClosing = false;
-    if (!is_allowed)
+    if (!isAllowed)
         return ip_event->ignore();
     _KeepWindow();
     ip_event->accept();

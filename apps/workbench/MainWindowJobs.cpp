@@ -127,10 +127,10 @@ QString MainWindow::_MakePlatform(MachineService::IPlatformCreator& io_creator, 
         const auto recorder = _recorder;
         JobRecorder::Command entry(*recorder, tr("Make a platform"));
         const QPointer<MainWindow> alive(this);
-        const bool is_made = io_creator.CreatePlatform(scene, parts == NewPlatformDialog::Parts::Keep);
+        const bool isMade = io_creator.CreatePlatform(scene, parts == NewPlatformDialog::Parts::Keep);
         if (!alive)
             return {};
-        if (!is_made)
+        if (!isMade)
             return tr("The machine gave no platform.");
         entry.SetDone();
         _ShowAttachments();

@@ -123,8 +123,8 @@ void MainWindow::_MakePostedPanel()
         statusBar()->showMessage(tr("'%1' was saved.").arg(QFileInfo(i_file).fileName()), 8000);
     });
     connect(_postedJobs, &PostedJobs::PageMade, this, [this](const QUrl& i_address) {
-        const bool is_web = i_address.scheme() == QLatin1String("http") || i_address.scheme() == QLatin1String("https");
-        if (!is_web || !QDesktopServices::openUrl(i_address))
+        const bool isWeb = i_address.scheme() == QLatin1String("http") || i_address.scheme() == QLatin1String("https");
+        if (!isWeb || !QDesktopServices::openUrl(i_address))
             _boxes.ShowLater(tr("The page of the job cannot be opened: no browser took its address. Set a browser as "
                                 "the desktop's own."));
     });

@@ -70,12 +70,12 @@ void MainWindow::_FollowSettings()
         QMessageBox::about(this, tr("Workbench"),
                            tr("Workbench %1: from parts to a machine file.").arg(QApplication::applicationVersion()));
     });
-    const auto set_unit = [this] {
+    const auto setUnit = [this] {
         LengthText::SetUnit(_preferences.GetLengthUnit());
     };
-    set_unit();
-    connect(&_preferences, &Preferences::LengthUnitChanged, this, [this, set_unit] {
-        set_unit();
+    setUnit();
+    connect(&_preferences, &Preferences::LengthUnitChanged, this, [this, setUnit] {
+        setUnit();
         // Lengths are texts: all are made anew, as for another language.
         QApplication::postEvent(this, new QEvent(QEvent::LanguageChange));
     });

@@ -32,18 +32,18 @@ constexpr int PictureSize = 28;
 /// A machine's number as the user writes numbers; any other text as it stands.
 QString ToLocal(const QString& i_number)
 {
-    bool is_number = false;
-    const double number = i_number.toDouble(&is_number);
+    bool isNumber = false;
+    const double number = i_number.toDouble(&isNumber);
     const int point = i_number.indexOf(QLatin1Char('.'));
-    return is_number ? QLocale().toString(number, 'f', point < 0 ? 0 : i_number.size() - point - 1) : i_number;
+    return isNumber ? QLocale().toString(number, 'f', point < 0 ? 0 : i_number.size() - point - 1) : i_number;
 }
 
 /// "2 h 5 min" of a number of seconds as text.
 QString ToDuration(const QString& i_seconds)
 {
-    bool is_number = false;
-    const qint64 seconds = static_cast<qint64>(i_seconds.toDouble(&is_number));
-    if (!is_number)
+    bool isNumber = false;
+    const qint64 seconds = static_cast<qint64>(i_seconds.toDouble(&isNumber));
+    if (!isNumber)
         return i_seconds;
     if (seconds < 3600)
         return ScenePage::tr("%1 min").arg((seconds + 59) / 60);

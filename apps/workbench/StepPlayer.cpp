@@ -189,106 +189,45 @@ QString StepPlayer::_Play(const QString& i_step)
     const QString verb = i_step.section(QLatin1Char(' '), 0, 0);
     const QString rest = i_step.section(QLatin1Char(' '), 1);
     _waits = verb != QLatin1String("command") || !rest.endsWith(QLatin1String(" &"));
-    const auto done = [](auto i_work) {
-        i_work();
-        return QString();
-    };
-    const auto trigger = [&](MainActions::Id i_id) {
-        return done([&] { _window.GetActions().Get(i_id)->trigger(); });
-    };
     const auto theme = rest == QLatin1String("dark")    ? Theme::Dark
                        : rest == QLatin1String("light") ? Theme::Light
                                                         : Theme::System;
-    const std::pair<const char*, std::function<QString()>> verbs[] = {
-        {"wait",
-         [] {
-             return QString();
-         }},
-        {"attach",
-         [&] {
-             return _Attach(rest);
-         }},
-        {"platform",
-         [&] {
-             return _Later([this] { _window.NewPlatform(); });
-         }},
-        {"accept",
-         [&] {
-             return _AnswerDialog(true);
-         }},
-        {"close",
-         [&] {
-             return _AnswerDialog(false);
-         }},
-        {"command",
-         [&] {
-             return _RunCommand(rest);
-         }},
-        {"cancel",
-         [&] {
-             return _Later([this] { _window.CancelJob(); });
-         }},
-        {"open",
-         [&] {
-             return done([&] { _window.TakeFiles({rest}); });
-         }},
-        {"new",
-         [&] {
-             return done([&] { _window.GetBook().New(); });
-         }},
-        {"tab",
-         [&] {
-             return _ShowTab(rest);
-         }},
-        {"select",
-         [&] {
-             return _Select(rest);
-         }},
-        {"search",
-         [&] {
-             return _Search(rest);
-         }},
-        {"manager",
-         [&] {
-             return trigger(MainActions::UseManager);
-         }},
-        {"shortcuts",
-         [&] {
-             return trigger(MainActions::Shortcuts);
-         }},
-        {"settings",
-         [&] {
-             return trigger(MainActions::Settings);
-         }},
-        {"report",
-         [&] {
-             return trigger(MainActions::SupportReport);
-         }},
-        {"language",
-         [&] {
-             return done([&] { _window.GetPreferences().SetLanguage(rest); });
-         }},
-        {"lengths",
-         [&] {
-             return done([&] {
-                 _window.GetPreferences().SetLengthUnit(rest == QLatin1String("in") ? LengthUnit::Inch
-                                                                                    : LengthUnit::Millimetre);
-             });
-         }},
-        {"theme",
-         [&] {
-             return done([&] { _window.GetPreferences().SetTheme(theme); });
-         }},
-        {"size",
-         [&] {
-             return _Resize(rest);
-         }},
+    const auto unit = rest == QLatin1String("in") ? LengthUnit::Inch : LengthUnit::Millimetre;
+    QString outcome = tr("it is unknown.");
+    const auto on = [&](const char* ip_verb, auto i_work) {
+        if (verb != QLatin1String(ip_verb))
+            return;
+        if constexpr (std::is_void_v<decltype(i_work())>) {
+            i_work();
+            outcome.clear();
+        } else {
+            outcome = i_work();
+        }
     };
-    for (const auto& [name, play] : verbs) {
-        if (verb == QLatin1String(name))
-            return play();
-    }
-    return tr("it is unknown.");
+    const auto onTrigger = [&](const char* ip_verb, MainActions::Id i_id) {
+        on(ip_verb, [&] { _window.GetActions().Get(i_id)->trigger(); });
+    };
+    on("wait", [] {});
+    on("attach", [&] { return _Attach(rest); });
+    on("platform", [&] { return _Later([this] { _window.NewPlatform(); }); });
+    on("accept", [&] { return _AnswerDialog(true); });
+    on("close", [&] { return _AnswerDialog(false); });
+    on("command", [&] { return _RunCommand(rest); });
+    on("cancel", [&] { return _Later([this] { _window.CancelJob(); }); });
+    on("open", [&] { _window.TakeFiles({rest}); });
+    on("new", [&] { _window.GetBook().New(); });
+    on("tab", [&] { return _ShowTab(rest); });
+    on("select", [&] { return _Select(rest); });
+    on("search", [&] { return _Search(rest); });
+    onTrigger("manager", MainActions::UseManager);
+    onTrigger("shortcuts", MainActions::Shortcuts);
+    onTrigger("settings", MainActions::Settings);
+    onTrigger("report", MainActions::SupportReport);
+    on("language", [&] { _window.GetPreferences().SetLanguage(rest); });
+    on("lengths", [&] { _window.GetPreferences().SetLengthUnit(unit); });
+    on("theme", [&] { _window.GetPreferences().SetTheme(theme); });
+    on("size", [&] { return _Resize(rest); });
+    return outcome;
 }
 
 QString StepPlayer::GetBackend(MainWindow& i_window)

@@ -13,7 +13,8 @@ class MainWindow;
 
 /// Plays steps on the window as a user would go them, one after another: each begins when the window is at rest.
 ///
-/// Thread: UI thread. Ownership: the window must outlive it.
+/// Thread: UI thread.
+/// Ownership: the window must outlive it.
 class StepPlayer final : public QObject
 {
     Q_OBJECT

@@ -64,11 +64,11 @@ std::filesystem::path GetFolder(QStandardPaths::StandardLocation i_location)
 
 void FollowPreferences(QApplication& io_application, Workbench::Preferences& io_preferences)
 {
-    const bool is_desktop_dark = Workbench::IsDark(QApplication::palette());
-    const auto show_theme = [&io_application, &io_preferences, is_desktop_dark] {
+    const bool isDesktopDark = Workbench::IsDark(QApplication::palette());
+    const auto showTheme = [&io_application, &io_preferences, isDesktopDark] {
         using Workbench::Theme;
         const Theme theme = io_preferences.GetTheme();
-        Workbench::ApplyTheme(io_application, theme == Theme::Dark || (theme == Theme::System && is_desktop_dark));
+        Workbench::ApplyTheme(io_application, theme == Theme::Dark || (theme == Theme::System && isDesktopDark));
     };
     const auto speak = [&io_preferences] {
         const QString language = io_preferences.GetLanguage();
@@ -76,14 +76,14 @@ void FollowPreferences(QApplication& io_application, Workbench::Preferences& io_
         QLocale::setDefault(locale);
         Hosting::InstallTranslations(QStringLiteral("workbench"), locale);
     };
-    const auto set_log = [&io_preferences] {
+    const auto setLog = [&io_preferences] {
         Workbench::LogKeeper::SetDetailed(io_preferences.IsLogDetailed());
     };
-    QObject::connect(&io_preferences, &Workbench::Preferences::LogChanged, &io_application, set_log);
-    set_log();
-    QObject::connect(&io_preferences, &Workbench::Preferences::ThemeChanged, &io_application, show_theme);
+    QObject::connect(&io_preferences, &Workbench::Preferences::LogChanged, &io_application, setLog);
+    setLog();
+    QObject::connect(&io_preferences, &Workbench::Preferences::ThemeChanged, &io_application, showTheme);
     QObject::connect(&io_preferences, &Workbench::Preferences::LanguageChanged, &io_application, speak);
-    show_theme();
+    showTheme();
     speak();
 }
 
@@ -118,6 +118,47 @@ QStringList ReadSteps(const QString& i_file, QString& o_failure)
     return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'));
 }
 
+/// Returns when the window was closed.
+int ShowWindow(const Workbench::CommandLine& i_command_line, const QStringList& i_steps,
+               Workbench::Preferences& io_preferences)
+{
+    QStringList files;
+    for (const QString& file : i_command_line.files)
+        files << QDir::cleanPath(QFileInfo(file).absoluteFilePath());
+    const bool isScripted = !i_command_line.screenshot.isEmpty() || !i_command_line.steps.isEmpty();
+    const QString handoverName = QStringLiteral("machineservice-workbench-%1").arg(getuid());
+    if (!isScripted && Workbench::FileHandover::Send(handoverName, files))
+        return Succeeded;
+
+    const auto data = GetFolder(QStandardPaths::GenericDataLocation);
+    std::vector<std::string> addresses;
+    for (const QString& address : i_command_line.services)
+        addresses.push_back(address.toStdString());
+    Hosting::Host host(data / "documents", data, Hosting::ChooseServices(addresses));
+    Workbench::MainWindow window(host, io_preferences, QString::fromStdString((data / "recovery").string()));
+    const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
+    window.show();
+    if (!isScripted)
+        window.OpenAgain();
+    if (!files.isEmpty())
+        window.TakeFiles(files);
+    Workbench::FileHandover handover;
+    QObject::connect(&handover, &Workbench::FileHandover::Arrived, &window, [&window](const QStringList& i_files) {
+        if (!i_files.isEmpty())
+            window.TakeFiles(i_files);
+        window.raise();
+        window.activateWindow();
+    });
+    if (!isScripted)
+        handover.Listen(handoverName);
+    Workbench::StepPlayer player(window, i_steps);
+    if (isScripted)
+        PlaySteps(player, window, i_command_line.screenshot);
+    else
+        QMetaObject::invokeMethod(&window, &Workbench::MainWindow::OfferRecovery, Qt::QueuedConnection);
+    return QApplication::exec();
+}
+
 int Run(int& io_argc, char** ip_argv)
 {
     if (!HasDisplay()) {
@@ -150,42 +191,7 @@ int Run(int& io_argc, char** ip_argv)
         std::fprintf(stderr, "%s\n", qUtf8Printable(failure));
         return Failed;
     }
-
-    QStringList files;
-    for (const QString& file : commandLine.files)
-        files << QDir::cleanPath(QFileInfo(file).absoluteFilePath());
-    const bool is_scripted = !commandLine.screenshot.isEmpty() || !commandLine.steps.isEmpty();
-    const QString handoverName = QStringLiteral("machineservice-workbench-%1").arg(getuid());
-    if (!is_scripted && Workbench::FileHandover::Send(handoverName, files))
-        return Succeeded;
-
-    const auto data = GetFolder(QStandardPaths::GenericDataLocation);
-    std::vector<std::string> addresses;
-    for (const QString& address : commandLine.services)
-        addresses.push_back(address.toStdString());
-    Hosting::Host host(data / "documents", data, Hosting::ChooseServices(addresses));
-    Workbench::MainWindow window(host, preferences, QString::fromStdString((data / "recovery").string()));
-    const Hosting::InterruptWatcher interrupts([] { QApplication::exit(Failed); });
-    window.show();
-    if (!is_scripted)
-        window.OpenAgain();
-    if (!files.isEmpty())
-        window.TakeFiles(files);
-    Workbench::FileHandover handover;
-    QObject::connect(&handover, &Workbench::FileHandover::Arrived, &window, [&window](const QStringList& i_files) {
-        if (!i_files.isEmpty())
-            window.TakeFiles(i_files);
-        window.raise();
-        window.activateWindow();
-    });
-    if (!is_scripted)
-        handover.Listen(handoverName);
-    Workbench::StepPlayer player(window, steps);
-    if (is_scripted)
-        PlaySteps(player, window, commandLine.screenshot);
-    else
-        QMetaObject::invokeMethod(&window, &Workbench::MainWindow::OfferRecovery, Qt::QueuedConnection);
-    return QApplication::exec();
+    return ShowWindow(commandLine, steps, preferences);
 }
 
 } // namespace

@@ -41,6 +41,64 @@ void Place(std::vector<TavAM::Part>& io_parts, const MachineService::BuildVolume
     }
 }
 
+/// The machine that is chosen is attached to the scene, with the parts in its middle.
+void ShowMachines(MachineService::CommunicationClient& io_client, QListWidget& io_machines,
+                  VexlorCore::DataSet& io_scene, bool i_chooses_first)
+{
+    // News come on threads of the services: the context object brings them to this one.
+    QObject::connect(&io_client, &MachineService::CommunicationClient::MachineAdded, &io_machines,
+                     [&, i_chooses_first](const QUuid& i_id) {
+                         if (const auto machine = io_client.TryGetPrinterById(i_id)) {
+                             auto* const item = new QListWidgetItem(
+                                 QString::fromStdString(machine->GetMachineData().name), &io_machines);
+                             item->setData(Qt::UserRole, i_id);
+                             if (i_chooses_first && io_machines.count() == 1)
+                                 io_machines.setCurrentItem(item);
+                         }
+                     });
+    QObject::connect(&io_machines, &QListWidget::currentItemChanged, &io_client, [&](const QListWidgetItem* ip_item) {
+        const QUuid id = ip_item->data(Qt::UserRole).toUuid();
+        if (const auto machine = io_client.TryGetPrinterById(id)) { // it may have gone
+            io_client.HandleMachineChanged(&io_scene, id);
+            Place(io_scene.GetParts(), *machine->GetMachineData().buildVolume);
+        }
+    });
+}
+
+void ShowCommands(MachineService::PrinterCommandManager& io_commands, QToolBar& io_ribbon)
+{
+    QObject::connect(&io_commands, &MachineService::PrinterCommandManager::PrinterNameUpdated, &io_ribbon, [&] {
+        io_ribbon.clear();
+        for (const auto* const command : io_commands.GetAllCommands()) {
+            QAction* const action = io_ribbon.addAction(command->GetTitle());
+            action->setObjectName(command->GetId());
+            QObject::connect(action, &QAction::triggered, &io_commands, [&, action] {
+                // By its id: a machine may take a command away at any time. Returns when the job has ended.
+                if (auto* const chosen = io_commands.GetCommand(action->objectName()))
+                    chosen->Exec();
+            });
+        }
+    });
+}
+
+/// \return the command of that id when it can run, else null.
+Vexlor::UICommands::UiCommand* UpdateRibbon(MachineService::PrinterCommandManager& io_commands,
+                                            const QToolBar& i_ribbon, const QString& i_id)
+{
+    const Vexlor::UICommands::ActiveSceneContext context;
+    for (QAction* const action : i_ribbon.actions()) {
+        auto* const command = io_commands.GetCommand(action->objectName());
+        if (!command)
+            continue;
+        command->Update(context);
+        action->setEnabled(command->IsEnabled());
+        action->setToolTip(command->GetToolTip() + ' ' + io_commands.GetRefusal(command->GetId()).GetText());
+        if (action->objectName() == i_id && command->IsEnabled())
+            return command;
+    }
+    return nullptr;
+}
+
 int Run(QApplication& io_qt, const std::filesystem::path& i_mesh, const QString& i_command)
 {
     VexlorCore::UiThread uiThread;
@@ -51,16 +109,16 @@ int Run(QApplication& io_qt, const std::filesystem::path& i_mesh, const QString&
     scene->GetParts() = VexlorCore::ImportMeshFile(i_mesh);
     QTemporaryDir documents;
     Vexlor::ReferenceApiProvider provider(documents.path().toStdString());
-    const auto get_provider = [&]() -> IVexlorApiProvider& {
+    const auto getProvider = [&]() -> IVexlorApiProvider& {
         return provider;
     };
     MachineService::CommunicationClient client(
-        get_provider, [](MachineService::ServiceId) { return nullptr; },
+        getProvider, [](MachineService::ServiceId) { return nullptr; },
         [](const MachineService::MachineData& i_machine) { return i_machine.buildVolume.has_value(); }, nullptr);
     client.HandleModeChanged(ProgramModePlatform);
     MachineService::PrinterCommandManager commands(
         [&] { return application.GetDatabase()->GetActiveDataSet(); },
-        [&](VexlorCore::DataSet* ip_scene) { return client.TryGetPrinter(ip_scene); }, get_provider,
+        [&](VexlorCore::DataSet* ip_scene) { return client.TryGetPrinter(ip_scene); }, getProvider,
         [] { return QString(); });
     commands.Activate();
 
@@ -79,46 +137,13 @@ int Run(QApplication& io_qt, const std::filesystem::path& i_mesh, const QString&
         return 0;
     });
 
-    // News come on threads of the services: the context object brings them to this one.
-    QObject::connect(&client, &MachineService::CommunicationClient::MachineAdded, machines, [&](const QUuid& i_id) {
-        if (const auto machine = client.TryGetPrinterById(i_id)) {
-            auto* const item = new QListWidgetItem(QString::fromStdString(machine->GetMachineData().name), machines);
-            item->setData(Qt::UserRole, i_id);
-            if (!i_command.isEmpty() && machines->count() == 1)
-                machines->setCurrentItem(item);
-        }
-    });
-    QObject::connect(machines, &QListWidget::currentItemChanged, &client, [&](const QListWidgetItem* ip_item) {
-        const QUuid id = ip_item->data(Qt::UserRole).toUuid();
-        if (const auto machine = client.TryGetPrinterById(id)) { // it may have gone
-            client.HandleMachineChanged(scene, id);
-            Place(scene->GetParts(), *machine->GetMachineData().buildVolume);
-        }
-    });
-    QObject::connect(&commands, &MachineService::PrinterCommandManager::PrinterNameUpdated, ribbon, [&] {
-        ribbon->clear();
-        for (const auto* const command : commands.GetAllCommands()) {
-            QAction* const action = ribbon->addAction(command->GetTitle());
-            action->setObjectName(command->GetId());
-            QObject::connect(action, &QAction::triggered, &commands, [&, action] {
-                // By its id: a machine may take a command away at any time. Returns when the job has ended.
-                if (auto* const chosen = commands.GetCommand(action->objectName()))
-                    chosen->Exec();
-            });
-        }
-    });
+    ShowMachines(client, *machines, *scene, !i_command.isEmpty());
+    ShowCommands(commands, *ribbon);
     QTimer update; // answers come in the background
     QObject::connect(&update, &QTimer::timeout, &commands, [&] {
-        const Vexlor::UICommands::ActiveSceneContext context;
-        for (QAction* const action : ribbon->actions()) {
-            auto* const command = commands.GetCommand(action->objectName());
-            if (!command)
-                continue;
-            command->Update(context);
-            action->setEnabled(command->IsEnabled());
-            action->setToolTip(command->GetToolTip() + ' ' + commands.GetRefusal(command->GetId()).GetText());
-            if (action->objectName() == i_command && command->IsEnabled())
-                return update.stop(), io_qt.exit(command->Exec() ? 0 : 1);
+        if (auto* const command = UpdateRibbon(commands, *ribbon, i_command)) {
+            update.stop();
+            io_qt.exit(command->Exec() ? 0 : 1);
         }
     });
     update.start(500);

@@ -11,7 +11,8 @@ namespace TavSDK {
 // A path's native bytes are UTF-8, whatever the locale of C and of the C++ library: path::wstring(), QFile and
 // QString::fromLocal8Bit go by the locale, so that a host in another one finds nothing or writes another name.
 
-/// The path as text. \throws FileError when its bytes are not UTF-8.
+/// The path as text.
+/// \throws FileError when its bytes are not UTF-8.
 TAVSDK_EXPORT std::string PathToUtf8(const std::filesystem::path& i_path);
 TAVSDK_EXPORT std::wstring PathToWide(const std::filesystem::path& i_path);
 

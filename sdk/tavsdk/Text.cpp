@@ -10,16 +10,16 @@ namespace TavSDK {
 
 std::string Quote(std::string_view i_text, std::size_t i_longest)
 {
-    const bool is_cut = i_text.size() > i_longest;
+    const bool isCut = i_text.size() > i_longest;
     // One more: what is cut there in the middle of a character goes with it.
-    std::string shown = ReplaceInvalid(is_cut ? i_text.substr(0, i_longest + 1) : i_text);
-    if (is_cut)
+    std::string shown = ReplaceInvalid(isCut ? i_text.substr(0, i_longest + 1) : i_text);
+    if (isCut)
         shown.resize(CutUtf8(shown, i_longest).size());
     for (char& character : shown) {
         const auto code = static_cast<unsigned char>(character);
         character = code < 0x20 || code == 0x7F ? '?' : character;
     }
-    return '\'' + shown + (is_cut ? "…'" : "'");
+    return '\'' + shown + (isCut ? "…'" : "'");
 }
 
 std::string NumberToText(double i_number)

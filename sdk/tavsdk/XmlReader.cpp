@@ -30,18 +30,6 @@ std::optional<std::string_view> XmlAttributes::Find(std::string_view i_name) con
     return std::nullopt;
 }
 
-bool XmlAttributes::HasPrefixed(std::string_view i_name) const
-{
-    const char* text = _texts;
-    for (std::size_t index = 0; index < _count; ++index) {
-        const std::string_view name(text, _sizes[index].name);
-        if (name.size() > i_name.size() && name.ends_with(i_name) && name[name.size() - i_name.size() - 1] == ':')
-            return true;
-        text += _sizes[index].name + _sizes[index].value;
-    }
-    return false;
-}
-
 class XmlReaderBase::Impl
 {
 public:

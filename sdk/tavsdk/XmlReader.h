@@ -43,8 +43,6 @@ public:
     std::optional<std::string_view> Find(std::string_view i_name) const;
     /// The same, with an empty text when there is none.
     std::string_view Get(std::string_view i_name) const { return Find(i_name).value_or(std::string_view()); }
-    /// Is there an attribute of that name in whatever namespace (with whatever prefix), but for none?
-    bool HasPrefixed(std::string_view i_name) const;
     /// In the order of the document. i_function(name, value)
     template <class Function>
     void ForEach(const Function& i_function) const

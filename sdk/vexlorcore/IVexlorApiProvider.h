@@ -105,7 +105,7 @@ public:
                                   std::function<void(VexlorCore::DataSet*)> i_on_scene_loaded,
                                   std::function<void(std::shared_ptr<TavAM::Platform>)> i_on_platform_loaded,
                                   bool i_show_progress, bool i_keep_parts) = 0;
-    /// 12. Whether a job runs, of whichever command: no other one can begin then. Thread: any. A host that does not
-    /// tell says no.
+    /// 12. Whether a job runs, of whichever command: no other one can begin then. A host that does not tell says no.
+    /// Thread: any.
     virtual bool IsJobRunning() const { return false; }
 };

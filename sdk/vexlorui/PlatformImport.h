@@ -25,7 +25,8 @@ ImportKind ToImportKind(std::int32_t i_kind);
 
 using Platforms = std::vector<std::shared_ptr<TavAM::Platform>>;
 
-/// All platforms of all files. Thread: any.
+/// All platforms of all files.
+/// Thread: any.
 /// \throws TavAM::FileError; VexlorCore::JobCancelled when the token asks.
 Platforms ReadPlatforms(const std::vector<std::wstring>& i_files, const std::stop_token& i_stop);
 /// The same, but a file that is not .TavAMX is read as mesh and makes a platform of its parts.

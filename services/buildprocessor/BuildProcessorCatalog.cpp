@@ -89,11 +89,11 @@ std::future<std::string> BuildProcessorCatalog::InstallMachine(ServiceId /*i_ser
 {
     ServiceContext& context = *_impl->context;
     return context.queries.Submit({}, {}, [&context, i_file](std::stop_token i_stop) {
-        const auto find_fault = [&](const MachineProfile& i_profile) {
+        const auto findFault = [&](const MachineProfile& i_profile) {
             return DescribeFault(i_profile, context, i_stop);
         };
         try {
-            return InstallProfile(i_file, context.profilesDir, find_fault);
+            return InstallProfile(i_file, context.profilesDir, findFault);
         } catch (const ProfileError& error) {
             Fail(ErrorCode::FileError, error.what());
         }

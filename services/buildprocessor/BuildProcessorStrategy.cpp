@@ -4,9 +4,9 @@
 #include "buildprocessor/commands/CommandTable.h"
 #include "buildprocessor/commands/ReportCommands.h"
 #include "buildprocessor/platform/PlatformInformation.h"
-#include "contract/Failure.h"
 #include "contract/Guard.h"
 #include "contract/ReadyFuture.h"
+#include "contract/RefuseMissing.h"
 
 namespace MachineService::BuildProcessor {
 
@@ -84,7 +84,8 @@ BuildProcessorStrategy::GetEmptyPlatform(const std::string& i_parameters) const
 
 ProgressWatcherFuture<void> BuildProcessorStrategy::ModifyPlatform(const Platform& /*i_platform*/) const
 {
-    return ProgressWatcherFuture(Ready([this] { _RefuseMissing("changes of a platform"); }));
+    return ProgressWatcherFuture(
+        Ready([this] { RefuseMissing(_GetProfile()->profile.name, "changes of a platform"); }));
 }
 
 std::future<CommandResult> BuildProcessorStrategy::FillReportProperties(const CommandParameters& i_parameters) const
@@ -94,7 +95,7 @@ std::future<CommandResult> BuildProcessorStrategy::FillReportProperties(const Co
 
 std::future<CommandResult> BuildProcessorStrategy::Preprocessing(const CommandParameters& /*i_parameters*/) const
 {
-    return Ready([this]() -> CommandResult { _RefuseMissing("preprocessing"); });
+    return Ready([this]() -> CommandResult { RefuseMissing(_GetProfile()->profile.name, "preprocessing"); });
 }
 
 std::future<ProfileAssignments> BuildProcessorStrategy::GetProfileAssignments() const
@@ -141,16 +142,7 @@ std::future<CommandResult> BuildProcessorStrategy::_Submit(ProfilePointer ip_pro
 
 BuildProcessorStrategy::ProfilePointer BuildProcessorStrategy::_GetProfile() const
 {
-    if (auto profile = _context->registry.Find(GetMachineData().id))
-        return profile;
-    throw CommunicationException(_context->registry.IsClosed() ? ErrorCode::ServicesUnavailable
-                                                               : ErrorCode::MachineNotFound);
-}
-
-void BuildProcessorStrategy::_RefuseMissing(const char* ip_what) const
-{
-    // Not one of the codes with a sentence of their own: the user is to read which machine does not offer what.
-    Fail(ErrorCode::InternalError, "The printer '" + _GetProfile()->profile.name + "' does not offer " + ip_what + '.');
+    return _context->registry.Get(GetMachineData().id);
 }
 
 } // namespace MachineService::BuildProcessor

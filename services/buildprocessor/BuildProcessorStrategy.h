@@ -17,6 +17,8 @@ struct ServiceContext;
 /// One printer of the Build Processors.
 ///
 /// Its data are those of the moment at which it was made; commands follow the profile as it is when they are asked.
+/// What it has beyond an OfferedMachine: commands that do not wait behind builds, platforms that are told by a thread
+/// and with progress, queues that refuse before anything waits.
 ///
 /// Thread: any. Questions answer at once from local state; commands run on the service's job threads.
 class BuildProcessorStrategy final : public MachineStrategy, public IExplainsCanRun
@@ -49,7 +51,6 @@ private:
                                        CommandResult (*ip_run)(const JobInput&)) const;
     /// \throws CommunicationException ServicesUnavailable, MachineNotFound.
     ProfilePointer _GetProfile() const;
-    [[noreturn]] void _RefuseMissing(const char* ip_what) const;
 
     const std::shared_ptr<ServiceContext> _context;
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "client/interface/CommunicationException.h"
 #include "contract/MachineNews.h"
 
 #include "tavsdk/Mutex.h"
@@ -69,6 +70,14 @@ public:
     {
         const TavSDK::MutexLock lock(_mutex);
         return _closed;
+    }
+
+    /// \throws CommunicationException ServicesUnavailable after Close, else MachineNotFound.
+    EntryPointer Get(const boost::uuids::uuid& i_id) const
+    {
+        if (auto entry = Find(i_id))
+            return entry;
+        throw CommunicationException(IsClosed() ? ErrorCode::ServicesUnavailable : ErrorCode::MachineNotFound);
     }
 
     /// Null when there is no such machine.

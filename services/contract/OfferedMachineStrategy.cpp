@@ -1,9 +1,9 @@
 #include "contract/OfferedMachineStrategy_p.h"
 
 #include "client/interface/ScopedTempDir.h"
-#include "contract/Failure.h"
 #include "contract/Guard.h"
 #include "contract/ReadyFuture.h"
+#include "contract/RefuseMissing.h"
 #include "tavam/AMXFileWriter.h"
 #include "tavam/Platform.h"
 #include "tavsdk/InputFile.h"
@@ -16,12 +16,6 @@ namespace MachineService {
 namespace {
 
 constexpr std::uint64_t MaxPlatformBytes = 10'000'000; ///< one without parts is far below
-
-[[noreturn]] void RefuseMissing(const OfferedMachine& i_machine, const char* ip_what)
-{
-    // Not one of the codes with a sentence of their own: the user is to read which machine does not offer what.
-    Fail(ErrorCode::InternalError, "The printer '" + i_machine.data.name + "' does not offer " + ip_what + '.');
-}
 
 PlatformDescription Describe(const OfferedMachine& i_machine)
 {
@@ -66,10 +60,7 @@ OfferedMachineStrategy::OfferedMachineStrategy(const MachineData& i_data, std::s
 
 OfferedMachineStrategy::MachinePointer OfferedMachineStrategy::_Get() const
 {
-    if (auto machine = _machines->registry.Find(GetMachineData().id))
-        return machine;
-    throw CommunicationException(_machines->registry.IsClosed() ? ErrorCode::ServicesUnavailable
-                                                                : ErrorCode::MachineNotFound);
+    return _machines->registry.Get(GetMachineData().id);
 }
 
 template <class Choose>
@@ -80,7 +71,7 @@ std::future<CommandResult> OfferedMachineStrategy::_Run(const CommandParameters&
         const auto machine = _Get();
         const Run& run = i_choose(*machine);
         if (!run)
-            RefuseMissing(*machine, ip_what);
+            RefuseMissing(machine->data.name, ip_what);
         // The function lives in the machine, which the job therefore keeps.
         return _machines->jobs.Submit(machine->data.id, i_parameters.stopToken,
                                       [machine, &run, parameters = i_parameters](std::stop_token i_stop) {
@@ -178,7 +169,7 @@ ProgressWatcherFuture<void> OfferedMachineStrategy::ModifyPlatform(const Platfor
     return ProgressWatcherFuture(ReadyIfRefused([&] {
                                      const auto machine = _Get();
                                      if (!machine->modifyPlatform)
-                                         RefuseMissing(*machine, "changes of a platform");
+                                         RefuseMissing(machine->data.name, "changes of a platform");
                                      return _machines->questions.Submit(
                                          machine->data.id, watcher->GetStopToken(),
                                          [machine, platform = i_platform](std::stop_token i_stop) {

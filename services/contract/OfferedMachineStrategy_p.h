@@ -33,6 +33,11 @@ struct OfferedMachines
 
 /// One offered machine. Its data are those of the moment at which it was made; everything else follows the registry.
 ///
+/// For services that say what they have as a table of machines. The Build Processors have a strategy of their own: all
+/// their machines have the same commands, some of which do not wait behind builds; their platforms are told from files,
+/// by a thread and with progress; and a profile has rules of its own for what is news. Here that would be a field each
+/// that makers of small services had to read past.
+///
 /// Thread: any.
 class OfferedMachineStrategy final : public MachineStrategy, public IExplainsCanRun
 {

@@ -12,7 +12,8 @@ namespace MachineService {
 void MakePrivateFolder(const std::filesystem::path& i_folder);
 
 /// Writes a file that only its owner reads: complete or not at all, what was there stays on failure. Its folder must be
-/// there. The temporary name begins with a dot. \throws CommunicationException FileError that names the file.
+/// there. The temporary name begins with a dot.
+/// \throws CommunicationException FileError that names the file.
 void WritePrivateFile(const std::filesystem::path& i_path, const std::string& i_text);
 
 /// Empty when there is no such file.

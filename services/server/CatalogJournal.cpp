@@ -25,13 +25,13 @@ void CatalogJournal::Put(const std::string& i_id, std::shared_ptr<const Publishe
 {
     {
         const TavSDK::MutexLock lock(_mutex);
-        const auto [entry, is_new] = _machines.try_emplace(i_id, Entry{nullptr, _nextPlace});
-        if (is_new)
+        const auto [entry, isNew] = _machines.try_emplace(i_id, Entry{nullptr, _nextPlace});
+        if (isNew)
             _order.emplace(_nextPlace++, i_id);
         Change change;
         change.id = i_id;
         change.machine = ip_machine;
-        change.isNew = is_new;
+        change.isNew = isNew;
         change.changes = i_changes;
         entry->second.machine = std::move(ip_machine);
         _Add(std::move(change));

@@ -204,9 +204,9 @@ CanRunCommandCache::CanRunCommandCache(Fetch i_fetch, std::chrono::milliseconds 
                                        std::function<void()> i_on_changed)
     : _state(std::make_shared<State>(std::move(i_fetch), i_interval, std::move(i_on_changed)))
     , _hasEnded(std::make_shared<std::atomic<bool>>(false))
-    , _worker([state = _state, has_ended = _hasEnded] {
+    , _worker([state = _state, hasEnded = _hasEnded] {
         state->Run();
-        *has_ended = true;
+        *hasEnded = true;
     })
 {}
 

@@ -66,7 +66,7 @@ void NewsOrder::Raise(const Place& i_place)
 void NewsOrder::_RaiseWithThoseBehind(const News& i_first)
 {
     Pending pending{i_first, nullptr};
-    std::exception_ptr first_failure;
+    std::exception_ptr firstFailure;
     bool hasNext = true;
     while (hasNext) {
         std::exception_ptr failure;
@@ -79,11 +79,11 @@ void NewsOrder::_RaiseWithThoseBehind(const News& i_first)
             }
         }
         hasNext = _TakeNext(pending, failure);
-        if (!first_failure)
-            first_failure = std::move(failure);
+        if (!firstFailure)
+            firstFailure = std::move(failure);
     }
-    if (first_failure)
-        std::rethrow_exception(first_failure);
+    if (firstFailure)
+        std::rethrow_exception(firstFailure);
 }
 
 bool NewsOrder::_TakeNext(Pending& io_raised, std::exception_ptr& io_failure)

@@ -101,12 +101,12 @@ std::optional<boost::uuids::uuid> GetNamedMachineId(VexlorCore::DataSet* ip_data
 void UpdateMachineAMProperties(VexlorCore::DataSet* ip_data_set, const Machine& i_machine)
 {
     auto& properties = GetAMXProperties(*ip_data_set);
-    const boost::uuids::uuid machine_id = i_machine.GetMachineData().id;
-    if (GetNamedMachineId(ip_data_set) == machine_id) {
+    const boost::uuids::uuid machineId = i_machine.GetMachineData().id;
+    if (GetNamedMachineId(ip_data_set) == machineId) {
         UpdatePldfTimestamp(ip_data_set, i_machine);
         return;
     }
-    properties.SetText(Print3D::SelectedQueueID, boost::uuids::to_wstring(machine_id));
+    properties.SetText(Print3D::SelectedQueueID, boost::uuids::to_wstring(machineId));
     properties.Remove(Print3D::OldSelectedQueueID);
     SetPldfTimestampFromMachine(ip_data_set->GetAMObject(), i_machine);
 }

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -193,69 +193,6 @@ TEST_F(CanRunCommandCacheTest, AnswersAQuestionWheneverItComes)
     EXPECT_TRUE(_service.WaitForFetches(fetches + 3)); // both, in the pass that the second question began
 }
 
-/// A machine that gives a sentence with its no.
-class ExplainingMachine final : public FakeMachine, public IExplainsCanRun
-{
-public:
-    explicit ExplainingMachine(std::function<std::future<CanRunAnswer>()> i_explain)
-        : FakeMachine(MakeMachineData(1), std::make_shared<FakeBehaviour>())
-        , _explain(std::move(i_explain))
-    {}
-    std::future<CanRunAnswer> ExplainCanRunCommand(const boost::uuids::uuid&) const override { return _explain(); }
-
-private:
-    std::function<std::future<CanRunAnswer>()> _explain;
-};
-
-TEST_F(CanRunCommandCacheTest, TellsNoNotAskedYetAndSilenceApartWithoutAsking)
-{
-    std::promise<CanRunAnswer> never;
-    std::atomic<int> questions = 0, reports = 0;
-    std::atomic<bool> hangs = false, fails = false;
-    CanRunAnswer answer{false, "The door is open."};
-    const Machine machine(std::make_unique<CachedMachineStrategy>(Machine(std::make_unique<ExplainingMachine>([&] {
-                                                                      ++questions;
-                                                                      if (fails)
-                                                                          throw std::runtime_error("service");
-                                                                      return hangs ? never.get_future()
-                                                                                   : MakeReady(answer);
-                                                                  })),
-                                                                  [&] { ++reports; }));
-    const auto known = [&] {
-        return machine.GetKnownCanRunAnswer(MakeId(1)).value();
-    };
-    const auto ask_until = [&](const auto& i_predicate) {
-        const auto end = Clock::now() + Deadline;
-        while (!i_predicate(known()) && Clock::now() < end) {
-            machine.CanRunCommand(MakeId(1)).get();
-            std::this_thread::sleep_for(10ms);
-        }
-        return i_predicate(known());
-    };
-    EXPECT_FALSE(known().answeredAt || known().failingSince);
-    EXPECT_EQ(questions, 0);
-
-    const auto before = std::chrono::system_clock::now();
-    ASSERT_TRUE(ask_until([](const auto& i_known) { return i_known.answeredAt.has_value(); }));
-    EXPECT_EQ(known().answer, answer);
-    EXPECT_GE(*known().answeredAt, before);
-    EXPECT_EQ(machine.TryExplain()->ExplainCanRunCommand(MakeId(1)).get(), answer);
-    EXPECT_EQ(reports, 1); // the sentence is news, though the answer is the no of the beginning
-
-    fails = true;
-    ASSERT_TRUE(ask_until([](const auto& i_known) { return i_known.failingSince.has_value(); }));
-    const auto since = *known().failingSince;
-    const int asked = questions;
-    ASSERT_TRUE(ask_until([&](const auto&) { return questions > asked; }));
-    EXPECT_EQ(*known().failingSince, since); // since the first failure
-    EXPECT_EQ(known().answer, answer);       // which leaves the last answer
-
-    fails = false;
-    ASSERT_TRUE(ask_until([](const auto& i_known) { return !i_known.failingSince; }));
-    hangs = true;
-    EXPECT_TRUE(ask_until([](const auto& i_known) { return i_known.failingSince.has_value(); }));
-}
-
 enum class Moment
 {
     Idle,
@@ -280,17 +217,17 @@ TEST_P(CanRunCommandCacheStopTest, StopsAtOnceOrWithTheService)
             ASSERT_TRUE(service.WaitForFetches(1));
         }
         std::optional<std::thread> releaser;
-        std::atomic<bool> was_released = false;
+        std::atomic<bool> wasReleased = false;
         if (GetParam() == Moment::Fetching)
             releaser.emplace([&] {
-                was_released = true;
+                wasReleased = true;
                 service.Release();
             });
         const auto begin = Clock::now();
         cache.reset();
         EXPECT_LT(Clock::now() - begin, 5s);
         if (releaser) {
-            EXPECT_TRUE(was_released); // the pass was finished, not given up
+            EXPECT_TRUE(wasReleased); // the pass was finished, not given up
             releaser->join();
         }
     }
@@ -338,53 +275,25 @@ TEST_F(CanRunCommandCacheTest, AMachineOfAHangingServiceGoesAtOnce)
     EXPECT_EQ(_service.GetReports(), 0);
 }
 
-TEST_F(CanRunCommandCacheTest, TheLastOwnerMayLetGoInsideTheCallback)
-{
-    for (int round = 0; round < 2; ++round) {
-        std::mutex mutex; // guards machine and has_gone
-        std::condition_variable changed;
-        std::optional<Machine> machine;
-        bool has_gone = false;
-        {
-            const std::lock_guard lock(mutex);
-            machine.emplace(
-                std::make_unique<CachedMachineStrategy>(_MakeMachine([](const auto&) { return MakeReady(true); }), [&] {
-                    std::unique_lock callback_lock(mutex);
-                    const auto last = std::exchange(machine, std::nullopt);
-                    has_gone = true;
-                    changed.notify_all();
-                }));
-        }
-        std::unique_lock lock(mutex);
-        const auto end = Clock::now() + Deadline;
-        while (!has_gone && Clock::now() < end) {
-            if (machine)
-                machine->CanRunCommand(MakeId(1)).get();
-            changed.wait_for(lock, 5ms);
-        }
-        EXPECT_TRUE(has_gone);
-    }
-}
-
 TEST_F(CanRunCommandCacheTest, AMachineInAGlobalOutlivesMain)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    for (const bool is_hanging : {false, true}) {
+    for (const bool isHanging : {false, true}) {
         const auto run = [&] {
             static Service mgp_service;
             static std::optional<Machine> mgp_machine;
-            mgp_service.mode = is_hanging ? Service::Mode::Hang : Service::Mode::Ready;
-            const auto make_asked = [] {
+            mgp_service.mode = isHanging ? Service::Mode::Hang : Service::Mode::Ready;
+            const auto makeAsked = [] {
                 Machine machine(std::make_unique<CachedMachineStrategy>(
                     _MakeMachine([](const auto&) { return mgp_service.Answer(); }), [] {}));
                 machine.CanRunCommand(MakeId(1)).get();
                 return machine;
             };
             {
-                const Machine before = make_asked(); // whatever collects its thread is made later than the global
+                const Machine before = makeAsked(); // whatever collects its thread is made later than the global
                 mgp_service.WaitForFetches(1);
             }
-            mgp_machine = make_asked();
+            mgp_machine = makeAsked();
             mgp_service.WaitForFetches(2);
             std::exit(0);
         };
@@ -394,12 +303,12 @@ TEST_F(CanRunCommandCacheTest, AMachineInAGlobalOutlivesMain)
 
 TEST_F(CanRunCommandCacheTest, ACallbackThatFailsDoesNotEndTheHost)
 {
-    for (const bool is_empty : {true, false}) {
+    for (const bool isEmpty : {true, false}) {
         const int fetches = _service.GetFetches();
         _service.value = true;
         const auto cache =
             CreateCanRunCommandCache([this](const auto&) { return _service.Answer(); }, 0ms,
-                                     is_empty ? std::function<void()>() : [] { throw std::runtime_error("host"); });
+                                     isEmpty ? std::function<void()>() : [] { throw std::runtime_error("host"); });
         EXPECT_TRUE(_AskUntil(*cache, true));
         _service.value = false;
         EXPECT_TRUE(_AskUntil(*cache, false)); // the worker lives on
@@ -408,5 +317,3 @@ TEST_F(CanRunCommandCacheTest, ACallbackThatFailsDoesNotEndTheHost)
 }
 
 } // namespace
-
-} // namespace MachineService

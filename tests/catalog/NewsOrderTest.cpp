@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -75,26 +75,26 @@ TEST_F(NewsOrderTest, NewsOfAnotherThreadFollowAndItReturnsAfterThem)
             appended.wait();
         }
     };
-    std::vector<std::string> seen_on_return;
+    std::vector<std::string> seenOnReturn;
     std::thread other([&] {
         inside.wait();
         _Tell(2, 9); // does not wait for the first machine
         const auto place = _order.Append(MakeNews(1, 2));
         appended.count_down();
         _order.Raise(place);
-        seen_on_return = _GetLog();
+        seenOnReturn = _GetLog();
     });
     _Tell(1, 1);
     other.join();
-    EXPECT_THAT(seen_on_return, ElementsAre("1:1", "2:9", "1:2"));
+    EXPECT_THAT(seenOnReturn, ElementsAre("1:1", "2:9", "1:2"));
 }
 
 TEST_F(NewsOrderTest, TwoSlotsThatTellOfEachOthersMachineDoNotWaitForEachOther)
 {
-    std::latch both_are_inside(2);
+    std::latch bothAreInside(2);
     _onNews = [&](const std::string& i_text) {
         if (i_text == "1:1" || i_text == "2:1") {
-            both_are_inside.arrive_and_wait();
+            bothAreInside.arrive_and_wait();
             _Tell(i_text == "1:1" ? 2 : 1, 2);
         }
     };
@@ -131,18 +131,18 @@ TEST_F(NewsOrderTest, AFailureReachesWhoToldAndHoldsNobodyUp)
 TEST_F(NewsOrderTest, AfterTheEndNothingIsRaisedAndNobodyWaits)
 {
     std::latch inside(1);
-    std::latch is_let_go(1);
+    std::latch isLetGo(1);
     NewsOrder::Place place;
     _onNews = [&](const std::string&) {
         inside.count_down();
         _Tell(1, 2);
         _order.End();
-        is_let_go.wait(); // the other thread returns while these news are still being raised
+        isLetGo.wait(); // the other thread returns while these news are still being raised
     };
     std::thread other([&] {
         inside.wait();
         _Tell(1, 3);
-        is_let_go.count_down();
+        isLetGo.count_down();
     });
     _Tell(1, 1);
     other.join();
@@ -151,5 +151,3 @@ TEST_F(NewsOrderTest, AfterTheEndNothingIsRaisedAndNobodyWaits)
 }
 
 } // namespace
-
-} // namespace MachineService

@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -177,5 +177,3 @@ TEST(PrinterNamesTest, RepresentationsKeepTheirNumbers)
 }
 
 } // namespace
-
-} // namespace MachineService

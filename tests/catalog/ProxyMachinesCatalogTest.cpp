@@ -1,18 +1,15 @@
-#include "catalog/ProxyMachinesCatalog.h"
-
+#include "catalog/ProxyFixture.h"
 #include "support/Failures.h"
-#include "support/FakeMachineService.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <atomic>
 #include <barrier>
-#include <latch>
 #include <set>
 #include <thread>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -20,57 +17,8 @@ using namespace TestSupport;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-/// A proxy whose rule rejects the machines of a list, and a log of what it raises: "+1", "-1", "~1:4", "s2:3".
-class ProxyMachinesCatalogTest : public ::testing::Test
-{
-protected:
-    ProxyMachinesCatalogTest()
-        : _proxy(std::make_unique<ProxyMachinesCatalog>(&_source, [this](const MachineData& i_data) {
-            if (_onRule)
-                _onRule(i_data.id);
-            const std::lock_guard lock(_mutex);
-            return !_rejected.contains(i_data.id);
-        }))
-    {
-        const auto number = [](const boost::uuids::uuid& i_id) {
-            return std::to_string(i_id.data[15]);
-        };
-        _proxy->ConnectMachineAdded([=, this](const auto& i_id) { _Log("+" + number(i_id)); });
-        _proxy->ConnectMachineRemoved([=, this](const auto& i_id) { _Log("-" + number(i_id)); });
-        _proxy->ConnectMachineUpdated([=, this](const auto& i_id, MachineChanges i_changes) {
-            _Log("~" + number(i_id) + ":" + std::to_string(static_cast<int>(i_changes)));
-        });
-        _proxy->ConnectServiceStatusUpdated([this](ServiceId i_service, ServiceStatus i_status) {
-            _Log("s" + std::to_string(static_cast<int>(i_service)) + ":" + std::to_string(static_cast<int>(i_status)));
-        });
-    }
-
-    void _Log(const std::string& i_text)
-    {
-        const std::lock_guard lock(_mutex);
-        _log.push_back(i_text);
-    }
-    std::vector<std::string> _TakeLog()
-    {
-        const std::lock_guard lock(_mutex);
-        return std::exchange(_log, {});
-    }
-    void _Reject(std::uint8_t i_number, bool i_reject = true)
-    {
-        const std::lock_guard lock(_mutex);
-        if (i_reject)
-            _rejected.insert(MakeId(i_number));
-        else
-            _rejected.erase(MakeId(i_number));
-    }
-
-    std::mutex _mutex; // guards _log and _rejected
-    std::vector<std::string> _log;
-    std::set<boost::uuids::uuid> _rejected;
-    std::function<void(const boost::uuids::uuid&)> _onRule;
-    FakeMachinesCatalog _source;
-    std::unique_ptr<ProxyMachinesCatalog> _proxy;
-};
+class ProxyMachinesCatalogTest : public ProxyFixture
+{};
 
 TEST_F(ProxyMachinesCatalogTest, InvalidateAcceptsWhatTheRuleAcceptsInTheSourcesOrder)
 {
@@ -134,8 +82,8 @@ TEST_F(ProxyMachinesCatalogTest, AnExceptionEndsInvalidateAndKeepsWhatWasDone)
 TEST_F(ProxyMachinesCatalogTest, EverySlotHearsWhatASlotBringsAboutAfterWhatBroughtItAbout)
 {
     std::string later;
-    _proxy->ConnectMachineAdded([this, is_first = true](const auto&) mutable {
-        if (std::exchange(is_first, false)) {
+    _proxy->ConnectMachineAdded([this, isFirst = true](const auto&) mutable {
+        if (std::exchange(isFirst, false)) {
             _source.Take(1);
             _source.Put(1);
             _source.RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
@@ -174,12 +122,12 @@ TEST_P(ProxyInterferenceTest, AnAnswerThatCameTooLateChangesNothing)
         RuleChangedDuringAnnouncement
     };
     const int row = GetParam();
-    const bool is_announcement = row == RemovedDuringAnnouncement || row == RuleChangedDuringAnnouncement;
+    const bool isAnnouncement = row == RemovedDuringAnnouncement || row == RuleChangedDuringAnnouncement;
     _source.Set(1);
     _source.Set(2);
-    bool is_first = true;
+    bool isFirst = true;
     const auto interfere = [&](const boost::uuids::uuid& i_id) {
-        if (i_id != MakeId(1) || !std::exchange(is_first, false))
+        if (i_id != MakeId(1) || !std::exchange(isFirst, false))
             return;
         // On another thread, as services do; the answer below is already under way.
         std::thread([&] {
@@ -200,17 +148,17 @@ TEST_P(ProxyInterferenceTest, AnAnswerThatCameTooLateChangesNothing)
     if (row == RuleChangedDuringAnnouncement)
         _Reject(2);
 
-    if (is_announcement)
+    if (isAnnouncement)
         _source.RaiseAdded(MakeId(1));
     else
         _proxy->Invalidate();
 
-    const bool is_accepted = row == ReAddedDuringInvalidate;
-    EXPECT_EQ(_proxy->HasMachine(MakeId(1)), is_accepted);
+    const bool isAccepted = row == ReAddedDuringInvalidate;
+    EXPECT_EQ(_proxy->HasMachine(MakeId(1)), isAccepted);
     const auto log = _TakeLog();
-    EXPECT_EQ(std::ranges::count(log, "+1"), is_accepted ? 1 : 0);
+    EXPECT_EQ(std::ranges::count(log, "+1"), isAccepted ? 1 : 0);
     EXPECT_EQ(std::ranges::count(log, "-1"), 0);
-    EXPECT_EQ(std::ranges::count(log, "+2"), is_announcement ? 0 : 1);
+    EXPECT_EQ(std::ranges::count(log, "+2"), isAnnouncement ? 0 : 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Moments, ProxyInterferenceTest, ::testing::Range(0, 5));
@@ -247,6 +195,16 @@ private:
     int _unknownUpdates = 0;
 };
 
+/// A machine that goes between news and question is the source's exception.
+template <class Tell>
+void IgnoreUnknown(const Tell& i_tell)
+{
+    try {
+        i_tell();
+    } catch (const CommunicationException&) {
+    }
+}
+
 constexpr std::uint8_t MachineCount = 4;
 constexpr int Rounds = 200;
 
@@ -254,13 +212,6 @@ TEST_F(ProxyMachinesCatalogTest, WhoeverTellsWhateverWhenAllListsAreTheProxysAtE
 {
     MachineList before(*_proxy);
     std::atomic<unsigned> news = 0;
-    const auto ignore_unknown = [](const auto& i_tell) {
-        // A machine that goes between news and question is the source's exception.
-        try {
-            i_tell();
-        } catch (const CommunicationException&) {
-        }
-    };
     // A slot that causes further news, of its own machine and of another one. An exception in it would keep the news
     // from the list behind it.
     _proxy->ConnectMachineAdded([&](const boost::uuids::uuid& i_id) {
@@ -271,7 +222,7 @@ TEST_F(ProxyMachinesCatalogTest, WhoeverTellsWhateverWhenAllListsAreTheProxysAtE
         else if (number % 7 == 0)
             _source.Take(other);
         else if (number % 11 == 0)
-            ignore_unknown([&] { _proxy->Invalidate(); });
+            IgnoreUnknown([&] { _proxy->Invalidate(); });
     });
     MachineList after(*_proxy);
 
@@ -290,10 +241,10 @@ TEST_F(ProxyMachinesCatalogTest, WhoeverTellsWhateverWhenAllListsAreTheProxysAtE
                 for (int step = 0; step < 4; ++step) {
                     // All services tell of all machines.
                     const auto number = static_cast<std::uint8_t>((round + step * (thread + 1)) % MachineCount);
-                    ignore_unknown([&] { _source.Put(number); });
-                    ignore_unknown([&] { _source.RaiseUpdated(MakeId(number), MachineChanges::StateChanged); });
+                    IgnoreUnknown([&] { _source.Put(number); });
+                    IgnoreUnknown([&] { _source.RaiseUpdated(MakeId(number), MachineChanges::StateChanged); });
                     if ((round + step + thread) % 3 != 0)
-                        ignore_unknown([&] { _source.Take(number); });
+                        IgnoreUnknown([&] { _source.Take(number); });
                 }
                 quiet.arrive_and_wait();
             }
@@ -303,7 +254,7 @@ TEST_F(ProxyMachinesCatalogTest, WhoeverTellsWhateverWhenAllListsAreTheProxysAtE
             for (int round = 0; round < Rounds; ++round) {
                 for (int step = 0; step < 4; ++step) {
                     _Reject(static_cast<std::uint8_t>((round + step) % MachineCount), (step + thread) % 2 == 0);
-                    ignore_unknown([&] { _proxy->Invalidate(); });
+                    IgnoreUnknown([&] { _proxy->Invalidate(); });
                     _proxy->HasMachine(MakeId(2));
                 }
                 quiet.arrive_and_wait();
@@ -313,123 +264,4 @@ TEST_F(ProxyMachinesCatalogTest, WhoeverTellsWhateverWhenAllListsAreTheProxysAtE
     EXPECT_GT(news, 0U);
 }
 
-/// What a proxy calls, and in which it is destroyed.
-enum class Callee
-{
-    Rule,
-    RuleOfAnnouncement,
-    Source,
-    Added,
-    Removed,
-    Updated,
-    Status
-};
-
-class DestructionInsideTest : public ProxyMachinesCatalogTest, public ::testing::WithParamInterface<Callee>
-{};
-
-TEST_P(DestructionInsideTest, TheProxyMayBeDestroyedInWhatItCalls)
-{
-    const Callee callee = GetParam();
-    _source.Set(1);
-    _source.Set(2);
-    if (callee == Callee::Removed || callee == Callee::Updated)
-        _proxy->Invalidate();
-    const auto destroy = [&](const auto&...) {
-        _TakeLog();
-        _proxy.reset();
-    };
-    if (callee == Callee::Rule || callee == Callee::RuleOfAnnouncement)
-        _onRule = destroy;
-    else if (callee == Callee::Source)
-        _source.onGetMachine = destroy;
-    // In front of slots that must not be called any more, and with news behind.
-    _proxy->ConnectMachineAdded([&](const boost::uuids::uuid& i_id) {
-        if (callee == Callee::Added) {
-            _source.RaiseUpdated(i_id, MachineChanges::StateChanged);
-            destroy();
-        }
-    });
-    if (callee == Callee::Removed)
-        _proxy->ConnectMachineRemoved(destroy);
-    else if (callee == Callee::Updated)
-        _proxy->ConnectMachineUpdated(destroy);
-    else if (callee == Callee::Status)
-        _proxy->ConnectServiceStatusUpdated(destroy);
-    _proxy->ConnectMachineAdded([this](const auto&) { _Log("later"); });
-    _proxy->ConnectMachineRemoved([this](const auto&) { _Log("later"); });
-
-    switch (callee) {
-    case Callee::Updated:
-        _source.RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
-        break;
-    case Callee::Status:
-        _source.RaiseStatus(ServiceId::BuildProcessors, ServiceStatus::Running);
-        break;
-    case Callee::RuleOfAnnouncement:
-        _source.RaiseAdded(MakeId(1));
-        break;
-    case Callee::Removed:
-        _Reject(1);
-        _Reject(2);
-        [[fallthrough]];
-    default:
-        _proxy->Invalidate();
-    }
-    EXPECT_FALSE(_proxy);
-    EXPECT_THAT(_TakeLog(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Callees, DestructionInsideTest,
-                         ::testing::Values(Callee::Rule, Callee::RuleOfAnnouncement, Callee::Source, Callee::Added,
-                                           Callee::Removed, Callee::Updated, Callee::Status));
-
-TEST_F(ProxyMachinesCatalogTest, EndingTheNewsLetsAServiceGoThatWaitsForThem)
-{
-    std::thread service;
-    _proxy->ConnectMachineAdded([&](const auto&) {
-        service = std::thread([&] { _source.RaiseUpdated(MakeId(1), MachineChanges::StateChanged); });
-        // As a client that is destroyed here: its catalog joins the thread.
-        _proxy->EndNews();
-        service.join();
-    });
-    _source.Put(1);
-    EXPECT_THAT(_TakeLog(), ElementsAre("+1"));
-}
-
-TEST_F(ProxyMachinesCatalogTest, DestructionWaitsForHandlersOnOtherThreads)
-{
-    for (int round = 0; round < 50; ++round) {
-        auto proxy = std::make_unique<ProxyMachinesCatalog>(&_source, [](const MachineData&) { return true; });
-        std::latch inside(1);
-        std::atomic<int> running = 0;
-        proxy->ConnectMachineAdded([&, is_first = true](const auto&) mutable {
-            ++running;
-            if (std::exchange(is_first, false))
-                inside.count_down();
-            std::this_thread::yield();
-            --running;
-        });
-        std::thread service([&] {
-            for (int news = 0; news < 20; ++news)
-                _source.Put(static_cast<std::uint8_t>(news));
-        });
-        inside.wait();
-        proxy.reset();
-        EXPECT_EQ(running, 0);
-        service.join();
-    }
-}
-
-TEST(ProxyMachinesCatalogDestructionTest, TheSourceMayBeGoneAlready)
-{
-    auto source = std::make_unique<FakeMachinesCatalog>();
-    auto proxy = std::make_unique<ProxyMachinesCatalog>(source.get(), [](const MachineData&) { return true; });
-    source->Put(1);
-    source.reset();
-    proxy.reset();
-}
-
 } // namespace
-
-} // namespace MachineService

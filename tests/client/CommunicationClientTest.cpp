@@ -17,7 +17,7 @@
 #include <atomic>
 #include <thread>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -338,10 +338,10 @@ TEST_P(ReentranceTest, AListenerMayDoAnythingWhileScenesAreVisited)
     };
     _catalog->RaiseUpdated(MakeId(1), MachineChanges::StateChanged);
     // What is raised meanwhile comes next; what is delivered while its machine is being handled is dropped.
-    const bool is_raised_again = GetParam() == Deed::RaiseOnceMore;
-    const std::size_t told_once = GetParam() == Deed::DeliverAgain ? 3 : 1;
-    EXPECT_EQ(_notifications.log.size(), is_raised_again ? 6 : told_once);
-    EXPECT_EQ(_redraws, is_raised_again ? 2 : 1);
+    const bool isRaisedAgain = GetParam() == Deed::RaiseOnceMore;
+    const std::size_t toldOnce = GetParam() == Deed::DeliverAgain ? 3 : 1;
+    EXPECT_EQ(_notifications.log.size(), isRaisedAgain ? 6 : toldOnce);
+    EXPECT_EQ(_redraws, isRaisedAgain ? 2 : 1);
 }
 
 TEST_F(CommunicationClientTest, AListenerMayCloseTheSceneOrTheClientThatIsAttachedAgain)
@@ -368,5 +368,3 @@ INSTANTIATE_TEST_SUITE_P(Deeds, ReentranceTest,
                                            Deed::CloseDatabase));
 
 } // namespace
-
-} // namespace MachineService

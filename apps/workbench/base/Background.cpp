@@ -32,15 +32,15 @@ void Background::_Run(std::function<void(const std::stop_token&)> i_work, std::f
     _pool.start([this, stop = _stop.get_token(), work = std::move(i_work), done = std::move(i_done),
                  failed = std::move(i_failed)]() mutable {
         QString failure;
-        const bool is_done = TavSDK::StopExceptions([&] { work(stop); },
-                                                    [&](const char* ip_why) { failure = QString::fromUtf8(ip_why); });
+        const bool isDone = TavSDK::StopExceptions([&] { work(stop); },
+                                                   [&](const char* ip_why) { failure = QString::fromUtf8(ip_why); });
         // The destructor waits for this thread, so that the receiver is there; its queue goes with it.
         QMetaObject::invokeMethod(
             this,
-            [this, is_done, failure, done = std::move(done), failed = std::move(failed)] {
+            [this, isDone, failure, done = std::move(done), failed = std::move(failed)] {
                 Q_EMIT PendingChanged(--_pending);
                 TavSDK::StopExceptions(
-                    [&] { is_done ? done() : failed(failure); },
+                    [&] { isDone ? done() : failed(failure); },
                     [](const char* ip_why) { qCWarning(log, "Work could not be delivered: %s", ip_why); });
             },
             Qt::QueuedConnection);

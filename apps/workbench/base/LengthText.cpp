@@ -71,8 +71,8 @@ QString ShowBox(double i_x, double i_y, double i_z, int i_digits)
 QString ShowVolume(bool i_is_circular, double i_x, double i_y, double i_z)
 {
     const auto show = [](double i_length) {
-        const bool is_whole = std::abs(i_length - std::round(i_length)) < 1e-6;
-        return ShowNumber(i_length, is_whole ? 0 : 1);
+        const bool isWhole = std::abs(i_length - std::round(i_length)) < 1e-6;
+        return ShowNumber(i_length, isWhole ? 0 : 1);
     };
     if (i_is_circular)
         return Texts::tr("⌀ %1 × %2 %3", "diameter, height and their unit").arg(show(i_x), show(i_z), GetUnitName());

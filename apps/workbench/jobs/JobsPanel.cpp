@@ -51,7 +51,30 @@ JobsPanel::JobsPanel(JobList& io_jobs, QWidget* ip_parent)
     _history->setAllColumnsShowFocus(true);
     _history->setFrameShape(QFrame::NoFrame);
     _files->setMaximumHeight(84);
+    _Arrange();
 
+    connect(_cancel, &QPushButton::clicked, this, &JobsPanel::CancelWanted);
+    connect(&_jobs, &JobList::NewestChanged, this, &JobsPanel::_ShowNewest);
+    connect(&_jobs, &JobList::Begun, this, [this] { _history->setCurrentIndex(_jobs.index(0, 0)); });
+    connect(_history->selectionModel(), &QItemSelectionModel::currentRowChanged, this, &JobsPanel::_ShowDetails);
+    connect(_copy, &QPushButton::clicked, this,
+            [this] { QGuiApplication::clipboard()->setText(_jobs.Describe(_history->currentIndex().row())); });
+    const auto open = [this] {
+        if (const QListWidgetItem* const item = _files->currentItem())
+            Q_EMIT OpenWanted(item->data(Qt::UserRole).toString());
+    };
+    connect(_open, &QPushButton::clicked, this, open);
+    connect(_files, &QListWidget::itemActivated, this, open);
+    connect(_showInFolder, &QPushButton::clicked, this, [this] {
+        if (const QListWidgetItem* const item = _files->currentItem())
+            Q_EMIT OpenWanted(QFileInfo(item->data(Qt::UserRole).toString()).absolutePath());
+    });
+    _SetTexts();
+    _ShowNewest();
+}
+
+void JobsPanel::_Arrange()
+{
     auto* const running = new QHBoxLayout(_running);
     running->setContentsMargins(0, 0, 0, 0);
     auto* const words = new QVBoxLayout;
@@ -84,25 +107,6 @@ JobsPanel::JobsPanel(JobList& io_jobs, QWidget* ip_parent)
     auto* const outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 0, 0, 0);
     outer->addWidget(_pages);
-
-    connect(_cancel, &QPushButton::clicked, this, &JobsPanel::CancelWanted);
-    connect(&_jobs, &JobList::NewestChanged, this, &JobsPanel::_ShowNewest);
-    connect(&_jobs, &JobList::Begun, this, [this] { _history->setCurrentIndex(_jobs.index(0, 0)); });
-    connect(_history->selectionModel(), &QItemSelectionModel::currentRowChanged, this, &JobsPanel::_ShowDetails);
-    connect(_copy, &QPushButton::clicked, this,
-            [this] { QGuiApplication::clipboard()->setText(_jobs.Describe(_history->currentIndex().row())); });
-    const auto open = [this] {
-        if (const QListWidgetItem* const item = _files->currentItem())
-            Q_EMIT OpenWanted(item->data(Qt::UserRole).toString());
-    };
-    connect(_open, &QPushButton::clicked, this, open);
-    connect(_files, &QListWidget::itemActivated, this, open);
-    connect(_showInFolder, &QPushButton::clicked, this, [this] {
-        if (const QListWidgetItem* const item = _files->currentItem())
-            Q_EMIT OpenWanted(QFileInfo(item->data(Qt::UserRole).toString()).absolutePath());
-    });
-    _SetTexts();
-    _ShowNewest();
 }
 
 void JobsPanel::_SetTexts()
@@ -133,13 +137,13 @@ void JobsPanel::_ShowNewest()
     _running->setVisible(_jobs.IsRunning());
     if (_jobs.IsRunning()) {
         const JobList::Entry& job = *_jobs.GetNewest();
-        const bool is_cancelling = job.state == JobList::State::Cancelling;
+        const bool isCancelling = job.state == JobList::State::Cancelling;
         _title->setText(job.machine.isEmpty() ? job.title : tr("%1 – %2").arg(job.title, job.machine));
         const QString time = JobList::GetDuration(job);
         _stage->setText(job.stage.isEmpty() ? time : tr("%1 · %2").arg(job.stage, time));
         _progress->setValue(job.percent);
-        _cancel->setEnabled(!is_cancelling);
-        _cancel->setText(is_cancelling ? tr("Cancelling") : tr("Cancel"));
+        _cancel->setEnabled(!isCancelling);
+        _cancel->setText(isCancelling ? tr("Cancelling") : tr("Cancel"));
     }
     _ShowDetails();
 }

@@ -30,6 +30,7 @@ protected:
     void changeEvent(QEvent* ip_event) override;
 
 private:
+    void _Arrange();
     void _SetTexts();
     void _ShowNewest();
     void _ShowDetails();

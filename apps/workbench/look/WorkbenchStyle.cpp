@@ -16,8 +16,8 @@ void WorkbenchStyle::drawPrimitive(PrimitiveElement i_element, const QStyleOptio
 {
     if (i_element != PE_IndicatorTabClose)
         return QProxyStyle::drawPrimitive(i_element, ip_option, ip_painter, ip_widget);
-    const bool is_pointed_at = ip_option->state & State_MouseOver;
-    if (is_pointed_at) {
+    const bool isPointedAt = ip_option->state & State_MouseOver;
+    if (isPointedAt) {
         ip_painter->save();
         ip_painter->setRenderHint(QPainter::Antialiasing);
         ip_painter->setPen(Qt::NoPen);

@@ -6,7 +6,8 @@ namespace Workbench {
 
 /// Qt's Fusion, but for what it draws in black on every theme.
 ///
-/// Thread: UI thread. Ownership: the application's, see QApplication::setStyle.
+/// Thread: UI thread.
+/// Ownership: the application's, see QApplication::setStyle.
 class WorkbenchStyle final : public QProxyStyle
 {
     Q_OBJECT

@@ -93,10 +93,10 @@ void MachineDelegate::paint(QPainter* ip_painter, const QStyleOptionViewItem& i_
     const QStyle* const style = option.widget ? option.widget->style() : QApplication::style();
     style->drawControl(QStyle::CE_ItemViewItem, &option, ip_painter, option.widget);
 
-    const bool is_selected = option.state & QStyle::State_Selected;
+    const bool isSelected = option.state & QStyle::State_Selected;
     const QPalette& palette = option.palette;
-    const QColor text = palette.color(QPalette::Active, is_selected ? QPalette::HighlightedText : QPalette::Text);
-    const QColor dimmed = is_selected ? text : palette.color(QPalette::PlaceholderText);
+    const QColor text = palette.color(QPalette::Active, isSelected ? QPalette::HighlightedText : QPalette::Text);
+    const QColor dimmed = isSelected ? text : palette.color(QPalette::PlaceholderText);
     ip_painter->save();
     QRect room = option.rect.adjusted(Margin, Margin, -Margin, -Margin);
     if (!i_index.parent().isValid()) {
@@ -105,8 +105,8 @@ void MachineDelegate::paint(QPainter* ip_painter, const QStyleOptionViewItem& i_
         ip_painter->restore();
         return;
     }
-    const bool is_gone = i_index.data(MachineList::GoneRole).toBool();
-    if (is_gone)
+    const bool isGone = i_index.data(MachineList::GoneRole).toBool();
+    if (isGone)
         ip_painter->setOpacity(0.75);
     const QRect picture(room.left(), room.top(), Picture, Picture);
     if (const auto pixmap = i_index.data(Qt::DecorationRole).value<QPixmap>(); !pixmap.isNull()) {
@@ -114,24 +114,24 @@ void MachineDelegate::paint(QPainter* ip_painter, const QStyleOptionViewItem& i_
         ip_painter->drawPixmap(picture, pixmap);
     } else {
         MakeLineIcon(QStringLiteral("machine"))
-            .paint(ip_painter, picture, Qt::AlignCenter, is_selected ? QIcon::Selected : QIcon::Normal);
+            .paint(ip_painter, picture, Qt::AlignCenter, isSelected ? QIcon::Selected : QIcon::Normal);
     }
     room.setLeft(picture.right() + Margin + 2);
     if (i_index.data(MachineList::FavouriteRole).toBool()) {
         MakeLineIcon(QStringLiteral("starred"))
             .paint(ip_painter, QRect(room.right() - Star, room.top(), Star, Star), Qt::AlignCenter,
-                   is_selected ? QIcon::Selected : QIcon::Normal);
+                   isSelected ? QIcon::Selected : QIcon::Normal);
         room.setRight(room.right() - Star - 4);
     }
-    const bool is_attached = i_index.data(MachineList::AttachedRole).toBool();
+    const bool isAttached = i_index.data(MachineList::AttachedRole).toBool();
     const QString name = i_index.data().toString();
-    DrawLine(*ip_painter, room, ToBold(option.font), text, is_attached ? tr("%1 (this scene)").arg(name) : name);
+    DrawLine(*ip_painter, room, ToBold(option.font), text, isAttached ? tr("%1 (this scene)").arg(name) : name);
     DrawLine(*ip_painter, room, ToSmall(option.font), dimmed, i_index.data(MachineList::DetailRole).toString());
     const auto state = static_cast<MachineService::MachineState>(i_index.data(MachineList::StateRole).toInt());
     const double size = 9;
     const double top = room.top() + (QFontMetrics(ToSmall(option.font)).height() - size) / 2;
     StatusColors colors = GetStatusColors(palette);
-    if (is_selected)
+    if (isSelected)
         colors = {text, text, text, text};
     DrawMark(*ip_painter, QRectF(room.left(), top, size, size), state, colors, dimmed);
     room.setLeft(room.left() + 15);

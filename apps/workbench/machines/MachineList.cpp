@@ -1,6 +1,5 @@
 #include "workbench/machines/MachineList.h"
 
-#include "workbench/base/LengthText.h"
 #include "workbench/base/Preferences.h"
 #include "workbench/look/MachinePicture.h"
 
@@ -15,24 +14,9 @@ namespace Workbench {
 
 namespace {
 
-using MachineService::MachineState;
-using MachineService::MachineTechnology;
 using MachineService::ServiceStatus;
 
 constexpr int AgeInterval = 30'000; ///< ms
-
-QString ToText(const std::string& i_text)
-{
-    return QString::fromStdString(i_text).simplified();
-}
-
-QString ToText(const std::optional<MachineService::BuildVolume>& i_volume)
-{
-    if (!i_volume)
-        return MachineList::tr("size unknown");
-    return LengthText::ShowVolume(i_volume->isCircular, i_volume->maxX - i_volume->minX,
-                                  i_volume->maxY - i_volume->minY, i_volume->height);
-}
 
 bool IsBefore(const QString& i_left, const QString& i_right)
 {
@@ -121,9 +105,9 @@ void MachineList::_Put(MachineService::MachineData i_data, bool i_is_gone)
 {
     const QUuid id = Hosting::ToQUuid(i_data.id);
     i_data.serviceId = _FindOwner(i_data);
-    const int service_row = _AddService(i_data.serviceId);
-    auto& machines = _services[static_cast<std::size_t>(service_row)]->machines;
-    const QString name = ToText(i_data.name);
+    const int serviceRow = _AddService(i_data.serviceId);
+    auto& machines = _services[static_cast<std::size_t>(serviceRow)]->machines;
+    const QString name = _GetName(i_data);
     if (Machine* const known = _byId.value(id)) {
         // One that was renamed finds its new place.
         if (known->data.name == i_data.name && known->data.serviceId == i_data.serviceId) {
@@ -143,11 +127,10 @@ void MachineList::_Put(MachineService::MachineData i_data, bool i_is_gone)
         endRemoveRows();
     }
     const auto place =
-        std::upper_bound(machines.begin(), machines.end(), name, [](const QString& i_name, const auto& i_m) {
-            return IsBefore(i_name, ToText(i_m->data.name));
-        });
+        std::upper_bound(machines.begin(), machines.end(), name,
+                         [](const QString& i_name, const auto& i_m) { return IsBefore(i_name, _GetName(i_m->data)); });
     const int row = static_cast<int>(place - machines.begin());
-    beginInsertRows(index(service_row, 0), row, row);
+    beginInsertRows(index(serviceRow, 0), row, row);
     auto machine = std::make_unique<Machine>();
     machine->id = id;
     machine->picture = DecodePicture(i_data.picture.GetBytes());
@@ -263,124 +246,6 @@ QVariant MachineList::data(const QModelIndex& i_index, int i_role) const
     return _GetData(*_services[row], i_role);
 }
 
-QString MachineList::_GetServiceName(MachineService::ServiceId i_id)
-{
-    switch (i_id) {
-    case MachineService::ServiceId::BuildProcessors:
-        return tr("Build Processors");
-    case MachineService::ServiceId::MachineManager:
-        return tr("Machine Manager");
-    case MachineService::ServiceId::None:
-        break;
-    }
-    const int number = static_cast<int>(i_id) - MachineService::FirstEndpointService;
-    return number < 0 ? tr("Service %1").arg(static_cast<int>(i_id)) : tr("Machine service %1").arg(number + 1);
-}
-
-QVariant MachineList::_GetData(const Service& i_service, int i_role) const
-{
-    const QString status = [&] {
-        switch (i_service.status) {
-        case ServiceStatus::Stopped:
-            return tr("stopped");
-        case ServiceStatus::Starting:
-            return tr("starting");
-        case ServiceStatus::Running:
-            return tr("running");
-        case ServiceStatus::AuthenticationRequired:
-            return tr("needs you to sign in");
-        case ServiceStatus::Failed:
-            break;
-        }
-        return tr("failed");
-    }();
-    QString text = tr("%1 since %2").arg(status, i_service.since.toString(QStringLiteral("HH:mm")));
-    const bool is_well = i_service.status == ServiceStatus::Running || i_service.status == ServiceStatus::Starting;
-    if (const QString reason = _reason && !is_well ? _reason(i_service.id).simplified() : QString(); !reason.isEmpty())
-        text += QStringLiteral(" – ") + reason;
-    switch (i_role) {
-    case Qt::DisplayRole:
-        return _GetServiceName(i_service.id);
-    case StateTextRole:
-    case Qt::ToolTipRole:
-        return text;
-    case Qt::AccessibleTextRole:
-        return tr("Service %1, %2, machines: %3")
-            .arg(_GetServiceName(i_service.id), text)
-            .arg(i_service.machines.size());
-    default:
-        return {};
-    }
-}
-
-QString MachineList::_GetStateText(const Machine& i_machine) const
-{
-    if (i_machine.isGone)
-        return tr("Gone: its service does not offer it any more. The scene keeps it; nothing can be sent to it.");
-    QString text = GetStateName(i_machine.data.state);
-    for (const std::string& reason : i_machine.data.stateReasons)
-        text += QStringLiteral(" – ") + ToText(reason);
-    if (i_machine.data.stateTime) {
-        const auto time = std::chrono::floor<std::chrono::milliseconds>(i_machine.data.stateTime->time_since_epoch());
-        const auto age = QDateTime::fromMSecsSinceEpoch(time.count()).secsTo(QDateTime::currentDateTime());
-        if (age >= 3600)
-            text = tr("%1, %2 h ago").arg(text).arg(age / 3600);
-        else if (age >= 60)
-            text = tr("%1, %2 min ago").arg(text).arg(age / 60);
-    }
-    return text;
-}
-
-QVariant MachineList::_GetData(const Machine& i_machine, int i_role) const
-{
-    const auto& data = i_machine.data;
-    const QString id = i_machine.id.toString(QUuid::WithoutBraces);
-    const auto detail = [&] {
-        QStringList texts{ToText(data.manufacturer), ToText(data.buildVolume)};
-        texts.removeAll(QString());
-        return texts.join(QStringLiteral(" · "));
-    };
-    switch (i_role) {
-    case Qt::DisplayRole:
-        return ToText(data.name);
-    case Qt::DecorationRole:
-        return i_machine.picture;
-    case Qt::ToolTipRole:
-        return QStringList{ToText(data.comment), GetTechnologyName(data.technology), _GetStateText(i_machine)}.join(
-            QLatin1Char('\n'));
-    case Qt::AccessibleTextRole: {
-        QStringList texts{ToText(data.name), detail(), _GetStateText(i_machine)};
-        if (_preferences.IsFavourite(id))
-            texts << tr("favourite");
-        if (_active == i_machine.id)
-            texts << tr("attached to this scene");
-        return texts.join(QStringLiteral(", "));
-    }
-    case IdRole:
-        return i_machine.id;
-    case DetailRole:
-        return detail();
-    case StateRole:
-        return static_cast<int>(i_machine.isGone ? MachineState::Offline : data.state);
-    case StateTextRole:
-        return _GetStateText(i_machine);
-    case FavouriteRole:
-        return _preferences.IsFavourite(id);
-    case GoneRole:
-        return i_machine.isGone;
-    case AttachedRole:
-        return _active == i_machine.id;
-    case TechnologyRole:
-        return static_cast<int>(data.technology);
-    case SearchRole:
-        return (ToText(data.name) + QLatin1Char(' ') + detail() + QLatin1Char(' ') + ToText(data.comment) +
-                QLatin1Char(' ') + GetTechnologyName(data.technology))
-            .toLower();
-    default:
-        return {};
-    }
-}
-
 Qt::ItemFlags MachineList::flags(const QModelIndex& i_index) const
 {
     if (!i_index.isValid() || !i_index.internalPointer())
@@ -403,48 +268,6 @@ QMimeData* MachineList::mimeData(const QModelIndexList& i_indexes) const
     auto* const data = new QMimeData;
     data->setData(GetMimeType(), i_indexes.front().data(IdRole).toUuid().toByteArray());
     return data;
-}
-
-QString MachineList::GetTechnologyName(MachineTechnology i_technology)
-{
-    switch (i_technology) {
-    case MachineTechnology::MaterialExtrusion:
-        return tr("Material extrusion (filament)");
-    case MachineTechnology::VatPhotopolymer:
-        return tr("Vat photopolymerisation (resin)");
-    case MachineTechnology::PowderBedFusion:
-        return tr("Powder bed fusion");
-    case MachineTechnology::BinderJetting:
-        return tr("Binder jetting");
-    case MachineTechnology::MaterialJetting:
-        return tr("Material jetting");
-    case MachineTechnology::DirectedEnergy:
-        return tr("Directed energy deposition");
-    case MachineTechnology::SheetLamination:
-        return tr("Sheet lamination");
-    case MachineTechnology::NotTold:
-        break;
-    }
-    return tr("Technology not told");
-}
-
-QString MachineList::GetStateName(MachineState i_state)
-{
-    switch (i_state) {
-    case MachineState::Ready:
-        return tr("Ready");
-    case MachineState::Busy:
-        return tr("Busy");
-    case MachineState::Paused:
-        return tr("Paused");
-    case MachineState::Failed:
-        return tr("Error");
-    case MachineState::Offline:
-        return tr("Offline");
-    case MachineState::NotTold:
-        break;
-    }
-    return tr("State not told");
 }
 
 } // namespace Workbench

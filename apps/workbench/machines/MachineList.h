@@ -21,7 +21,8 @@ class Preferences;
 /// The services with their status and below each its machines, as the operator sees them. Follows the client's news;
 /// nothing here waits for a service.
 ///
-/// Thread: UI thread. Ownership: client and preferences must outlive it.
+/// Thread: UI thread.
+/// Ownership: client and preferences must outlive it.
 class MachineList final : public QAbstractItemModel
 {
     Q_OBJECT
@@ -91,6 +92,7 @@ private:
     void _Tell();
     int _FindService(MachineService::ServiceId i_id) const;
     int _AddService(MachineService::ServiceId i_id);
+    static QString _GetName(const MachineService::MachineData& i_data);
     static QString _GetServiceName(MachineService::ServiceId i_id);
     QVariant _GetData(const Service& i_service, int i_role) const;
     QVariant _GetData(const Machine& i_machine, int i_role) const;

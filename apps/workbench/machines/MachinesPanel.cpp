@@ -63,10 +63,17 @@ MachinesPanel::MachinesPanel(MachineList& io_machines, Preferences& io_preferenc
     column->addWidget(_pages, 1);
     column->addLayout(buttons);
 
+    _Connect();
+    _SetTexts();
+    _ShowRows();
+}
+
+void MachinesPanel::_Connect()
+{
     connect(_search, &QLineEdit::textChanged, &_filter, &MachineFilter::SetWords);
     connect(_kind, qOverload<int>(&QComboBox::currentIndexChanged), this,
             [this](int i_kind) { _filter.SetKind(static_cast<MachineFilter::Kind>(i_kind)); });
-    connect(_all, &QCheckBox::toggled, &io_preferences, &Preferences::SetShowsAllMachines);
+    connect(_all, &QCheckBox::toggled, &_preferences, &Preferences::SetShowsAllMachines);
     connect(_view, &QTreeView::activated, this, [this](const QModelIndex& i_index) {
         if (const QUuid id = i_index.data(MachineList::IdRole).toUuid(); !id.isNull())
             Q_EMIT AttachWanted(id);
@@ -91,8 +98,6 @@ MachinesPanel::MachinesPanel(MachineList& io_machines, Preferences& io_preferenc
         connect(&_filter, signal, this, &MachinesPanel::_ShowRows);
     connect(&_filter, &QAbstractItemModel::dataChanged, this, &MachinesPanel::_ShowButtons);
     connect(_view->selectionModel(), &QItemSelectionModel::currentChanged, this, &MachinesPanel::_ShowButtons);
-    _SetTexts();
-    _ShowRows();
 }
 
 void MachinesPanel::FocusSearch()
@@ -110,8 +115,8 @@ QModelIndex MachinesPanel::_GetCurrent() const
 void MachinesPanel::_ShowRows()
 {
     _view->expandAll();
-    const bool has_machines = _filter.GetMachineCount() > 0;
-    _pages->setCurrentIndex(has_machines ? 0 : 1);
+    const bool hasMachines = _filter.GetMachineCount() > 0;
+    _pages->setCurrentIndex(hasMachines ? 0 : 1);
     if (_filter.IsAsking())
         _empty->SetTexts(tr("No machine fits"), tr("Change the words or the filter above."));
     else
@@ -122,13 +127,13 @@ void MachinesPanel::_ShowRows()
 void MachinesPanel::_ShowButtons()
 {
     const QModelIndex current = _GetCurrent();
-    const bool is_attached = current.data(MachineList::AttachedRole).toBool();
-    const bool is_favourite = current.data(MachineList::FavouriteRole).toBool();
-    _attach->setEnabled(current.isValid() && (is_attached || !current.data(MachineList::GoneRole).toBool()));
-    _attach->setText(is_attached ? tr("Detach") : tr("Attach to the scene"));
+    const bool isAttached = current.data(MachineList::AttachedRole).toBool();
+    const bool isFavourite = current.data(MachineList::FavouriteRole).toBool();
+    _attach->setEnabled(current.isValid() && (isAttached || !current.data(MachineList::GoneRole).toBool()));
+    _attach->setText(isAttached ? tr("Detach") : tr("Attach to the scene"));
     _favourite->setEnabled(current.isValid());
-    _favourite->setIcon(MakeLineIcon(is_favourite ? QStringLiteral("starred") : QStringLiteral("star")));
-    const QString text = is_favourite ? tr("Remove from the favourites") : tr("Add to the favourites");
+    _favourite->setIcon(MakeLineIcon(isFavourite ? QStringLiteral("starred") : QStringLiteral("star")));
+    const QString text = isFavourite ? tr("Remove from the favourites") : tr("Add to the favourites");
     _favourite->setToolTip(text);
     _favourite->setAccessibleName(text);
 }

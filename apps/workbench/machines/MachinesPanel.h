@@ -36,6 +36,7 @@ protected:
     void changeEvent(QEvent* ip_event) override;
 
 private:
+    void _Connect();
     void _SetTexts();
     void _ShowRows();
     void _ShowButtons();

@@ -102,11 +102,11 @@ void Camera::Fit(const TavAM::BoundingBox& i_box)
 bool Camera::SetPlace(const Place& i_place)
 {
     const auto& [x, y, z, yaw, pitch, reach] = i_place;
-    const auto is_near = [](double i_length) {
+    const auto isNear = [](double i_length) {
         return std::abs(i_length) <= LargestReach;
     };
     // A number that is none is in no range.
-    if (!is_near(x) || !is_near(y) || !is_near(z) || !(std::abs(yaw) <= 360) || !(std::abs(pitch) <= 90) ||
+    if (!isNear(x) || !isNear(y) || !isNear(z) || !(std::abs(yaw) <= 360) || !(std::abs(pitch) <= 90) ||
         !(reach >= SmallestReach && reach <= LargestReach))
         return false;
     _target = {x, y, z};

@@ -26,7 +26,8 @@ class PlateRenderer;
 /// that let the event loop turn between them, and shown when it is whole. Where the graphics card is fast enough the
 /// full form is drawn always.
 ///
-/// Thread: UI thread. Ownership: model and store must outlive it.
+/// Thread: UI thread.
+/// Ownership: model and store must outlive it.
 class GlPlateCanvas final : public QOpenGLWidget
 {
     Q_OBJECT

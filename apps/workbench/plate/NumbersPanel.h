@@ -17,7 +17,8 @@ class PlateModel;
 /// The place is the middle of their common box and its underside. The turn about z and the scale are those of a single
 /// part; of several they count from now: each entry turns or scales them once more.
 ///
-/// Thread: UI thread. Ownership: the model must outlive it.
+/// Thread: UI thread.
+/// Ownership: the model must outlive it.
 class NumbersPanel final : public QWidget
 {
     Q_OBJECT

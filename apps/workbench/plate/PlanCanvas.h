@@ -14,7 +14,8 @@ struct PlatePart;
 
 /// The plate from above, painted without OpenGL: for computers and connections that have none.
 ///
-/// Thread: UI thread. Ownership: model and store must outlive it.
+/// Thread: UI thread.
+/// Ownership: model and store must outlive it.
 class PlanCanvas final : public QWidget
 {
     Q_OBJECT

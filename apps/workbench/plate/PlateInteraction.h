@@ -25,7 +25,8 @@ class PlateModel;
 /// zoom to the pointer. Double click: zoom to the part. Arrow keys move the selected parts, with Alt they turn the
 /// view. Escape gives up a drag, or clears the selection.
 ///
-/// Thread: UI thread. Ownership: model and widget must outlive it.
+/// Thread: UI thread.
+/// Ownership: model and widget must outlive it.
 class PlateInteraction final : public QObject
 {
     Q_OBJECT

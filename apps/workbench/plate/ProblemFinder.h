@@ -17,7 +17,8 @@ class PlateModel;
 /// Keeps the problems of a plate up to date: looks for them on a thread of its own after every change, and gives up
 /// what it is at when the next change comes.
 ///
-/// Thread: UI thread. Ownership: the model must outlive it.
+/// Thread: UI thread.
+/// Ownership: the model must outlive it.
 class ProblemFinder final : public QObject
 {
     Q_OBJECT

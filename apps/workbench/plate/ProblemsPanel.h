@@ -12,7 +12,8 @@ class PlateView;
 /// The list of what keeps the parts from being built as they stand. Choosing a line selects its parts; Enter or a
 /// double click shows them.
 ///
-/// Thread: UI thread. Ownership: the view must outlive it.
+/// Thread: UI thread.
+/// Ownership: the view must outlive it.
 class ProblemsPanel final : public QWidget
 {
     Q_OBJECT

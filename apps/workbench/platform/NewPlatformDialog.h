@@ -34,7 +34,6 @@ public:
     /// \param i_part_count of the present scene; the question about them is left out for none.
     NewPlatformDialog(PlatformForm i_form, int i_part_count, Make i_make, QWidget* ip_parent);
 
-    const PlatformForm& GetForm() const { return _form; }
     void accept() override;
     void reject() override;
 

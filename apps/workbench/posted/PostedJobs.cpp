@@ -1,5 +1,6 @@
 #include "workbench/posted/PostedJobs.h"
 
+#include "hosting/JobsClient.h"
 #include "hosting/JobsError.h"
 #include "tavsdk/Path.h"
 #include "workbench/look/LineIcon.h"
@@ -18,25 +19,6 @@ constexpr int PauseInterval = 100;   ///< ms
 constexpr int RepeatInterval = 2000; ///< ms, after a failure
 constexpr int AgeInterval = 20'000;  ///< ms
 constexpr std::size_t ManyJobs = 20; ///< one question for all of them is less work
-
-const char* GetKeyword(Jobs::Action i_action)
-{
-    switch (i_action) {
-    case Jobs::Action::Hold:
-        return "hold";
-    case Jobs::Action::Release:
-        return "release";
-    case Jobs::Action::Cancel:
-        return "cancel";
-    case Jobs::Action::StartAgain:
-        return "start-again";
-    case Jobs::Action::ConfirmDone:
-        return "confirm-done";
-    case Jobs::Action::Acknowledge:
-        break;
-    }
-    return "acknowledge";
-}
 
 QString GetStateText(const Jobs::Job& i_job)
 {
@@ -148,8 +130,8 @@ void PostedJobs::_Take(const Answer& i_answer)
 
 void PostedJobs::_TakeNewest(const Jobs::JobPage& i_page)
 {
-    const bool is_last = !i_page.next || i_page.jobs.empty();
-    const std::int64_t lowest = is_last ? 0 : i_page.jobs.back().number;
+    const bool isLast = !i_page.next || i_page.jobs.empty();
+    const std::int64_t lowest = isLast ? 0 : i_page.jobs.back().number;
     std::set<std::string> known;
     for (const Job& job : i_page.jobs)
         known.insert(job.id);
@@ -159,7 +141,7 @@ void PostedJobs::_TakeNewest(const Jobs::JobPage& i_page)
             _Remove(row);
     }
     // Of pages that were loaded before, the last one says whether there are more.
-    if (is_last || _jobs.empty() || _jobs.back().number >= lowest)
+    if (isLast || _jobs.empty() || _jobs.back().number >= lowest)
         _next = i_page.next;
     _newest = std::max<std::int64_t>(_newest, 0);
     for (const Job& job : i_page.jobs)
@@ -221,10 +203,10 @@ bool PostedJobs::Allows(const Job& i_job, Jobs::Action i_action) const
     if (_state != State::There || IsActing(QString::fromStdString(i_job.id)))
         return false;
     // A printer that is heard of says itself when it is done.
-    const bool is_for_people = i_action == Jobs::Action::StartAgain || i_action == Jobs::Action::ConfirmDone;
-    if (is_for_people && i_job.state != "processing-stopped")
+    const bool isForPeople = i_action == Jobs::Action::StartAgain || i_action == Jobs::Action::ConfirmDone;
+    if (isForPeople && i_job.state != "processing-stopped")
         return false;
-    return std::find(i_job.actions.begin(), i_job.actions.end(), GetKeyword(i_action)) != i_job.actions.end();
+    return std::find(i_job.actions.begin(), i_job.actions.end(), Hosting::GetKeyword(i_action)) != i_job.actions.end();
 }
 
 template <class Work, class Done>

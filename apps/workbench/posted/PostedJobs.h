@@ -22,7 +22,8 @@ namespace Workbench {
 /// Of many jobs the newest page is kept up to date as a whole; older pages come when they are asked for, and follow
 /// their own changes.
 ///
-/// Thread: UI thread; nothing waits for the manager. Errors: told by Failed.
+/// Thread: UI thread; nothing waits for the manager.
+/// Errors: told by Failed.
 class PostedJobs final : public QAbstractTableModel
 {
     Q_OBJECT

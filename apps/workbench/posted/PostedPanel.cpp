@@ -213,11 +213,11 @@ void PostedPanel::_Ask(Action i_action)
 void PostedPanel::_ShowState()
 {
     const PostedJobs::State state = _jobs.GetState();
-    const bool is_away = state == PostedJobs::State::Away;
-    const bool is_empty = _jobs.rowCount() == 0;
-    _pages->setCurrentIndex(is_empty ? 0 : 1);
-    _start->setVisible(is_away);
-    if (is_away)
+    const bool isAway = state == PostedJobs::State::Away;
+    const bool isEmpty = _jobs.rowCount() == 0;
+    _pages->setCurrentIndex(isEmpty ? 0 : 1);
+    _start->setVisible(isAway);
+    if (isAway)
         _empty->SetTexts(tr("The Machine Manager is not there"), _jobs.GetWhy());
     else if (state == PostedJobs::State::Starting)
         _empty->SetTexts(tr("The Machine Manager is starting"), tr("Your jobs are shown as soon as it is there."));
@@ -225,10 +225,10 @@ void PostedPanel::_ShowState()
         _empty->SetTexts(tr("No jobs yet"),
                          tr("Attach a machine of the Machine Manager and post a job: it goes on when this window is "
                             "closed, and is shown here with its state."));
-    _away->setVisible(is_away);
+    _away->setVisible(isAway);
     _away->setText(tr("The jobs are shown as they were last. %1").arg(_jobs.GetWhy()));
     _more->setVisible(_jobs.HasMore());
-    if (!is_empty && !_list->currentIndex().isValid())
+    if (!isEmpty && !_list->currentIndex().isValid())
         _list->setCurrentIndex(_jobs.index(0, 0));
     _ShowSelected();
 }
@@ -263,19 +263,19 @@ void PostedPanel::_ShowSelected()
 
 void PostedPanel::_ShowActions(const Job* ip_job)
 {
-    const bool is_acting = ip_job && _jobs.IsActing(QString::fromStdString(ip_job->id));
+    const bool isActing = ip_job && _jobs.IsActing(QString::fromStdString(ip_job->id));
     for (const auto& [action, button] : _actions) {
-        const bool is_allowed = ip_job && _jobs.Allows(*ip_job, action);
-        button->setEnabled(is_allowed);
+        const bool isAllowed = ip_job && _jobs.Allows(*ip_job, action);
+        button->setEnabled(isAllowed);
         // While something is done with the job they stay where they are.
-        if (!is_acting)
-            button->setVisible(is_allowed);
+        if (!isActing)
+            button->setVisible(isAllowed);
     }
-    const bool is_there = ip_job && _jobs.GetState() == PostedJobs::State::There;
+    const bool isThere = ip_job && _jobs.GetState() == PostedJobs::State::There;
     _save->setVisible(ip_job && ip_job->machineFile);
     _page->setVisible(ip_job != nullptr);
     for (QAction* const button : {_save, _page})
-        button->setEnabled(is_there && !is_acting);
+        button->setEnabled(isThere && !isActing);
 }
 
 void PostedPanel::_ShowColumns()

@@ -22,7 +22,8 @@ class PostedJobs;
 
 /// "My jobs": what was posted to the Machine Manager, and what can be done with the selected job.
 ///
-/// Thread: UI thread. Ownership: the jobs must outlive it.
+/// Thread: UI thread.
+/// Ownership: the jobs must outlive it.
 class PostedPanel final : public QWidget
 {
     Q_OBJECT

@@ -58,8 +58,9 @@ struct LayerMove
 };
 
 /// The moves of one layer along x and y.
-/// Thread: any. \throws TavSDK::FileError when the file cannot be read any more. \return what was read until the token
-/// asked.
+/// Thread: any.
+/// \throws TavSDK::FileError when the file cannot be read any more.
+/// \return what was read until the token asked.
 std::vector<LayerMove> ReadLayerMoves(const std::filesystem::path& i_path, const LayerSummary& i_layer,
                                       const std::stop_token& i_stop);
 

@@ -14,7 +14,8 @@ class PreviewModel;
 /// One layer from above: its moves in the colours of their kinds and as wide as their threads, or its picture, and the
 /// parts' outline over it. Wheel and plus or minus zoom, drags and arrow keys shift, 0 shows all.
 ///
-/// Thread: UI thread. Ownership: the model must outlive it.
+/// Thread: UI thread.
+/// Ownership: the model must outlive it.
 class PreviewCanvas final : public QWidget
 {
     Q_OBJECT

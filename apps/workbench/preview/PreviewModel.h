@@ -30,7 +30,8 @@ struct OutlinedBody
     TavAM::Transform placement;
 };
 
-/// Where a level plane cuts the bodies. Units: mm. Thread: any.
+/// Where a level plane cuts the bodies. Units: mm.
+/// Thread: any.
 QVector<QLineF> CutOutline(const std::vector<OutlinedBody>& i_bodies, double i_z);
 
 /// One layer with all that is shown of it.

@@ -96,10 +96,10 @@ void CommandButton::SetRefusal(const QString& i_why)
 {
     if (i_why == _refusal)
         return;
-    const bool was_refused = IsRefused();
+    const bool wasRefused = IsRefused();
     _refusal = i_why;
     _Describe();
-    if (was_refused == IsRefused())
+    if (wasRefused == IsRefused())
         return;
     QAccessible::State changed;
     changed.disabled = true;

@@ -34,7 +34,8 @@ struct LeftScene
 /// Keeps a copy of every scene that is not saved: after each command, and otherwise at most once in the pause. Copies
 /// are written off the UI thread and go when their scene is saved or closed.
 ///
-/// Thread: UI thread. Ownership: the book must outlive it. A folder that cannot be written costs the copies only.
+/// Thread: UI thread.
+/// Ownership: the book must outlive it. A folder that cannot be written costs the copies only.
 class RecoveryKeeper final : public QObject
 {
     Q_OBJECT

@@ -26,7 +26,8 @@ namespace Workbench {
 
 /// The open scenes as documents: files, names, unsaved marks, imports. Files are read and written off the UI thread.
 ///
-/// Thread: UI thread. Ownership: host and preferences must outlive it.
+/// Thread: UI thread.
+/// Ownership: host and preferences must outlive it.
 class SceneBook final : public QObject, private VexlorCore::MListener
 {
     Q_OBJECT

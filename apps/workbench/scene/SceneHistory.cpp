@@ -92,8 +92,8 @@ SceneHistory::SceneHistory(VexlorCore::Application& io_application, QObject* ip_
 
 SceneHistory::Scene& SceneHistory::_Get(const DataSet& i_scene)
 {
-    const auto [scene, is_new] = _scenes.try_emplace(&i_scene);
-    if (is_new)
+    const auto [scene, isNew] = _scenes.try_emplace(&i_scene);
+    if (isNew)
         scene->second.current = scene->second.saved = GetFingerprint(i_scene.GetPlatform());
     return scene->second;
 }
@@ -118,7 +118,7 @@ void SceneHistory::ExecuteSelf(const VexlorCore::INotification& i_notification)
 void SceneHistory::_Follow()
 {
     const std::size_t count = _application.GetOperationManager()->GetHistory().size();
-    const bool is_new = count > _records.size();
+    const bool isNew = count > _records.size();
     _records.resize(count);
     for (DataSet* const scene : _application.GetDatabase()->GetDataSets()) {
         Scene& state = _Get(*scene);
@@ -126,7 +126,7 @@ void SceneHistory::_Follow()
         if (now == state.current)
             continue;
         state.current = now;
-        if (is_new) {
+        if (isNew) {
             _records.back() = {scene, {}};
             if (!_isStepping)
                 state.redo.clear();

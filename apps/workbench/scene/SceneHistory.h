@@ -28,7 +28,8 @@ std::uint64_t GetFingerprint(const TavAM::Platform& i_platform);
 /// Whoever runs an operation through the host's operation manager gets an undo step; the scene that it changed is found
 /// out here.
 ///
-/// Thread: UI thread. Ownership: the application must outlive it.
+/// Thread: UI thread.
+/// Ownership: the application must outlive it.
 class SceneHistory final : public QObject, private VexlorCore::MListener
 {
     Q_OBJECT

@@ -25,7 +25,8 @@ struct ProgramFolders
 
 /// What the user may set; everything takes effect at once.
 ///
-/// Thread: UI thread. Ownership: the preferences must outlive it.
+/// Thread: UI thread.
+/// Ownership: the preferences must outlive it.
 class SettingsDialog final : public QDialog
 {
     Q_OBJECT

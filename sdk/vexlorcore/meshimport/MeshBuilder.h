@@ -13,9 +13,11 @@ namespace VexlorCore {
 class MeshBuilder
 {
 public:
-    /// \return the index for triangles. \throws std::runtime_error for a coordinate that is not a number.
+    /// \return the index for triangles.
+    /// \throws std::runtime_error for a coordinate that is not a number.
     std::uint32_t AddVertex(TavAM::Point3f i_point);
-    /// Leaves out a triangle that has two corners in one place. \throws std::runtime_error when there are too many.
+    /// Leaves out a triangle that has two corners in one place.
+    /// \throws std::runtime_error when there are too many.
     void AddTriangle(std::uint32_t i_a, std::uint32_t i_b, std::uint32_t i_c);
     /// From here on no vertex is joined with an earlier one: bodies that touch each other stay closed, each by itself.
     void BeginBody() { _indices.clear(); }

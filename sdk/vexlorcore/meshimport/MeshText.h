@@ -45,7 +45,8 @@ public:
     std::size_t GetLine() const { return _line; }
     /// \throws std::runtime_error with the line and the reason.
     [[noreturn]] void Fail(const std::string& i_reason) const;
-    /// The next word as a coordinate. \throws std::runtime_error with the line.
+    /// The next word as a coordinate.
+    /// \throws std::runtime_error with the line.
     double NextCoordinate();
 
 private:

@@ -15,12 +15,15 @@ namespace VexlorCore {
 class Package3mf
 {
 public:
-    /// \param i_bytes must outlive the package. \throws std::runtime_error when it is no sound package.
+    /// \param i_bytes must outlive the package.
+    /// \throws std::runtime_error when it is no sound package.
     explicit Package3mf(std::string_view i_bytes);
 
-    /// Path of the model that the package begins with. \throws std::runtime_error when it names none.
+    /// Path of the model that the package begins with.
+    /// \throws std::runtime_error when it names none.
     std::string FindStart() const;
-    /// Reads a document while it is unpacked. \throws std::runtime_error with its path and the reason.
+    /// Reads a document while it is unpacked.
+    /// \throws std::runtime_error with its path and the reason.
     void Read(std::string_view i_path, TavSDK::XmlReaderBase& io_reader) const;
 
 private:

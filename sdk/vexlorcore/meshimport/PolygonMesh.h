@@ -17,8 +17,8 @@ public:
     /// \throws std::runtime_error when there are too many.
     void AddVertex(const TavAM::Point3f& i_point);
     std::size_t GetVertexCount() const { return _vertices.size(); }
-    /// Leaves out what has fewer than three corners: points and lines. \throws std::runtime_error when there are too
-    /// many.
+    /// Leaves out what has fewer than three corners: points and lines.
+    /// \throws std::runtime_error when there are too many.
     void AddFace(std::span<const std::uint32_t> i_corners);
     /// The sound mesh, faces of more than three corners split into triangles.
     /// \throws std::runtime_error with the reason why there is none.

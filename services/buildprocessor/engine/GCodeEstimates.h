@@ -12,8 +12,9 @@ namespace MachineService::BuildProcessor {
 /// with each other, its extrusion is on the bed and below the machine's height. Whether each part is there is for
 /// others.
 ///
-/// Thread: one at a time. Profile and parts must outlive it. \throws CommunicationException InternalError with what is
-/// wrong, FileError for parts that are too near the edge of the bed; from each call.
+/// Thread: one at a time. Profile and parts must outlive it.
+/// \throws CommunicationException InternalError with what is wrong, FileError for parts that are too near the edge of
+/// the bed; from each call.
 class GCodeEstimates final : public IGCodeVisitor
 {
 public:

@@ -113,6 +113,37 @@ TavAM::Transform MakeMove(const Item& i_item, const Place& i_place)
     return toPlace.After(turn.After(toMiddle));
 }
 
+/// Tries one strategy after another until every part has its place.
+/// \return the places of the strategy that found most.
+Places FindPlaces(const std::vector<Item>& i_items, const Bed& i_bed, const PlacementOptions& i_options,
+                  double i_clearance, Progress& io_progress)
+{
+    const Path bedRegion = MakeInnerRegion(i_bed, i_options.clearances.partToWall, {IntPoint(0, 0)});
+    double area = 0;
+    bool hopeless = false;
+    for (const Item& item : i_items) {
+        area += item.area;
+        hopeless = hopeless || item.hull.empty() || area > ClipperLib::Area(bedRegion);
+    }
+
+    Places places;
+    const auto countMissing = [](const Places& i_places) {
+        return std::count(i_places.begin(), i_places.end(), std::nullopt);
+    };
+    std::size_t tried = 0;
+    for (const Strategy& strategy : Strategies) {
+        const auto onItem = [&](std::size_t i_done) {
+            io_progress.Tell(static_cast<int>(10 + 20 * tried + 20 * i_done / i_items.size()));
+        };
+        Places candidate = Arrange(i_items, i_bed, i_options, i_clearance, strategy, onItem);
+        if (tried++ == 0 || countMissing(candidate) < countMissing(places))
+            places = std::move(candidate);
+        if (countMissing(places) == 0 || hopeless || i_items.size() > MaxPartsForRetries)
+            break;
+    }
+    return places;
+}
+
 } // namespace
 
 PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, double i_height,
@@ -134,29 +165,7 @@ PlacementResult PlaceParts(TavAM::Platform& io_platform, const Bed& i_bed, doubl
             items.push_back(MakeItem(parts[index], index, i_height));
     }
 
-    const Path bedRegion = MakeInnerRegion(i_bed, i_options.clearances.partToWall, {IntPoint(0, 0)});
-    double area = 0;
-    bool hopeless = false;
-    for (const Item& item : items) {
-        area += item.area;
-        hopeless = hopeless || item.hull.empty() || area > ClipperLib::Area(bedRegion);
-    }
-
-    Places places;
-    const auto countMissing = [](const Places& i_places) {
-        return std::count(i_places.begin(), i_places.end(), std::nullopt);
-    };
-    std::size_t tried = 0;
-    for (const Strategy& strategy : Strategies) {
-        const auto onItem = [&](std::size_t i_done) {
-            progress.Tell(static_cast<int>(10 + 20 * tried + 20 * i_done / items.size()));
-        };
-        Places candidate = Arrange(items, i_bed, i_options, clearance, strategy, onItem);
-        if (tried++ == 0 || countMissing(candidate) < countMissing(places))
-            places = std::move(candidate);
-        if (countMissing(places) == 0 || hopeless || items.size() > MaxPartsForRetries)
-            break;
-    }
+    const Places places = FindPlaces(items, i_bed, i_options, clearance, progress);
     for (std::size_t index = 0; index < items.size(); ++index) {
         if (!places[index])
             result.unplaced.push_back(GetPartLabel(parts[items[index].part], items[index].part));

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace MachineService::BuildProcessor {
 
@@ -27,19 +28,26 @@ std::optional<std::size_t> FindName(const std::vector<Named>& i_items, std::stri
     return FindIndex(i_items, [&](const Named& i_known) { return i_known.name == i_name; });
 }
 
-MachineState ToMachineState(QueueState i_state)
+/// What a queue's state is in profiles, in the catalog, for commands and for users.
+struct StateRow
 {
-    switch (i_state) {
-    case QueueState::Running:
-        break;
-    case QueueState::Paused:
-        return MachineState::Paused;
-    case QueueState::Error:
-        return MachineState::Failed;
-    case QueueState::Offline:
-        return MachineState::Offline;
-    }
-    return MachineState::Ready;
+    const char* name;
+    MachineState machineState;
+    ErrorCode refusal;
+    const char* sentence;
+};
+
+constexpr StateRow StateRows[] = {
+    {"running", MachineState::Ready, ErrorCode::None, ""},
+    {"paused", MachineState::Paused, ErrorCode::QueuePaused, "The printer's queue is paused."},
+    {"error", MachineState::Failed, ErrorCode::QueueError, "The printer's queue has an error."},
+    {"offline", MachineState::Offline, ErrorCode::QueueOffline, "The printer is offline."},
+};
+static_assert(std::size(StateRows) == static_cast<std::size_t>(QueueState::Offline) + 1);
+
+const StateRow& GetRow(QueueState i_state)
+{
+    return StateRows[static_cast<std::size_t>(i_state)];
 }
 
 } // namespace
@@ -106,7 +114,7 @@ MachineData ToMachineData(const DatedProfile& i_profile)
     data.technology = profile.technology == Technology::Sla ? MachineTechnology::VatPhotopolymer
                                                             : MachineTechnology::MaterialExtrusion;
     data.picture = GetPicture(profile);
-    data.state = ToMachineState(profile.queueState);
+    data.state = GetRow(profile.queueState).machineState;
     if (auto sentence = GetStateSentence(profile.queueState); !sentence.empty())
         data.stateReasons.push_back(std::move(sentence));
     // The folder is watched: what is known of the queue holds at the moment at which it is asked for.
@@ -152,47 +160,17 @@ MachineChanges FindChanges(const DatedProfile& i_old, const DatedProfile& i_new)
 
 const char* GetStateName(QueueState i_state)
 {
-    switch (i_state) {
-    case QueueState::Paused:
-        return "paused";
-    case QueueState::Error:
-        return "error";
-    case QueueState::Offline:
-        return "offline";
-    case QueueState::Running:
-        break;
-    }
-    return "running";
+    return GetRow(i_state).name;
 }
 
 std::string GetStateSentence(QueueState i_state)
 {
-    switch (i_state) {
-    case QueueState::Running:
-        break;
-    case QueueState::Paused:
-        return "The printer's queue is paused.";
-    case QueueState::Error:
-        return "The printer's queue has an error.";
-    case QueueState::Offline:
-        return "The printer is offline.";
-    }
-    return {};
+    return GetRow(i_state).sentence;
 }
 
 ErrorCode GetRefusal(QueueState i_state)
 {
-    switch (i_state) {
-    case QueueState::Running:
-        break;
-    case QueueState::Paused:
-        return ErrorCode::QueuePaused;
-    case QueueState::Error:
-        return ErrorCode::QueueError;
-    case QueueState::Offline:
-        return ErrorCode::QueueOffline;
-    }
-    return ErrorCode::None;
+    return GetRow(i_state).refusal;
 }
 
 } // namespace MachineService::BuildProcessor

@@ -16,8 +16,8 @@ SectionsAhead ExpectGCode(const MachineProfile& i_profile, const std::vector<Par
 
 /// Reads G-code of the engine once: checks it, layer by layer, against the meshes that it was made of, and that it
 /// leaves heaters and motors off; and gathers its estimates. Layers, widths and heights are those that the file itself
-/// tells. \throws CommunicationException InternalError with part, height and what is wrong; FileError for a part that
-/// nothing
+/// tells.
+/// \throws CommunicationException InternalError with part, height and what is wrong; FileError for a part that nothing
 ///         carries; ProcessingAborted when the token asks.
 SlicingResult CheckGCode(const std::filesystem::path& i_path, const MachineProfile& i_profile,
                          const std::vector<PartGeometry>& i_parts, SectionsAhead& io_sections,

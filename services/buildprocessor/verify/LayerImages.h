@@ -47,7 +47,8 @@ public:
     const UsedSettings& GetSettings() const { return _settings; }
     /// What the archive tells its printer of the job, such as "printTime"; empty when there is nothing.
     const UsedSettings& GetJob() const { return _job; }
-    /// The packed image of a layer. \throws as above.
+    /// The packed image of a layer.
+    /// \throws as above.
     std::string Read(std::size_t i_layer) const;
 
 private:

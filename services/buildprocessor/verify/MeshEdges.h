@@ -24,7 +24,8 @@ class MeshEdges
 public:
     using Triangles = std::vector<std::array<std::uint32_t, 3>>;
 
-    /// Triangles that have a vertex twice are left out. \throws CommunicationException ProcessingAborted.
+    /// Triangles that have a vertex twice are left out.
+    /// \throws CommunicationException ProcessingAborted.
     MeshEdges(const Triangles& i_triangles, std::size_t i_vertex_count, const std::stop_token& i_stop);
 
     const std::vector<OpenEdge>& GetOpen() const { return _open; }

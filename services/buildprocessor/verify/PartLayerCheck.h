@@ -40,7 +40,8 @@ public:
     void AddMove(const GCodeMove& i_move, const ExtrusionLabel& i_label);
     /// Something was built for the part that carries it.
     void AddSupport() { _isCarried = true; }
-    /// After the last move. \throws as above.
+    /// After the last move.
+    /// \throws as above.
     void Finish();
     /// A sentence; empty when there is nothing to tell.
     std::string GetNote() const;

@@ -34,7 +34,9 @@ struct KnownCanRunAnswer
 };
 
 /// What a MachineStrategy implements beside its operations when its machine gives a sentence with its no. A strategy
-/// without it answers by MachineStrategy::CanRunCommand alone. Thread: any. The future as there.
+/// without it answers by MachineStrategy::CanRunCommand alone.
+///
+/// Thread: any. The future as there.
 class MACHINESERVICE_EXPORT IExplainsCanRun
 {
 public:
@@ -43,7 +45,9 @@ public:
     virtual std::future<CanRunAnswer> ExplainCanRunCommand(const boost::uuids::uuid& i_command_id) const = 0;
 };
 
-/// What keeps answers of a machine tells of them, without counting as a question and without waiting. Thread: any.
+/// What keeps answers of a machine tells of them, without counting as a question and without waiting.
+///
+/// Thread: any.
 class MACHINESERVICE_EXPORT IKnowsCanRun
 {
 public:

@@ -13,7 +13,8 @@ namespace MachineService {
 class ProgressWatcher
 {
 public:
-    /// \param i_percent 0 to 100. Thread: any.
+    /// \param i_percent 0 to 100.
+    /// Thread: any.
     void SetProgress(int i_percent) { _percent.store(i_percent, std::memory_order_relaxed); }
     int GetProgress() const { return _percent.load(std::memory_order_relaxed); }
 

@@ -5,7 +5,8 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-namespace Hosting {
+using namespace Hosting;
+
 namespace {
 
 using MachineService::BuildVolume;
@@ -93,4 +94,3 @@ TEST(MachineChoiceTest, PlacesPartsInRowsOnTheBedWithoutTouchingEachOther)
 }
 
 } // namespace
-} // namespace Hosting

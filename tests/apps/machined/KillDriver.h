@@ -14,7 +14,8 @@ namespace TestSupport {
 /// A host that builds on a daemon, of which something dies at a moment that the seed chooses: the daemon, its engine,
 /// or the connection, at once or after so many bytes.
 ///
-/// Thread: one. Errors: what is wrong is told to the test that runs.
+/// Thread: one.
+/// Errors: what is wrong is told to the test that runs.
 class KillDriver
 {
 public:

@@ -12,8 +12,8 @@ inline void FindNameless(QAccessibleInterface* ip_reader, QStringList& io_namele
     if (!ip_reader || !ip_reader->isValid() || ip_reader->state().invisible)
         return;
     const auto* const parent = ip_reader->parent();
-    const bool is_part = parent && (parent->role() == QAccessible::SpinBox || parent->role() == QAccessible::ComboBox);
-    if (ip_reader->state().focusable && !is_part && ip_reader->role() != QAccessible::Window) {
+    const bool isPart = parent && (parent->role() == QAccessible::SpinBox || parent->role() == QAccessible::ComboBox);
+    if (ip_reader->state().focusable && !isPart && ip_reader->role() != QAccessible::Window) {
         ++io_count;
         const QObject* const object = ip_reader->object();
         if (ip_reader->text(QAccessible::Name).isEmpty() && object)

@@ -59,9 +59,9 @@ TEST_F(JourneyTest, FromAnEmptyStartToAMachineFile)
     EXPECT_EQ(preview->GetModel().GetLayerCount(), 100);
     preview->close();
 
-    bool is_saved = false;
-    _window->GetBook().Save(_GetScene(), _File("bracket.TavAMX"), [&] { is_saved = true; });
-    EXPECT_TRUE(WaitFor([&] { return is_saved; }));
+    bool isSaved = false;
+    _window->GetBook().Save(_GetScene(), _File("bracket.TavAMX"), [&] { isSaved = true; });
+    EXPECT_TRUE(WaitFor([&] { return isSaved; }));
     EXPECT_TRUE(_window->close());
 }
 
@@ -190,9 +190,9 @@ TEST_F(JourneyTest, OpenFilesAndTheirViewsReturnAtTheNextStart)
 {
     ASSERT_TRUE(_DropCube());
     const auto save = [&](const char* ip_name) {
-        bool is_saved = false;
-        _window->GetBook().Save(_GetScene(), _File(ip_name), [&] { is_saved = true; });
-        return WaitFor([&] { return is_saved; });
+        bool isSaved = false;
+        _window->GetBook().Save(_GetScene(), _File(ip_name), [&] { isSaved = true; });
+        return WaitFor([&] { return isSaved; });
     };
     ASSERT_TRUE(save("one.TavAMX"));
     ASSERT_TRUE(WaitFor([&] { return !_window->GetPage()->GetPlate().SaveView().isEmpty(); }));
@@ -236,14 +236,14 @@ class ClosingTest : public JourneyTest, public ::testing::WithParamInterface<Way
 TEST_P(ClosingTest, WhileACommandRunsIsWhatTheUserChose)
 {
     ASSERT_TRUE(_DropCube(60) && _Attach("kes 180") && _MakePlatform());
-    bool is_saved = false;
-    _window->GetBook().Save(_GetScene(), _File("bracket.TavAMX"), [&] { is_saved = true; });
-    ASSERT_TRUE(WaitFor([&] { return is_saved; }));
+    bool isSaved = false;
+    _window->GetBook().Save(_GetScene(), _File("bracket.TavAMX"), [&] { isSaved = true; });
+    ASSERT_TRUE(WaitFor([&] { return isSaved; }));
     _AnswerBoxesWith(GetParam().button);
-    bool was_asked = false;
+    bool wasAsked = false;
     QTimer close;
     QObject::connect(&close, &QTimer::timeout, [&] {
-        if (_window->GetJobs().IsRunning() && !std::exchange(was_asked, true)) {
+        if (_window->GetJobs().IsRunning() && !std::exchange(wasAsked, true)) {
             _window->close();
             EXPECT_TRUE(_window->isVisible()) << "not before the command has come back";
             // What the command leaves on the plate is no reason to stay here.
@@ -252,7 +252,7 @@ TEST_P(ClosingTest, WhileACommandRunsIsWhatTheUserChose)
     });
     close.start(50);
     ASSERT_TRUE(_Run("Print3D.Print", "Build"));
-    EXPECT_TRUE(was_asked);
+    EXPECT_TRUE(wasAsked);
     EXPECT_EQ(_GetState(), GetParam().state);
     EXPECT_EQ(WaitFor([&] { return !_window->isVisible(); }, GetParam().closes ? 10'000 : 500), GetParam().closes);
 }

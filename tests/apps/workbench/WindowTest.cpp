@@ -89,23 +89,23 @@ TEST_F(WindowTest, TellsEverywhereThatAnotherCommandRuns)
 {
     ASSERT_TRUE(_Prepare());
     const QString busy = QStringLiteral("Another command is still running.");
-    bool was_told = false;
-    bool was_edited = false;
+    bool wasTold = false;
+    bool wasEdited = false;
     _host->GetApiProvider().RunJob(QStringLiteral("job"), [&](VexlorCore::IJobProgress& io_progress) {
         VexlorCore::UiThread::Invoke([&] {
             const auto buttons = _window->GetRibbon().GetButtons();
-            was_told = std::all_of(buttons.begin(), buttons.end(),
-                                   [&](const CommandButton* ip_button) { return ip_button->GetRefusal() == busy; });
+            wasTold = std::all_of(buttons.begin(), buttons.end(),
+                                  [&](const CommandButton* ip_button) { return ip_button->GetRefusal() == busy; });
             // Everything else goes on.
             auto& other = _window->GetBook().New();
             _window->GetBook().Close(other);
-            was_edited = _window->GetBook().GetScenes().size() == 1;
+            wasEdited = _window->GetBook().GetScenes().size() == 1;
             _window->CancelJob();
         });
         EXPECT_TRUE(_window->GetJobs().IsCancelling());
         return !io_progress.GetStopToken().stop_requested();
     });
-    EXPECT_TRUE(was_told && was_edited);
+    EXPECT_TRUE(wasTold && wasEdited);
     EXPECT_EQ(_window->GetJobs().GetNewest()->state, JobList::State::Cancelled);
     EXPECT_TRUE(WaitFor([&] { return !_window->GetRibbon().GetButtons().front()->IsRefused(); }, 1500));
     // The reason of a refusal, and that it goes with its cause.

@@ -89,10 +89,10 @@ TEST_F(SceneBookTest, SavesAndOpensWithoutHarmingWhatWasThere)
     _book.GetHistory().Look(scene);
     const QString file = _File("kept/platform.TavAMX");
     std::filesystem::create_directories(_Path("kept"));
-    bool is_done = false;
-    _book.Save(scene, file, [&] { is_done = true; });
+    bool isDone = false;
+    _book.Save(scene, file, [&] { isDone = true; });
     _Move(scene, 5); // while it is written
-    ASSERT_TRUE(WaitFor([&] { return is_done; }));
+    ASSERT_TRUE(WaitFor([&] { return isDone; }));
     EXPECT_FALSE(_book.IsSaved(scene));
     EXPECT_EQ(SceneBook::GetFile(scene), file);
     EXPECT_EQ(_preferences->GetRecentFiles(), QStringList{file});
@@ -232,9 +232,9 @@ TEST_F(SceneBookTest, TakesTheFilesOfALaterStart)
     QLocalSocket liar;
     liar.connectToServer(name);
     liar.write("no list\n");
-    std::atomic<bool> was_taken = false;
-    std::jthread later([&] { was_taken = FileHandover::Send(name, {QStringLiteral("/a"), QStringLiteral("/b ä")}); });
-    EXPECT_TRUE(WaitFor([&] { return was_taken.load(); }));
+    std::atomic<bool> wasTaken = false;
+    std::jthread later([&] { wasTaken = FileHandover::Send(name, {QStringLiteral("/a"), QStringLiteral("/b ä")}); });
+    EXPECT_TRUE(WaitFor([&] { return wasTaken.load(); }));
     ASSERT_EQ(arrived.count(), 1);
     EXPECT_EQ(arrived[0][0].toStringList(), (QStringList{QStringLiteral("/a"), QStringLiteral("/b ä")}));
 }

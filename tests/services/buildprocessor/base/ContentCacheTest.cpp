@@ -7,7 +7,8 @@
 
 #include <thread>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -158,5 +159,3 @@ TEST_F(ContentCacheTest, AFolderThatCannotBeMadeAndAStopAreNoHarm)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

@@ -10,7 +10,7 @@
 #include <sstream>
 #include <thread>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -368,5 +368,3 @@ TEST_F(BuildTest, CatalogGoesDownWhileJobsRunAndMachinesOutliveIt)
 }
 
 } // namespace
-
-} // namespace MachineService

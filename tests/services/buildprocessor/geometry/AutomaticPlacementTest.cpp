@@ -9,7 +9,8 @@
 #include <numbers>
 #include <random>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -344,5 +345,3 @@ TEST(PlacementCheck, NamesEachFaultAndLetsPartsNestInOneAnother)
                             "The part 'floats' floats 1 mm above the bed; lower it, or choose supports.",
                             "The part 'part 6' has no mesh to be checked."));
 }
-
-} // namespace MachineService::BuildProcessor

@@ -14,7 +14,8 @@
 
 #include <set>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -237,5 +238,3 @@ TEST(JobName, AMachineFileIsLeftByALinkOrACopy)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

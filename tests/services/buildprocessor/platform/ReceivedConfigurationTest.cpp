@@ -21,7 +21,8 @@
 
 #include <cmath>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -312,5 +313,3 @@ TEST_F(ReceivedConfigurationTest, PartsKeepTheDistancesAndStayOutOfTheZonesThatT
         EXPECT_THAT(failure.text, HasSubstr("The machine configuration of the platform cannot be read: "));
     }
 }
-
-} // namespace MachineService::BuildProcessor

@@ -9,7 +9,8 @@
 
 #include <functional>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -217,5 +218,3 @@ TEST_F(ResinCheckTest, StopsWhenAsked)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

@@ -1,4 +1,4 @@
-#include "services/machinemanager/PostgresCluster.h"
+#include "services/machinemanager/store/PostgresCluster.h"
 
 #include <array>
 #include <cstdio>

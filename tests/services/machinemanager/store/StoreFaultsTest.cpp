@@ -1,6 +1,6 @@
 #include "machinemanager/store/ConnectionPool.h"
 #include "machinemanager/store/Migrations.h"
-#include "services/machinemanager/StoreFixture.h"
+#include "services/machinemanager/store/StoreFixture.h"
 #include "support/Files.h"
 
 #include <QProcess>

@@ -1,6 +1,6 @@
 #include "machinemanager/store/StoreBackup.h"
 #include "machinemanager/store/FileStore.h"
-#include "services/machinemanager/StoreFixture.h"
+#include "services/machinemanager/store/StoreFixture.h"
 #include "support/Files.h"
 
 #include <sstream>

@@ -1,5 +1,5 @@
-#include "ManagerFixture.h"
 #include "machinemanager/dispatch/MachineBoard.h"
+#include "services/machinemanager/ManagerFixture.h"
 
 namespace MachineService::MachineManager::Testing {
 

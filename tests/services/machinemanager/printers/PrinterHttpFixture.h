@@ -1,8 +1,8 @@
 #pragma once
 
 #include "machinemanager/printers/HttpLink.h"
-#include "services/machinemanager/PrinterFixture.h"
-#include "services/machinemanager/RawHttpServer.h"
+#include "services/machinemanager/printers/PrinterFixture.h"
+#include "services/machinemanager/printers/RawHttpServer.h"
 #include "support/Texts.h"
 
 namespace MachineService::MachineManager::Testing {

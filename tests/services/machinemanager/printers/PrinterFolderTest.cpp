@@ -1,5 +1,5 @@
 #include "machinemanager/printers/FolderLink.h"
-#include "services/machinemanager/PrinterFixture.h"
+#include "services/machinemanager/printers/PrinterFixture.h"
 #include "support/FailingCalls.h"
 
 #include <cerrno>
@@ -188,7 +188,7 @@ TEST_F(PrinterFolderTest, AFailingStartTellsWhetherTheFileGotItsName)
 
 TEST_F(PrinterFolderTest, AFileNameStaysInTheFolderAndIsSeen)
 {
-    const std::string long_name(400, 'n');
+    const std::string longName(400, 'n');
     const std::pair<std::string, std::string> rows[] = {
         {"../../etc/passwd", "_.._etc_passwd - "},
         {"/root/x.gcode", "_root_x - "},
@@ -198,8 +198,8 @@ TEST_F(PrinterFolderTest, AFileNameStaysInTheFolderAndIsSeen)
         {"a\nb\x7f\x01.gcode", "a_b__ - "},
         {"con:\\*?\"<>|%2f.gcode", "con_________2f - "},
         {"bad \xff\xfe.gcode", "bad \xef\xbf\xbd\xef\xbf\xbd - "},
-        {long_name + ".gcode", long_name.substr(0, 120) + " - "},
-        {"a." + long_name, "a." + long_name.substr(0, 118) + " - "},
+        {longName + ".gcode", longName.substr(0, 120) + " - "},
+        {"a." + longName, "a." + longName.substr(0, 118) + " - "},
         {"a.b\nc", "a.b_c - "},
     };
     for (const auto& [name, beginning] : rows) {

@@ -2,7 +2,7 @@
 
 #include "machinemanager/jobs/ManagerError.h"
 #include "machinemanager/store/JobStore.h"
-#include "services/machinemanager/PostgresCluster.h"
+#include "services/machinemanager/store/PostgresCluster.h"
 #include "support/Test.h"
 
 #include <QTemporaryDir>

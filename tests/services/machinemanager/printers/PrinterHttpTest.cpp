@@ -1,4 +1,4 @@
-#include "services/machinemanager/PrinterHttpFixture.h"
+#include "services/machinemanager/printers/PrinterHttpFixture.h"
 
 #include <httplib.h>
 

@@ -1,6 +1,6 @@
 #include "machinemanager/jobs/ManagerError.h"
 #include "machinemanager/printers/IPrinterLink.h"
-#include "services/machinemanager/PrinterHttpFixture.h"
+#include "services/machinemanager/printers/PrinterHttpFixture.h"
 
 namespace MachineService::MachineManager::Testing {
 

@@ -1,4 +1,4 @@
-#include "services/machinemanager/StoreFixture.h"
+#include "services/machinemanager/store/StoreFixture.h"
 
 namespace {
 

@@ -1,5 +1,5 @@
 #include "machinemanager/store/Address.h"
-#include "services/machinemanager/StoreFixture.h"
+#include "services/machinemanager/store/StoreFixture.h"
 #include "support/SocketProxy.h"
 
 namespace {
