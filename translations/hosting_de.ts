@@ -55,6 +55,21 @@
     </message>
 </context>
 <context>
+    <name>Hosting::JobsBackup</name>
+    <message>
+        <source>The kept file %1 has grown while it came; see whether somebody writes into the manager&apos;s folder.</source>
+        <translation>Die Datei %1 wurde größer, während sie kam; sehen Sie nach, ob jemand in den Ordner des Managers schreibt.</translation>
+    </message>
+    <message>
+        <source>The kept file %1 has shrunk while it came; see whether somebody writes into the manager&apos;s folder.</source>
+        <translation>Die Datei %1 wurde kleiner, während sie kam; sehen Sie nach, ob jemand in den Ordner des Managers schreibt.</translation>
+    </message>
+    <message>
+        <source>The file %1 of the backup has become shorter; try again.</source>
+        <translation>Die Datei %1 der Sicherung ist kürzer geworden; versuchen Sie es erneut.</translation>
+    </message>
+</context>
+<context>
     <name>Hosting::JobsHttp</name>
     <message>
         <source>What answers at %1 says %2 and no more; a Machine Manager would tell why. Check the address.</source>

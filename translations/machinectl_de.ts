@@ -2,6 +2,150 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
+    <name>MachineCtl::Backup</name>
+    <message>
+        <source>The backup %1 is no backup, or is not whole: what it holds is told at its end, and that is missing. Copy it once more, or take another one.</source>
+        <translation>Die Sicherung %1 ist keine oder nicht vollständig: was sie enthält, steht an ihrem Ende, und das fehlt. Kopieren Sie sie noch einmal oder nehmen Sie eine andere.</translation>
+    </message>
+    <message>
+        <source>%1 is no backup of a Machine Manager, or is damaged. Name another one.</source>
+        <translation>%1 ist keine Sicherung eines Machine Managers oder beschädigt. Nennen Sie eine andere.</translation>
+    </message>
+    <message>
+        <source>A newer version of this program has made the backup %1. Restore it with that one.</source>
+        <translation>Die Sicherung %1 hat eine neuere Version dieses Programms angelegt. Stellen Sie sie mit jener wieder her.</translation>
+    </message>
+    <message>
+        <source>The backup %1 is damaged: its file %2 is missing or has changed. Copy it once more, or take another one.</source>
+        <translation>Die Sicherung %1 ist beschädigt: ihre Datei %2 fehlt oder ist verändert. Kopieren Sie sie noch einmal oder nehmen Sie eine andere.</translation>
+    </message>
+</context>
+<context>
+    <name>MachineCtl::BackupArchive</name>
+    <message>
+        <source>There is a file %1 already; name another one.</source>
+        <translation>Es gibt schon eine Datei %1; nennen Sie eine andere.</translation>
+    </message>
+    <message>
+        <source>The backup %1 cannot be written: %2. Make room, or name another place.</source>
+        <translation>Die Sicherung %1 kann nicht geschrieben werden: %2. Schaffen Sie Platz oder nennen Sie einen anderen Ort.</translation>
+    </message>
+    <message>
+        <source>The backup %1 cannot be read: %2. Name another one.</source>
+        <translation>Die Sicherung %1 kann nicht gelesen werden: %2. Nennen Sie eine andere.</translation>
+    </message>
+    <message>
+        <source>The backup %1 is damaged, ends before its end, or is no tar archive. Copy it once more, or take another one.</source>
+        <translation>Die Sicherung %1 ist beschädigt, abgeschnitten oder kein tar-Archiv. Kopieren Sie sie noch einmal oder nehmen Sie eine andere.</translation>
+    </message>
+</context>
+<context>
+    <name>MachineCtl::BackupCommands</name>
+    <message>
+        <source>The copy of the job store came damaged; look after the manager&apos;s disk, then try again.</source>
+        <translation>Die Kopie der Auftragsdaten kam beschädigt an; prüfen Sie den Datenträger des Managers und versuchen Sie es erneut.</translation>
+    </message>
+    <message>
+        <source>files: %1</source>
+        <translation>Dateien: %1</translation>
+    </message>
+    <message>
+        <source>store</source>
+        <translation>Datenbank</translation>
+    </message>
+    <message>
+        <source>missing</source>
+        <translation>fehlt</translation>
+    </message>
+    <message>
+        <source>damaged</source>
+        <translation>beschädigt</translation>
+    </message>
+    <message>
+        <source>unreadable</source>
+        <translation>unlesbar</translation>
+    </message>
+    <message>
+        <source>not needed</source>
+        <translation>überflüssig</translation>
+    </message>
+    <message>
+        <source>Fault</source>
+        <translation>Fehler</translation>
+    </message>
+    <message>
+        <source>Job</source>
+        <translation>Auftrag</translation>
+    </message>
+    <message>
+        <source>File</source>
+        <translation>Datei</translation>
+    </message>
+    <message>
+        <source>What to do</source>
+        <translation>Was zu tun ist</translation>
+    </message>
+    <message>
+        <source>Files that were lost and are there again: %1</source>
+        <translation>Dateien, die verloren waren und wieder da sind: %1</translation>
+    </message>
+    <message>
+        <source>Files that are lost and not in the backup: %1; machinectl check names them.</source>
+        <translation>Dateien, die verloren und nicht in der Sicherung sind: %1; machinectl check nennt sie.</translation>
+    </message>
+    <message>
+        <source>Jobs: %1, files: %2, %3</source>
+        <translation>Aufträge: %1, Dateien: %2, %3</translation>
+    </message>
+    <message>
+        <source>Files that the manager has lost, and that the backup lacks: %1; machinectl check names them.</source>
+        <translation>Dateien, die der Manager verloren hat und die der Sicherung fehlen: %1; machinectl check nennt sie.</translation>
+    </message>
+    <message>
+        <source>--files replaces no jobs; leave --replace out.</source>
+        <translation>--files ersetzt keine Aufträge; lassen Sie --replace weg.</translation>
+    </message>
+    <message>
+        <source>reading: %1</source>
+        <translation>gelesen: %1</translation>
+    </message>
+    <message>
+        <source>The manager has jobs already, %1 of them. With --replace they are set aside, in a folder of the manager.</source>
+        <translation>Der Manager hat schon Aufträge, und zwar %1. Mit --replace werden sie in einem Ordner des Managers beiseitegelegt.</translation>
+    </message>
+    <message>
+        <source>Restored jobs: %1</source>
+        <translation>Wiederhergestellte Aufträge: %1</translation>
+    </message>
+    <message>
+        <source>Jobs that waited when the backup was made, and are held now: %1. Release those that were not printed since.</source>
+        <translation>Aufträge, die bei der Sicherung warteten und jetzt zurückgehalten werden: %1. Geben Sie die frei, die seither nicht gedruckt wurden.</translation>
+    </message>
+    <message>
+        <source>What was there before is set aside in the manager&apos;s folder %1, as a backup.</source>
+        <translation>Was vorher da war, liegt als Sicherung im Ordner %1 des Managers.</translation>
+    </message>
+    <message>
+        <source>The store is sound, and so is each file of its jobs; files: %1.</source>
+        <translation>Die Datenbank ist in Ordnung, ebenso jede Datei ihrer Aufträge; Dateien: %1.</translation>
+    </message>
+</context>
+<context>
+    <name>MachineCtl::BackupFolder</name>
+    <message>
+        <source>The backup %1 cannot be written: %2. Make room, or name another place.</source>
+        <translation>Die Sicherung %1 kann nicht geschrieben werden: %2. Schaffen Sie Platz oder nennen Sie einen anderen Ort.</translation>
+    </message>
+    <message>
+        <source>The folder %1 holds something else than a backup. Name one that is empty, or new, or has an earlier backup.</source>
+        <translation>Der Ordner %1 enthält etwas anderes als eine Sicherung. Nennen Sie einen leeren, einen neuen oder einen mit einer früheren Sicherung.</translation>
+    </message>
+    <message>
+        <source>The file %1 of the backup cannot be read: %2. Take another backup.</source>
+        <translation>Die Datei %1 der Sicherung kann nicht gelesen werden: %2. Nehmen Sie eine andere Sicherung.</translation>
+    </message>
+</context>
+<context>
     <name>MachineCtl::CommandLine</name>
     <message>
         <source>Try machinectl %1.</source>
@@ -41,10 +185,6 @@
 </context>
 <context>
     <name>MachineCtl::FileCommands</name>
-    <message>
-        <source>Name the machine that the job is for by --machine.</source>
-        <translation>Nennen Sie mit --machine die Maschine, für die der Auftrag ist.</translation>
-    </message>
     <message>
         <source>--id is a UUID, not &apos;%1&apos;.</source>
         <translation>--id ist eine UUID, nicht &apos;%1&apos;.</translation>
@@ -92,6 +232,57 @@
     <message>
         <source>Mass</source>
         <translation>Masse</translation>
+    </message>
+</context>
+<context>
+    <name>MachineCtl::Groups</name>
+    <message>
+        <source>There is no group %1; a group is called by the model of its machines, or by how their names begin.</source>
+        <translation>Es gibt keine Gruppe %1; eine Gruppe heißt nach dem Modell ihrer Maschinen oder danach, wie deren Namen beginnen.</translation>
+    </message>
+    <message>
+        <source>The group %1 may be that of several models; name one of %2.</source>
+        <translation>Die Gruppe %1 kann die mehrerer Modelle sein; nennen Sie eines von %2.</translation>
+    </message>
+    <message>
+        <source>%1 is loaded, not %2.</source>
+        <translation>%1 ist geladen, nicht %2.</translation>
+    </message>
+    <message>
+        <source>It works on the job %1.</source>
+        <translation>Sie arbeitet am Auftrag %1.</translation>
+    </message>
+    <message>
+        <source>Machine</source>
+        <translation>Maschine</translation>
+    </message>
+    <message>
+        <source>State</source>
+        <translation>Zustand</translation>
+    </message>
+    <message>
+        <source>Loaded</source>
+        <translation>Geladen</translation>
+    </message>
+    <message>
+        <source>Takes a job</source>
+        <translation>Nimmt einen Auftrag</translation>
+    </message>
+    <message>
+        <source>now</source>
+        <translation>jetzt</translation>
+    </message>
+    <message>
+        <source>--material is for a --group; what a machine has to have loaded is told by the platform.</source>
+        <translation>--material ist für eine --group; was eine Maschine geladen haben muss, sagt die Plattform.</translation>
+    </message>
+    <message>
+        <source>A job is for a machine or for a --group, not for both.</source>
+        <translation>Ein Auftrag ist für eine Maschine oder für eine --group, nicht für beides.</translation>
+    </message>
+    <message>
+        <source>Name a machine, or the model of a group by --group.</source>
+        <translation>Nennen Sie eine Maschine oder mit --group das Modell einer Gruppe.</translation>
     </message>
 </context>
 <context>
@@ -370,6 +561,10 @@
         <source>%1 d</source>
         <translation>%1 d</translation>
     </message>
+    <message>
+        <source>any %1 with %2</source>
+        <translation>jede %1 mit %2</translation>
+    </message>
 </context>
 <context>
     <name>MachineCtl::MachineCommands</name>
@@ -504,14 +699,6 @@
         <translation>Die Maschinen mit Zustand, Warteschlange und dem, was geladen ist, auflisten.</translation>
     </message>
     <message>
-        <source>Show everything about a machine.</source>
-        <translation>Alles über eine Maschine zeigen.</translation>
-    </message>
-    <message>
-        <source>A machine is called by its name, by the beginning of only one name, or by its id.</source>
-        <translation>Eine Maschine wird mit ihrem Namen, dem Anfang nur eines Namens oder ihrer Id genannt.</translation>
-    </message>
-    <message>
         <source>Tell what is loaded at a machine; without an option, show it.</source>
         <translation>Sagen, was an einer Maschine geladen ist; ohne Option es zeigen.</translation>
     </message>
@@ -552,10 +739,6 @@
         <translation>Ein Auftrag wird mit seiner Nummer oder seiner Id genannt.</translation>
     </message>
     <message>
-        <source>Hand in a platform as a job for a machine.</source>
-        <translation>Eine Plattform als Auftrag für eine Maschine abgeben.</translation>
-    </message>
-    <message>
         <source>Let a waiting job stay until it is released.</source>
         <translation>Einen wartenden Auftrag zurückhalten, bis er freigegeben wird.</translation>
     </message>
@@ -582,10 +765,6 @@
     <message>
         <source>Say that what is loaded will do, though the job asks for something else.</source>
         <translation>Sagen, dass das Geladene genügt, obwohl der Auftrag etwas anderes verlangt.</translation>
-    </message>
-    <message>
-        <source>Give a waiting job to another machine.</source>
-        <translation>Einen wartenden Auftrag einer anderen Maschine geben.</translation>
     </message>
     <message>
         <source>Set a job&apos;s priority, from 1 to 100; higher goes first.</source>
@@ -658,6 +837,70 @@
     <message>
         <source>It was interrupted.</source>
         <translation>Es wurde unterbrochen.</translation>
+    </message>
+    <message>
+        <source>Any machine of this model, or whose name begins so, instead of one.</source>
+        <translation>Statt einer Maschine jede dieses Modells oder deren Name so beginnt.</translation>
+    </message>
+    <message>
+        <source>Of the group only machines that have this material loaded.</source>
+        <translation>Von der Gruppe nur Maschinen, die dieses Material geladen haben.</translation>
+    </message>
+    <message>
+        <source>The manager has jobs: set them aside in a folder of the manager.</source>
+        <translation>Der Manager hat Aufträge: sie in einem Ordner des Managers beiseitelegen.</translation>
+    </message>
+    <message>
+        <source>Only give the manager the files back that its jobs have lost.</source>
+        <translation>Dem Manager nur die Dateien zurückgeben, die seine Aufträge verloren haben.</translation>
+    </message>
+    <message>
+        <source>Only look whether each file is there, and read none.</source>
+        <translation>Nur nachsehen, ob jede Datei da ist, und keine lesen.</translation>
+    </message>
+    <message>
+        <source>Show everything about a machine, or the machines of a group.</source>
+        <translation>Alles über eine Maschine zeigen oder die Maschinen einer Gruppe.</translation>
+    </message>
+    <message>
+        <source>A machine is called by its name, by the beginning of only one name, or by its id. Of a group it is shown which machines would take a job, and what keeps the others from it.</source>
+        <translation>Eine Maschine heißt nach ihrem Namen, nach dem Anfang nur eines Namens oder nach ihrer Id. Von einer Gruppe wird gezeigt, welche Maschinen einen Auftrag nähmen und was die anderen davon abhält.</translation>
+    </message>
+    <message>
+        <source>Hand in a platform as a job for a machine, or for a group.</source>
+        <translation>Eine Plattform als Auftrag für eine Maschine oder eine Gruppe abgeben.</translation>
+    </message>
+    <message>
+        <source>Give a waiting job to another machine, or to a group.</source>
+        <translation>Einen wartenden Auftrag einer anderen Maschine oder einer Gruppe geben.</translation>
+    </message>
+    <message>
+        <source>Write all jobs and their files into a tar archive, or into a folder.</source>
+        <translation>Alle Aufträge und ihre Dateien in ein tar-Archiv oder in einen Ordner schreiben.</translation>
+    </message>
+    <message>
+        <source>The manager goes on meanwhile; the backup is of one moment. A folder is one that is there or ends with a slash; where it holds an earlier backup, only what is new is fetched.</source>
+        <translation>Der Manager arbeitet dabei weiter; die Sicherung zeigt einen einzigen Zeitpunkt. Ein Ordner ist, was schon einer ist oder mit einem Schrägstrich endet; enthält er eine frühere Sicherung, wird nur Neues geholt.</translation>
+    </message>
+    <message>
+        <source>Put what a backup holds in the place of all jobs.</source>
+        <translation>Den Inhalt einer Sicherung an die Stelle aller Aufträge setzen.</translation>
+    </message>
+    <message>
+        <source>Nothing may be carried out meanwhile. Jobs that waited when the backup was made are held then, because they may have been printed since.</source>
+        <translation>Dabei darf kein Auftrag ausgeführt werden. Aufträge, die bei der Sicherung warteten, werden danach zurückgehalten, weil sie seither gedruckt worden sein können.</translation>
+    </message>
+    <message>
+        <source>Look whether the store is sound, and each file of a job there and as it was.</source>
+        <translation>Prüfen, ob die Datenbank in Ordnung ist und jede Datei eines Auftrags da und unverändert.</translation>
+    </message>
+    <message>
+        <source>It ends with 7 when it found something that is wrong.</source>
+        <translation>Endet mit 7, wenn etwas nicht in Ordnung ist.</translation>
+    </message>
+    <message>
+        <source>The store or a file of a job is damaged or missing.</source>
+        <translation>Die Datenbank oder eine Datei eines Auftrags ist beschädigt oder fehlt.</translation>
     </message>
 </context>
 </TS>

@@ -11,6 +11,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Hosting {
@@ -83,6 +84,23 @@ public:
     Jobs::Machine SetLoaded(const std::string& i_word, const Jobs::Loaded& i_loaded) const;
     /// \param i_printer a JSON object; empty: nothing takes the machine files.
     Jobs::Machine SetPrinter(const std::string& i_word, const std::string& i_printer) const;
+
+    // Store and files as a whole, for operators.
+
+    /// Until EndBackup, and for an hour without a call at most, the manager removes no file.
+    Jobs::BackupContents BeginBackup() const;
+    void EndBackup(const std::string& i_id) const;
+    std::vector<Jobs::StoredFile> ListFiles() const;
+    /// \param i_take gets the bytes in their order, each once.
+    /// \return false when they are not those that the file's SHA-256 says.
+    bool FetchFile(const Jobs::StoredFile& i_file, const std::function<void(std::string_view)>& i_take) const;
+    /// \param i_read gives the next piece of the file, of at most 16 MiB; an empty one at its end.
+    void SendFile(const Jobs::StoredFile& i_file, const std::function<std::string()>& i_read) const;
+    /// Puts a backup in the place of all jobs, whose store and files were sent.
+    Jobs::Restored Restore(const std::string& i_store, bool i_may_replace, bool i_may_lack_files) const;
+    std::vector<Jobs::Finding> CheckStore() const;
+    /// \param i_after CheckedFiles::next of the call before; 0: the first. \param i_is_whole reads the files.
+    Jobs::CheckedFiles CheckFiles(std::int64_t i_after, bool i_is_whole) const;
 
     // The manager.
 

@@ -123,14 +123,20 @@ std::vector<Item> ParseList(const Members& i_members, const char* ip_name, const
     return items;
 }
 
-File ParseFile(const Members& i_file)
+StoredFile ParseStoredFile(const Members& i_file)
 {
-    File file{i_file.Text("name"), static_cast<std::uint64_t>(i_file.Whole("size")), i_file.Text("sha256")};
+    StoredFile file{i_file.Text("sha256"), static_cast<std::uint64_t>(i_file.Whole("size"))};
     const bool isHash =
         file.sha256.size() == 64 && file.sha256.find_first_not_of("0123456789abcdef") == std::string::npos;
     if (!isHash)
         Refuse(QStringLiteral("sha256"));
     return file;
+}
+
+File ParseFile(const Members& i_file)
+{
+    auto file = ParseStoredFile(i_file);
+    return {i_file.Text("name"), file.size, std::move(file.sha256)};
 }
 
 Needs ParseNeeds(const Members& i_needs)
@@ -270,6 +276,50 @@ Information ParseInformation(const QJsonObject& i_object)
     return information;
 }
 
+std::vector<StoredFile> ParseStoredFiles(const QJsonObject& i_object)
+{
+    return ParseList<StoredFile>(Members(i_object), "files",
+                                 [](const QJsonValue& i_value) { return ParseStoredFile(Members(i_value, "file")); });
+}
+
+BackupContents ParseBackupContents(const QJsonObject& i_object)
+{
+    const Members members(i_object);
+    BackupContents contents;
+    contents.id = members.Text("id");
+    contents.made = members.Text("made");
+    contents.jobs = members.Whole("jobs");
+    contents.store = ParseStoredFile(members.Object("store"));
+    contents.files = ParseStoredFiles(i_object);
+    contents.missing = members.TextList("missing");
+    return contents;
+}
+
+Restored ParseRestored(const QJsonObject& i_object)
+{
+    const Members members(i_object);
+    return {members.Whole("jobs"), members.Whole("held"), members.Text("aside")};
+}
+
+std::vector<Finding> ParseFindings(const QJsonObject& i_object)
+{
+    return ParseList<Finding>(Members(i_object), "findings", [](const QJsonValue& i_value) {
+        const Members members(i_value, "finding");
+        return Finding{members.Text("kind"),   static_cast<std::int64_t>(members.NumberIfThere("number").value_or(0)),
+                       members.Text("job"),    members.Text("file"),
+                       members.Text("sha256"), members.Text("detail")};
+    });
+}
+
+CheckedFiles ParseCheckedFiles(const QJsonObject& i_object)
+{
+    const Members members(i_object);
+    CheckedFiles checked{ParseFindings(i_object), members.Whole("files"), std::nullopt};
+    if (members.NumberIfThere("next"))
+        checked.next = members.Whole("next");
+    return checked;
+}
+
 std::uint64_t ParseCount(const QJsonObject& i_object, const char* ip_name)
 {
     return static_cast<std::uint64_t>(Members(i_object).Whole(ip_name));
@@ -299,6 +349,28 @@ QJsonObject MakeLoaded(const Loaded& i_loaded)
     loaded.insert(QStringLiteral("nozzle"), i_loaded.nozzle ? QJsonValue(*i_loaded.nozzle) : QJsonValue());
     loaded.insert(QStringLiteral("plate"), MakeText(i_loaded.plate));
     return loaded;
+}
+
+QJsonObject MakeBackupContents(const BackupContents& i_contents)
+{
+    const auto make = [](const StoredFile& i_file) {
+        return QJsonObject{{QStringLiteral("sha256"), MakeText(i_file.sha256)},
+                           {QStringLiteral("size"), static_cast<qint64>(i_file.size)}};
+    };
+    QJsonArray files;
+    for (const auto& file : i_contents.files)
+        files.append(make(file));
+    QJsonArray missing;
+    for (const auto& hash : i_contents.missing)
+        missing.append(MakeText(hash));
+    return {{QStringLiteral("format"), QStringLiteral("machine-manager-backup")},
+            {QStringLiteral("version"), 1},
+            {QStringLiteral("id"), MakeText(i_contents.id)},
+            {QStringLiteral("made"), MakeText(i_contents.made)},
+            {QStringLiteral("jobs"), static_cast<qint64>(i_contents.jobs)},
+            {QStringLiteral("store"), make(i_contents.store)},
+            {QStringLiteral("files"), files},
+            {QStringLiteral("missing"), missing}};
 }
 
 QJsonObject MakeNewJob(const NewJob& i_job, const File& i_platform)

@@ -187,6 +187,49 @@ enum class FileKind
     Picture,
 };
 
+/// A file that the manager keeps, by its content.
+struct StoredFile
+{
+    std::string sha256;
+    std::uint64_t size = 0;
+};
+
+/// A copy of the store of one moment, and the files that its jobs have.
+struct BackupContents
+{
+    std::string id;
+    std::string made; ///< ISO 8601
+    std::int64_t jobs = 0;
+    StoredFile store;
+    std::vector<StoredFile> files;
+    std::vector<std::string> missing; ///< SHA-256 of files that jobs have and that are not in it
+};
+
+struct Restored
+{
+    std::int64_t jobs = 0;
+    std::int64_t held = 0; ///< waited when the backup was made
+    std::string aside;     ///< the manager's folder of what was there before; empty: nothing was
+};
+
+/// What is wrong in the manager's store or folder of files.
+struct Finding
+{
+    std::string kind;        ///< "store", "missing", "damaged", "unreadable"; "unneeded" is no fault
+    std::int64_t number = 0; ///< of the job; 0: of none
+    std::string job;
+    std::string file;
+    std::string sha256;
+    std::string detail; ///< a sentence
+};
+
+struct CheckedFiles
+{
+    std::vector<Finding> findings;
+    std::int64_t files = 0;
+    std::optional<std::int64_t> next; ///< absent: all were looked at
+};
+
 /// What changed.
 struct Change
 {

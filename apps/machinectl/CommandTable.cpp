@@ -46,6 +46,10 @@ constexpr OptionInfo JobsOptions[] = {
 
 constexpr OptionInfo SubmitOptions[] = {
     {"machine", Values::Any, "MACHINE", QT_TRANSLATE_NOOP("MachineCtl::Table", "The machine that the job is for.")},
+    {"group", Values::Any, "MODEL",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Any machine of this model, or whose name begins so, instead of one.")},
+    {"material", Values::Any, "MATERIAL",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Of the group only machines that have this material loaded.")},
     {"draft", Values::None, "", QT_TRANSLATE_NOOP("MachineCtl::Table", "Hold the job until somebody releases it.")},
     {"copies", Values::Any, "N", QT_TRANSLATE_NOOP("MachineCtl::Table", "Print it so often, 1 to 999 times.")},
     {"priority", Values::Any, "N",
@@ -66,6 +70,25 @@ constexpr OptionInfo FetchOptions[] = {
      "machine-file platform picture"},
 };
 
+constexpr OptionInfo GroupOptions[] = {
+    {"group", Values::Any, "MODEL",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Any machine of this model, or whose name begins so, instead of one.")},
+    {"material", Values::Any, "MATERIAL",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Of the group only machines that have this material loaded.")},
+};
+
+constexpr OptionInfo RestoreOptions[] = {
+    {"replace", Values::None, "",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "The manager has jobs: set them aside in a folder of the manager.")},
+    {"files", Values::None, "",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Only give the manager the files back that its jobs have lost.")},
+};
+
+constexpr OptionInfo CheckOptions[] = {
+    {"quick", Values::None, "",
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Only look whether each file is there, and read none.")},
+};
+
 // The columns: name, operands, how many, what a shell completes in the place of the first, options, texts, what it
 // does.
 constexpr CommandInfo Table[] = {
@@ -79,16 +102,12 @@ constexpr CommandInfo Table[] = {
      QT_TRANSLATE_NOOP("MachineCtl::Table", "List the machines with their state, queue and what is loaded."),
      "",
      Commands::ListMachines},
-    {"describe",
-     "MACHINE",
-     1,
-     1,
-     Values::Any,
-     "",
-     {},
-     QT_TRANSLATE_NOOP("MachineCtl::Table", "Show everything about a machine."),
-     QT_TRANSLATE_NOOP("MachineCtl::Table",
-                       "A machine is called by its name, by the beginning of only one name, or by its id."),
+    {"describe", "[MACHINE]", 0, 1, Values::Any, "", GroupOptions,
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Show everything about a machine, or the machines of a group."),
+     QT_TRANSLATE_NOOP(
+         "MachineCtl::Table",
+         "A machine is called by its name, by the beginning of only one name, or by its id. Of a group it "
+         "is shown which machines would take a job, and what keeps the others from it."),
      Commands::DescribeMachine},
     {"loaded", "MACHINE", 1, 1, Values::Any, "", LoadedOptions,
      QT_TRANSLATE_NOOP("MachineCtl::Table", "Tell what is loaded at a machine; without an option, show it."),
@@ -135,7 +154,8 @@ constexpr CommandInfo Table[] = {
      QT_TRANSLATE_NOOP("MachineCtl::Table", "A job is called by its number or its id."),
      Commands::ShowJob},
     {"submit", "FILE.TavAMX", 1, 1, Values::Files, "", SubmitOptions,
-     QT_TRANSLATE_NOOP("MachineCtl::Table", "Hand in a platform as a job for a machine."), "", Commands::Submit},
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Hand in a platform as a job for a machine, or for a group."), "",
+     Commands::Submit},
     {"hold",
      "JOB",
      1,
@@ -196,15 +216,8 @@ constexpr CommandInfo Table[] = {
      QT_TRANSLATE_NOOP("MachineCtl::Table", "Say that what is loaded will do, though the job asks for something else."),
      "",
      Commands::ActOnJob},
-    {"move",
-     "JOB MACHINE",
-     2,
-     2,
-     Values::Any,
-     "",
-     {},
-     QT_TRANSLATE_NOOP("MachineCtl::Table", "Give a waiting job to another machine."),
-     "",
+    {"move", "JOB [MACHINE]", 1, 2, Values::Any, "", GroupOptions,
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Give a waiting job to another machine, or to a group."), "",
      Commands::MoveJob},
     {"priority",
      "JOB N",
@@ -261,6 +274,28 @@ constexpr CommandInfo Table[] = {
      QT_TRANSLATE_NOOP("MachineCtl::Table", "Print the address of the page, or of the page at a job."),
      QT_TRANSLATE_NOOP("MachineCtl::Table", "The address of a job lets a browser in once, within an hour."),
      Commands::Open},
+    {"backup",
+     "FILE|FOLDER",
+     1,
+     1,
+     Values::Files,
+     "",
+     {},
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Write all jobs and their files into a tar archive, or into a folder."),
+     QT_TRANSLATE_NOOP("MachineCtl::Table",
+                       "The manager goes on meanwhile; the backup is of one moment. A folder is one that is there or "
+                       "ends with a slash; where it holds an earlier backup, only what is new is fetched."),
+     Commands::Backup},
+    {"restore", "FILE|FOLDER", 1, 1, Values::Files, "", RestoreOptions,
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "Put what a backup holds in the place of all jobs."),
+     QT_TRANSLATE_NOOP("MachineCtl::Table",
+                       "Nothing may be carried out meanwhile. Jobs that waited when the backup was made are held then, "
+                       "because they may have been printed since."),
+     Commands::Restore},
+    {"check", "", 0, 0, Values::None, "", CheckOptions,
+     QT_TRANSLATE_NOOP("MachineCtl::Table",
+                       "Look whether the store is sound, and each file of a job there and as it was."),
+     QT_TRANSLATE_NOOP("MachineCtl::Table", "It ends with 7 when it found something that is wrong."), Commands::Check},
     {"completion",
      "bash",
      1,
@@ -291,6 +326,7 @@ constexpr ExitStatusInfo Statuses[] = {
     {Conflict, QT_TRANSLATE_NOOP("MachineCtl::Table", "The state of the job or the machine does not allow it now.")},
     {Forbidden, QT_TRANSLATE_NOOP("MachineCtl::Table", "Whoever asks may not do it.")},
     {NotReached, QT_TRANSLATE_NOOP("MachineCtl::Table", "The Machine Manager cannot be reached.")},
+    {Unsound, QT_TRANSLATE_NOOP("MachineCtl::Table", "The store or a file of a job is damaged or missing.")},
     {Interrupted, QT_TRANSLATE_NOOP("MachineCtl::Table", "It was interrupted.")},
 };
 

@@ -33,6 +33,10 @@ ExitStatus Submit(Session& io_session);
 ExitStatus Fetch(Session& io_session);
 ExitStatus Estimate(Session& io_session);
 
+ExitStatus Backup(Session& io_session);
+ExitStatus Restore(Session& io_session);
+ExitStatus Check(Session& io_session);
+
 ExitStatus PrintCompletion(Session& io_session);
 ExitStatus PrintManual(Session& io_session);
 

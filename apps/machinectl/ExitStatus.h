@@ -14,6 +14,7 @@ enum ExitStatus : int
     Conflict = 4,
     Forbidden = 5,
     NotReached = 6,
+    Unsound = 7,
     Interrupted = 130,
 };
 

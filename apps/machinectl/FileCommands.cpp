@@ -3,6 +3,7 @@
 #include "hosting/InterruptWatcher.h"
 #include "machinectl/CommandTable.h"
 #include "machinectl/Commands.h"
+#include "machinectl/Groups.h"
 #include "machinectl/JobJson.h"
 #include "machinectl/JobViews.h"
 #include "machinectl/Session.h"
@@ -49,8 +50,7 @@ Jobs::NewJob MakeJob(const CommandLine& i_line, const std::filesystem::path& i_p
         job.copies = ParseNumber(i_line.Get("copies"), QStringLiteral("--copies"), 1, 999);
     if (i_line.Has("priority"))
         job.priority = ParseNumber(i_line.Get("priority"), QStringLiteral("--priority"), 1, 100);
-    if (!i_line.Has("machine"))
-        throw UsageError(Texts::tr("Name the machine that the job is for by --machine."));
+    CheckOneTarget(i_line, i_line.Has("machine"));
     job.id = i_line.Has("id") ? i_line.Get("id") : MakeJobId();
     if (QUuid(QString::fromStdString(job.id)).isNull())
         throw UsageError(Texts::tr("--id is a UUID, not '%1'.").arg(QString::fromStdString(job.id)));
@@ -119,7 +119,10 @@ ExitStatus Submit(Session& io_session)
     const std::filesystem::path platform = TavSDK::PathFromUtf8(io_session.GetOperand(0));
     auto job = MakeJob(line, platform);
     const auto& client = io_session.GetClient();
-    job.target.machine = client.GetMachine(line.Get("machine")).id;
+    if (line.Has("group"))
+        job.target = FindGroup(line, client.GetMachines());
+    else
+        job.target.machine = client.GetMachine(line.Get("machine")).id;
     const auto tellId = [&] {
         console.Tell(
             Texts::tr("The same command with --id %1 goes on with this job.").arg(QString::fromStdString(job.id)));

@@ -1,5 +1,6 @@
 #include "machinectl/CommandTable.h"
 #include "machinectl/Commands.h"
+#include "machinectl/Groups.h"
 #include "machinectl/JobJson.h"
 #include "machinectl/JobViews.h"
 #include "machinectl/Session.h"
@@ -158,9 +159,12 @@ ExitStatus ActOnJob(Session& io_session)
 
 ExitStatus MoveJob(Session& io_session)
 {
+    const auto& line = io_session.GetLine();
+    CheckOneTarget(line, line.operands.size() > 1);
     const auto& client = io_session.GetClient();
-    const auto machine = client.GetMachine(io_session.GetOperand(1));
-    return Tell(io_session, client.Move(io_session.GetOperand(0), {machine.id, {}, {}}));
+    const auto target = line.Has("group") ? FindGroup(line, client.GetMachines())
+                                          : Jobs::Target{client.GetMachine(io_session.GetOperand(1)).id, {}, {}};
+    return Tell(io_session, client.Move(io_session.GetOperand(0), target));
 }
 
 ExitStatus SetPriority(Session& io_session)

@@ -26,8 +26,11 @@ QString ShowMachine(const Jobs::Job& i_job, const MachineNames& i_names)
         return CleanText(i_job.machine);
     if (const auto found = i_names.find(i_job.target.machine); found != i_names.end())
         return CleanText(found->second);
-    return i_job.target.model.empty() ? CleanText(i_job.target.machine)
-                                      : Texts::tr("any %1").arg(CleanText(i_job.target.model));
+    if (i_job.target.model.empty())
+        return CleanText(i_job.target.machine);
+    return i_job.target.material.empty()
+               ? Texts::tr("any %1").arg(CleanText(i_job.target.model))
+               : Texts::tr("any %1 with %2").arg(CleanText(i_job.target.model), CleanText(i_job.target.material));
 }
 
 QString ShowPercent(const Jobs::Job& i_job)

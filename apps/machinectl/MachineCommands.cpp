@@ -1,6 +1,7 @@
 #include "hosting/HostingError.h"
 #include "machinectl/CommandTable.h"
 #include "machinectl/Commands.h"
+#include "machinectl/Groups.h"
 #include "machinectl/JobJson.h"
 #include "machinectl/JobViews.h"
 #include "machinectl/Session.h"
@@ -56,6 +57,28 @@ std::string ReadInput()
     return text;
 }
 
+ExitStatus DescribeGroup(Session& io_session)
+{
+    const auto all = io_session.GetClient().GetMachines();
+    const auto group = FindGroup(io_session.GetLine(), all);
+    const auto machines = SelectGroup(group, all);
+    auto& console = io_session.GetConsole();
+    if (!io_session.WantsJson()) {
+        console.Print(MakeGroupTable(group, machines).Format(console.GetWidth(), console.IsColoured()));
+        return Succeeded;
+    }
+    QJsonArray list;
+    for (const auto& machine : machines) {
+        auto shown = ToJson(machine);
+        shown.insert(QStringLiteral("hindrance"), FindHindrance(group, machine));
+        list.append(shown);
+    }
+    console.Print(FormatJson(QJsonObject{{QStringLiteral("model"), QString::fromStdString(group.model)},
+                                         {QStringLiteral("material"), QString::fromStdString(group.material)},
+                                         {QStringLiteral("machines"), list}}));
+    return Succeeded;
+}
+
 } // namespace
 
 ExitStatus ListMachines(Session& io_session)
@@ -73,6 +96,10 @@ ExitStatus ListMachines(Session& io_session)
 
 ExitStatus DescribeMachine(Session& io_session)
 {
+    const auto& line = io_session.GetLine();
+    CheckOneTarget(line, !line.operands.empty());
+    if (line.Has("group"))
+        return DescribeGroup(io_session);
     return Show(io_session, io_session.GetClient().GetMachine(io_session.GetOperand(0)));
 }
 

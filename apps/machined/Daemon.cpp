@@ -6,6 +6,7 @@
 #include "machined/ManagerService.h"
 #include "machined/Notify.h"
 #include "machined/TokenStore.h"
+#include "machinemanager/page/Sessions.h"
 #include "server/MachineServer.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
@@ -82,7 +83,9 @@ MachineServerOptions MakeOptions(const Settings& i_settings, const TokenStore& i
     if (!i_settings.listen.empty() && i_settings.clientCa.empty())
         options.admit = [&i_tokens](const std::string& i_secret) {
             try {
-                return i_tokens.Find(i_secret);
+                // Hosts by the protocol hand jobs in, and let machines work.
+                const auto actor = i_tokens.Find(i_secret);
+                return actor && actor->role >= MachineManager::Role::Submit ? std::optional(actor->name) : std::nullopt;
             } catch (const std::exception& error) {
                 Log(error.what());
                 return std::optional<std::string>();
@@ -170,7 +173,7 @@ void CheckSettings(const Settings& i_settings)
     if (i_settings.listen.empty())
         return;
     CheckTlsFiles({i_settings.certificate, i_settings.key, i_settings.clientCa});
-    if (i_settings.clientCa.empty() && TokenStore(GetTokenFile(i_settings)).GetNames().empty())
+    if (i_settings.clientCa.empty() && TokenStore(GetTokenFile(i_settings)).GetTokens().empty())
         throw WrongUsage(
             "Nobody could come in by --listen; give it a --client-ca, or add a token by machined token add.");
 }
@@ -216,22 +219,39 @@ void RunDaemon(const Settings& i_settings)
     Log("stopped");
 }
 
+namespace {
+
+MachineManager::Role ReadRole(const std::string& i_word)
+{
+    const auto role = MachineManager::FindRole(i_word);
+    if (!role || *role == MachineManager::Role::None)
+        throw WrongUsage("There is no role " + TavSDK::Quote(i_word) + "; a token may see, submit or operate.");
+    return *role;
+}
+
+} // namespace
+
 void RunTokenCommand(const Settings& i_settings)
 {
     TokenStore tokens(GetTokenFile(i_settings));
     const auto& words = i_settings.command;
     const auto action = words.size() > 1 ? words[1] : std::string();
     if (words.front() == "token" && words.size() == 2 && action == "list") {
-        for (const auto& name : tokens.GetNames())
-            std::printf("%s\n", name.c_str());
+        for (const auto& token : tokens.GetTokens())
+            std::printf("%s %s\n", token.name.c_str(), MachineManager::GetName(token.role));
     } else if (words.front() == "token" && words.size() == 3 && action == "add") {
         std::printf("%s\n", tokens.Add(words[2]).c_str());
+    } else if (words.front() == "token" && words.size() == 4 && action == "add") {
+        std::printf("%s\n", tokens.Add(words[2], ReadRole(words[3])).c_str());
+    } else if (words.front() == "token" && words.size() == 4 && action == "role") {
+        tokens.SetRole(words[2], ReadRole(words[3]));
     } else if (words.front() == "token" && words.size() == 3 && action == "rotate") {
         std::printf("%s\n", tokens.Rotate(words[2]).c_str());
     } else if (words.front() == "token" && words.size() == 3 && action == "revoke") {
         tokens.Revoke(words[2]);
     } else {
-        throw WrongUsage(TavSDK::Quote(words.front()) + " is no command; machined token add|list|rotate|revoke is.");
+        throw WrongUsage(TavSDK::Quote(words.front()) +
+                         " is no command; machined token add|list|role|rotate|revoke is.");
     }
 }
 

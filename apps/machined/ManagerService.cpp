@@ -33,6 +33,9 @@ MachineManager::ManagerOptions MakeManagerOptions(const Settings& i_settings)
     options.files = i_settings.files.empty() ? folder / "files" : i_settings.files;
     options.daemon = i_settings.daemonName;
     options.owner = GetUserName();
+    options.kept = i_settings.kept;
+    options.keptBytes = i_settings.keptBytes;
+    options.largestPlatform = i_settings.jobBytes;
     options.log = Log;
     return options;
 }
@@ -42,6 +45,7 @@ MachineManager::ManagerPageOptions MakePageOptions(const Settings& i_settings, c
     MachineManager::ManagerPageOptions options;
     options.socket = GetInterfaceSocket(i_settings);
     options.sessions = GetManagerFolder() / "sessions";
+    options.connections = i_settings.pageConnections;
     options.log = Log;
     const auto place = i_settings.page.value_or("127.0.0.1:0");
     const auto colon = place.rfind(':');
@@ -61,9 +65,13 @@ MachineManager::ManagerPageOptions MakePageOptions(const Settings& i_settings, c
     options.certificate = i_settings.certificate;
     options.key = i_settings.key;
     options.admit = [&i_tokens](const std::string& i_token) -> std::optional<Actor> {
-        if (auto name = i_tokens.Find(i_token))
-            return Actor{std::move(*name), Role::Operate};
-        return std::nullopt;
+        return i_tokens.Find(i_token);
+    };
+    // A token that was revoked, or has another role now, counts for browsers that signed in by it too.
+    options.confirm = [&i_tokens, owner = GetUserName()](const Actor& i_actor) -> std::optional<Actor> {
+        if (auto known = i_tokens.FindByName(i_actor.name))
+            return known;
+        return i_actor.name == owner ? std::optional(i_actor) : std::nullopt;
     };
     return options;
 }
@@ -74,14 +82,31 @@ struct ManagerService::Impl
 {
     Impl(const Settings& i_settings, const TokenStore& i_tokens, AbstractMachinesCatalog& io_catalog)
         : owner{GetUserName(), Role::Operate}
+        , tokens(i_tokens)
+        , hasTokens(!i_settings.listen.empty() && i_settings.clientCa.empty())
         , manager(MakeManagerOptions(i_settings), io_catalog)
         , page(manager.GetDesk(), MakePageOptions(i_settings, i_tokens))
     {}
 
+    /// Whom a host acts for, by what the wire calls it.
+    Actor FindActor(const std::string& i_caller) const;
+
     const Actor owner;
+    const TokenStore& tokens;
+    const bool hasTokens; ///< hosts of other computers come in by them, and not by certificates
     MachineManager::Manager manager;
     MachineManager::ManagerPage page;
 };
+
+Actor ManagerService::Impl::FindActor(const std::string& i_caller) const
+{
+    // Of this computer only the owner's processes get here, see the server's options.
+    if (i_caller.empty() || i_caller == "fd")
+        return owner;
+    if (!hasTokens)
+        return {i_caller, Role::Operate};
+    return tokens.FindByName(i_caller).value_or(Actor{i_caller, Role::None});
+}
 
 ManagerService::ManagerService(const Settings& i_settings, const TokenStore& i_tokens,
                                AbstractMachinesCatalog& io_catalog)
@@ -92,9 +117,12 @@ ManagerService::~ManagerService() = default;
 
 std::unique_ptr<AbstractServiceCatalog> ManagerService::MakeCatalog()
 {
-    return _impl->manager.MakeCatalog([impl = _impl.get()](const boost::uuids::uuid& i_job) {
-        return impl->page.GetAddress().empty() ? JobListAddress() : impl->page.MakeJobAddress(i_job, impl->owner);
-    });
+    const auto* const impl = _impl.get();
+    return _impl->manager.MakeCatalog(
+        [page = &_impl->page](const boost::uuids::uuid& i_job, const Actor& i_actor) {
+            return page->GetAddress().empty() ? JobListAddress() : page->MakeJobAddress(i_job, i_actor);
+        },
+        [impl](const std::string& i_caller) { return impl->FindActor(i_caller); });
 }
 
 void ManagerService::Start()

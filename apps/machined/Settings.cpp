@@ -121,6 +121,22 @@ const std::array Options{
            [](Settings& o_settings, const std::string& i_text) {
                o_settings.daemonName = i_text;
            }},
+    Option{"keep-days", "N", "how long jobs that are over are kept",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.kept = std::chrono::hours(24 * ReadNumber(i_text, 1, 36'500));
+           }},
+    Option{"keep-gigabytes", "N", "what all files of jobs may take; the oldest jobs that are over go first",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.keptBytes = ReadNumber(i_text, 1, 1'000'000) * 1'000'000'000;
+           }},
+    Option{"job-megabytes", "N", "largest platform file of a job",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.jobBytes = ReadNumber(i_text, 1, 4'000) * 1'000'000;
+           }},
+    Option{"page-connections", "N", "most connections of page and programs at a time; others come again later",
+           [](Settings& o_settings, const std::string& i_text) {
+               o_settings.pageConnections = static_cast<int>(ReadNumber(i_text, 1, 10'000));
+           }},
     Option{"page", "HOST:PORT", "of the jobs; \"none\": there is none; port 0: the system chooses",
            [](Settings& o_settings, const std::string& i_text) {
                o_settings.page = i_text == "none" ? std::string() : i_text;
@@ -222,13 +238,15 @@ Settings ReadSettings(const std::vector<std::string>& i_arguments)
 
 std::string GetHelp()
 {
-    std::string help = "machined offers the printers of this computer to hosts, by the machine service protocol, and "
-                       "keeps jobs for them.\n\n"
-                       "machined [OPTION ...]\n"
-                       "machined token add NAME | list | rotate NAME | revoke NAME [--tokens FILE]\n\n"
-                       "  --config FILE         the options below as lines NAME = VALUE\n"
-                       "  --check-config        only tells whether everything can be used\n"
-                       "  --print-address       prints each address, and \"ready\", on standard output\n";
+    std::string help =
+        "machined offers the printers of this computer to hosts, by the machine service protocol, and "
+        "keeps jobs for them.\n\n"
+        "machined [OPTION ...]\n"
+        "machined token add NAME [ROLE] | list | role NAME ROLE | rotate NAME | revoke NAME [--tokens FILE]\n"
+        "         ROLE: see, submit (jobs of its own; without a role this one), operate\n\n"
+        "  --config FILE         the options below as lines NAME = VALUE\n"
+        "  --check-config        only tells whether everything can be used\n"
+        "  --print-address       prints each address, and \"ready\", on standard output\n";
     for (const auto& option : Options) {
         std::string line = "  --" + std::string(option.name) + ' ' + option.value;
         line.resize(std::max<std::size_t>(line.size() + 1, 24), ' ');

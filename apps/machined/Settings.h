@@ -39,6 +39,10 @@ struct Settings
     std::string store;           ///< of the manager's jobs; empty: a file in the user's data folder
     std::filesystem::path files; ///< of the manager's jobs; empty: a folder beside that
     std::string daemonName = "machined";
+    std::chrono::hours kept = std::chrono::hours(24 * 90); ///< of the manager's jobs that are over
+    std::uint64_t keptBytes = 50'000'000'000;              ///< of the manager's files
+    std::uint64_t jobBytes = 4'000'000'000;                ///< of a job's platform file
+    int pageConnections = 96;
     std::optional<std::string> page; ///< HOST:PORT; empty text: no page
     std::string pageAddress;         ///< as browsers reach it from elsewhere
     std::chrono::minutes idle{0};    ///< ends by itself after so long without host and work; 0: never

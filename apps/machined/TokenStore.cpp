@@ -1,5 +1,6 @@
 #include "machined/TokenStore.h"
 
+#include "machinemanager/page/Sessions.h"
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
@@ -52,7 +53,8 @@ void CheckName(const std::string& i_name)
     const bool isGood = !i_name.empty() && i_name.size() <= 64 &&
                         i_name.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-_.") ==
                             std::string::npos;
-    if (!isGood)
+    // The wire calls hosts of this computer so.
+    if (!isGood || i_name == "fd")
         throw std::runtime_error("The name " + TavSDK::Quote(i_name, 64) +
                                  " cannot be that of a token; use at most 64 letters, digits and \"-_.\".");
 }
@@ -75,7 +77,13 @@ std::vector<TokenStore::Token> TokenStore::_Read() const
         for (std::string line; std::getline(lines, line);) {
             std::istringstream words(line);
             Token token;
-            if (!(words >> token.name >> token.hash) || token.hash.size() != 64)
+            bool isGood = words >> token.name >> token.hash && token.hash.size() == 64;
+            if (std::string word; isGood && words >> word) {
+                const auto role = MachineService::MachineManager::FindRole(word);
+                isGood = role.has_value();
+                token.role = role.value_or(Role::None);
+            }
+            if (!isGood)
                 Fail(_file, "is damaged; remove it and add the tokens again.");
             tokens.push_back(std::move(token));
         }
@@ -92,61 +100,88 @@ void TokenStore::_Write(const std::vector<Token>& i_tokens) const
         std::filesystem::create_directories(_file.parent_path(), error);
         TavSDK::AtomicFile file(_file);
         for (const Token& token : i_tokens)
-            file.Write(token.name + ' ' + token.hash + '\n');
+            file.Write(token.name + ' ' + token.hash + ' ' + MachineService::MachineManager::GetName(token.role) +
+                       '\n');
         file.Commit();
     } catch (const TavSDK::FileError& error) {
         Fail(_file, std::string("cannot be written: ") + error.what() + '.');
     }
 }
 
-std::string TokenStore::_Change(const std::string& i_name, bool i_is_new, bool i_stays)
+TokenStore::Token& TokenStore::mgp_Find(std::vector<Token>& io_tokens, const std::string& i_name)
+{
+    CheckName(i_name);
+    const auto found =
+        std::find_if(io_tokens.begin(), io_tokens.end(), [&](const Token& i_token) { return i_token.name == i_name; });
+    if (found == io_tokens.end())
+        throw std::runtime_error("There is no token '" + i_name + "'; machined token list names those that there are.");
+    return *found;
+}
+
+std::string TokenStore::Add(const std::string& i_name, Role i_role)
 {
     CheckName(i_name);
     auto tokens = _Read();
-    const auto count = std::erase_if(tokens, [&](const Token& i_token) { return i_token.name == i_name; });
-    if (i_is_new && count > 0)
+    const bool isKnown =
+        std::any_of(tokens.begin(), tokens.end(), [&](const Token& i_token) { return i_token.name == i_name; });
+    if (isKnown)
         throw std::runtime_error("There is a token '" + i_name + "' already; choose another name, or rotate it.");
-    if (!i_is_new && count == 0)
-        throw std::runtime_error("There is no token '" + i_name + "'; machined token list names those that there are.");
-    const auto secret = i_stays ? MakeSecret() : std::string();
-    if (i_stays)
-        tokens.push_back({i_name, HashOf(secret)});
+    auto secret = MakeSecret();
+    tokens.push_back({i_name, HashOf(secret), i_role});
     _Write(tokens);
     return secret;
 }
 
-std::string TokenStore::Add(const std::string& i_name)
-{
-    return _Change(i_name, true, true);
-}
-
 std::string TokenStore::Rotate(const std::string& i_name)
 {
-    return _Change(i_name, false, true);
+    auto tokens = _Read();
+    auto secret = MakeSecret();
+    mgp_Find(tokens, i_name).hash = HashOf(secret);
+    _Write(tokens);
+    return secret;
+}
+
+void TokenStore::SetRole(const std::string& i_name, Role i_role)
+{
+    auto tokens = _Read();
+    mgp_Find(tokens, i_name).role = i_role;
+    _Write(tokens);
 }
 
 void TokenStore::Revoke(const std::string& i_name)
 {
-    _Change(i_name, false, false);
+    auto tokens = _Read();
+    mgp_Find(tokens, i_name);
+    std::erase_if(tokens, [&](const Token& i_token) { return i_token.name == i_name; });
+    _Write(tokens);
 }
 
-std::vector<std::string> TokenStore::GetNames() const
+std::vector<TokenStore::Actor> TokenStore::GetTokens() const
 {
-    std::vector<std::string> names;
+    std::vector<Actor> actors;
     for (const Token& token : _Read())
-        names.push_back(token.name);
-    return names;
+        actors.push_back({token.name, token.role});
+    return actors;
 }
 
-std::optional<std::string> TokenStore::Find(const std::string& i_secret) const
+std::optional<TokenStore::Actor> TokenStore::Find(const std::string& i_secret) const
 {
     const auto hash = HashOf(i_secret);
-    std::optional<std::string> found;
+    std::optional<Actor> found;
     for (const Token& token : _Read()) {
         if (CRYPTO_memcmp(token.hash.data(), hash.data(), hash.size()) == 0)
-            found = token.name;
+            found = Actor{token.name, token.role};
     }
     return found;
+}
+
+std::optional<TokenStore::Actor> TokenStore::FindByName(const std::string& i_name) const
+{
+    for (const Token& token : _Read()) {
+        if (token.name == i_name)
+            return Actor{token.name, token.role};
+    }
+    return std::nullopt;
 }
 
 } // namespace Machined

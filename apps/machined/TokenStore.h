@@ -1,5 +1,7 @@
 #pragma once
 
+#include "machinemanager/JobDesk.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -20,25 +22,34 @@ public:
         : _file(std::move(i_file))
     {}
 
+    using Role = MachineService::MachineManager::Role;
+    using Actor = MachineService::MachineManager::Actor;
+
     /// \return the secret, which is told this once.
-    std::string Add(const std::string& i_name);
-    /// The former secret does not count any more.
+    std::string Add(const std::string& i_name, Role i_role = Role::Submit);
+    /// The former secret does not count any more; the role stays.
     std::string Rotate(const std::string& i_name);
+    void SetRole(const std::string& i_name, Role i_role);
     void Revoke(const std::string& i_name);
-    std::vector<std::string> GetNames() const;
-    /// The token's name; empty when the secret is none. Takes as long for each secret.
-    std::optional<std::string> Find(const std::string& i_secret) const;
+    /// Names and roles.
+    std::vector<Actor> GetTokens() const;
+    /// Whose the secret is; empty when it is nobody's. Takes as long for each secret.
+    std::optional<Actor> Find(const std::string& i_secret) const;
+    /// By the name.
+    std::optional<Actor> FindByName(const std::string& i_name) const;
 
 private:
     struct Token
     {
         std::string name;
-        std::string hash; ///< SHA-256 as 64 digits
+        std::string hash;          ///< SHA-256 as 64 digits
+        Role role = Role::Operate; ///< what tokens without one had
     };
 
     std::vector<Token> _Read() const;
     void _Write(const std::vector<Token>& i_tokens) const;
-    std::string _Change(const std::string& i_name, bool i_is_new, bool i_stays);
+    /// \throws std::runtime_error when there is none.
+    static Token& mgp_Find(std::vector<Token>& io_tokens, const std::string& i_name);
 
     const std::filesystem::path _file;
 };

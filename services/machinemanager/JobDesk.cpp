@@ -20,7 +20,6 @@ using Kind = ManagerError::Kind;
 
 constexpr std::size_t MaxName = 200;
 constexpr std::size_t MaxSettings = 50;
-constexpr std::uint64_t MaxPlatform = 4ULL << 30;
 constexpr std::size_t MaxShown = 100;
 
 /// \param i_name for people, who do not know where the file is kept.
@@ -59,6 +58,13 @@ void JobDesk::Impl::CheckRange(const char* ip_what, int i_value, int i_smallest,
 void JobDesk::Impl::CheckPriority(int i_priority)
 {
     CheckRange("The priority", i_priority, 1, 100);
+}
+
+void JobDesk::Impl::CheckSize(std::uint64_t i_size) const
+{
+    if (i_size == 0 || i_size > largestPlatform)
+        throw ManagerError(Kind::BadInput, "A platform file has between 1 and " + std::to_string(largestPlatform) +
+                                               " bytes here; take parts from it, or ask the operator.");
 }
 
 void JobDesk::Impl::CheckTarget(const JobTarget& i_target) const
@@ -172,8 +178,8 @@ Job JobDesk::Impl::Explained(Job i_job) const
     return i_job;
 }
 
-JobDesk::JobDesk(JobStore& io_store, FileStore& io_files, const MachineBoard& i_board)
-    : _impl(new Impl{io_store, io_files, i_board})
+JobDesk::JobDesk(JobStore& io_store, FileStore& io_files, const MachineBoard& i_board, std::uint64_t i_largest_platform)
+    : _impl(new Impl{io_store, io_files, i_board, std::make_unique<StoreDesk>(io_store, io_files), i_largest_platform})
 {}
 
 JobDesk::~JobDesk() = default;
@@ -184,6 +190,10 @@ Job JobDesk::Submit(const Actor& i_actor, NewJob i_job, const std::filesystem::p
     if (const auto known = _impl->store.Find(i_job.id))
         return _impl->Explained(*known);
     auto job = _impl->Checked(std::move(i_job), i_actor);
+    std::error_code error;
+    // What cannot be read is refused below, with its reason.
+    if (const auto size = std::filesystem::file_size(i_platform, error); !error && size > 0)
+        _impl->CheckSize(size);
     _impl->TakeFacts(ReadFacts(i_platform, job.platform.name), job);
     job.platform = _impl->files.Add(i_platform, job.platform.name);
     return _impl->Explained(_impl->store.Add(job, true));
@@ -195,8 +205,7 @@ Job JobDesk::Announce(const Actor& i_actor, NewJob i_job)
     if (const auto known = _impl->store.Find(i_job.id))
         return _impl->RequireOwn(i_actor, known->id);
     const auto job = _impl->Checked(std::move(i_job), i_actor);
-    if (job.platform.size == 0 || job.platform.size > MaxPlatform)
-        throw ManagerError(Kind::BadInput, "A platform file has between 1 byte and 4 GiB.");
+    _impl->CheckSize(job.platform.size);
     const bool isHash =
         job.platform.hash.size() == 64 && job.platform.hash.find_first_not_of("0123456789abcdef") == std::string::npos;
     if (!isHash)
@@ -337,6 +346,11 @@ std::shared_ptr<void> JobDesk::Subscribe(std::function<void(const boost::uuids::
 Time JobDesk::Now() const
 {
     return _impl->store.Now();
+}
+
+StoreDesk& JobDesk::GetStoreDesk() const
+{
+    return *_impl->whole;
 }
 
 } // namespace MachineService::MachineManager

@@ -19,6 +19,10 @@ namespace MachineService::MachineManager {
 class FileStore;
 class JobStore;
 class MachineBoard;
+class StoreDesk;
+
+/// Bytes of a platform file; as much as one may hold, see tavsdk/ZipBounds.h.
+constexpr std::uint64_t LargestPlatform = 4'000'000'000;
 
 /// What somebody may do.
 enum class Role
@@ -77,7 +81,8 @@ class JobDesk
 {
 public:
     /// \param i_board knows the machines that jobs are carried out on.
-    JobDesk(JobStore& io_store, FileStore& io_files, const MachineBoard& i_board);
+    JobDesk(JobStore& io_store, FileStore& io_files, const MachineBoard& i_board,
+            std::uint64_t i_largest_platform = LargestPlatform);
     ~JobDesk();
     JobDesk(const JobDesk&) = delete;
     JobDesk& operator=(const JobDesk&) = delete;
@@ -144,6 +149,8 @@ public:
     std::shared_ptr<void> Subscribe(std::function<void(const boost::uuids::uuid& i_job)> i_slot);
     std::uint64_t GetDiskUse(const Actor& i_actor) const;
     Time Now() const;
+    /// Store and files as a whole.
+    StoreDesk& GetStoreDesk() const;
 
 private:
     struct Impl;

@@ -2,6 +2,7 @@
 
 #include "machinemanager/JobDesk.h"
 
+#include "machinemanager/StoreDesk.h"
 #include "machinemanager/dispatch/BuildFiles.h"
 #include "machinemanager/dispatch/MachineBoard.h"
 #include "machinemanager/store/FileStore.h"
@@ -14,13 +15,16 @@ struct JobDesk::Impl
     JobStore& store;
     FileStore& files;
     const MachineBoard& board;
+    std::unique_ptr<StoreDesk> whole;
+    std::uint64_t largestPlatform; ///< bytes
 
     /// A user's text as the store takes it.
     static std::string Clean(const std::string& i_text);
-    /// \throws ManagerError BadInput, these three.
+    /// \throws ManagerError BadInput, these four.
     static void CheckRange(const char* ip_what, int i_value, int i_smallest, int i_largest);
     static void CheckPriority(int i_priority);
     void CheckTarget(const JobTarget& i_target) const;
+    void CheckSize(std::uint64_t i_size) const;
     /// \throws ManagerError BadInput.
     NewJob Checked(NewJob i_job, const Actor& i_actor) const;
     void TakeFacts(const PlatformFacts& i_facts, NewJob& o_job) const;

@@ -27,11 +27,11 @@ ManagedMachine MakeManaged(const BoardMachine& i_machine);
 /// Thread: any.
 struct ManagedMachines
 {
-    ManagedMachines(JobDesk& io_desk, MachineBoard& io_board, Actor i_actor,
-                    std::function<JobListAddress(const boost::uuids::uuid&)> i_get_address)
+    ManagedMachines(JobDesk& io_desk, MachineBoard& io_board, std::function<Actor(const std::string&)> i_find_actor,
+                    std::function<JobListAddress(const boost::uuids::uuid&, const Actor&)> i_get_address)
         : desk(io_desk)
         , board(io_board)
-        , actor(std::move(i_actor))
+        , findActor(std::move(i_find_actor))
         , getAddress(std::move(i_get_address))
     {}
     /// Stops all work and refuses what comes; called by the catalog, so that no thread outlives it.
@@ -43,8 +43,8 @@ struct ManagedMachines
 
     JobDesk& desk;
     MachineBoard& board;
-    const Actor actor;
-    const std::function<JobListAddress(const boost::uuids::uuid&)> getAddress;
+    const std::function<Actor(const std::string&)> findActor;
+    const std::function<JobListAddress(const boost::uuids::uuid&, const Actor&)> getAddress;
     MachineRegistry<ManagedMachine> registry;
     JobScheduler submissions{4};
 };

@@ -1,5 +1,6 @@
 #include "machinemanager/ManagedMachines_p.h"
 
+#include "client/interface/Caller.h"
 #include "client/interface/CommunicationException.h"
 #include "contract/Failure.h"
 #include "contract/ReadyFuture.h"
@@ -47,7 +48,7 @@ std::vector<CommandDescription> DescribeCommands()
     Fail(isOurs ? ErrorCode::SendFailed : ErrorCode::InternalError, i_failure.what());
 }
 
-CommandResult SubmitJob(const ManagedMachines& i_machines, const ManagedMachine& i_machine,
+CommandResult SubmitJob(const ManagedMachines& i_machines, const ManagedMachine& i_machine, const Actor& i_actor,
                         const CommandParameters& i_parameters)
 {
     NewJob job;
@@ -58,7 +59,7 @@ CommandResult SubmitJob(const ManagedMachines& i_machines, const ManagedMachine&
     job.isDraft = i_parameters.commandId == GetDraftId();
     job.order = WriteOrder(i_parameters.parts);
     try {
-        i_machines.desk.Submit(i_machines.actor, job, i_parameters.inputFile);
+        i_machines.desk.Submit(i_actor, job, i_parameters.inputFile);
     } catch (const ManagerError& failure) {
         Rethrow(failure);
     }
@@ -66,7 +67,7 @@ CommandResult SubmitJob(const ManagedMachines& i_machines, const ManagedMachine&
     result.dataFormat = DataFormat::None;
     result.secondStatus = SubmissionSent;
     if (i_machines.getAddress)
-        result.jobList = i_machines.getAddress(job.id);
+        result.jobList = i_machines.getAddress(job.id, i_actor);
     return result;
 }
 
@@ -114,9 +115,8 @@ std::future<CommandResult> ManagedStrategy::RunCommand(const CommandParameters& 
             throw CommunicationException(ErrorCode::QueuePaused, machine->pauseReason.c_str());
         return _machines->submissions.Submit(
             machine->data.id, i_parameters.stopToken,
-            [&machines = *_machines, machine, parameters = i_parameters](std::stop_token) {
-                return SubmitJob(machines, *machine, parameters);
-            });
+            [&machines = *_machines, machine, actor = _machines->findActor(GetCaller()),
+             parameters = i_parameters](std::stop_token) { return SubmitJob(machines, *machine, actor, parameters); });
     });
 }
 

@@ -1,5 +1,6 @@
 #include "machinemanager/Manager.h"
 
+#include "machinemanager/StoreDesk.h"
 #include "machinemanager/dispatch/MachineBoard.h"
 #include "machinemanager/store/FileStore.h"
 #include "machinemanager/store/JobStore.h"
@@ -43,7 +44,7 @@ struct Manager::Impl
         , store(MakeStoreOptions(options))
         , files(options.files)
         , board(store, io_catalog)
-        , desk(store, files, board)
+        , desk(store, files, board, options.largestPlatform)
         , dispatcher(store, files, board, MakeDispatchOptions(options))
     {}
 
@@ -53,6 +54,7 @@ struct Manager::Impl
             options.log(i_text);
     }
     void TidyUp();
+    void SweepPrinters() const;
     void RunHousekeeping();
 
     const ManagerOptions options;
@@ -70,22 +72,35 @@ struct Manager::Impl
 /// Removes what was kept long enough, and what is too much.
 void Manager::Impl::TidyUp()
 {
+    desk.GetStoreDesk().EndOldBackups();
     const auto now = store.Now();
-    auto before = now - options.kept;
+    const auto before = now - options.kept;
     int removed = 0;
     while (const int count = store.RemoveFinal(before, RemovedAtOnce))
         removed += count;
     auto freed = files.Sweep(store.GetNeededFiles(), now);
     while (files.GetDiskUse() > options.keptBytes) {
         const int count = store.RemoveFinal(now, RemovedAtOnce);
-        if (count == 0)
-            break;
+        const auto more = count == 0 ? 0 : files.Sweep(store.GetNeededFiles(), now);
         removed += count;
-        freed += files.Sweep(store.GetNeededFiles(), now);
+        freed += more;
+        // Their files are of the last hour, or held by a backup: it is no use to remove more jobs now.
+        if (more == 0)
+            break;
     }
     if (removed > 0 || freed > 0)
         Log("removed " + std::to_string(removed) + " jobs that are over, and " + std::to_string(freed) +
             " bytes of files");
+}
+
+void Manager::Impl::SweepPrinters() const
+{
+    for (const auto& machine : store.GetMachines()) {
+        if (machine.printer.empty())
+            continue;
+        TavSDK::StopExceptions([&] { options.dispatch.makeLink(machine.printer)->Sweep(); },
+                               [&](const char* ip_why) { Log(machine.name + ": " + ip_why); });
+    }
 }
 
 void Manager::Impl::RunHousekeeping()
@@ -104,6 +119,7 @@ void Manager::Impl::RunHousekeeping()
     while (!isStopped) {
         lock.unlock();
         TavSDK::StopExceptions([this] { TidyUp(); }, tell);
+        TavSDK::StopExceptions([this] { SweepPrinters(); }, tell);
         lock.lock();
         const auto end = std::chrono::steady_clock::now() + TidyInterval;
         while (!isStopped && std::chrono::steady_clock::now() < end)
@@ -150,10 +166,14 @@ JobStore& Manager::GetStore()
 }
 
 std::unique_ptr<AbstractServiceCatalog>
-Manager::MakeCatalog(std::function<JobListAddress(const boost::uuids::uuid& i_job)> i_get_address)
+Manager::MakeCatalog(std::function<JobListAddress(const boost::uuids::uuid& i_job, const Actor& i_actor)> i_get_address,
+                     std::function<Actor(const std::string& i_caller)> i_find_actor)
 {
-    return MakeManagerCatalog(_impl->desk, _impl->board, {_impl->options.owner, Role::Operate},
-                              std::move(i_get_address));
+    if (!i_find_actor)
+        i_find_actor = [owner = Actor{_impl->options.owner, Role::Operate}](const std::string&) {
+            return owner;
+        };
+    return MakeManagerCatalog(_impl->desk, _impl->board, std::move(i_find_actor), std::move(i_get_address));
 }
 
 bool Manager::IsIdle() const

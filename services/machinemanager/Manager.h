@@ -23,6 +23,7 @@ struct ManagerOptions
     std::string owner;                                     ///< of the jobs that hosts post
     std::chrono::hours kept = std::chrono::hours(24 * 90); ///< of jobs that are over, with their files
     std::uint64_t keptBytes = 50ULL << 30;                 ///< of all files; the oldest jobs that are over go first
+    std::uint64_t largestPlatform = LargestPlatform;       ///< bytes of a platform file
     DispatchOptions dispatch;
     std::function<Time()> now; ///< empty: the system's clock
     std::function<void(const std::string&)> log;
@@ -51,8 +52,10 @@ public:
     JobDesk& GetDesk();
     JobStore& GetStore();
     /// The machines as hosts see them. It must go before the manager.
+    /// \param i_find_actor whose the jobs are, by the caller's name; empty: the owner's.
     std::unique_ptr<AbstractServiceCatalog>
-    MakeCatalog(std::function<JobListAddress(const boost::uuids::uuid& i_job)> i_get_address);
+    MakeCatalog(std::function<JobListAddress(const boost::uuids::uuid& i_job, const Actor& i_actor)> i_get_address,
+                std::function<Actor(const std::string& i_caller)> i_find_actor = {});
     /// Nothing is carried out, and nothing waits that could be.
     bool IsIdle() const;
 

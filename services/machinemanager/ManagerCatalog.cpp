@@ -158,11 +158,12 @@ boost::uuids::uuid GetManagedId(const boost::uuids::uuid& i_original)
 }
 
 std::unique_ptr<AbstractServiceCatalog>
-MakeManagerCatalog(JobDesk& io_desk, MachineBoard& io_board, Actor i_actor,
-                   std::function<JobListAddress(const boost::uuids::uuid& i_job)> i_get_address)
+MakeManagerCatalog(JobDesk& io_desk, MachineBoard& io_board,
+                   std::function<Actor(const std::string& i_caller)> i_find_actor,
+                   std::function<JobListAddress(const boost::uuids::uuid& i_job, const Actor& i_actor)> i_get_address)
 {
     return std::make_unique<ManagerCatalog>(
-        std::make_shared<ManagedMachines>(io_desk, io_board, std::move(i_actor), std::move(i_get_address)));
+        std::make_shared<ManagedMachines>(io_desk, io_board, std::move(i_find_actor), std::move(i_get_address)));
 }
 
 } // namespace MachineService::MachineManager

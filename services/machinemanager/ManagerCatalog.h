@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 namespace MachineService::MachineManager {
 
@@ -20,10 +21,11 @@ boost::uuids::uuid GetManagedId(const boost::uuids::uuid& i_original);
 /// else keeps a machine from building shows in its state, and jobs wait for it.
 ///
 /// Ownership: desk and board are not owned and outlive it. Destroying stops what runs and waits for it.
-/// \param i_actor whose the jobs are.
-/// \param i_get_address of the page that shows a job; empty: there is none.
+/// \param i_find_actor whose the jobs are, by the caller's name (client/interface/Caller.h).
+/// \param i_get_address of the page that shows a job to somebody; empty: there is none.
 std::unique_ptr<AbstractServiceCatalog>
-MakeManagerCatalog(JobDesk& io_desk, MachineBoard& io_board, Actor i_actor,
-                   std::function<JobListAddress(const boost::uuids::uuid& i_job)> i_get_address);
+MakeManagerCatalog(JobDesk& io_desk, MachineBoard& io_board,
+                   std::function<Actor(const std::string& i_caller)> i_find_actor,
+                   std::function<JobListAddress(const boost::uuids::uuid& i_job, const Actor& i_actor)> i_get_address);
 
 } // namespace MachineService::MachineManager

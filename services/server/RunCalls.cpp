@@ -1,3 +1,4 @@
+#include "client/interface/Caller.h"
 #include "server/RunMessages.h"
 #include "server/ServiceCalls.h"
 #include "server/Streams.h"
@@ -23,7 +24,8 @@ grpc::Status ServiceCalls::StartRun(grpc::ServerContext* iop_context, const pb::
         std::optional<Machine> machine;
         if (!order.isResumption)
             machine = _state.FindMachine(ip_request->machine());
-        order.begin = [machine, kind = ip_request->kind()](const CommandParameters& i_parameters) {
+        order.begin = [machine, kind = ip_request->kind(), i_client](const CommandParameters& i_parameters) {
+            const CallerScope caller(i_client);
             switch (kind) {
             case pb::RUN_KIND_PREPROCESSING:
                 return machine->Preprocessing(i_parameters);

@@ -69,6 +69,12 @@ public:
     }
     /// Breaks all connections when so many bytes have passed from now on.
     void CloseAfter(std::size_t i_bytes) { _closeAfter = i_bytes; }
+    /// Breaks all connections as soon as the text has passed, before anything comes back.
+    void CloseBehind(std::string i_text)
+    {
+        const std::lock_guard lock(_mutex);
+        _closeBehind = std::move(i_text);
+    }
     bool HasFlipped()
     {
         const std::lock_guard lock(_mutex);
@@ -159,8 +165,16 @@ private:
                     _flipIn.clear();
                 }
             }
+            const bool isLast = !_closeBehind.empty() &&
+                                std::string_view(bytes.data(), static_cast<std::size_t>(count)).find(_closeBehind) !=
+                                    std::string_view::npos;
             if (send(i_pair[1 - side], bytes.data(), static_cast<std::size_t>(count), MSG_NOSIGNAL) != count)
                 return false;
+            if (isLast) {
+                _closeBehind.clear();
+                _closeAfter = 0;
+                return false;
+            }
         }
         return true;
     }
@@ -174,6 +188,7 @@ private:
     std::mutex _mutex; ///< guards everything below
     std::list<Pair> _pairs;
     std::string _flipIn;
+    std::string _closeBehind;
     std::chrono::steady_clock::time_point _nextByte;
     std::thread _thread;
 };

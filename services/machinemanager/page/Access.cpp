@@ -82,7 +82,9 @@ Admission Admit(const PageContext& i_context, const HttpRequest& i_request)
         return {*actor, {}};
     }
     auto secret = FindCookie(i_request.GetHeader("Cookie"), GetCookieName(i_context));
-    const auto actor = i_context.sessions.Find(secret);
+    auto actor = i_context.sessions.Find(secret);
+    if (actor && i_context.options.confirm)
+        actor = i_context.options.confirm(*actor);
     if (!actor)
         return {};
     return {*actor, std::move(secret)};

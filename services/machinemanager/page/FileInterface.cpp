@@ -14,21 +14,9 @@ HttpResponse GetFile(const PageContext& i_context, const Call& i_call, JobDesk::
 {
     const auto id = i_context.desk.Find(i_call.actor, i_call.word).id;
     const auto [file, path] = i_context.desk.GetFile(i_call.actor, id, i_kind);
-    HttpResponse response;
     // What a browser makes of a file is never left to what is in it.
-    response.type = i_kind == JobDesk::FileKind::Picture ? "image/png" : "application/octet-stream";
-    response.Set("Content-Disposition", MakeDisposition(file.name));
-    response.Set("ETag", '"' + file.hash + '"');
-    response.Set("Accept-Ranges", "bytes");
-    response.file = FileBody{path, 0, file.size};
-    if (const auto range = ParseRange(i_call.request.GetHeader("Range"), file.size)) {
-        response.status = 206;
-        response.file = FileBody{path, range->offset, range->size};
-        response.Set("Content-Range", "bytes " + std::to_string(range->offset) + '-' +
-                                          std::to_string(range->offset + range->size - 1) + '/' +
-                                          std::to_string(file.size));
-    }
-    return response;
+    return SendFile(i_call, file, path,
+                    i_kind == JobDesk::FileKind::Picture ? "image/png" : "application/octet-stream");
 }
 
 /// Where a piece belongs, and how much it may be.
@@ -49,6 +37,25 @@ PieceRange FindPlace(const HttpRequest& i_request, const Job& i_job)
 }
 
 } // namespace
+
+HttpResponse SendFile(const Call& i_call, const KeptFile& i_file, const std::filesystem::path& i_path,
+                      const char* ip_type)
+{
+    HttpResponse response;
+    response.type = ip_type;
+    response.Set("Content-Disposition", MakeDisposition(i_file.name));
+    response.Set("ETag", '"' + i_file.hash + '"');
+    response.Set("Accept-Ranges", "bytes");
+    response.file = FileBody{i_path, 0, i_file.size};
+    if (const auto range = ParseRange(i_call.request.GetHeader("Range"), i_file.size)) {
+        response.status = 206;
+        response.file = FileBody{i_path, range->offset, range->size};
+        response.Set("Content-Range", "bytes " + std::to_string(range->offset) + '-' +
+                                          std::to_string(range->offset + range->size - 1) + '/' +
+                                          std::to_string(i_file.size));
+    }
+    return response;
+}
 
 HttpResponse GetPlatform(const PageContext& i_context, const Call& i_call)
 {

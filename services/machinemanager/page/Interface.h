@@ -32,10 +32,23 @@ HttpResponse ResumeMachine(const PageContext& i_context, const Call& i_call);
 HttpResponse SetLoaded(const PageContext& i_context, const Call& i_call);
 HttpResponse SetPrinter(const PageContext& i_context, const Call& i_call);
 
+HttpResponse BeginBackup(const PageContext& i_context, const Call& i_call);
+HttpResponse EndBackup(const PageContext& i_context, const Call& i_call);
+HttpResponse ListKeptFiles(const PageContext& i_context, const Call& i_call);
+HttpResponse GetKeptFile(const PageContext& i_context, const Call& i_call);
+HttpResponse ReceiveKeptFile(const PageContext& i_context, const Call& i_call);
+HttpResponse Restore(const PageContext& i_context, const Call& i_call);
+HttpResponse CheckStore(const PageContext& i_context, const Call& i_call);
+HttpResponse CheckKeptFiles(const PageContext& i_context, const Call& i_call);
+
 HttpResponse Listen(const PageContext& i_context, const Call& i_call);
 HttpResponse GetInformation(const PageContext& i_context, const Call& i_call);
 HttpResponse GetHealth(const PageContext& i_context, const Call& i_call);
 HttpResponse GetMetrics(const PageContext& i_context, const Call& i_call);
+
+/// A kept file, or the range of it that is asked for.
+HttpResponse SendFile(const Call& i_call, const KeptFile& i_file, const std::filesystem::path& i_path,
+                      const char* ip_type);
 
 /// What `GET jobs` asks for. \throws HttpError 400.
 JobFilter ParseFilter(const PageContext& i_context, const Call& i_call);

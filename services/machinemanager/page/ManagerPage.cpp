@@ -58,6 +58,7 @@ struct ManagerPage::Impl
     ServerOptions MakeServerOptions() const
     {
         ServerOptions made;
+        made.connections = options.connections;
         made.log = options.log;
         return made;
     }

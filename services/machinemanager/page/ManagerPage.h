@@ -26,8 +26,12 @@ struct ManagerPageOptions
     std::filesystem::path key;         ///< PEM
     std::string publicAddress; ///< as browsers reach the page: https://HOST or https://HOST:PORT; empty: as it listens
     std::filesystem::path sessions; ///< file that keeps who has signed in; empty: they sign in after each start
+    int connections = 96;           ///< at a time, of page and socket each; others get 503
     /// Whom a token lets in. May be empty: nobody by a token.
     std::function<std::optional<Actor>(const std::string& i_token)> admit;
+    /// Who somebody that signed in is now, with the present role; empty: nobody any more. May be empty: as at the
+    /// signing in.
+    std::function<std::optional<Actor>(const Actor& i_actor)> confirm;
     /// Lines for the log. Thread: any. Empty: they are lost.
     std::function<void(const std::string&)> log;
 };

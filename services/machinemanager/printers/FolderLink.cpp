@@ -6,7 +6,10 @@
 #include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <ctime>
@@ -18,6 +21,8 @@ namespace MachineService::MachineManager {
 namespace {
 
 constexpr std::size_t PieceBytes = 1 << 20;
+/// Somebody else's program may write a file into the folder in the same way, without the lock.
+constexpr std::time_t UnfinishedSeconds = 600;
 
 std::string DescribeFolder(const std::filesystem::path& i_folder)
 {
@@ -65,6 +70,20 @@ bool IsThere(const std::filesystem::path& i_file)
     return isThere;
 }
 
+/// Nobody writes it any more: who does holds the lock, or has written lately.
+bool IsLeftBehind(const std::filesystem::path& i_file)
+{
+    const int file = ::open(i_file.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0)
+        return false;
+    struct stat status = {};
+    const bool isOld = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
+                       std::time(nullptr) - status.st_mtim.tv_sec > UnfinishedSeconds;
+    const bool isFree = isOld && ::flock(file, LOCK_EX | LOCK_NB) == 0;
+    ::close(file);
+    return isFree;
+}
+
 } // namespace
 
 FolderLink::FolderLink(std::filesystem::path i_folder, std::chrono::seconds i_confirmed_after)
@@ -93,6 +112,8 @@ void FolderLink::Send(const PrintOrder& i_order, const std::function<void(std::u
     try {
         TavSDK::AtomicFile target(_GetHidden(i_order));
         ShareLike(_folder, target.GetDescriptor());
+        // Ends with the program. Where there are no locks, Sweep has none either, and removes nothing.
+        ::flock(target.GetDescriptor(), LOCK_EX | LOCK_NB);
         std::vector<char> piece(PieceBytes);
         std::uint64_t sent = 0;
         while (const auto count = ReadPiece(i_order, source, piece)) {
@@ -161,6 +182,21 @@ void FolderLink::Cancel(const PrintOrder& i_order, const std::stop_token& /*i_st
                                  " is not there.");
     if (!wasThere && _unstarted != i_order.GetKey())
         throw std::runtime_error("The file was taken already, or never lay in " + DescribeFolder(_folder) + '.');
+}
+
+void FolderLink::Sweep()
+{
+    std::error_code failure;
+    std::filesystem::directory_iterator entry(_folder, failure);
+    for (; !failure && entry != std::filesystem::directory_iterator(); entry.increment(failure)) {
+        std::error_code ignored;
+        // As TavSDK::AtomicFile calls it.
+        if (entry->path().filename().native().starts_with(".unfinished-") && IsLeftBehind(entry->path()))
+            std::filesystem::remove(entry->path(), ignored);
+    }
+    if (failure && failure != std::errc::no_such_file_or_directory)
+        throw std::runtime_error("What was left unfinished in " + DescribeFolder(_folder) +
+                                 " cannot be looked for: " + failure.message() + '.');
 }
 
 } // namespace MachineService::MachineManager

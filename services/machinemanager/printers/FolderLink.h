@@ -22,6 +22,7 @@ public:
     bool Start(const PrintOrder& i_order, const std::stop_token& i_stop) override;
     PrintStatus GetStatus(const PrintOrder& i_order, const std::stop_token& i_stop) override;
     void Cancel(const PrintOrder& i_order, const std::stop_token& i_stop) override;
+    void Sweep() override;
 
 private:
     std::filesystem::path _GetHidden(const PrintOrder& i_order) const;

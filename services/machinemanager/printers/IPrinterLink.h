@@ -74,6 +74,8 @@ public:
     /// \return whether it said that it has; otherwise GetStatus may tell later.
     virtual bool Start(const PrintOrder& i_order, const std::stop_token& i_stop) = 0;
     virtual PrintStatus GetStatus(const PrintOrder& i_order, const std::stop_token& i_stop) = 0;
+    /// Removes what programs left that were killed while they sent, and nothing that somebody still writes.
+    virtual void Sweep() {}
     /// Nothing of the order is printed any more; harmless when there is nothing of it.
     virtual void Cancel(const PrintOrder& i_order, const std::stop_token& i_stop) = 0;
 };

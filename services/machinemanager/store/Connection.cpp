@@ -133,7 +133,11 @@ int Connection::Run(const QString& i_sql, const QVariantList& i_values)
 
 QVariant Connection::SelectValue(const QString& i_sql, const QVariantList& i_values)
 {
-    Rows rows = Select(i_sql, i_values);
+    QSqlQuery& query = _Execute(i_sql, i_values);
+    // Of several statements at once, as "BEGIN; SELECT", not the first one gives a row.
+    while (!query.isSelect() && query.nextResult()) {
+    }
+    Rows rows(query, _dialect);
     return rows.Next() ? rows[0] : QVariant();
 }
 

@@ -76,6 +76,8 @@ struct FileStore::Impl
     std::uint64_t SweepFolder(const std::filesystem::path& i_folder, Time i_before,
                               const std::function<bool(const std::string&)>& i_is_needed) const;
 
+    void ForEachFolder(const std::function<void(const std::filesystem::path&)>& i_call) const;
+
     std::filesystem::path folder;
     std::filesystem::path incoming;
 };
@@ -305,20 +307,62 @@ std::uint64_t FileStore::Impl::SweepFolder(const std::filesystem::path& i_folder
     return freed;
 }
 
-std::uint64_t FileStore::Sweep(const std::set<std::string>& i_needed, Time i_now)
+void FileStore::Impl::ForEachFolder(const std::function<void(const std::filesystem::path&)>& i_call) const
 {
-    std::uint64_t freed =
-        _impl->SweepFolder(_impl->incoming, i_now - KeptUnfinished, [](const std::string&) { return false; });
     std::error_code error;
-    std::filesystem::directory_iterator entry(_impl->folder, error);
+    std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const auto name = entry->path().filename().string();
-        if (name.size() == 2)
-            freed += _impl->SweepFolder(entry->path(), i_now - KeptUnneeded,
-                                        [&](const std::string& i_hash) { return i_needed.contains(i_hash); });
+        if (entry->path().filename().native().size() == 2)
+            i_call(entry->path());
     }
     if (error)
-        FailStorage(_impl->folder, "cannot be listed", error.value());
+        FailStorage(folder, "cannot be listed", error.value());
+}
+
+std::vector<KeptFile> FileStore::List() const
+{
+    std::vector<KeptFile> files;
+    _impl->ForEachFolder([&](const std::filesystem::path& i_folder) {
+        std::error_code error;
+        std::filesystem::directory_iterator entry(i_folder, error);
+        for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+            std::error_code gone;
+            const auto name = entry->path().filename().native();
+            const auto size = entry->file_size(gone);
+            if (!gone && IsFileHash(name))
+                files.push_back({{}, name, size});
+        }
+        if (error)
+            FailStorage(i_folder, "cannot be listed", error.value());
+    });
+    return files;
+}
+
+std::shared_ptr<void> FileStore::Hold() const
+{
+    // Who sweeps has it alone.
+    const auto file = std::make_shared<FileDescriptor>(OpenFolder(_impl->incoming));
+    Lock(*file, _impl->incoming, LOCK_SH);
+    return file;
+}
+
+const std::filesystem::path& FileStore::GetFolder() const
+{
+    return _impl->folder;
+}
+
+std::uint64_t FileStore::Sweep(const std::set<std::string>& i_needed, Time i_now)
+{
+    const auto hold = OpenFolder(_impl->incoming);
+    // What is held now is swept the next time.
+    if (::flock(hold.Get(), LOCK_EX | LOCK_NB) != 0)
+        return 0;
+    std::uint64_t freed =
+        _impl->SweepFolder(_impl->incoming, i_now - KeptUnfinished, [](const std::string&) { return false; });
+    _impl->ForEachFolder([&](const std::filesystem::path& i_folder) {
+        freed += _impl->SweepFolder(i_folder, i_now - KeptUnneeded,
+                                    [&](const std::string& i_hash) { return i_needed.contains(i_hash); });
+    });
     return freed;
 }
 
@@ -329,7 +373,9 @@ std::uint64_t FileStore::GetDiskUse() const
     std::filesystem::recursive_directory_iterator entry(_impl->folder, error);
     for (; !error && entry != std::filesystem::recursive_directory_iterator(); entry.increment(error)) {
         std::error_code gone; // swept or renamed meanwhile
-        if (entry->is_regular_file(gone)) {
+        if (entry.depth() == 0 && entry->path().filename() == SetAsideFolder) {
+            entry.disable_recursion_pending();
+        } else if (entry->is_regular_file(gone)) {
             const auto bytes = entry->file_size(gone);
             size += gone ? 0 : bytes;
         }

@@ -10,6 +10,7 @@
 #include <stop_token>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace MachineService::MachineManager {
 
@@ -47,10 +48,19 @@ public:
     KeptFile Finish(const boost::uuids::uuid& i_upload, const KeptFile& i_announced);
     void Drop(const boost::uuids::uuid& i_upload);
 
+    /// What is kept, in any order; without names.
+    std::vector<KeptFile> List() const;
+    /// As long as what is returned is there, no daemon at this folder sweeps it.
+    std::shared_ptr<void> Hold() const;
+    const std::filesystem::path& GetFolder() const;
+
     /// Removes the files that are not needed and were not added within the last hour, and uploads that nobody went on
-    /// with for a day. \return bytes that are free now.
+    /// with for a day; nothing while somebody holds the folder. \return bytes that are free now.
     std::uint64_t Sweep(const std::set<std::string>& i_needed, Time i_now);
+    /// Without what was set aside.
     std::uint64_t GetDiskUse() const;
+    /// Folder below this one for what somebody set aside; swept by nobody.
+    static constexpr const char* SetAsideFolder = "set-aside";
 
 private:
     struct Impl;

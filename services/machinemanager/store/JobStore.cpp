@@ -210,29 +210,6 @@ Job JobStore::Edit(const boost::uuids::uuid& i_id, const char* ip_event, const s
     });
 }
 
-void JobStore::SetWaitReason(const boost::uuids::uuid& i_id, const std::string& i_keyword, const std::string& i_detail)
-{
-    const auto isOther = [&](Connection& io_connection) {
-        return io_connection
-            .SelectValue(
-                QStringLiteral("SELECT 1 FROM jobs WHERE id = ? AND phase = 'waiting' AND (wait_reason <> ? OR "
-                               "detail <> ?)"),
-                {ToText(i_id), ToText(i_keyword), ToText(i_detail)})
-            .isValid();
-    };
-    // Asked often, and mostly for nothing.
-    if (!_impl->Read(isOther))
-        return;
-    _impl->Write([&](Writing& io_writing) {
-        const int count = io_writing.connection.Run(
-            QStringLiteral("UPDATE jobs SET wait_reason = ?, detail = ? WHERE id = ? AND phase = 'waiting'"),
-            {ToText(i_keyword), ToText(i_detail), ToText(i_id)});
-        if (count > 0)
-            io_writing.changed.push_back(i_id);
-        return count;
-    });
-}
-
 std::shared_ptr<void> JobStore::Subscribe(std::function<void(const boost::uuids::uuid& i_job)> i_slot)
 {
     return _impl->feed.Subscribe(std::move(i_slot));

@@ -15,6 +15,8 @@
 
 namespace MachineService::MachineManager {
 
+class StoreBackup;
+
 /// Where a store is, and who uses it.
 struct StoreOptions
 {
@@ -52,6 +54,15 @@ struct StoreReport
 {
     bool isSound = true;
     std::vector<std::string> findings; ///< sentences
+};
+
+/// How a backup is restored.
+struct RestoreOrder
+{
+    bool mayReplace = false; ///< what the store holds
+    std::string actor = "system";
+    std::string detail = "Restored from a backup."; ///< one sentence for the history of the jobs that are held
+    std::string unchangedSince = {};                ///< JobStore::GetMark(); empty: whatever was changed meanwhile
 };
 
 /// All jobs and machines, on the disk.
@@ -104,9 +115,6 @@ public:
     Job Edit(const boost::uuids::uuid& i_id, const char* ip_event, const std::string& i_actor,
              const std::string& i_detail, const std::function<void(Job&)>& i_edit,
              std::optional<std::uint64_t> i_version = std::nullopt);
-    /// Why a job waits. Leaves no line in the history, keeps the version, and does nothing when it is the same or the
-    /// job no longer waits.
-    void SetWaitReason(const boost::uuids::uuid& i_id, const std::string& i_keyword, const std::string& i_detail);
     /// How far the phase is; leaves no line in the history and keeps the version.
     void SetProgress(const JobClaim& i_claim, int i_percent, const std::string& i_stage);
 
@@ -158,6 +166,14 @@ public:
     StoreReport Check(bool i_is_whole) const;
     /// A copy of the whole store, of one moment, while it is in use.
     void Backup(const std::filesystem::path& i_file) const;
+    /// Is another text whenever a job or what people told of a machine was changed.
+    std::string GetMark() const;
+    /// Puts what a backup holds in the place of all jobs and machines, in one transaction. What happened since the
+    /// backup is not known: jobs that waited are held, those that were worked on are as after the loss of their claim.
+    /// \throws ManagerError Conflict: there are jobs or machines with a history and the order does not say to replace
+    /// them, or jobs are carried out now, or something was changed meanwhile.
+    /// \return how many jobs are held because they waited.
+    std::int64_t Restore(const StoreBackup& i_backup, const RestoreOrder& i_order);
 
     /// Told of every change: the job's id, or nil for a machine, and for anything at all after other daemons were out
     /// of hearing. On the thread that changed it, or on one of the store's for changes by other daemons; never under a

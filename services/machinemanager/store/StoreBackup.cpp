@@ -1,9 +1,9 @@
 #include "machinemanager/store/StoreBackup.h"
 
-#include "machinemanager/store/FileStore.h"
 #include "machinemanager/store/JobStore_p.h"
 #include "machinemanager/store/Migrations.h"
 #include "machinemanager/store/SetAside.h"
+#include "machinemanager/store/TableCopy.h"
 
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
@@ -12,36 +12,14 @@
 #include "tavsdk/RemoveFolder.h"
 #include "tavsdk/Text.h"
 
-#include <QCryptographicHash>
-#include <QStringList>
-
 #include <cerrno>
 #include <cstdlib>
-#include <vector>
 
 namespace MachineService::MachineManager {
 
 namespace {
 
 using Kind = ManagerError::Kind;
-
-/// Tables that are copied, those that others refer to first.
-struct Table
-{
-    const char* name;
-    const char* order;
-    bool isNumbered; ///< its number counts up
-};
-
-constexpr Table Tables[] = {
-    {"jobs", "number", true},
-    {"history", "job, version", false},
-    {"machines", "id", false},
-    {"machine_history", "number", true},
-};
-
-/// Rows that are in memory at once.
-constexpr int Page = 1'000;
 
 QString Quoted(const std::filesystem::path& i_file)
 {
@@ -59,42 +37,6 @@ std::unique_ptr<const Dialect> MakeSqliteDialect(const std::filesystem::path& i_
     StoreAddress address;
     address.file = std::filesystem::absolute(i_file);
     return MakeDialect(std::move(address));
-}
-
-/// \return rows that were copied.
-int CopyPage(Connection& io_from, Connection& io_to, const Table& i_table, int i_offset)
-{
-    const auto name = QLatin1String(i_table.name);
-    Rows rows = io_from.Select(
-        QStringLiteral("SELECT * FROM %1 ORDER BY %2 LIMIT ? OFFSET ?").arg(name, QLatin1String(i_table.order)),
-        {Page, i_offset});
-    const QStringList columns = rows.GetColumns();
-    QStringList places;
-    for (int column = 0; column < columns.size(); ++column)
-        places.append(QStringLiteral("?"));
-    const QString insert = QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
-                               .arg(name, columns.join(QStringLiteral(", ")), places.join(QStringLiteral(", ")));
-    int count = 0;
-    for (; rows.Next(); ++count) {
-        QVariantList values;
-        for (int column = 0; column < columns.size(); ++column)
-            values.append(rows[column]);
-        io_to.Run(insert, values);
-    }
-    return count;
-}
-
-void CopyTables(Connection& io_from, Connection& io_to)
-{
-    for (const Table& table : Tables) {
-        for (int offset = 0; CopyPage(io_from, io_to, table, offset) == Page;)
-            offset += Page;
-        if (io_to.GetDialect().IsPostgres() && table.isNumbered)
-            io_to.Run(
-                QStringLiteral("SELECT setval(pg_get_serial_sequence('%1', 'number'), (SELECT COALESCE(max(number), 0) "
-                               "+ 1 FROM %1), false)")
-                    .arg(QLatin1String(table.name)));
-    }
 }
 
 /// Removes what SQLite writes beside a file; it is there when writing failed.
@@ -175,52 +117,13 @@ void CheckBackup(ConnectionPool& io_pool, const std::filesystem::path& i_backup)
             throw;
         RefuseBackup(i_backup, "it is damaged, or no backup");
     }
-    if (ReadStoreVersion(io_pool.Get()) == 0)
-        RefuseBackup(i_backup, "it holds no jobs");
-}
-
-void FillStore(Connection& io_from, const StoreOptions& i_options)
-{
-    const auto dialect = MakeDialect(ParseStoreAddress(i_options.address));
-    std::optional<StoreLock> lock;
-    if (!dialect->IsPostgres()) {
-        lock.emplace(dialect->GetAddress().file);
-        SetAsideWhenDamaged(*dialect, std::chrono::system_clock::now(), i_options.log);
-    }
-    ConnectionPool pool(*dialect);
-    Migrate(pool, i_options.log);
-    Transaction transaction(pool, i_options.log);
-    Connection& connection = transaction.GetConnection();
-    for (const Table& table : Tables) {
-        if (connection.SelectValue(QStringLiteral("SELECT 1 FROM %1 LIMIT 1").arg(QLatin1String(table.name))).isValid())
-            throw ManagerError(Kind::Conflict, "The job store " + dialect->GetAddress().Show() +
-                                                   " is not empty. Restore into a new one.");
-    }
-    CopyTables(io_from, connection);
-    transaction.Commit();
-}
-
-/// Sentence about one file of a job; empty when there is nothing to say.
-std::string CheckKept(const Job& i_job, const KeptFile& i_file, const FileStore& i_files, bool i_is_whole)
-{
-    const std::string begin = "The file " + TavSDK::Quote(i_file.name) + " of the job " + std::to_string(i_job.number) +
-                              ' ' + TavSDK::Quote(i_job.name);
-    if (!i_files.Has(i_file.hash))
-        return begin + " is missing. Hand the job in again.";
-    if (!i_is_whole)
-        return {};
     try {
-        TavSDK::InputFile file(i_files.GetPath(i_file.hash));
-        QCryptographicHash hash(QCryptographicHash::Sha256);
-        std::vector<char> buffer(1'000'000);
-        for (std::size_t count = buffer.size(); count == buffer.size();) {
-            count = file.Read(buffer.data(), buffer.size());
-            hash.addData(buffer.data(), static_cast<int>(count));
-        }
-        return hash.result().toHex().toStdString() == i_file.hash ? std::string()
-                                                                  : begin + " is damaged. Hand the job in again.";
-    } catch (const TavSDK::FileError& failure) {
-        return begin + " cannot be read: " + failure.what() + ". Look after the disk.";
+        if (ReadStoreVersion(io_pool.Get()) == 0)
+            RefuseBackup(i_backup, "it holds no jobs");
+    } catch (const ManagerError& refusal) {
+        if (refusal.GetKind() != Kind::Storage)
+            throw;
+        RefuseBackup(i_backup, "a newer version of this program has made it, or another program");
     }
 }
 
@@ -244,50 +147,49 @@ void JobStore::Backup(const std::filesystem::path& i_file) const
     }
 }
 
-void RestoreStore(const std::filesystem::path& i_backup, const StoreOptions& i_options)
+struct StoreBackup::Impl
 {
-    try {
-        const WorkFolder folder;
-        {
-            TavSDK::InputFile source(i_backup);
-            TavSDK::AtomicFile copy(folder.GetFile());
-            copy.Copy(source);
-            copy.Commit();
-        }
-        const auto dialect = MakeSqliteDialect(folder.GetFile());
-        ConnectionPool pool(*dialect);
-        CheckBackup(pool, i_backup);
-        Migrate(pool, i_options.log);
-        FillStore(pool.Get(), i_options);
-    } catch (const TavSDK::FileError& failure) {
-        RefuseBackup(i_backup, failure.what());
+    const WorkFolder folder;
+    const std::unique_ptr<const Dialect> dialect = MakeSqliteDialect(folder.GetFile());
+    ConnectionPool pool{*dialect};
+};
+
+StoreBackup::StoreBackup(const std::filesystem::path& i_backup, const std::function<void(const std::string&)>& i_log)
+try : _impl(std::make_unique<Impl>()) {
+    {
+        TavSDK::InputFile source(i_backup);
+        TavSDK::AtomicFile copy(_impl->folder.GetFile());
+        copy.Copy(source);
+        copy.Commit();
     }
+    CheckBackup(_impl->pool, i_backup);
+    Migrate(_impl->pool, i_log);
+} catch (const TavSDK::FileError& failure) {
+    RefuseBackup(i_backup, failure.what());
 }
 
-StoreReport CheckFiles(const JobStore& i_store, const FileStore& i_files, bool i_is_whole)
+StoreBackup::~StoreBackup() = default;
+
+std::int64_t StoreBackup::CountJobs() const
 {
-    StoreReport report;
-    JobFilter filter{.isOldestFirst = true, .count = 500};
-    for (auto jobs = i_store.List(filter); !jobs.empty(); jobs = i_store.List(filter)) {
-        for (const Job& job : jobs) {
-            std::vector<KeptFile> files;
-            // What comes in now is not there yet.
-            if (job.phase != JobPhase::Incoming)
-                files.push_back(job.platform);
-            for (const auto& file : {job.picture, job.machineFile}) {
-                if (file)
-                    files.push_back(*file);
-            }
-            for (const KeptFile& file : files) {
-                auto finding = CheckKept(job, file, i_files, i_is_whole);
-                if (!finding.empty())
-                    report.findings.push_back(std::move(finding));
-            }
-        }
-        filter.after = jobs.back().number;
-    }
-    report.isSound = report.findings.empty();
-    return report;
+    return _impl->pool.Get().SelectValue(QStringLiteral("SELECT count(*) FROM jobs")).toLongLong();
+}
+
+std::set<std::string> StoreBackup::GetFiles() const
+{
+    std::set<std::string> hashes;
+    Rows rows = _impl->pool.Get().Select(
+        QStringLiteral("SELECT platform_hash FROM jobs WHERE phase <> 'incoming' "
+                       "UNION SELECT picture_hash FROM jobs WHERE picture_hash IS NOT NULL "
+                       "UNION SELECT machine_file_hash FROM jobs WHERE machine_file_hash IS NOT NULL"));
+    while (rows.Next())
+        hashes.insert(rows[0].toString().toStdString());
+    return hashes;
+}
+
+ConnectionPool& StoreBackup::GetPool() const
+{
+    return _impl->pool;
 }
 
 } // namespace MachineService::MachineManager

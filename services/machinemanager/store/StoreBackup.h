@@ -2,21 +2,41 @@
 
 #include "machinemanager/store/JobStore.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <memory>
+#include <set>
+#include <string>
 
 namespace MachineService::MachineManager {
 
-class FileStore;
+class ConnectionPool;
 
-/// Puts what JobStore::Backup wrote, with any database and by this version or an earlier one, into a store that is
-/// empty; makes the store where there is none. The backup stays as it is.
+/// What JobStore::Backup wrote, with any database and by this version or an earlier one: checked, and brought up to
+/// date in a temporary copy. The backup stays as it is.
 ///
-/// Thread: any; nobody else may use the store meanwhile.
-/// \throws ManagerError BadInput: it is no backup; Conflict: the store is not empty; Storage. The store is empty then.
-void RestoreStore(const std::filesystem::path& i_backup, const StoreOptions& i_options);
+/// Thread: one at a time.
+class StoreBackup
+{
+public:
+    /// \throws ManagerError BadInput: it is no backup, damaged, or of a newer version; Storage.
+    explicit StoreBackup(const std::filesystem::path& i_backup,
+                         const std::function<void(const std::string&)>& i_log = {});
+    ~StoreBackup();
+    StoreBackup(const StoreBackup&) = delete;
+    StoreBackup& operator=(const StoreBackup&) = delete;
 
-/// Looks for the files that the jobs of a store need.
-/// \param i_is_whole reads them all and compares their content; otherwise looks only whether they are there.
-StoreReport CheckFiles(const JobStore& i_store, const FileStore& i_files, bool i_is_whole);
+    std::int64_t CountJobs() const;
+    /// Hashes of the files that its jobs have. Those of jobs that were only coming in are not there yet.
+    std::set<std::string> GetFiles() const;
+
+    /// For the store.
+    ConnectionPool& GetPool() const;
+
+private:
+    struct Impl;
+    const std::unique_ptr<Impl> _impl;
+};
 
 } // namespace MachineService::MachineManager

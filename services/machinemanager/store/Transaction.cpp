@@ -11,8 +11,13 @@ namespace {
 
 using Cause = SqlFailure::Cause;
 
-/// A server that starts again after a crash takes a moment.
-constexpr std::chrono::seconds LongestQuestion{5};
+using Clock = std::chrono::steady_clock;
+
+/// A server that starts again after a crash takes a moment; a single question may take that long and not be answered.
+constexpr std::chrono::seconds LongestSilence{5};
+constexpr int FewestQuestions = 3;
+/// A server that answers knows in the end; on a busy computer it notices late that a connection is gone.
+constexpr std::chrono::seconds LongestInDoubt{60};
 constexpr std::chrono::milliseconds BetweenQuestions{50};
 
 } // namespace
@@ -88,26 +93,33 @@ void Transaction::Commit()
     }
 }
 
+/// Empty: there was no answer. Whatever keeps the server from it, what became of the transaction is not known then.
+QString Transaction::_AskState()
+{
+    try {
+        return _pool.Get().SelectValue(QStringLiteral("SELECT pg_xact_status(CAST(? AS xid8))"), {_number}).toString();
+    } catch (const SqlFailure&) {
+        return {};
+    }
+}
+
 /// The server may have committed before the connection broke.
 void Transaction::_AskWhatBecameOfIt(const SqlFailure& i_failure)
 {
-    const auto end = std::chrono::steady_clock::now() + LongestQuestion;
-    QString state;
-    while (state != QLatin1String("aborted") && std::chrono::steady_clock::now() < end) {
-        try {
-            state =
-                _pool.Get().SelectValue(QStringLiteral("SELECT pg_xact_status(CAST(? AS xid8))"), {_number}).toString();
-            if (state == QLatin1String("committed"))
-                return;
-        } catch (const SqlFailure& failure) {
-            if (failure.GetCause() != Cause::Lost)
-                throw;
-        }
-        if (state != QLatin1String("aborted"))
-            std::this_thread::sleep_for(BetweenQuestions);
+    const auto end = Clock::now() + LongestInDoubt;
+    auto heard = Clock::now();
+    for (int questions = 0; Clock::now() < end; ++questions) {
+        if (questions >= FewestQuestions && Clock::now() - heard > LongestSilence)
+            break;
+        const auto state = _AskState();
+        if (state == QLatin1String("committed"))
+            return;
+        if (state == QLatin1String("aborted"))
+            throw i_failure;
+        if (!state.isEmpty())
+            heard = Clock::now();
+        std::this_thread::sleep_for(BetweenQuestions);
     }
-    if (state == QLatin1String("aborted"))
-        throw i_failure;
     throw SqlFailure(Cause::Lost, std::string(i_failure.what()) +
                                       " It is not known whether the last change was kept: look at the job.");
 }

@@ -29,6 +29,7 @@ public:
 
 private:
     void _Begin();
+    QString _AskState();
     void _AskWhatBecameOfIt(const SqlFailure& i_failure);
 
     ConnectionPool& _pool;

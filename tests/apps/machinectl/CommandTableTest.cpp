@@ -46,7 +46,7 @@ TEST(CommandTableTest, WrongUsageIsRefusedWithWhatIsWrong)
         {"machinectl jobs --frobnicate", "frobnicate"},
         {"machinectl machines --draft", "draft"},
         {"machinectl show", "JOB"},
-        {"machinectl move 7", "JOB MACHINE"},
+        {"machinectl move", "JOB [MACHINE]"},
         {"machinectl show 7 8", "'8'"},
         {"machinectl jobs --state", "state"},
         {"machinectl --token-file /a jobs", "--address"},

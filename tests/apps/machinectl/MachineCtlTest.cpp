@@ -1,14 +1,7 @@
-#include "apps/machinectl/ServedManager.h"
-#include "support/Files.h"
+#include "apps/machinectl/MachineCtlFixture.h"
 #include "support/Texts.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
-
-#include <boost/uuid/uuid_io.hpp>
 
 #include <csignal>
 
@@ -17,76 +10,7 @@
 
 namespace {
 
-using namespace MachineService::MachineManager;
-using namespace MachineService::MachineManager::Testing;
-using TestSupport::MakeId;
-using Words = std::vector<std::string>;
-
-struct Outcome
-{
-    int status = -1;
-    std::string output;
-    std::string errors;
-};
-
-/// The real program, asking a manager of the test's.
-class MachineCtlTest : public ::testing::Test
-{
-protected:
-    MachineCtlTest()
-    {
-        // Whatever the tester speaks, and wherever the tester's own manager is.
-        for (const auto& [name, folder] :
-             {std::pair("XDG_RUNTIME_DIR", "run"), {"XDG_DATA_HOME", "data"}, {"XDG_CONFIG_HOME", "config"}})
-            SetVariable(name, (manager.GetFolder() / folder).native());
-        std::filesystem::create_directory(manager.GetFolder() / "run");
-        SetVariable("LC_ALL", "C.UTF-8");
-        environment.remove(QStringLiteral("LANGUAGE"));
-    }
-
-    void SetVariable(const char* ip_name, const std::string& i_value)
-    {
-        environment.insert(QLatin1String(ip_name), QString::fromStdString(i_value));
-    }
-    std::unique_ptr<QProcess> Start(const Words& i_words)
-    {
-        auto process = std::make_unique<QProcess>();
-        process->setProcessEnvironment(environment);
-        process->setWorkingDirectory(QString::fromStdString(manager.GetFolder().native()));
-        QStringList arguments;
-        for (const auto& word : i_words)
-            arguments.append(QString::fromStdString(word));
-        process->start(QStringLiteral(MACHINECTL), arguments);
-        return process;
-    }
-    static Outcome Finish(QProcess& io_process)
-    {
-        EXPECT_TRUE(io_process.state() == QProcess::NotRunning || io_process.waitForFinished(60'000));
-        return {io_process.exitStatus() == QProcess::NormalExit ? io_process.exitCode() : -1,
-                io_process.readAllStandardOutput().toStdString(), io_process.readAllStandardError().toStdString()};
-    }
-    Outcome Run(Words i_words)
-    {
-        i_words.insert(i_words.begin(), {"--address", manager.GetAddress()});
-        return Finish(*Start(i_words));
-    }
-    /// JSON of a command that has to succeed.
-    QJsonDocument Ask(Words i_words)
-    {
-        i_words.emplace_back("--json");
-        const auto outcome = Run(i_words);
-        EXPECT_EQ(outcome.status, 0) << outcome.errors;
-        return QJsonDocument::fromJson(QByteArray::fromStdString(outcome.output));
-    }
-    std::string AskFor(const Words& i_words, const char* ip_member)
-    {
-        return Ask(i_words).object().value(QLatin1String(ip_member)).toVariant().toString().toStdString();
-    }
-    std::string WritePlatform() const { return manager.world.WritePlatform().native(); }
-
-    TestSupport::ServedManager manager;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-};
+using namespace TestSupport;
 
 TEST_F(MachineCtlTest, TakesAPlatformToItsMachineFile)
 {
@@ -153,6 +77,8 @@ TEST_F(MachineCtlTest, DoesWithJobsAndMachinesWhatItIsTold)
     EXPECT_EQ(
         Ask({"move", "1", second}).object().value(QStringLiteral("target")).toObject().value(QStringLiteral("machine")),
         QString::fromStdString(second));
+    EXPECT_EQ(Run({"move", "1", "--group", "kes", "--material", "PETG"}).status, 0);
+    EXPECT_THAT(Run({"jobs"}).output, HasSubstr("any Kestrel with PETG"));
     EXPECT_EQ(AskFor({"resume", first}, "paused"), "false");
     EXPECT_EQ(AskFor({"pause", first, "--reason", "dust"}, "pauseReason"), "dust");
     EXPECT_EQ(Run({"loaded", first, "--material", "PETG", "--nozzle", "0.4"}).output, "PETG, 0.4 mm\n");
@@ -161,6 +87,31 @@ TEST_F(MachineCtlTest, DoesWithJobsAndMachinesWhatItIsTold)
     EXPECT_EQ(Ask({"machines"}).array().size(), 2);
     EXPECT_EQ(AskFor({"describe", first}, "id"), first);
     EXPECT_EQ(Ask({"printer", first, "none"}).object().value(QStringLiteral("printer")), QJsonValue());
+}
+
+TEST_F(MachineCtlTest, AGroupTakesAJobToTheMachineThatFits)
+{
+    const auto first = to_string(MakeId(1));
+    ASSERT_EQ(Run({"loaded", first, "--material", "PLA"}).status, 0);
+    ASSERT_EQ(Run({"loaded", to_string(MakeId(2)), "--material", "PETG"}).status, 0);
+    manager.world.catalog.Put(3); // of another model, and asked nothing
+    const auto group = Ask({"describe", "--group", "Kestrel", "--material", "PETG"}).object();
+    EXPECT_EQ(group.value(QStringLiteral("model")).toString(), QStringLiteral("Kestrel"));
+    const auto machines = group.value(QStringLiteral("machines")).toArray();
+    ASSERT_EQ(machines.size(), 2);
+    EXPECT_EQ(machines[0].toObject().value(QStringLiteral("hindrance")).toString(),
+              QStringLiteral("PLA is loaded, not PETG."));
+    EXPECT_EQ(machines[1].toObject().value(QStringLiteral("hindrance")).toString(), QString());
+    EXPECT_THAT(Run({"describe", "--group", "kestrel"}).output, AllOf(HasSubstr("Machine 1"), HasSubstr("Machine 2")));
+    const auto platform = manager.world.WritePlatform(L"PETG").native();
+    ASSERT_EQ(Run({"submit", platform, "--group", "Kestrel", "--material", "PETG", "--wait"}).status, 0);
+    EXPECT_EQ(AskFor({"show", "1"}, "machine"), "Machine 2");
+    for (const Words& words : {Words{"submit", platform, "--group", "Kestrel", "--machine", first},
+                               {"submit", platform, "--machine", first, "--material", "PETG"},
+                               {"describe"},
+                               {"move", "1"}})
+        EXPECT_EQ(Run(words).status, 2) << words.front();
+    EXPECT_EQ(Run({"describe", "--group", "Halcyon"}).status, 3);
 }
 
 TEST_F(MachineCtlTest, EveryExitStatusIsMeantAsDocumented)

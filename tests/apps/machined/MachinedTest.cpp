@@ -1,11 +1,14 @@
 #include "client/interface/ScopedTempDir.h"
 #include "machined/Settings.h"
 #include "machined/TokenStore.h"
+#include "machinemanager/page/Sessions.h"
 #include "services/server/WireClient.h"
 #include "support/Files.h"
 #include "support/ServedProgram.h"
 
 #include <QString>
+
+#include <httplib.h>
 
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -15,6 +18,7 @@
 namespace {
 
 using namespace TestSupport;
+using MachineService::MachineManager::Role;
 
 /// A daemon with folders of its own, so that it neither sees the user's printers nor is seen.
 class MachinedTest : public ::testing::Test
@@ -49,6 +53,26 @@ protected:
                 return event.snapshot().machines(0).name();
         }
         return {};
+    }
+
+    /// Of the addresses that the tests listen at.
+    void MakeCertificate() const
+    {
+        QProcess openssl;
+        openssl.setWorkingDirectory(QString::fromStdString(folder.GetAbsoluteDir().string()));
+        openssl.start(QStringLiteral("openssl"),
+                      QStringLiteral("req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -addext "
+                                     "subjectAltName=IP:127.0.0.1 -keyout key.pem -out certificate.pem")
+                          .split(QLatin1Char(' ')));
+        EXPECT_TRUE(openssl.waitForFinished(60'000));
+    }
+    QStringList GetTlsArguments() const
+    {
+        QStringList arguments;
+        for (const auto& [option, name] :
+             {std::pair("--certificate", "certificate.pem"), {"--key", "key.pem"}, {"--tokens", "tokens"}})
+            arguments << QLatin1String(option) << QString::fromStdString(PathOf(name));
+        return arguments;
     }
 
     MachinedTest()
@@ -109,21 +133,9 @@ TEST_F(MachinedTest, ServesThePrintersOnASocketUntilItIsStopped)
 
 TEST_F(MachinedTest, LetsInByTlsWhoHasAToken)
 {
-    QProcess openssl;
-    openssl.setWorkingDirectory(QString::fromStdString(folder.GetAbsoluteDir().string()));
-    openssl.start(QStringLiteral("openssl"),
-                  QStringLiteral("req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost -addext "
-                                 "subjectAltName=IP:127.0.0.1 -keyout key.pem -out certificate.pem")
-                      .split(QLatin1Char(' ')));
-    ASSERT_TRUE(openssl.waitForFinished(60'000));
-    const auto path = [this](const char* ip_name) {
-        return QString::fromStdString(PathOf(ip_name));
-    };
-    QStringList arguments{QStringLiteral("--socket"),      QStringLiteral("none"),
-                          QStringLiteral("--listen"),      QStringLiteral("127.0.0.1:0"),
-                          QStringLiteral("--certificate"), path("certificate.pem"),
-                          QStringLiteral("--key"),         path("key.pem"),
-                          QStringLiteral("--tokens"),      path("tokens")};
+    MakeCertificate();
+    auto arguments = GetTlsArguments() << QStringLiteral("--socket") << QStringLiteral("none")
+                                       << QStringLiteral("--listen") << QStringLiteral("127.0.0.1:0");
     // Nobody could come in.
     EXPECT_EQ(Run(arguments).first, 2);
     Machined::TokenStore tokens(PathOf("tokens"));
@@ -137,6 +149,11 @@ TEST_F(MachinedTest, LetsInByTlsWhoHasAToken)
     EXPECT_EQ(client.status.error_code(), grpc::StatusCode::UNAUTHENTICATED);
     client.token = secret;
     EXPECT_NE(GetFirstMachine(client), "");
+    // Who only looks at the page has nothing to do here.
+    tokens.SetRole("office", Role::See);
+    EXPECT_EQ(GetFirstMachine(client), "");
+    tokens.SetRole("office", Role::Operate);
+    EXPECT_NE(GetFirstMachine(client), "");
     // Revoked, it counts no more.
     tokens.Revoke("office");
     EXPECT_EQ(GetFirstMachine(client), "");
@@ -147,25 +164,67 @@ TEST_F(MachinedTest, LetsInByTlsWhoHasAToken)
     EXPECT_FALSE(bare.Get().Refresh(&hurried, {}, &reply).ok());
 }
 
+TEST_F(MachinedTest, ATokensRoleSaysWhatMayBeDoneAtTheManager)
+{
+    MakeCertificate();
+    const auto daemon =
+        Start(GetTlsArguments() << QStringLiteral("--manager") << QStringLiteral("only") << QStringLiteral("--page")
+                                << QStringLiteral("127.0.0.2:0") << QStringLiteral("--print-address"));
+    ASSERT_THAT(daemon->WaitUntilReady(), SizeIs(1)) << daemon->GetErrors();
+    const auto said = daemon->GetErrors();
+    const std::string before = "the page of jobs is at https://127.0.0.2:";
+    ASSERT_THAT(said, HasSubstr(before));
+    const int port = std::stoi(said.substr(said.find(before) + before.size()));
+    Machined::TokenStore tokens(PathOf("tokens"));
+    const auto ask = [&](const std::string& i_secret) {
+        httplib::SSLClient client("127.0.0.2", port);
+        client.enable_server_certificate_verification(false);
+        client.set_bearer_token_auth(i_secret);
+        return std::vector<int>{client.Get("/api/v1/jobs")->status,
+                                client.Post("/api/v1/jobs", "{}", "application/json")->status,
+                                client.Post("/api/v1/backups", "", "application/json")->status};
+    };
+    EXPECT_THAT(ask("nobody"), ElementsAre(401, 401, 401));
+    EXPECT_THAT(ask(tokens.Add("sam", Role::See)), ElementsAre(200, 403, 403));
+    EXPECT_THAT(ask(tokens.Add("sue")), ElementsAre(200, 422, 403));
+    const auto secret = tokens.Add("olga", Role::Operate);
+    EXPECT_THAT(ask(secret), ElementsAre(200, 422, 201));
+    tokens.SetRole("olga", Role::See);
+    EXPECT_THAT(ask(secret), ElementsAre(200, 403, 403)) << "at once";
+}
+
 TEST_F(MachinedTest, KeepsTokensAsHashes)
 {
     Machined::TokenStore tokens(PathOf("folder/tokens"));
-    EXPECT_THAT(tokens.GetNames(), IsEmpty());
+    EXPECT_TRUE(tokens.GetTokens().empty());
     const auto first = tokens.Add("a");
     const auto second = tokens.Add("b");
     EXPECT_NE(first, second);
     EXPECT_EQ(first.size(), 64u);
     EXPECT_THAT(ReadFile(PathOf("folder/tokens")), Not(HasSubstr(first)));
-    EXPECT_EQ(tokens.Find(first), "a");
+    const auto find = [&](const std::string& i_secret) {
+        const auto actor = tokens.Find(i_secret);
+        return actor ? actor->name + ' ' + MachineService::MachineManager::GetName(actor->role) : std::string();
+    };
+    EXPECT_EQ(find(first), "a submit");
     const auto third = tokens.Rotate("a");
-    EXPECT_EQ(tokens.Find(first), std::nullopt);
-    EXPECT_EQ(tokens.Find(third), "a");
-    EXPECT_EQ(tokens.Find(""), std::nullopt);
+    EXPECT_EQ(find(first), "");
+    EXPECT_EQ(find(third), "a submit");
+    tokens.SetRole("a", Role::See);
+    EXPECT_EQ(find(tokens.Rotate("a")), "a see") << "another secret is the same right";
+    EXPECT_THROW(tokens.SetRole("c", Role::See), std::runtime_error);
+    EXPECT_THROW(tokens.Add("fd"), std::runtime_error) << "the wire calls this computer's hosts so";
+    EXPECT_EQ(find(""), "");
     EXPECT_THROW(tokens.Add("a"), std::runtime_error);
     EXPECT_THROW(tokens.Add("a b"), std::runtime_error);
     EXPECT_THROW(tokens.Revoke("c"), std::runtime_error);
-    WriteFile(PathOf("folder/tokens"), "a nonsense\n");
-    EXPECT_THROW(tokens.Find(first), std::runtime_error);
+    // Of the time before tokens had roles.
+    WriteFile(PathOf("folder/tokens"), "old " + std::string(64, '0') + '\n');
+    EXPECT_EQ(tokens.FindByName("old")->role, Role::Operate);
+    for (const auto& line : {std::string("a nonsense"), "a " + std::string(64, '0') + " king"}) {
+        WriteFile(PathOf("folder/tokens"), line + '\n');
+        EXPECT_THROW(tokens.Find(first), std::runtime_error);
+    }
 }
 
 TEST_F(MachinedTest, SaysWhatIsWrongWithItsSettings)

@@ -20,8 +20,11 @@ namespace MachineService::MachineManager {
 namespace {
 
 constexpr std::size_t PieceSize = 64 * 1024;
-constexpr auto LongestFarewell = std::chrono::milliseconds(500);
-constexpr std::size_t LargestFarewell = 1 << 20;
+// A body that was refused is still on its way, and its sender reads the answer behind it: what programs send at a time
+// has room in it.
+constexpr auto SilentFarewell = std::chrono::milliseconds(500);
+constexpr auto LongestFarewell = std::chrono::seconds(5);
+constexpr std::size_t LargestFarewell = 17 << 20;
 
 int MillisecondsUntil(std::chrono::steady_clock::time_point i_until)
 {
@@ -229,10 +232,10 @@ void ClientSocket::Finish()
     }
     ::shutdown(_descriptor, SHUT_WR);
     // Bytes that nobody reads would make the system take back the answer.
-    const auto until = Clock::now() + LongestFarewell;
-    std::array<char, 4096> bytes;
+    const Clock::time_point until = Clock::now() + LongestFarewell;
+    std::array<char, 65'536> bytes;
     std::size_t count = 0;
-    while (count < LargestFarewell && _Wait(POLLIN, until)) {
+    while (count < LargestFarewell && _Wait(POLLIN, std::min(until, Clock::now() + SilentFarewell))) {
         const auto read = ::recv(_descriptor, bytes.data(), bytes.size(), 0);
         if (read <= 0)
             break;

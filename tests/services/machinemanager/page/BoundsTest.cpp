@@ -81,6 +81,18 @@ TEST_F(BoundsTest, BodiesAreCountedAlsoWhenTheyHaveNoEnd)
     EXPECT_THAT(bounded.ReadUntil("\r\n\r\n"), AllOf(StartsWith("HTTP/1.1 413 "), HasSubstr("Connection: close")));
 }
 
+TEST_F(BoundsTest, WhoSendsWhatIsRefusedHearsWhy)
+{
+    auto client = PageFixture::Connect("olga");
+    for (const std::size_t size : {1'000, 4 << 20, 16 << 20}) {
+        const auto answer =
+            client.Patch("/api/v1/jobs/99/platform", std::string(size, 'x'), "application/octet-stream");
+        ASSERT_TRUE(answer) << size;
+        EXPECT_EQ(404, answer->status);
+        EXPECT_THAT(answer->body, HasSubstr("There is no job"));
+    }
+}
+
 TEST_F(BoundsTest, HeadsAreBoundedAndASecondRequestIsNotHiddenInABody)
 {
     auto longHead = Connect();

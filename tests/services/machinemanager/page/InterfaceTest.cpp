@@ -155,6 +155,53 @@ TEST_F(InterfaceTest, EveryAnswerIsAsTheDocumentSays)
     CheckAgainstDocument();
 }
 
+TEST_F(InterfaceTest, StoreAndFilesAreFetchedAndPutBackAsAWhole)
+{
+    Start();
+    Submit(9, "bracket");
+    const auto begun = ParseJson(Post("/api/v1/backups").body);
+    EXPECT_EQ(1, begun.value(QLatin1String("jobs")).toInt());
+    const auto hash = GetText(begun.value(QLatin1String("store")).toObject(), "sha256");
+    const auto path = "/api/v1/files/" + hash;
+    const auto bytes = Get(path).body;
+    EXPECT_EQ(
+        hash,
+        QCryptographicHash::hash(QByteArray::fromStdString(bytes), QCryptographicHash::Sha256).toHex().toStdString());
+    EXPECT_EQ(bytes.substr(6, 3), Get(path, {{"Range", "bytes=6-8"}}).body);
+    const auto platform = GetText(begun.value(QLatin1String("files")).toArray().at(0).toObject(), "sha256");
+    EXPECT_THAT(Get("/api/v1/files").body, AllOf(HasSubstr(hash), HasSubstr(platform)));
+    // As long as somebody gets them, no file goes, whether or not a job needs it.
+    EXPECT_EQ(0u, files->Sweep({}, store->Now() + std::chrono::hours(2)));
+    EXPECT_EQ(204, Post("/api/v1/backups/" + GetText(begun, "id") + "/end").status);
+    EXPECT_LT(0u, files->Sweep({}, store->Now() + std::chrono::hours(2)));
+    EXPECT_EQ(404, Get(path).status);
+    EXPECT_THAT(Get("/api/v1/check/files?content=false").body, HasSubstr("\"missing\""));
+
+    const auto send = [&](std::uint64_t i_offset, const std::string& i_bytes, const std::string& i_path) {
+        return Patch(i_path, i_bytes,
+                     {{"Upload-Offset", std::to_string(i_offset)}, {"Upload-Length", std::to_string(bytes.size())}})
+            .status;
+    };
+    const auto order = R"({"store":")" + hash + "\"";
+    EXPECT_EQ(404, Post("/api/v1/restore", order + "}").status);
+    EXPECT_EQ(409, send(1, bytes.substr(1), path)) << "nothing may be left out";
+    EXPECT_EQ(422, send(0, std::string(bytes.size(), 'x'), path)) << "another content than its name says";
+    EXPECT_EQ(422, send(0, "x", "/api/v1/files/nonsense"));
+    EXPECT_EQ(204, send(0, bytes.substr(0, 1'000), path));
+    EXPECT_EQ(204, send(1'000, bytes.substr(1'000), path));
+    EXPECT_EQ(204, send(1'000, bytes.substr(1'000), path)) << "whoever did not hear the answer sends it again";
+    EXPECT_EQ(409, Post("/api/v1/restore", order + "}").status) << "a file is missing";
+    EXPECT_EQ(409, Post("/api/v1/restore", order + R"(,"withoutFiles":true})").status) << "there is a job";
+    const auto restored = ParseJson(Post("/api/v1/restore", order + R"(,"withoutFiles":true,"replace":true})").body);
+    EXPECT_EQ(1, restored.value(QLatin1String("held")).toInt());
+    EXPECT_TRUE(std::filesystem::exists(GetText(restored, "aside") + "/contents.json"));
+    EXPECT_EQ("pending-held", GetText(ParseJson(Get(JobPath).body), "state"));
+    EXPECT_EQ(404, Post("/api/v1/restore", R"({"store":")" + platform + "\"}").status) << "it was swept";
+    EXPECT_EQ(200, Get("/api/v1/check").status);
+    EXPECT_EQ(400, Get("/api/v1/check/files?content=maybe").status);
+    CheckAgainstDocument();
+}
+
 TEST_F(InterfaceTest, ListsArePagedAndFiltered)
 {
     Start();

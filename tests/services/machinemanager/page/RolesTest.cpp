@@ -130,6 +130,31 @@ TEST_F(RolesTest, WhoSubmitsDoesNothingWithTheJobsOfOthers)
     EXPECT_EQ(before, Describe());
 }
 
+TEST_F(RolesTest, WhoseRoleChangesHasItInTheBrowserToo)
+{
+    page->Stop();
+    std::optional<Role> role = Role::Operate;
+    auto changing = options;
+    changing.confirm = [&role](const Actor& i_actor) {
+        return role ? std::optional(Actor{i_actor.name, *role}) : std::nullopt;
+    };
+    page = std::make_unique<ManagerPage>(*desk, changing);
+    page->Start();
+    const auto cookie = SignIn({"olga", Role::Operate});
+    const auto pause = [&] {
+        return Connect()
+            .Post("/machines/" + to_string(MakeId(1)) + "/actions/pause", cookie, "token=" + FindFormToken(cookie),
+                  "application/x-www-form-urlencoded")
+            ->status;
+    };
+    EXPECT_EQ(303, pause());
+    role = Role::See;
+    EXPECT_EQ(200, Connect().Get("/jobs", cookie)->status);
+    EXPECT_EQ(403, pause());
+    role.reset();
+    EXPECT_EQ(401, Connect().Get("/jobs", cookie)->status);
+}
+
 TEST_F(RolesTest, WhatTakesMachineFilesIsToldToOperatorsOnly)
 {
     desk->SetPrinter({"olga", Role::Operate}, MakeId(1),

@@ -4,7 +4,10 @@
 
 #include <cerrno>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace MachineService::MachineManager::Testing {
 
@@ -58,6 +61,27 @@ TEST_F(PrinterFolderTest, AFileIsSeenWholeWhenItIsToBePrintedAndPrintedWhenItIsT
 
     fs::remove(watched / FileName);
     EXPECT_EQ(GetState(), State::Printed);
+}
+
+TEST_F(PrinterFolderTest, WhatAKilledProgramLeftGoesAndWhatIsWrittenStays)
+{
+    const auto leave = [&](const char* ip_name, std::chrono::minutes i_age) {
+        TestSupport::WriteFile(watched / ip_name, "half");
+        fs::last_write_time(watched / ip_name, fs::file_time_type::clock::now() - i_age);
+    };
+    leave(".unfinished-killed", std::chrono::minutes(20));
+    leave(".unfinished-others", std::chrono::minutes(1));
+    leave(".hidden", std::chrono::minutes(20));
+    leave(".unfinished-locked", std::chrono::minutes(20));
+    const int locked = ::open((watched / ".unfinished-locked").c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(locked, LOCK_EX), 0);
+    link->Sweep();
+    EXPECT_THAT(GetNames(), UnorderedElementsAre(".unfinished-others", ".hidden", ".unfinished-locked"));
+    ::close(locked);
+    link->Sweep();
+    EXPECT_THAT(GetNames(), UnorderedElementsAre(".unfinished-others", ".hidden"));
+    fs::remove_all(watched);
+    EXPECT_NO_THROW(link->Sweep()) << "a folder of a network may be away";
 }
 
 TEST_F(PrinterFolderTest, WhatNobodyTakesCountsAsPrintedAfterTheTimeThatWasAgreed)

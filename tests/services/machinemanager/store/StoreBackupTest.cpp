@@ -3,6 +3,9 @@
 #include "services/machinemanager/store/StoreFixture.h"
 #include "support/Files.h"
 
+#include <QSqlDatabase>
+#include <QSqlQuery>
+
 #include <sstream>
 
 namespace {
@@ -52,10 +55,10 @@ TEST_P(StoreBackupTest, WhatIsBackedUpIsRestoredIntoEitherDatabase)
     for (int number = 0; number < 1'050; ++number) {
         NewJob job = MakeNewJob(std::to_string(number), toMachine);
         job.needs.nozzle = number % 2 == 0 ? std::optional(0.1 * number) : std::nullopt;
+        job.isDraft = true;
         if (number < 40 || GetParam() == Kind::Postgres) // more than one page, where rows are copied
             store.Add(job, true);
     }
-    store.ClaimNext(machine, "Kestrel", "K180", {});
     store.NoteMachine(machine, "Kestrel", "K180");
     store.EditMachine(machine, "ada", "PETG.", [](MachineEntry& io_machine) { io_machine.loaded = {"PETG", 0.4, ""}; });
     store.Backup(GetPath("backup.db"));
@@ -65,12 +68,17 @@ TEST_P(StoreBackupTest, WhatIsBackedUpIsRestoredIntoEitherDatabase)
     EXPECT_FALSE(std::filesystem::exists(GetPath("backup.db-wal")));
     EXPECT_EQ(std::filesystem::status(GetPath("backup.db")).permissions(), std::filesystem::perms(0600));
     const auto bytes = ReadFile(GetPath("backup.db"));
+    const StoreBackup backup(GetPath("backup.db"));
+    EXPECT_EQ(backup.CountJobs(), store.Count({}) - 1);
+    EXPECT_THAT(backup.GetFiles(), ElementsAre(std::string(64, 'a')));
     for (const Kind target : {Kind::Sqlite, Kind::Postgres}) {
-        const auto options = MakeTarget(target);
-        RestoreStore(GetPath("backup.db"), options);
-        EXPECT_EQ(GetRefusal([&] { RestoreStore(GetPath("backup.db"), options); }).first, ErrorKind::Conflict);
-        JobStore restored(options);
-        EXPECT_EQ(Describe(restored), expected);
+        JobStore restored(MakeTarget(target));
+        restored.NoteMachine(MakeUuid("Halcyon"), "Halcyon", "D260");
+        EXPECT_EQ(restored.Restore(backup, {}), 0);
+        EXPECT_EQ(GetRefusal([&] { restored.Restore(backup, {}); }).first, ErrorKind::Conflict);
+        EXPECT_EQ(restored.FindMachine(MakeUuid("Halcyon"))->model, "D260") << "it is offered nevertheless";
+        EXPECT_THAT(expected, Not(HasSubstr("Halcyon")));
+        EXPECT_THAT(Describe(restored), StartsWith(expected.substr(0, expected.find("Kestrel"))));
         EXPECT_THAT(restored.Check(true).findings, IsEmpty());
         const auto last = store.List({.count = 2})[1].number;
         EXPECT_EQ(restored.Add(MakeNewJob("next", toMachine), true).number, last + 1);
@@ -78,6 +86,40 @@ TEST_P(StoreBackupTest, WhatIsBackedUpIsRestoredIntoEitherDatabase)
     }
     EXPECT_EQ(ReadFile(GetPath("backup.db")), bytes);
     EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_P(StoreBackupTest, WhatWaitedOrWasWorkedOnIsForSomebodyToSay)
+{
+    JobStore store(MakeOptions());
+    for (const char* const name : {"building", "starting", "waiting"})
+        store.Add(MakeNewJob(name, toMachine), true);
+    JobClaim claims[2];
+    for (auto& claim : claims) {
+        const auto job = store.ClaimNext(machine, "Kestrel", "K180", [](const Job&) { return std::string(); });
+        ASSERT_TRUE(job);
+        claim = {job->id, job->fence};
+    }
+    store.Change(claims[1], {JobEvent::Built});
+    store.Change(claims[1], {JobEvent::Sent});
+    store.Backup(GetPath("backup.db"));
+    const StoreBackup backup(GetPath("backup.db"));
+
+    EXPECT_EQ(GetRefusal([&] { store.Restore(backup, {.mayReplace = true}); }).first, ErrorKind::Conflict)
+        << "jobs are carried out";
+    JobStore other(MakeTarget(GetParam()));
+    other.Add(MakeNewJob("former", toMachine), true);
+    const auto mark = other.GetMark();
+    other.Change(MakeUuid("former"), {JobEvent::Hold});
+    EXPECT_EQ(GetRefusal([&] { other.Restore(backup, {.mayReplace = true, .unchangedSince = mark}); }).first,
+              ErrorKind::Conflict)
+        << "it would be lost";
+    EXPECT_EQ(other.Restore(backup, {.mayReplace = true, .actor = "ada", .unchangedSince = other.GetMark()}), 2);
+    EXPECT_FALSE(other.Find(MakeUuid("former")));
+    EXPECT_EQ(other.Find(MakeUuid("waiting"))->phase, JobPhase::Held);
+    EXPECT_EQ(other.Find(MakeUuid("building"))->phase, JobPhase::Held);
+    EXPECT_EQ(other.Find(MakeUuid("starting"))->phase, JobPhase::Unconfirmed);
+    EXPECT_EQ(other.GetHistory(MakeUuid("waiting")).back().actor, "ada");
+    EXPECT_THAT(other.Check(true).findings, IsEmpty());
 }
 
 TEST_P(StoreBackupTest, ABackupIsOfOneMomentWhileFourThreadsWrite)
@@ -104,14 +146,12 @@ TEST_P(StoreBackupTest, ABackupIsOfOneMomentWhileFourThreadsWrite)
     hasToEnd = true;
     for (auto& thread : threads)
         thread.join();
-    const auto options = MakeTarget(GetParam());
-    RestoreStore(GetPath("backup.db"), options);
-    JobStore restored(options);
+    JobStore restored(MakeTarget(GetParam()));
+    // Of each thread at most the last job is not held: nothing is missing in between.
+    EXPECT_LE(restored.Restore(StoreBackup(GetPath("backup.db")), {}), 4);
     EXPECT_THAT(restored.Check(true).findings, IsEmpty());
     EXPECT_GE(restored.Count({}), least - 4);
     EXPECT_LE(restored.Count({}), added);
-    // Of each thread at most the last job is not held: nothing is missing in between.
-    EXPECT_LE(restored.Count({.states = {JobState::Pending}}), 4);
     JobFilter filter{.isOldestFirst = true, .count = 500};
     for (const Job& job : restored.List(filter))
         EXPECT_THAT(restored.GetHistory(job.id), SizeIs(job.version));
@@ -119,37 +159,38 @@ TEST_P(StoreBackupTest, ABackupIsOfOneMomentWhileFourThreadsWrite)
 
 TEST_P(StoreBackupTest, WhatIsNoBackupIsRefused)
 {
-    const auto options = MakeTarget(GetParam());
-    WriteFile(GetPath("text"), "This is no backup at all, but it is long enough to be looked at.");
-    EXPECT_EQ(GetRefusal([&] { RestoreStore(GetPath("text"), options); }).first, ErrorKind::BadInput);
-    EXPECT_EQ(GetRefusal([&] { RestoreStore(GetPath("none"), options); }).first, ErrorKind::BadInput);
-    WriteFile(GetPath("empty"), "");
-    EXPECT_EQ(GetRefusal([&] { RestoreStore(GetPath("empty"), options); }).first, ErrorKind::BadInput);
-    EXPECT_EQ(ReadFile(GetPath("text")).substr(0, 7), "This is");
     JobStore store(MakeOptions());
+    for (int number = 0; number < 200; ++number)
+        store.Add(MakeNewJob(std::to_string(number), toMachine), true);
+    store.Backup(GetPath("backup.db"));
+    const auto bytes = ReadFile(GetPath("backup.db"));
+    auto spoiled = bytes;
+    std::fill(spoiled.begin() + 20'000, spoiled.begin() + 30'000, '\x7f');
+    const std::vector<std::pair<const char*, std::string>> rows = {
+        {"text", "This is no backup at all, but it is long enough to be looked at."},
+        {"empty", ""},
+        {"short", bytes.substr(0, bytes.size() / 2)},
+        {"spoiled", spoiled},
+    };
+    for (const auto& [name, content] : rows) {
+        WriteFile(GetPath(name), content);
+        const auto refusal = GetRefusal([&] { StoreBackup(GetPath(name)); });
+        EXPECT_EQ(refusal.first, ErrorKind::BadInput) << name;
+        EXPECT_THAT(refusal.second, HasSubstr(name));
+        EXPECT_EQ(ReadFile(GetPath(name)), content) << "it stays as it is";
+    }
+    EXPECT_EQ(GetRefusal([&] { StoreBackup(GetPath("none")); }).first, ErrorKind::BadInput);
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("newer"));
+        database.setDatabaseName(QString::fromStdString(GetPath("backup.db")));
+        ASSERT_TRUE(database.open());
+        QSqlQuery(database).exec(QStringLiteral("UPDATE store_version SET version = 99"));
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("newer"));
+    EXPECT_THAT(GetRefusal([&] { StoreBackup(GetPath("backup.db")); }).second, HasSubstr("newer version"));
     const auto refusal = GetRefusal([&] { store.Backup(GetPath("no folder/backup.db")); });
     EXPECT_EQ(refusal.first, ErrorKind::Storage);
     EXPECT_THAT(refusal.second, HasSubstr("no folder/backup.db"));
-}
-
-TEST_P(StoreBackupTest, FilesThatAreMissingOrSpoiledAreTold)
-{
-    JobStore store(MakeOptions());
-    FileStore files(GetPath("files"));
-    const auto add = [&](const char* ip_name, bool i_is_whole) {
-        NewJob job = MakeNewJob(ip_name, toMachine);
-        job.platform = files.AddBytes(ip_name, std::string(ip_name) + ".TavAMX");
-        store.Add(job, i_is_whole);
-        return job.platform.hash;
-    };
-    add("sound", true);
-    std::filesystem::remove(files.GetPath(add("missing", true)));
-    WriteFile(files.GetPath(add("spoiled", true)), "spoiles");
-    std::filesystem::remove(files.GetPath(add("coming", false)));
-    EXPECT_THAT(CheckFiles(store, files, false).findings, ElementsAre(HasSubstr("missing.TavAMX")));
-    const auto report = CheckFiles(store, files, true);
-    EXPECT_FALSE(report.isSound);
-    EXPECT_THAT(report.findings, ElementsAre(HasSubstr("missing"), HasSubstr("damaged")));
 }
 
 } // namespace

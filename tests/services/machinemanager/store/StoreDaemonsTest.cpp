@@ -139,16 +139,41 @@ TEST_P(StoreDaemonsTest, AServerThatWasAwayIsASentenceAndThenAllGoesOn)
     EXPECT_TRUE(ear.Waits(id));
 }
 
-TEST_P(StoreDaemonsTest, AConnectionCutAnywhereLeavesNoDoubt)
+/// A store whose connections with the server go through the test's hands.
+class CutStoreTest : public StoreDaemonsTest
 {
-    JobStore direct(MakeOptions("one"));
+protected:
+    StoreOptions MakeCutOptions()
+    {
+        auto options = MakeOptions("two");
+        options.address = "postgresql://postgres@" + EncodeHost(folder.path().toStdString()) + "/" +
+                          ParseStoreAddress(address).database;
+        return options;
+    }
+
+    JobStore direct{MakeOptions("one")};
     const uuid id = direct.Add(MakeNewJob("lid", toMachine), true).id;
-    const auto proxyFolder = folder.path().toStdString();
-    const auto server = ParseStoreAddress(address).host + "/.s.PGSQL.5432";
-    SocketProxy proxy(proxyFolder + "/.s.PGSQL.5432", server);
-    auto options = MakeOptions("two");
-    options.address = "postgresql://postgres@" + EncodeHost(proxyFolder) + "/" + ParseStoreAddress(address).database;
-    JobStore store(options);
+    SocketProxy proxy{folder.path().toStdString() + "/.s.PGSQL.5432",
+                      ParseStoreAddress(address).host + "/.s.PGSQL.5432"};
+    JobStore store{MakeCutOptions()};
+};
+
+INSTANTIATE_TEST_SUITE_P(, CutStoreTest, ::testing::Values(Kind::Postgres), GetKindName);
+
+TEST_P(CutStoreTest, AnAnswerToACommitThatWasLostIsAskedFor)
+{
+    for (std::uint64_t version = 1; version < 8; ++version) {
+        proxy.CloseBehind("COMMIT");
+        EXPECT_EQ(GetRefusal([&] {
+                      store.Change(id, {version % 2 == 0 ? JobEvent::Release : JobEvent::Hold}, version);
+                  }).second,
+                  "");
+        EXPECT_EQ(direct.Find(id)->version, version + 1);
+    }
+}
+
+TEST_P(CutStoreTest, AConnectionCutAnywhereLeavesNoDoubt)
+{
     int failures = 0;
     std::uint64_t version = 1;
     for (std::size_t bytes = 1; bytes < 5'000; bytes += 61) {

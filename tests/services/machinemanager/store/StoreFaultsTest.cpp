@@ -69,10 +69,6 @@ TEST_P(StoreFaultsTest, EachStatementThatFailsIsASentenceAndChangesNothing)
          [&] {
              store.Add(MakeNewJob("lid", toMachine), true);
          }},
-        {"wait",
-         [&] {
-             store.SetWaitReason(id, "resources-are-not-ready", "No.");
-         }},
         {"edit",
          [&] {
              store.Edit(id, "priority", "ada", "", [](Job& io_job) { io_job.priority = 60; });
