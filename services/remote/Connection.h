@@ -30,6 +30,7 @@ struct ServiceTold
     std::chrono::milliseconds longestSilence{0}; ///< of a stream; 0: as long as it likes
     std::chrono::milliseconds grace{0};          ///< a run whose host is silent for longer is given up
     std::uint64_t largestInput = 0;              ///< 0: no bound
+    bool takesLateHashes = false;                ///< an input may be announced without its hash
 };
 
 /// One connection to a service, from the handshake on.
