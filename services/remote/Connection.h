@@ -33,6 +33,13 @@ struct ServiceTold
     bool takesLateHashes = false;                ///< an input may be announced without its hash
 };
 
+/// Whom a connection trusts; of tls.
+struct ServiceTrust
+{
+    std::string authority; ///< PEM certificates that are trusted; empty: the system's
+    std::string pin;       ///< fingerprint of the one certificate that counts instead; empty: none
+};
+
 /// One connection to a service, from the handshake on.
 ///
 /// Thread: any, once the handshake is over.
@@ -40,8 +47,7 @@ class Connection
 {
 public:
     /// Connects with the first call.
-    /// \param i_authority PEM certificates that are trusted; empty: the system's.
-    Connection(const ServiceAddress& i_address, const std::string& i_authority);
+    Connection(const ServiceAddress& i_address, const ServiceTrust& i_trust);
 
     pb::MachineService::Stub& GetStub() { return *_stub; }
 

@@ -33,7 +33,8 @@ struct RemoteCatalog::Impl final : ICatalogListener
          std::unique_ptr<AbstractPluginUtility> ip_utility)
         : id(i_id)
         , utility(std::move(ip_utility))
-        , service(std::make_shared<RemoteService>(i_endpoint, GetJobsDir(utility.get())))
+        , service(std::make_shared<RemoteService>(i_endpoint, GetJobsDir(utility.get()),
+                                                  utility ? utility->GetPinFile() : std::filesystem::path()))
         , reader(service, *this, SnapshotFile(GetCacheDir(utility.get()), i_endpoint.address))
         , thread(service->address.text, {io_owner._machineAdded, io_owner._machineRemoved, io_owner._machineUpdated,
                                          io_owner._serviceStatusUpdated})
@@ -41,6 +42,7 @@ struct RemoteCatalog::Impl final : ICatalogListener
 
     void TellNews(const MachineNews& i_news) override { thread.TellNews(i_news); }
     void TellStatus(ServiceStatus i_status, const std::string& i_reason) override;
+    void ConfirmCertificate(const ServiceCertificate& i_certificate, std::function<void(bool)> i_answer) override;
     std::optional<Machine> MakeMachine(const boost::uuids::uuid& i_id) const;
 
     const ServiceId id;
@@ -55,6 +57,13 @@ void RemoteCatalog::Impl::TellStatus(ServiceStatus i_status, const std::string& 
     if (utility)
         thread.Tell([&] { utility->HandleStatus(i_status, i_reason); });
     thread.TellStatus(id, i_status);
+}
+
+void RemoteCatalog::Impl::ConfirmCertificate(const ServiceCertificate& i_certificate,
+                                             std::function<void(bool)> i_answer)
+{
+    if (utility)
+        thread.Tell([&] { utility->ConfirmCertificate(i_certificate, std::move(i_answer)); });
 }
 
 std::optional<Machine> RemoteCatalog::Impl::MakeMachine(const boost::uuids::uuid& i_id) const
@@ -106,7 +115,7 @@ bool RemoteCatalog::Refresh(ServiceId i_service)
         return false;
     const auto connection = _impl->service->link.Get();
     if (!connection) {
-        _impl->reader.Wake();
+        _impl->service->retry.Wake();
         return true;
     }
     return _impl->service->workers.Post([service = _impl->service, connection] {
