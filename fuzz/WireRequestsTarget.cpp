@@ -100,17 +100,17 @@ private:
     {
         if (i_event.has_removed())
             return _journal.Remove(i_event.removed());
-        auto machine = std::make_shared<PublishedMachine>();
-        machine->message = i_event.has_added() ? i_event.added() : i_event.updated().machine();
-        const std::string id = machine->message.id();
-        _journal.Put(id, std::move(machine), i_event.updated().changes());
+        const auto& machine = i_event.has_added() ? i_event.added() : i_event.updated().machine();
+        _journal.Put(machine.id(), std::make_shared<PublishedMachine>(machine), i_event.updated().changes());
     }
 
     void Watch(const pb::WatchCatalogRequest& i_request)
     {
         auto reader = _journal.Follow(i_request.epoch(), i_request.revision());
         std::uint64_t revision = 0;
-        for (pb::CatalogEvent event; reader.Next(event);) {
+        for (std::string bytes; reader.Next(bytes);) {
+            pb::CatalogEvent event;
+            Fuzz::Require(event.ParseFromString(bytes), "an event is one");
             Fuzz::Require(event.revision() >= revision, "revisions never fall");
             revision = event.revision();
         }

@@ -46,6 +46,7 @@ public:
     {
         return TavSDK::GetUserFolder(TavSDK::UserFolder::Cache) / "machineservice" / "services";
     }
+    std::filesystem::path GetPinFile() const override { return _folder / "pins"; }
     void HandleStatus(MachineService::ServiceStatus i_status, const std::string& i_reason) override
     {
         if (_handleStatus)

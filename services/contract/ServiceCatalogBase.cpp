@@ -1,115 +1,45 @@
 #include "contract/ServiceCatalogBase.h"
 
 #include "client/interface/CommunicationException.h"
-
+#include "contract/ServiceThread.h"
 #include "tavsdk/Mutex.h"
-#include "tavsdk/StopExceptions.h"
-#include "tavsdk/ThreadCollector.h"
 
-#include <QLoggingCategory>
-
-#include <atomic>
 #include <condition_variable>
-#include <thread>
 
 namespace MachineService {
-
-namespace {
-
-Q_LOGGING_CATEGORY(Log, "machineservice.services")
-
-} // namespace
 
 /// Outlives the catalog where a slot on its thread destroys it; the catalog is not touched any more then.
 struct ServiceCatalogBase::Impl
 {
     Impl(ServiceCatalogBase& io_owner, ServiceId i_service, std::string i_name)
         : owner(io_owner)
-        , added(io_owner._machineAdded)
-        , removed(io_owner._machineRemoved)
-        , updated(io_owner._machineUpdated)
-        , statusUpdated(io_owner._serviceStatusUpdated)
         , service(i_service)
-        , name(std::move(i_name))
+        , thread(std::move(i_name), {io_owner._machineAdded, io_owner._machineRemoved, io_owner._machineUpdated,
+                                     io_owner._serviceStatusUpdated})
     {}
 
-    void RunThread();
     void Run();
-    void TellNews();
-    void TellStatus(ServiceStatus i_status)
-    {
-        Tell([&] { statusUpdated(service, i_status); });
-    }
-    /// What a listener throws is its own fault: the service goes on with the rest of the news.
-    template <class Signal>
-    void Tell(const Signal& i_signal) const
-    {
-        if (isLeft)
-            return;
-        TavSDK::StopExceptions(i_signal, [this](const char* ip_why) {
-            qCWarning(Log, "A listener of %s failed: %s", name.c_str(), ip_why);
-        });
-    }
-    bool IsStopped()
-    {
-        const TavSDK::MutexLock lock(mutex);
-        return isStopped;
-    }
 
     ServiceCatalogBase& owner;
-    // The signals as slots, which live until a call is over.
-    const MachineSignal::slot_type added;
-    const MachineSignal::slot_type removed;
-    const MachineUpdatedSignal::slot_type updated;
-    const ServiceStatusSignal::slot_type statusUpdated;
     const ServiceId service;
-    const std::string name;
-    bool isLeft = false; ///< used by the service's thread only: a slot on it stopped the service
-    const std::shared_ptr<std::atomic<bool>> hasEnded = std::make_shared<std::atomic<bool>>(false);
-    TavSDK::Mutex mutex;                             ///< guards everything below
-    bool isStopped TAVSDK_GUARDED_BY(mutex) = false; ///< for good: by Stop() or by a failure
+    ServiceThread thread;
+    TavSDK::Mutex mutex; ///< guards isWoken
     bool isWoken TAVSDK_GUARDED_BY(mutex) = false;
     std::condition_variable_any wakeUp;
-    std::thread thread TAVSDK_GUARDED_BY(mutex);
 };
-
-void ServiceCatalogBase::Impl::RunThread()
-{
-    const auto tell = [this](const char* ip_why) {
-        qCCritical(Log, "The service of %s ended: %s", name.c_str(), ip_why);
-    };
-    if (TavSDK::StopExceptions([this] { Run(); }, tell))
-        return;
-    {
-        const TavSDK::MutexLock lock(mutex);
-        isStopped = true;
-    }
-    TellStatus(ServiceStatus::Failed);
-}
 
 void ServiceCatalogBase::Impl::Run()
 {
-    TellStatus(ServiceStatus::Starting);
-    if (!isLeft)
-        TellNews();
-    TellStatus(ServiceStatus::Running);
-    while (!isLeft) {
+    thread.TellStatus(service, ServiceStatus::Starting);
+    if (!thread.HasLeft())
+        thread.TellNews(owner._FindNews());
+    thread.TellStatus(service, ServiceStatus::Running);
+    while (!thread.HasLeft()) {
         owner._Wait();
-        if (IsStopped())
+        if (thread.IsStopped())
             return;
-        TellNews();
+        thread.TellNews(owner._FindNews());
     }
-}
-
-void ServiceCatalogBase::Impl::TellNews()
-{
-    const MachineNews news = owner._FindNews();
-    for (const auto& id : news.removed)
-        Tell([&] { removed(id); });
-    for (const auto& update : news.updated)
-        Tell([&] { updated(update.first, update.second); });
-    for (const auto& id : news.added)
-        Tell([&] { added(id); });
 }
 
 ServiceCatalogBase::ServiceCatalogBase(ServiceId i_service, std::string i_name)
@@ -123,54 +53,23 @@ ServiceCatalogBase::~ServiceCatalogBase()
 
 void ServiceCatalogBase::Stop()
 {
-    std::thread thread;
-    {
-        const TavSDK::MutexLock lock(_impl->mutex);
-        _impl->isStopped = true;
-        thread.swap(_impl->thread);
-    }
-    if (!thread.joinable())
-        return;
-    _Wake();
-    if (thread.get_id() == std::this_thread::get_id()) {
-        _impl->isLeft = true;
-        TavSDK::CollectThread(std::move(thread), _impl->hasEnded);
-        return;
-    }
-    // Not under the lock: a slot on that thread may ask for a refresh.
-    thread.join();
+    // A slot that is called meanwhile may destroy this.
+    const auto impl = _impl;
+    impl->thread.Stop([this] { _Wake(); });
 }
 
 bool ServiceCatalogBase::Start(ServiceId i_service)
 {
     if (i_service != _impl->service)
         return false;
-    const TavSDK::MutexLock lock(_impl->mutex);
-    if (_impl->isStopped)
-        return false;
-    if (_impl->thread.joinable())
-        return true;
-    try {
-        _impl->thread = std::thread([impl = _impl] {
-            impl->RunThread();
-            *impl->hasEnded = true;
-        });
-        return true;
-    } catch (const std::system_error& failure) {
-        qCCritical(Log, "The service of %s cannot start: %s", _impl->name.c_str(), failure.what());
-        return false;
-    }
+    return _impl->thread.Start([impl = _impl] { impl->Run(); },
+                               [impl = _impl] { impl->thread.TellStatus(impl->service, ServiceStatus::Failed); });
 }
 
 bool ServiceCatalogBase::Refresh(ServiceId i_service)
 {
-    if (i_service != _impl->service)
+    if (i_service != _impl->service || !_impl->thread.IsRunning())
         return false;
-    {
-        const TavSDK::MutexLock lock(_impl->mutex);
-        if (_impl->isStopped || !_impl->thread.joinable())
-            return false;
-    }
     _Wake();
     return true;
 }
@@ -178,7 +77,8 @@ bool ServiceCatalogBase::Refresh(ServiceId i_service)
 void ServiceCatalogBase::_Wait()
 {
     TavSDK::MutexLock lock(_impl->mutex);
-    while (!_impl->isWoken && !_impl->isStopped)
+    // Stop wakes as well, and what it said before is there for good.
+    while (!_impl->isWoken)
         _impl->wakeUp.wait(lock);
     _impl->isWoken = false;
 }

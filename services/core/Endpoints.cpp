@@ -22,6 +22,7 @@ constexpr std::uint64_t MaxListBytes = 1'000'000;
 constexpr double MaxServices = 100;
 constexpr std::size_t MaxAddress = 400;
 constexpr std::size_t MaxPath = 4000;
+constexpr std::size_t MaxPin = 200;
 
 ServiceEndpoint ReadEndpoint(JsonFields i_fields, const std::filesystem::path& i_folder)
 {
@@ -30,6 +31,8 @@ ServiceEndpoint ReadEndpoint(JsonFields i_fields, const std::filesystem::path& i
     // Beside the list, unless it says where.
     if (i_fields.Has("authorityFile"))
         endpoint.authorityFile = i_folder / TavSDK::PathFromUtf8(i_fields.Text("authorityFile", MaxPath));
+    if (i_fields.Has("pin"))
+        endpoint.pin = i_fields.Text("pin", MaxPin);
     i_fields.Finish();
     return endpoint;
 }

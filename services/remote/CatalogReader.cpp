@@ -5,6 +5,7 @@
 #include "remote/Log.h"
 #include "remote/StatusTrouble.h"
 #include "remote/StoredMessages.h"
+#include "remote/trust/Fingerprint.h"
 #include "wire/Conversions.h"
 #include "wire/RunningHash.h"
 
@@ -58,12 +59,32 @@ void CatalogReader::Run()
             _HandleLoss(IsAboutCredentials(failure.trouble) ? ServiceStatus::AuthenticationRequired
                                                             : ServiceStatus::Failed,
                         failure.what(), isGone);
+            if (!failure.fingerprint.empty())
+                _AskAbout(failure.fingerprint);
         } catch (const std::exception& failure) {
             _HandleLoss(ServiceStatus::Failed, failure.what());
         }
-        _Pause();
+        _service->retry.Pause(Clock::now() + _pause, _service->stop.get_token());
+        _pause = std::min(2 * _pause, _service->address.isLocal ? LongestPauseHere : LongestPauseElsewhere);
     }
     _Keep();
+}
+
+void CatalogReader::_AskAbout(const std::string& i_fingerprint)
+{
+    if (_service->IsClosed() || !_asked.insert(i_fingerprint).second)
+        return;
+    _listener.ConfirmCertificate({_service->address.text, ShowFingerprint(i_fingerprint)},
+                                 [weak = std::weak_ptr(_service), fingerprint = i_fingerprint](bool i_is_trusted) {
+                                     const auto service = i_is_trusted ? weak.lock() : nullptr;
+                                     if (!service)
+                                         return;
+                                     // Whoever answers waits for no disk.
+                                     service->workers.Post([service, fingerprint] {
+                                         service->pins.Add(service->address.text, fingerprint);
+                                         service->retry.Wake();
+                                     });
+                                 });
 }
 
 std::stop_token CatalogReader::_BeginAttempt()
@@ -175,6 +196,7 @@ void CatalogReader::_Take(const pb::CatalogEvent& i_event, const std::shared_ptr
 void CatalogReader::_TakePage(const pb::SnapshotPage& i_page, const Position& i_position, Connection& io_connection)
 {
     _isReading = true;
+    _pages.reserve(_pages.size() + static_cast<std::size_t>(i_page.machines_size()));
     for (const auto& message : i_page.machines()) {
         if (_pages.size() >= MaxMachines)
             Fail(ErrorCode::InternalError, "The machine service offers too many machines; it needs to be repaired.");
@@ -305,26 +327,6 @@ void CatalogReader::_Keep()
     _keptAt = Clock::now();
 }
 
-void CatalogReader::_Pause()
-{
-    const auto end = Clock::now() + _pause;
-    _pause = std::min(2 * _pause, _service->address.isLocal ? LongestPauseHere : LongestPauseElsewhere);
-    const std::stop_callback wake(_service->stop.get_token(), [this] { Wake(); });
-    TavSDK::MutexLock lock(_mutex);
-    while (!_isWoken && !_service->IsClosed()) {
-        if (_wakeUp.wait_until(lock, end) == std::cv_status::timeout)
-            break;
-    }
-    _isWoken = false;
-}
-
-void CatalogReader::Wake()
-{
-    const TavSDK::MutexLock lock(_mutex);
-    _isWoken = true;
-    _wakeUp.notify_one();
-}
-
 void CatalogReader::SetCredentials(std::optional<AuthenticationData> i_credentials)
 {
     std::stop_source attempt;
@@ -333,7 +335,7 @@ void CatalogReader::SetCredentials(std::optional<AuthenticationData> i_credentia
         _credentials = std::move(i_credentials);
         attempt = _attemptStop;
     }
-    Wake();
+    _service->retry.Wake();
     attempt.request_stop();
 }
 

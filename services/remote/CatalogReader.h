@@ -21,6 +21,8 @@ public:
     virtual void TellNews(const MachineNews& i_news) = 0;
     /// \param i_reason a sentence for the user, or none.
     virtual void TellStatus(ServiceStatus i_status, const std::string& i_reason) = 0;
+    /// As AbstractPluginUtility::ConfirmCertificate.
+    virtual void ConfirmCertificate(const ServiceCertificate& i_certificate, std::function<void(bool)> i_answer) = 0;
 };
 
 /// Connects to a service, keeps its machines current, and connects again whenever that ends.
@@ -33,8 +35,6 @@ public:
 
     /// Until the service is closed.
     void Run();
-    /// Tries again at once, if it waits for that.
-    void Wake();
     /// Used from the next connection on, which is made at once.
     void SetCredentials(std::optional<AuthenticationData> i_credentials);
 
@@ -59,7 +59,8 @@ private:
     /// \param i_is_gone nobody listens there.
     void _HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone = false);
     void _Keep();
-    void _Pause();
+    /// Asks the user about a certificate that nobody vouches for.
+    void _AskAbout(const std::string& i_fingerprint);
     std::stop_token _BeginAttempt();
 
     const std::shared_ptr<RemoteService> _service;
@@ -76,10 +77,9 @@ private:
     bool _isDirty = false;   ///< something is not kept on the disk yet
     Clock::time_point _keptAt;
     std::chrono::milliseconds _pause;
+    std::set<std::string> _asked; ///< certificates that the user was asked about
 
-    TavSDK::Mutex _mutex; ///< guards everything below
-    std::condition_variable_any _wakeUp;
-    bool _isWoken TAVSDK_GUARDED_BY(_mutex) = false;
+    TavSDK::Mutex _mutex;                                    ///< guards everything below
     std::stop_source _attemptStop TAVSDK_GUARDED_BY(_mutex); ///< ends the present connection
     std::optional<AuthenticationData> _credentials TAVSDK_GUARDED_BY(_mutex);
 };

@@ -1,5 +1,6 @@
 #include "remote/Connection.h"
 
+#include "remote/trust/PinnedCredentials.h"
 #include "wire/Protocol.h"
 
 #include <grpcpp/create_channel.h>
@@ -13,7 +14,7 @@ namespace {
 constexpr int KeepaliveMs = 30'000;
 constexpr int KeepaliveTimeoutMs = 10'000;
 
-std::shared_ptr<grpc::Channel> MakeChannel(const ServiceAddress& i_address, const std::string& i_authority)
+std::shared_ptr<grpc::Channel> MakeChannel(const ServiceAddress& i_address, const ServiceTrust& i_trust)
 {
     grpc::ChannelArguments arguments;
     arguments.SetMaxReceiveMessageSize(Wire::MaxMessageBytes);
@@ -27,15 +28,17 @@ std::shared_ptr<grpc::Channel> MakeChannel(const ServiceAddress& i_address, cons
     arguments.SetInt(GRPC_ARG_KEEPALIVE_TIME_MS, KeepaliveMs);
     arguments.SetInt(GRPC_ARG_KEEPALIVE_TIMEOUT_MS, KeepaliveTimeoutMs);
     arguments.SetInt(GRPC_ARG_HTTP2_MAX_PINGS_WITHOUT_DATA, 0);
+    if (!i_trust.pin.empty())
+        return grpc::CreateCustomChannel(i_address.target, MakePinnedCredentials(i_trust.pin), arguments);
     grpc::SslCredentialsOptions options;
-    options.pem_root_certs = i_authority;
+    options.pem_root_certs = i_trust.authority;
     return grpc::CreateCustomChannel(i_address.target, grpc::SslCredentials(options), arguments);
 }
 
 } // namespace
 
-Connection::Connection(const ServiceAddress& i_address, const std::string& i_authority)
-    : _stub(pb::MachineService::NewStub(MakeChannel(i_address, i_authority)))
+Connection::Connection(const ServiceAddress& i_address, const ServiceTrust& i_trust)
+    : _stub(pb::MachineService::NewStub(MakeChannel(i_address, i_trust)))
 {}
 
 Call::Call(const Connection& i_connection, std::optional<std::chrono::milliseconds> i_deadline,

@@ -30,6 +30,14 @@ struct ServiceTold
     std::chrono::milliseconds longestSilence{0}; ///< of a stream; 0: as long as it likes
     std::chrono::milliseconds grace{0};          ///< a run whose host is silent for longer is given up
     std::uint64_t largestInput = 0;              ///< 0: no bound
+    bool takesLateHashes = false;                ///< an input may be announced without its hash
+};
+
+/// Whom a connection trusts; of tls.
+struct ServiceTrust
+{
+    std::string authority; ///< PEM certificates that are trusted; empty: the system's
+    std::string pin;       ///< fingerprint of the one certificate that counts instead; empty: none
 };
 
 /// One connection to a service, from the handshake on.
@@ -39,8 +47,7 @@ class Connection
 {
 public:
     /// Connects with the first call.
-    /// \param i_authority PEM certificates that are trusted; empty: the system's.
-    Connection(const ServiceAddress& i_address, const std::string& i_authority);
+    Connection(const ServiceAddress& i_address, const ServiceTrust& i_trust);
 
     pb::MachineService::Stub& GetStub() { return *_stub; }
 

@@ -1,9 +1,10 @@
 #include "remote/Handshake.h"
 
 #include "contract/Failure.h"
-#include "remote/CertificateLook.h"
 #include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"
+#include "remote/trust/CertificateLook.h"
+#include "remote/trust/Fingerprint.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Path.h"
@@ -39,12 +40,39 @@ std::string ReadAuthority(const RemoteService& i_service)
     }
 }
 
+/// Of which of two lists the pin is to be taken out, or nothing.
+std::string DescribePin(const RemoteService& i_service)
+{
+    if (!i_service.pin.empty() || i_service.pins.GetFile().empty())
+        return {};
+    return " The pin is in the file " + TavSDK::Quote(TavSDK::ShowPath(i_service.pins.GetFile())) + '.';
+}
+
+/// More about a connection that was not made.
+[[noreturn]] void ThrowAboutCertificate(const RemoteService& i_service, Trouble i_trouble, const ServiceTrust& i_trust)
+{
+    const auto& address = i_service.address;
+    if (i_trouble == Trouble::CertificateChanged)
+        throw TroubleException(i_trouble, address, DescribePin(i_service));
+    const auto look = LookAtCertificate(address, i_trust.authority, LongestLook, i_service.stop.get_token());
+    if (look.trouble != Trouble::CertificateUnknown || look.fingerprint.empty())
+        throw TroubleException(look.trouble, address);
+    throw TroubleException(look.trouble, address,
+                           " The fingerprint of its certificate is " + ShowFingerprint(look.fingerprint) +
+                               ": pin it if the administrator of the service tells the same one.",
+                           look.fingerprint);
+}
+
 } // namespace
 
 std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::stop_token& i_stop)
 {
-    const std::string authority = ReadAuthority(i_service);
-    const auto connection = std::make_shared<Connection>(i_service.address, authority);
+    ServiceTrust trust;
+    if (!i_service.address.isLocal) {
+        trust.pin = i_service.pin.empty() ? i_service.pins.Find(i_service.address.text).value_or("") : i_service.pin;
+        trust.authority = trust.pin.empty() ? ReadAuthority(i_service) : std::string();
+    }
+    const auto connection = std::make_shared<Connection>(i_service.address, trust);
     pb::ServiceInformationRequest request;
     request.set_protocol_revision(Wire::ProtocolRevision);
     const QString host =
@@ -60,10 +88,9 @@ std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::s
     try {
         i_service.Check(status, call.GetContext(), i_stop);
     } catch (const TroubleException& failure) {
-        if (failure.trouble != Trouble::CertificateUnknown)
+        if (failure.trouble != Trouble::CertificateUnknown && failure.trouble != Trouble::CertificateChanged)
             throw;
-        const auto stop = i_service.stop.get_token();
-        throw TroubleException(LookAtCertificate(i_service.address, authority, LongestLook, stop), i_service.address);
+        ThrowAboutCertificate(i_service, failure.trouble, trust);
     }
     if (information.oldest_host_revision() > Wire::ProtocolRevision)
         throw TroubleException(Trouble::HostTooOld, i_service.address);

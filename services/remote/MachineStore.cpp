@@ -1,7 +1,6 @@
 #include "remote/MachineStore.h"
 
 #include <algorithm>
-#include <set>
 
 namespace MachineService::Remote {
 
@@ -28,19 +27,21 @@ MachineChanges FindChanges(const StoredMachine& i_old, const StoredMachine& i_ne
     return changes;
 }
 
-void MachineStore::_Put(StoredMachine i_machine, MachineChanges i_told, MachineNews& io_news)
+void MachineStore::_Put(StoredMachine&& io_machine, MachineChanges i_told, MachineNews& io_news)
 {
-    const auto id = i_machine.data.id;
-    const auto known = _entries.find(id);
-    if (known == _entries.end()) {
-        _order.emplace(_nextPlace, id);
-        _entries.emplace(id, Entry{std::make_shared<const StoredMachine>(std::move(i_machine)), _nextPlace});
-        ++_nextPlace;
+    const auto id = io_machine.data.id;
+    const auto [entry, isNew] = _entries.try_emplace(id);
+    auto& known = entry->second;
+    known.generation = _generation;
+    if (isNew) {
+        known.place = _nextPlace++;
+        known.machine = std::make_shared<const StoredMachine>(std::move(io_machine));
+        _order.emplace_hint(_order.end(), known.place, id);
         io_news.added.push_back(id);
         return;
     }
-    const auto changes = i_told | FindChanges(*known->second.machine, i_machine);
-    known->second.machine = std::make_shared<const StoredMachine>(std::move(i_machine));
+    const auto changes = i_told | FindChanges(*known.machine, io_machine);
+    known.machine = std::make_shared<const StoredMachine>(std::move(io_machine));
     if (changes != MachineChanges::None)
         io_news.updated.emplace_back(id, changes);
 }
@@ -49,20 +50,22 @@ MachineNews MachineStore::Replace(std::vector<StoredMachine> i_machines, const P
 {
     MachineNews news;
     const TavSDK::MutexLock lock(_mutex);
-    std::set<boost::uuids::uuid> ids;
+    ++_generation;
     for (StoredMachine& machine : i_machines) {
         // An id that appears twice is one machine: the first.
-        if (ids.insert(machine.data.id).second)
+        const auto known = _entries.find(machine.data.id);
+        if (known == _entries.end() || known->second.generation != _generation)
             _Put(std::move(machine), MachineChanges::None, news);
     }
-    for (auto entry = _entries.begin(); entry != _entries.end();) {
-        if (ids.contains(entry->first)) {
-            ++entry;
+    for (auto place = _order.begin(); place != _order.end();) {
+        const auto entry = _entries.find(place->second);
+        if (entry->second.generation == _generation) {
+            ++place;
             continue;
         }
-        news.removed.push_back(entry->first);
-        _order.erase(entry->second.place);
-        entry = _entries.erase(entry);
+        news.removed.push_back(place->second);
+        _entries.erase(entry);
+        place = _order.erase(place);
     }
     _position = i_position;
     return news;

@@ -72,14 +72,16 @@ private:
     {
         MachinePointer machine;
         std::uint64_t place = 0;
+        std::uint64_t generation = 0; ///< of the last snapshot that had it
     };
 
-    void _Put(StoredMachine i_machine, MachineChanges i_told, MachineNews& io_news) TAVSDK_REQUIRES(_mutex);
+    void _Put(StoredMachine&& io_machine, MachineChanges i_told, MachineNews& io_news) TAVSDK_REQUIRES(_mutex);
 
     mutable TavSDK::Mutex _mutex; ///< guards everything below
     std::map<boost::uuids::uuid, Entry> _entries TAVSDK_GUARDED_BY(_mutex);
     std::map<std::uint64_t, boost::uuids::uuid> _order TAVSDK_GUARDED_BY(_mutex);
     std::uint64_t _nextPlace TAVSDK_GUARDED_BY(_mutex) = 0;
+    std::uint64_t _generation TAVSDK_GUARDED_BY(_mutex) = 0; ///< counts the snapshots
     Position _position TAVSDK_GUARDED_BY(_mutex);
 };
 

@@ -2,16 +2,11 @@
 
 #include "client/interface/CommunicationException.h"
 #include "contract/ReadyFuture.h"
+#include "contract/ServiceThread.h"
 #include "remote/CatalogReader.h"
-#include "remote/Log.h"
 #include "remote/RemoteService.h"
 #include "remote/RemoteStrategy.h"
 #include "tavsdk/Path.h"
-#include "tavsdk/StopExceptions.h"
-#include "tavsdk/ThreadCollector.h"
-
-#include <atomic>
-#include <thread>
 
 namespace MachineService::Remote {
 
@@ -36,73 +31,39 @@ struct RemoteCatalog::Impl final : ICatalogListener
 {
     Impl(RemoteCatalog& io_owner, ServiceId i_id, const ServiceEndpoint& i_endpoint,
          std::unique_ptr<AbstractPluginUtility> ip_utility)
-        : added(io_owner._machineAdded)
-        , removed(io_owner._machineRemoved)
-        , updated(io_owner._machineUpdated)
-        , statusUpdated(io_owner._serviceStatusUpdated)
-        , id(i_id)
+        : id(i_id)
         , utility(std::move(ip_utility))
-        , service(std::make_shared<RemoteService>(i_endpoint, GetJobsDir(utility.get())))
+        , service(std::make_shared<RemoteService>(i_endpoint, GetJobsDir(utility.get()),
+                                                  utility ? utility->GetPinFile() : std::filesystem::path()))
         , reader(service, *this, SnapshotFile(GetCacheDir(utility.get()), i_endpoint.address))
+        , thread(service->address.text, {io_owner._machineAdded, io_owner._machineRemoved, io_owner._machineUpdated,
+                                         io_owner._serviceStatusUpdated})
     {}
 
-    void TellNews(const MachineNews& i_news) override;
+    void TellNews(const MachineNews& i_news) override { thread.TellNews(i_news); }
     void TellStatus(ServiceStatus i_status, const std::string& i_reason) override;
-    void RunThread();
+    void ConfirmCertificate(const ServiceCertificate& i_certificate, std::function<void(bool)> i_answer) override;
     std::optional<Machine> MakeMachine(const boost::uuids::uuid& i_id) const;
-    /// What a listener throws is its own fault: the service goes on with the rest of the news.
-    template <class Signal>
-    void Tell(const Signal& i_signal) const
-    {
-        if (isLeft)
-            return;
-        TavSDK::StopExceptions(i_signal, [this](const char* ip_why) {
-            qCWarning(RemoteLog, "A listener of %s failed: %s", service->address.text.c_str(), ip_why);
-        });
-    }
 
-    // The signals as slots, which live until a call is over.
-    const MachineSignal::slot_type added;
-    const MachineSignal::slot_type removed;
-    const MachineUpdatedSignal::slot_type updated;
-    const ServiceStatusSignal::slot_type statusUpdated;
     const ServiceId id;
     const std::unique_ptr<AbstractPluginUtility> utility;
     const std::shared_ptr<RemoteService> service; ///< shared with the machines that were handed out
     CatalogReader reader;
-    bool isLeft = false; ///< used by the service's thread only: a slot on it stopped the service
-    const std::shared_ptr<std::atomic<bool>> hasEnded = std::make_shared<std::atomic<bool>>(false);
-    TavSDK::Mutex mutex; ///< guards everything below
-    bool isStopped TAVSDK_GUARDED_BY(mutex) = false;
-    std::thread thread TAVSDK_GUARDED_BY(mutex);
+    ServiceThread thread;
 };
-
-void RemoteCatalog::Impl::TellNews(const MachineNews& i_news)
-{
-    for (const auto& machine : i_news.removed)
-        Tell([&] { removed(machine); });
-    for (const auto& update : i_news.updated)
-        Tell([&] { updated(update.first, update.second); });
-    for (const auto& machine : i_news.added)
-        Tell([&] { added(machine); });
-}
 
 void RemoteCatalog::Impl::TellStatus(ServiceStatus i_status, const std::string& i_reason)
 {
-    Tell([&] {
-        if (utility)
-            utility->HandleStatus(i_status, i_reason);
-        statusUpdated(id, i_status);
-    });
+    if (utility)
+        thread.Tell([&] { utility->HandleStatus(i_status, i_reason); });
+    thread.TellStatus(id, i_status);
 }
 
-void RemoteCatalog::Impl::RunThread()
+void RemoteCatalog::Impl::ConfirmCertificate(const ServiceCertificate& i_certificate,
+                                             std::function<void(bool)> i_answer)
 {
-    const auto tell = [this](const char* ip_why) {
-        qCCritical(RemoteLog, "The service of %s ended: %s", service->address.text.c_str(), ip_why);
-    };
-    if (!TavSDK::StopExceptions([this] { reader.Run(); }, tell))
-        TellStatus(ServiceStatus::Failed, {});
+    if (utility)
+        thread.Tell([&] { utility->ConfirmCertificate(i_certificate, std::move(i_answer)); });
 }
 
 std::optional<Machine> RemoteCatalog::Impl::MakeMachine(const boost::uuids::uuid& i_id) const
@@ -127,20 +88,7 @@ void RemoteCatalog::Stop()
 {
     // A slot that is called meanwhile may destroy this.
     const auto impl = _impl;
-    std::thread thread;
-    {
-        const TavSDK::MutexLock lock(impl->mutex);
-        impl->isStopped = true;
-        thread.swap(impl->thread);
-    }
-    impl->service->stop.request_stop();
-    if (thread.joinable() && thread.get_id() == std::this_thread::get_id()) {
-        impl->isLeft = true;
-        TavSDK::CollectThread(std::move(thread), impl->hasEnded);
-    } else if (thread.joinable()) {
-        // Not under the lock: a slot on that thread may ask for a refresh.
-        thread.join();
-    }
+    impl->thread.Stop([&impl] { impl->service->stop.request_stop(); });
     impl->service->Close();
 }
 
@@ -148,24 +96,8 @@ bool RemoteCatalog::Start(ServiceId i_service)
 {
     if (i_service != _impl->id)
         return false;
-    const TavSDK::MutexLock lock(_impl->mutex);
-    if (_impl->isStopped)
-        return false;
-    if (_impl->thread.joinable())
-        return true;
-    try {
-        _impl->thread = std::thread([impl = _impl]() mutable {
-            impl->RunThread();
-            const auto hasEnded = impl->hasEnded;
-            impl.reset();
-            *hasEnded = true;
-        });
-        return true;
-    } catch (const std::system_error& failure) {
-        qCCritical(RemoteLog, "The service of %s cannot start: %s", _impl->service->address.text.c_str(),
-                   failure.what());
-        return false;
-    }
+    return _impl->thread.Start([impl = _impl] { impl->reader.Run(); },
+                               [impl = _impl] { impl->TellStatus(ServiceStatus::Failed, {}); });
 }
 
 AuthenticationResult RemoteCatalog::SetAuthentication(ServiceId i_service,
@@ -179,16 +111,11 @@ AuthenticationResult RemoteCatalog::SetAuthentication(ServiceId i_service,
 
 bool RemoteCatalog::Refresh(ServiceId i_service)
 {
-    if (i_service != _impl->id)
+    if (i_service != _impl->id || !_impl->thread.IsRunning())
         return false;
-    {
-        const TavSDK::MutexLock lock(_impl->mutex);
-        if (_impl->isStopped || !_impl->thread.joinable())
-            return false;
-    }
     const auto connection = _impl->service->link.Get();
     if (!connection) {
-        _impl->reader.Wake();
+        _impl->service->retry.Wake();
         return true;
     }
     return _impl->service->workers.Post([service = _impl->service, connection] {

@@ -2,13 +2,33 @@
 
 #include "contract/Failure.h"
 #include "remote/StatusTrouble.h"
+#include "remote/trust/Fingerprint.h"
+#include "tavsdk/Text.h"
 
 namespace MachineService::Remote {
 
-RemoteService::RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir)
+namespace {
+
+std::string ReadPin(const ServiceEndpoint& i_endpoint)
+{
+    if (i_endpoint.pin.empty())
+        return {};
+    if (const auto pin = ReadFingerprint(i_endpoint.pin))
+        return *pin;
+    Fail(ErrorCode::InternalError, "The pin of the machine service at " + TavSDK::Quote(i_endpoint.address, 300) +
+                                       " is no fingerprint: give the SHA-256 of its certificate, 64 hexadecimal "
+                                       "digits.");
+}
+
+} // namespace
+
+RemoteService::RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir,
+                             std::filesystem::path i_pin_file)
     : address(ParseServiceAddress(i_endpoint.address))
     , authorityFile(i_endpoint.authorityFile)
+    , pin(ReadPin(i_endpoint))
     , jobsDir(std::move(i_jobs_dir))
+    , pins(std::move(i_pin_file))
 {}
 
 void RemoteService::Close()

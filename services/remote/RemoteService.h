@@ -6,8 +6,10 @@
 #include "remote/IconStore.h"
 #include "remote/Link.h"
 #include "remote/MachineStore.h"
+#include "remote/Retry.h"
 #include "remote/ServiceAddress.h"
 #include "remote/Workers.h"
+#include "remote/trust/Pins.h"
 #include "wire/IdleWatchdog.h"
 
 #include <chrono>
@@ -27,9 +29,11 @@ inline constexpr std::chrono::seconds QuestionDeadline(5);
 /// Thread: any.
 struct RemoteService
 {
-    /// \throws CommunicationException for an address that is none.
+    /// \throws CommunicationException for an address or a pin that is none.
     /// \param i_jobs_dir where the host keeps what machines of the service built.
-    RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir);
+    /// \param i_pin_file see Pins.
+    RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir,
+                  std::filesystem::path i_pin_file = {});
 
     /// Ends all calls and joins the threads. Twice is harmless.
     void Close();
@@ -47,7 +51,10 @@ struct RemoteService
 
     const ServiceAddress address;
     const std::filesystem::path authorityFile;
+    const std::string pin; ///< of the endpoint, see trust/Fingerprint.h; or empty
     const std::filesystem::path jobsDir;
+    Pins pins; ///< that users confirmed
+    Retry retry;
     MachineStore machines;
     IconStore icons;
     CanRunStore canRun;

@@ -39,6 +39,7 @@ RunCall::RunCall(std::shared_ptr<RemoteService> ip_service, const RunSubject& i_
     _request.set_run_id(Wire::ToBytes(boost::uuids::random_generator()()));
     *_request.mutable_machine() = i_subject.machine;
     _request.set_kind(i_subject.kind);
+    _request.set_takes_late_hashes(true);
     for (const auto& token : {_service->stop.get_token(), i_parameters.stopToken})
         _stops.emplace_back(token, [this] { _stop.request_stop(); });
 }
@@ -75,10 +76,11 @@ void RunCall::_OpenInput()
             auto& input = *_request.mutable_input();
             input.set_name(TavSDK::PathToUtf8(_parameters.inputFile.filename()));
             input.set_size_bytes(size);
-            input.set_sha256(Wire::HashOfFile(*_input, [this] {
-                if (_stop.stop_requested())
-                    throw CommunicationException(ErrorCode::ProcessingAborted);
-            }));
+            if (!_connection->told.takesLateHashes)
+                input.set_sha256(Wire::HashOfFile(*_input, [this] {
+                    if (_stop.stop_requested())
+                        throw CommunicationException(ErrorCode::ProcessingAborted);
+                }));
         } catch (const TavSDK::FileError& failure) {
             Fail(ErrorCode::FileError, "The file " + TavSDK::Quote(TavSDK::ShowPath(_parameters.inputFile)) +
                                            " cannot be sent to the machine: " + failure.what() + '.');

@@ -25,7 +25,7 @@ struct RunFile
 {
     std::string name;
     std::uint64_t size = 0;
-    std::string hash;
+    std::string hash; ///< SHA-256, 32 bytes; empty: told with the last piece
 };
 
 /// A run as its service tells it.

@@ -66,6 +66,7 @@ ServiceTold ToServiceTold(const pb::ServiceInformation& i_information)
                      ? DefaultGrace
                      : std::min(milliseconds(i_information.host_grace_ms()), LongestGrace);
     told.largestInput = i_information.largest_input_bytes();
+    told.takesLateHashes = i_information.protocol_revision() >= Wire::LateHashRevision;
     return told;
 }
 

@@ -1,5 +1,6 @@
 #include "remote/StatusTrouble.h"
 
+#include "remote/trust/PinnedCredentials.h"
 #include "wire/Failures.h"
 
 #include <array>
@@ -19,6 +20,7 @@ struct Sign
 constexpr std::array Signs{
     Sign{"DNS resolution failed", Trouble::NameNotFound},
     Sign{"Domain name not found", Trouble::NameNotFound},
+    Sign{NotPinnedText, Trouble::CertificateChanged},
     Sign{"Peer name", Trouble::CertificateOfAnotherHost},
     Sign{"ostname verification", Trouble::CertificateOfAnotherHost},
     Sign{"certificate has expired", Trouble::CertificateExpired},

@@ -38,6 +38,10 @@ Sentence GetSentence(Trouble i_trouble)
     case Trouble::CertificateOfAnotherHost:
         return {"The certificate of the machine service at ",
                 " is for another host: use the name that stands in the certificate, or have it renewed for this one."};
+    case Trouble::CertificateChanged:
+        return {"The certificate of the machine service at ",
+                " has changed since it was pinned: somebody else may answer there, so ask its administrator whether it "
+                "was renewed, and take the old pin away only then."};
     case Trouble::CredentialsNeeded:
         return {"The machine service at ", " asks for credentials: give those that its administrator made for you."};
     case Trouble::CredentialsRefused:
@@ -78,12 +82,14 @@ std::string DescribeTrouble(Trouble i_trouble, const ServiceAddress& i_address)
     return sentence.beginning + TavSDK::Quote(i_address.text, 300) + sentence.end;
 }
 
-TroubleException::TroubleException(Trouble i_trouble, const ServiceAddress& i_address)
+TroubleException::TroubleException(Trouble i_trouble, const ServiceAddress& i_address, const std::string& i_more,
+                                   std::string i_fingerprint)
     // Mostly a code without a sentence of its own, so that this one is read.
     : CommunicationException(i_trouble == Trouble::GoingDown ? ErrorCode::ServicesUnavailable
                                                              : ErrorCode::InternalError,
-                             DescribeTrouble(i_trouble, i_address).c_str())
+                             (DescribeTrouble(i_trouble, i_address) + i_more).c_str())
     , trouble(i_trouble)
+    , fingerprint(std::move(i_fingerprint))
 {}
 
 bool MayPass(Trouble i_trouble)

@@ -17,6 +17,7 @@ enum class Trouble
     CertificateUnknown,
     CertificateExpired,
     CertificateOfAnotherHost,
+    CertificateChanged, ///< it is not the one that was pinned
     CredentialsNeeded,
     CredentialsRefused,
     ServiceTooOld,
@@ -37,9 +38,12 @@ std::string DescribeTrouble(Trouble i_trouble, const ServiceAddress& i_address);
 class TroubleException final : public CommunicationException
 {
 public:
-    TroubleException(Trouble i_trouble, const ServiceAddress& i_address);
+    /// \param i_more sentences that come behind, each after a space.
+    TroubleException(Trouble i_trouble, const ServiceAddress& i_address, const std::string& i_more = {},
+                     std::string i_fingerprint = {});
 
     const Trouble trouble;
+    const std::string fingerprint; ///< of a certificate that is not known, see trust/Fingerprint.h; or empty
 };
 
 /// Whether the same call may succeed on the next connection.

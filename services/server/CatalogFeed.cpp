@@ -174,12 +174,12 @@ bool CatalogFeed::_Publish(const boost::uuids::uuid& i_id, std::uint32_t i_chang
         return true;
     const Machine machine = _catalog.GetMachine(i_id);
     const MachineData data = machine.GetMachineData();
-    auto published = std::make_shared<PublishedMachine>();
-    published->message = Wire::ToMessage(data);
-    _AddPicture(data, published->message, published->icons);
-    const bool isWhole = _AddCommands(machine, published->message, published->icons);
-    _AddRepresentations(data, *published);
-    _journal.Put(Wire::ToBytes(i_id), std::move(published), i_changes);
+    auto message = Wire::ToMessage(data);
+    std::vector<std::shared_ptr<const StoredIcon>> icons;
+    _AddPicture(data, message, icons);
+    const bool isWhole = _AddCommands(machine, message, icons);
+    _AddRepresentations(data, message, icons);
+    _journal.Put(Wire::ToBytes(i_id), std::make_shared<PublishedMachine>(message, std::move(icons)), i_changes);
     return isWhole;
 }
 
@@ -213,7 +213,8 @@ bool CatalogFeed::_AddCommands(const Machine& i_machine, Wire::pb::Machine& o_me
     return true;
 }
 
-void CatalogFeed::_AddRepresentations(const MachineData& i_data, PublishedMachine& io_machine)
+void CatalogFeed::_AddRepresentations(const MachineData& i_data, Wire::pb::Machine& o_message,
+                                      std::vector<std::shared_ptr<const StoredIcon>>& io_icons)
 {
     for (const auto representation : Representations) {
         if (representation == i_data.representation)
@@ -222,10 +223,10 @@ void CatalogFeed::_AddRepresentations(const MachineData& i_data, PublishedMachin
         // A catalog may give the machine itself for whatever is asked.
         if (!other || other->GetMachineData().representation != representation)
             continue;
-        auto& message = *io_machine.message.add_other_representations();
+        auto& message = *o_message.add_other_representations();
         message = Wire::ToMessage(other->GetMachineData());
-        _AddPicture(other->GetMachineData(), message, io_machine.icons);
-        _AddCommands(*other, message, io_machine.icons);
+        _AddPicture(other->GetMachineData(), message, io_icons);
+        _AddCommands(*other, message, io_icons);
     }
 }
 

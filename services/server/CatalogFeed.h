@@ -37,7 +37,8 @@ private:
                       std::vector<std::shared_ptr<const StoredIcon>>& io_icons);
     void _AddPicture(const MachineData& i_data, Wire::pb::Machine& o_message,
                      std::vector<std::shared_ptr<const StoredIcon>>& io_icons);
-    void _AddRepresentations(const MachineData& i_data, PublishedMachine& io_machine);
+    void _AddRepresentations(const MachineData& i_data, Wire::pb::Machine& o_message,
+                             std::vector<std::shared_ptr<const StoredIcon>>& io_icons);
 
     AbstractMachinesCatalog& _catalog;
     CatalogJournal& _journal;

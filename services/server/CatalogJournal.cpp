@@ -6,6 +6,44 @@ namespace MachineService::Server {
 
 namespace pb = Wire::pb;
 
+namespace {
+
+void AddNumber(std::uint64_t i_number, std::string& io_bytes)
+{
+    for (; i_number >= 0x80; i_number >>= 7)
+        io_bytes += static_cast<char>(i_number | 0x80);
+    io_bytes += static_cast<char>(i_number);
+}
+
+/// Of a message in a message, as protobuf writes it: number and kind of the field, and its length.
+void AddFieldHeader(int i_field, std::size_t i_size, std::string& io_bytes)
+{
+    constexpr std::uint64_t message = 2;
+    AddNumber(static_cast<std::uint64_t>(i_field) << 3 | message, io_bytes);
+    AddNumber(i_size, io_bytes);
+}
+
+std::string MakePage(const pb::Machine& i_machine)
+{
+    pb::SnapshotPage page;
+    *page.add_machines() = i_machine;
+    return page.SerializeAsString();
+}
+
+} // namespace
+
+PublishedMachine::PublishedMachine(const pb::Machine& i_message, std::vector<std::shared_ptr<const StoredIcon>> i_icons)
+    : page(MakePage(i_message))
+    , icons(std::move(i_icons))
+{}
+
+pb::Machine PublishedMachine::Read() const
+{
+    pb::SnapshotPage read;
+    read.ParseFromString(page);
+    return std::move(*read.mutable_machines(0));
+}
+
 CatalogJournal::CatalogJournal(std::string i_epoch, std::shared_ptr<Bell> ip_bell, Bounds i_bounds)
     : _epoch(std::move(i_epoch))
     , _bell(std::move(ip_bell))
@@ -99,10 +137,9 @@ CatalogJournal::Reader CatalogJournal::Follow(const std::string& i_epoch, std::u
     return {*this, isKnown ? std::optional(i_revision) : std::nullopt};
 }
 
-bool CatalogJournal::Reader::Next(pb::CatalogEvent& o_event)
+bool CatalogJournal::Reader::Next(std::string& o_event)
 {
     const TavSDK::MutexLock lock(_journal->_mutex);
-    o_event.Clear();
     if (_step == Step::Changes && _revision + _journal->_changes.size() < _journal->_revision) {
         // So slow that it missed changes: it begins anew.
         _step = Step::Beginning;
@@ -110,9 +147,7 @@ bool CatalogJournal::Reader::Next(pb::CatalogEvent& o_event)
     // First of all, and before a snapshot, in whose revision changes of the status are lost.
     if ((!_hasBegun || _step == Step::Beginning) && _journal->_status && _journal->_status != _toldStatus) {
         _hasBegun = true;
-        _toldStatus = _journal->_status;
-        _SetPlace(o_event);
-        o_event.set_status(*_toldStatus);
+        o_event = _TellStatus(*_journal->_status);
         return true;
     }
     _hasBegun = true;
@@ -123,67 +158,83 @@ bool CatalogJournal::Reader::Next(pb::CatalogEvent& o_event)
         _pages.clear();
         for (const auto& [place, id] : _journal->_order)
             _pages.push_back(_journal->_machines.at(id).machine);
-        _TellPage(o_event);
-        return true;
     }
     if (_step == Step::Pages) {
-        _TellPage(o_event);
+        o_event = _TellPage();
         return true;
     }
     if (_step != Step::Changes || _revision == _journal->_revision)
         return false;
-    _TellChange(_journal->_changes[_journal->_changes.size() - (_journal->_revision - _revision)], o_event);
+    o_event = _TellChange(_journal->_changes[_journal->_changes.size() - (_journal->_revision - _revision)]);
     return true;
 }
 
-void CatalogJournal::Reader::MakeHeartbeat(pb::CatalogEvent& o_event) const
+std::string CatalogJournal::Reader::MakeHeartbeat() const
 {
-    o_event.Clear();
-    _SetPlace(o_event);
-    o_event.mutable_heartbeat();
+    auto event = _MakeEvent();
+    event.mutable_heartbeat();
+    return event.SerializeAsString();
 }
 
-void CatalogJournal::Reader::_SetPlace(pb::CatalogEvent& o_event) const
+pb::CatalogEvent CatalogJournal::Reader::_MakeEvent() const
 {
-    o_event.set_epoch(_journal->_epoch);
-    o_event.set_revision(_revision);
+    pb::CatalogEvent event;
+    event.set_epoch(_journal->_epoch);
+    event.set_revision(_revision);
+    return event;
 }
 
-void CatalogJournal::Reader::_TellPage(pb::CatalogEvent& o_event)
+std::string CatalogJournal::Reader::_TellStatus(pb::ServiceStatus i_status)
 {
-    _SetPlace(o_event);
-    auto& page = *o_event.mutable_snapshot();
+    _toldStatus = i_status;
+    auto event = _MakeEvent();
+    event.set_status(i_status);
+    return event.SerializeAsString();
+}
+
+std::string CatalogJournal::Reader::_TellPage()
+{
+    const auto first = _told;
     std::size_t bytes = 0;
-    while (_told < _pages.size() && static_cast<std::size_t>(page.machines_size()) < _journal->_bounds.pageMachines) {
-        const auto& machine = _pages[_told]->message;
-        bytes += machine.ByteSizeLong();
-        if (page.machines_size() > 0 && bytes > _journal->_bounds.pageBytes)
-            return;
-        *page.add_machines() = machine;
+    while (_told < _pages.size() && _told - first < _journal->_bounds.pageMachines) {
+        const auto size = _pages[_told]->page.size();
+        if (_told > first && bytes + size > _journal->_bounds.pageBytes)
+            break;
+        bytes += size;
         ++_told;
     }
-    if (_told < _pages.size())
-        return;
-    page.set_is_last(true);
-    _pages.clear();
-    _step = Step::Changes;
+    pb::SnapshotPage end;
+    end.set_is_last(_told == _pages.size());
+    const auto ending = end.SerializeAsString();
+    // A message is its parts one after the other, in whatever pieces they were written.
+    auto event = _MakeEvent().SerializeAsString();
+    event.reserve(event.size() + 2 * sizeof(std::uint64_t) + bytes + ending.size());
+    AddFieldHeader(pb::CatalogEvent::kSnapshotFieldNumber, bytes + ending.size(), event);
+    for (auto index = first; index < _told; ++index)
+        event += _pages[index]->page;
+    event += ending;
+    if (_told == _pages.size()) {
+        _pages.clear();
+        _step = Step::Changes;
+    }
+    return event;
 }
 
-void CatalogJournal::Reader::_TellChange(const Change& i_change, pb::CatalogEvent& o_event)
+std::string CatalogJournal::Reader::_TellChange(const Change& i_change)
 {
     _revision = i_change.revision;
-    _SetPlace(o_event);
-    if (i_change.id.empty()) {
-        _toldStatus = i_change.status;
-        o_event.set_status(i_change.status);
-    } else if (!i_change.machine) {
-        o_event.set_removed(i_change.id);
+    if (i_change.id.empty())
+        return _TellStatus(i_change.status);
+    auto event = _MakeEvent();
+    if (!i_change.machine) {
+        event.set_removed(i_change.id);
     } else if (i_change.isNew) {
-        *o_event.mutable_added() = i_change.machine->message;
+        *event.mutable_added() = i_change.machine->Read();
     } else {
-        *o_event.mutable_updated()->mutable_machine() = i_change.machine->message;
-        o_event.mutable_updated()->set_changes(i_change.changes);
+        *event.mutable_updated()->mutable_machine() = i_change.machine->Read();
+        event.mutable_updated()->set_changes(i_change.changes);
     }
+    return event.SerializeAsString();
 }
 
 } // namespace MachineService::Server

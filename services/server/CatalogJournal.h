@@ -20,8 +20,13 @@ namespace MachineService::Server {
 /// A machine as it is told to hosts. It keeps the icons that it names.
 struct PublishedMachine
 {
-    Wire::pb::Machine message;
-    std::vector<std::shared_ptr<const StoredIcon>> icons;
+    PublishedMachine(const Wire::pb::Machine& i_message, std::vector<std::shared_ptr<const StoredIcon>> i_icons = {});
+
+    Wire::pb::Machine Read() const;
+
+    /// A SnapshotPage with this machine alone. Pages are put together of them as they are, for every host anew.
+    const std::string page;
+    const std::vector<std::shared_ptr<const StoredIcon>> icons;
 };
 
 /// What hosts are told of the machines: how they are now, and the last changes, so that a host that comes back gets
@@ -93,10 +98,12 @@ private:
 class CatalogJournal::Reader
 {
 public:
+    // Events are the bytes of a CatalogEvent.
+
     /// \return false when there is nothing to tell now.
-    bool Next(Wire::pb::CatalogEvent& o_event);
+    bool Next(std::string& o_event);
     /// An event that says nothing new.
-    void MakeHeartbeat(Wire::pb::CatalogEvent& o_event) const;
+    std::string MakeHeartbeat() const;
 
 private:
     friend class CatalogJournal;
@@ -112,9 +119,10 @@ private:
         , _step(i_revision ? Step::Changes : Step::Beginning)
         , _revision(i_revision.value_or(0))
     {}
-    void _TellPage(Wire::pb::CatalogEvent& o_event);
-    void _TellChange(const Change& i_change, Wire::pb::CatalogEvent& o_event);
-    void _SetPlace(Wire::pb::CatalogEvent& o_event) const;
+    std::string _TellPage();
+    std::string _TellChange(const Change& i_change);
+    std::string _TellStatus(Wire::pb::ServiceStatus i_status);
+    Wire::pb::CatalogEvent _MakeEvent() const;
 
     CatalogJournal* _journal;
     Step _step;

@@ -26,7 +26,7 @@ struct RunFile
 {
     std::string name;
     std::uint64_t size = 0;
-    std::string hash; ///< SHA-256, 32 bytes
+    std::string hash; ///< SHA-256, 32 bytes; empty: told with the last piece
 
     bool operator==(const RunFile&) const = default;
 };
@@ -42,6 +42,7 @@ struct RunOrder
     /// Lets the machine begin. Called once, on a thread of the book; may throw.
     std::function<std::future<CommandResult>(const CommandParameters&)> begin;
     bool isResumption = false;
+    bool takesLateHashes = false; ///< the files that it leaves need not be read for their hashes
 };
 
 /// How far a run is.

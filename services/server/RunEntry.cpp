@@ -121,10 +121,13 @@ std::vector<RunFile> RunBook::Entry::_ListFiles() const
                                          "The run left more files than can be sent; reduce what it writes.");
         try {
             TavSDK::InputFile file(path, TavSDK::InputFile::Links::Refuse);
-            files.push_back({name, file.GetSize(), Wire::HashOfFile(file, [this] {
-                                 if (stop.stop_requested())
-                                     throw CommunicationException(ErrorCode::ProcessingAborted);
-                             })});
+            auto& told = files.emplace_back(RunFile{name, file.GetSize(), {}});
+            if (order.takesLateHashes)
+                continue;
+            told.hash = Wire::HashOfFile(file, [this] {
+                if (stop.stop_requested())
+                    throw CommunicationException(ErrorCode::ProcessingAborted);
+            });
         } catch (const TavSDK::FileError& error) {
             throw CommunicationException(
                 ErrorCode::FileError,

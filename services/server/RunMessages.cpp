@@ -54,14 +54,15 @@ RunOrder ToOrder(const pb::StartRunRequest& i_request, const std::string& i_clie
     order.client = i_client;
     order.fingerprint = GetFingerprint(i_request);
     order.isResumption = i_request.is_resumption();
+    order.takesLateHashes = i_request.takes_late_hashes();
     order.parameters = ReadRequest([&] { return Wire::GetParameters(i_request); });
     order.parameters.runId = order.id;
     if (i_request.has_input()) {
         const auto& input = i_request.input();
         order.input = RunFile{input.name(), input.size_bytes(), input.sha256()};
-        if (input.sha256().size() != 32)
+        if (!input.sha256().empty() && input.sha256().size() != 32)
             throw Wire::WireFailure(Kind::BadRequest, ErrorCode::InternalError,
-                                    "The input is announced without its hash.", "bad-request");
+                                    "The input is announced with a hash that is none.", "bad-request");
     }
     if (!pb::RunKind_IsValid(i_request.kind()))
         throw Wire::WireFailure(Kind::BadRequest, ErrorCode::InternalError,

@@ -56,8 +56,10 @@ Machine ServerState::FindMachine(const Wire::pb::MachineReference& i_reference) 
     const auto representation = static_cast<MachineRepresentation>(i_reference.representation());
     if (catalog.HasMachine(id)) {
         const Machine machine = catalog.GetMachine(id);
+        if (representation == MachineRepresentation::Default)
+            return machine;
         const auto data = machine.GetMachineData();
-        if (representation == MachineRepresentation::Default || representation == data.representation)
+        if (representation == data.representation)
             return machine;
         if (const auto other = catalog.TryGetMachine(data.serviceId, id, representation))
             return *other;

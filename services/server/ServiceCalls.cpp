@@ -112,14 +112,20 @@ grpc::Status ServiceCalls::Refresh(grpc::ServerContext* iop_context, const pb::R
     });
 }
 
-grpc::ServerWriteReactor<pb::CatalogEvent>* ServiceCalls::WatchCatalog(grpc::CallbackServerContext* iop_context,
-                                                                       const pb::WatchCatalogRequest* ip_request)
+grpc::ServerWriteReactor<grpc::ByteBuffer>* ServiceCalls::WatchCatalog(grpc::CallbackServerContext* iop_context,
+                                                                       const grpc::ByteBuffer* ip_request)
 {
+    pb::WatchCatalogRequest request;
+    grpc::ByteBuffer bytes(*ip_request);
+    const bool isRequest = grpc::SerializationTraits<pb::WatchCatalogRequest>::Deserialize(&bytes, &request).ok();
     auto stream = std::make_shared<CatalogStream>(*iop_context, _state.pump, _state.options.limits.idle,
-                                                  _state.journal.Follow(ip_request->epoch(), ip_request->revision()));
+                                                  _state.journal.Follow(request.epoch(), request.revision()));
     std::exception_ptr refusal;
     try {
         _state.Admit(*iop_context);
+        if (!isRequest)
+            throw Wire::WireFailure(Wire::WireFailure::Kind::BadRequest, ErrorCode::InternalError,
+                                    "What the host asked for is not understood.", "bad-request");
     } catch (...) {
         refusal = std::current_exception();
     }

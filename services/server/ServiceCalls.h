@@ -9,7 +9,7 @@ namespace MachineService::Server {
 /// The calls of the protocol. Streams that hosts listen to are callbacks, everything else has a thread while it lasts.
 ///
 /// Thread: gRPC's.
-class ServiceCalls final : public Wire::pb::MachineService::WithCallbackMethod_WatchCatalog<
+class ServiceCalls final : public Wire::pb::MachineService::WithRawCallbackMethod_WatchCatalog<
                                Wire::pb::MachineService::WithCallbackMethod_WatchRun<Wire::pb::MachineService::Service>>
 {
 public:
@@ -24,8 +24,8 @@ public:
                                    Wire::pb::AuthenticationReply* op_reply) override;
     grpc::Status Refresh(grpc::ServerContext* iop_context, const Wire::pb::RefreshRequest* ip_request,
                          Wire::pb::RefreshReply* op_reply) override;
-    grpc::ServerWriteReactor<Wire::pb::CatalogEvent>*
-    WatchCatalog(grpc::CallbackServerContext* iop_context, const Wire::pb::WatchCatalogRequest* ip_request) override;
+    grpc::ServerWriteReactor<grpc::ByteBuffer>* WatchCatalog(grpc::CallbackServerContext* iop_context,
+                                                             const grpc::ByteBuffer* ip_request) override;
     grpc::Status GetIcons(grpc::ServerContext* iop_context, const Wire::pb::GetIconsRequest* ip_request,
                           grpc::ServerWriter<Wire::pb::Icon>* iop_writer) override;
     grpc::Status GetCanRunAnswers(grpc::ServerContext* iop_context, const Wire::pb::CanRunRequest* ip_request,

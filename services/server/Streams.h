@@ -9,6 +9,7 @@
 #include <machineservice/v1/runs.pb.h>
 
 #include <grpcpp/server_context.h>
+#include <grpcpp/support/byte_buffer.h>
 #include <grpcpp/support/server_callback.h>
 
 #include <exception>
@@ -154,8 +155,9 @@ private:
     std::optional<grpc::Status> _end TAVSDK_GUARDED_BY(_mutex);
 };
 
-/// WatchCatalog.
-class CatalogStream final : public Stream<Wire::pb::CatalogEvent>
+/// WatchCatalog. Its messages are made of what is there as bytes: with many hosts and machines that is most of the
+/// work.
+class CatalogStream final : public Stream<grpc::ByteBuffer>
 {
 public:
     CatalogStream(grpc::CallbackServerContext& io_context, StreamPump& io_pump,
@@ -165,11 +167,8 @@ public:
     {}
 
 protected:
-    Next _GetNext(Wire::pb::CatalogEvent& o_event) override
-    {
-        return _reader.Next(o_event) ? Next::Ready : Next::Nothing;
-    }
-    void _MakeHeartbeat(Wire::pb::CatalogEvent& o_event) override { _reader.MakeHeartbeat(o_event); }
+    Next _GetNext(grpc::ByteBuffer& o_event) override;
+    void _MakeHeartbeat(grpc::ByteBuffer& o_event) override;
 
 private:
     CatalogJournal::Reader _reader;

@@ -11,10 +11,12 @@ namespace MachineService::Wire {
 /// The messages.
 namespace pb = machineservice::v1;
 
-inline constexpr std::uint32_t ProtocolRevision = 1;
+inline constexpr std::uint32_t ProtocolRevision = 2;
 /// Older services, and older hosts, are refused with a sentence that says which side is to be renewed.
 inline constexpr std::uint32_t OldestServiceRevision = 1;
 inline constexpr std::uint32_t OldestHostRevision = 1;
+/// From here on a file may be announced without its hash.
+inline constexpr std::uint32_t LateHashRevision = 2;
 
 inline constexpr const char* FailureMetadata = "machineservice-failure-bin";
 inline constexpr const char* TokenMetadata = "machineservice-token";

@@ -16,6 +16,7 @@ class ReceivedFile
 {
 public:
     /// \param i_target its name must be a plain one, see IsPlainFileName.
+    /// \param i_hash empty: that of the last piece counts.
     /// \throws CommunicationException FileError that names the file.
     ReceivedFile(std::filesystem::path i_target, std::uint64_t i_size, std::string i_hash);
     ~ReceivedFile();

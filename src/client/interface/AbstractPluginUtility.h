@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,16 @@ struct ServiceEndpoint
     std::string address;
     /// For "tls": PEM file with the certificates of the authorities that may vouch for it; empty: those of the system.
     std::filesystem::path authorityFile;
+    /// For "tls": SHA-256 of the one certificate that counts, whatever authority, name and dates it has; 64 hexadecimal
+    /// digits, also in pairs with colons between. Empty: one that the user confirmed, or whichever is vouched for.
+    std::string pin = {};
+};
+
+/// What a service shows of itself for which nobody whom this computer trusts vouches.
+struct ServiceCertificate
+{
+    std::string address;     ///< of the endpoint
+    std::string fingerprint; ///< SHA-256 of the certificate, as people compare it: "12:AB:…"
 };
 
 /// The first endpoint is the service of this number, each further one of the next.
@@ -51,6 +62,15 @@ public:
     /// Called before the status is raised as news, on the same thread, for services of endpoints.
     /// \param i_reason a sentence for the user when the service cannot be used; otherwise empty. UTF-8.
     virtual void HandleStatus(ServiceStatus /*i_status*/, const std::string& /*i_reason*/) {}
+    /// File in which the library keeps which certificates users confirmed, of all services. Made on demand; empty: they
+    /// count until the program ends.
+    virtual std::filesystem::path GetPinFile() const { return {}; }
+    /// Asks the user whether a service that shows this certificate is the one that is meant, once for each certificate.
+    ///
+    /// Thread: one of the service's, which does not wait. The answer may be given from any thread, at any time, also
+    /// after the service has gone, and by copies; with yes the certificate is pinned and connected to. Never: no.
+    virtual void ConfirmCertificate(const ServiceCertificate& /*i_certificate*/, std::function<void(bool)> /*i_answer*/)
+    {}
 };
 
 } // namespace MachineService

@@ -68,6 +68,8 @@ TEST(OldMessagesTest, TheAnswersOfTheFirstVersionAreRead)
     EXPECT_EQ(told.grace, std::chrono::minutes(1));
     EXPECT_EQ(told.longestSilence, std::chrono::seconds(3));
     EXPECT_EQ(told.largestInput, 1000u);
+    // Such a service is told the hash of an input before its first piece.
+    EXPECT_FALSE(told.takesLateHashes);
 
     const auto answers = ToAnswers(Read<pb::CanRunAnswers>("can-run-answers"));
     EXPECT_EQ(answers.commands.at(MakeId(2)), (CanRunAnswer{false, "The thread is torn."}));

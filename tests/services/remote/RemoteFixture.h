@@ -14,9 +14,11 @@ inline constexpr auto RemoteId = ServiceId(FirstEndpointService);
 class RemoteUtility final : public AbstractPluginUtility
 {
 public:
-    RemoteUtility(std::filesystem::path i_folder, Journal<std::string>& io_journal)
+    RemoteUtility(std::filesystem::path i_folder, Journal<std::string>& io_journal,
+                  Journal<std::function<void(bool)>>& io_answers)
         : _folder(std::move(i_folder))
         , _journal(io_journal)
+        , _answers(io_answers)
     {}
     std::filesystem::path GetConfigurationDir() const override { return {}; }
     std::filesystem::path GetDataDir() const override { return _folder / "data"; }
@@ -26,10 +28,17 @@ public:
     {
         _journal.Add("status " + std::to_string(static_cast<int>(i_status)) + ' ' + i_reason);
     }
+    std::filesystem::path GetPinFile() const override { return _folder / "user" / "pins"; }
+    void ConfirmCertificate(const ServiceCertificate& i_certificate, std::function<void(bool)> i_answer) override
+    {
+        _answers.Add(std::move(i_answer));
+        _journal.Add("asked " + i_certificate.address + ' ' + i_certificate.fingerprint);
+    }
 
 private:
     const std::filesystem::path _folder;
     Journal<std::string>& _journal;
+    Journal<std::function<void(bool)>>& _answers;
 };
 
 /// A host's side of the looms' service.
@@ -44,8 +53,8 @@ protected:
     }
     void Connect(const ServiceEndpoint& i_endpoint)
     {
-        remote = std::make_unique<RemoteCatalog>(RemoteId, i_endpoint,
-                                                 std::make_unique<RemoteUtility>(folder.GetAbsoluteDir(), journal));
+        remote = std::make_unique<RemoteCatalog>(
+            RemoteId, i_endpoint, std::make_unique<RemoteUtility>(folder.GetAbsoluteDir(), journal, answers));
         remote->ConnectMachineAdded([this](const auto& i_id) { journal.Add("added " + Name(i_id)); });
         remote->ConnectMachineRemoved([this](const auto& i_id) { journal.Add("removed " + Name(i_id)); });
         remote->ConnectMachineUpdated([this](const auto& i_id, MachineChanges i_changes) {
@@ -96,6 +105,7 @@ protected:
 
     Journal<std::string> journal;
     Journal<std::string> progress;
+    Journal<std::function<void(bool)>> answers; ///< to what the user was asked about certificates
     std::unique_ptr<RemoteCatalog> remote;
 };
 

@@ -1,5 +1,7 @@
 #include "services/remote/RemoteFixture.h"
 
+#include "remote/trust/Fingerprint.h"
+
 #include <grpcpp/security/server_credentials.h>
 #include <grpcpp/server_builder.h>
 #include <openssl/evp.h>
@@ -44,6 +46,24 @@ protected:
         const unique_ptr<FILE, decltype(&fclose)> file(fopen(PathOf("certificate.pem").c_str(), "w"), &fclose);
         PEM_write_X509(file.get(), certificate.get());
     }
+
+    /// Once more at the same place, with another certificate.
+    void StartWithTls(const std::string& i_names)
+    {
+        server.reset();
+        MakeCertificate(i_names, 3600);
+        options.tls = {PathOf("certificate.pem"), PathOf("key.pem"), {}};
+        options.addresses = {tlsAddress};
+        Start();
+        tlsAddress = server->GetAddresses().front();
+    }
+    std::string GetFingerprint() const
+    {
+        return Remote::ShowFingerprint(Remote::GetFingerprintOfPem(Read(PathOf("certificate.pem"))));
+    }
+    std::string GetPins() const { return Read(folder.GetAbsoluteDir() / "user" / "pins"); }
+
+    std::string tlsAddress = "tls://127.0.0.1:0";
 
     static std::string Read(const std::string& i_path) { return TestSupport::ReadFile(i_path); }
 };
@@ -105,7 +125,7 @@ TEST_F(RemoteTlsTest, OneThatIsNotTakenSaysWhatIsWrongWithIt)
         const char* beginning;
         const char* end;
     } rows[] = {
-        {"IP:127.0.0.1", 3600, false, "Nobody whom this computer trusts", "use another certificate."},
+        {"IP:127.0.0.1", 3600, false, "Nobody whom this computer trusts", "tells the same one."},
         {"IP:127.0.0.1", -3600, true, "The certificate", "look at the clock of this computer."},
         {"DNS:printers.example", 3600, true, "The certificate", "renewed for this one."},
     };
@@ -123,9 +143,77 @@ TEST_F(RemoteTlsTest, OneThatIsNotTakenSaysWhatIsWrongWithIt)
         Connect({"tls://127.0.0.1:" + std::to_string(port), row.isTrusted ? PathOf("certificate.pem") : std::string()});
         EXPECT_TRUE(Expect(std::string("status 4 ") + row.beginning)) << ::testing::PrintToString(journal.Take());
         remote.reset();
-        EXPECT_THAT(journal.Take().back(), ::testing::EndsWith(row.end));
+        EXPECT_THAT(journal.Take(), Contains(::testing::EndsWith(row.end)));
         other->Shutdown();
     }
+}
+
+TEST_F(RemoteTlsTest, ACertificateThatTheUserConfirmedCountsUntilItIsAnother)
+{
+    StartWithTls("DNS:printers.example");
+    Connect(tlsAddress);
+    ASSERT_TRUE(Expect("status 4 Nobody"));
+    ASSERT_TRUE(Expect("asked " + tlsAddress + ' ' + GetFingerprint()));
+    // The user takes a while, and answers from wherever that is; whoever is asked twice may answer twice.
+    const auto asked = answers.Take();
+    ASSERT_EQ(asked.size(), 1u);
+    asked.front()(true);
+    ASSERT_TRUE(Expect("status 2 ")) << "neither its authority nor its name counts";
+    EXPECT_EQ(GetPins(), tlsAddress + ' ' + GetFingerprint() + '\n');
+    EXPECT_TRUE(GetLoom().RunCommand(MakeParameters("x")).get().completed);
+    asked.front()(true);
+    remote.reset();
+    asked.front()(true);
+    // The next program asks nobody.
+    journal.Take();
+    Connect(tlsAddress);
+    ASSERT_TRUE(Expect("status 2 "));
+    EXPECT_THAT(answers.Take(), IsEmpty());
+    remote.reset();
+    journal.Take();
+    StartWithTls("IP:127.0.0.1");
+    Connect({tlsAddress, PathOf("certificate.pem")});
+    ASSERT_TRUE(Expect("status 4 "));
+    EXPECT_THAT(journal.Take().back(), AllOf(HasSubstr("has changed since it was pinned"), HasSubstr("user/pins'.")));
+    EXPECT_THAT(answers.Take(), IsEmpty());
+    // Nobody is trusted by a list that cannot be read; without the old pin it is a service as any other.
+    TestSupport::WriteFile(folder.GetAbsoluteDir() / "user" / "pins", tlsAddress + " 12:34\n");
+    ASSERT_TRUE(Expect("status 4 The file with the certificates"));
+    TestSupport::WriteFile(folder.GetAbsoluteDir() / "user" / "pins", "");
+    EXPECT_TRUE(Expect("status 2 "));
+}
+
+TEST_F(RemoteTlsTest, WhoIsNotConfirmedIsAskedAboutOnceAndNotUsed)
+{
+    StartWithTls("IP:127.0.0.1");
+    Connect(tlsAddress);
+    ASSERT_TRUE(Expect("asked "));
+    answers.Take().front()(false);
+    remote->Refresh(RemoteId);
+    EXPECT_THROW(GetLoom(), CommunicationException);
+    journal.Take();
+    StartWithTls("IP:127.0.0.1");
+    ASSERT_TRUE(Expect("asked ")) << "another one is another question";
+    EXPECT_EQ(answers.Take().size(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(folder.GetAbsoluteDir() / "user" / "pins"));
+}
+
+TEST_F(RemoteTlsTest, AnEndpointMayNameTheOneCertificateThatCounts)
+{
+    StartWithTls("DNS:printers.example");
+    Connect({tlsAddress, {}, GetFingerprint()});
+    ASSERT_TRUE(Expect("status 2 "));
+    remote.reset();
+    journal.Take();
+    Connect({tlsAddress, {}, std::string(64, 'a')});
+    ASSERT_TRUE(Expect("status 4 "));
+    EXPECT_THAT(journal.Take().back(), HasSubstr("has changed since it was pinned"));
+    for (const auto& pin : {std::string(63, 'a'), std::string(64, 'g'), "a:" + std::string(63, 'a')})
+        EXPECT_THAT(TestSupport::GetFailure([&] {
+                        RemoteCatalog(RemoteId, {tlsAddress, {}, pin}, nullptr);
+                    }).text,
+                    HasSubstr("64 hexadecimal digits"))
+            << pin;
 }
 
 } // namespace

@@ -9,18 +9,27 @@ namespace pb = Wire::pb;
 
 std::shared_ptr<const PublishedMachine> MakeMachine(const std::string& i_name)
 {
-    auto machine = std::make_shared<PublishedMachine>();
-    machine->message.set_id(i_name);
-    machine->message.set_name(i_name);
-    return machine;
+    pb::Machine machine;
+    machine.set_id(i_name);
+    machine.set_name(i_name);
+    return std::make_shared<PublishedMachine>(machine);
+}
+
+pb::CatalogEvent Parse(const std::string& i_bytes)
+{
+    pb::CatalogEvent event;
+    EXPECT_TRUE(event.ParseFromString(i_bytes));
+    // Put together of pieces, it is as if it had been written at once.
+    EXPECT_EQ(event.SerializeAsString(), i_bytes);
+    return event;
 }
 
 /// Everything that there is to tell, in short.
 std::vector<std::string> TellAll(CatalogJournal::Reader& io_reader)
 {
     std::vector<std::string> told;
-    pb::CatalogEvent event;
-    while (io_reader.Next(event)) {
+    for (std::string bytes; io_reader.Next(bytes);) {
+        const auto event = Parse(bytes);
         std::string text = std::to_string(event.revision()) + ":";
         if (event.has_snapshot()) {
             for (const auto& machine : event.snapshot().machines())
@@ -68,8 +77,7 @@ TEST_F(CatalogJournalTest, TellsStatusSnapshotInPagesAndThenChanges)
     journal.SetStatus(pb::SERVICE_STATUS_FAILED);
     journal.SetStatus(pb::SERVICE_STATUS_FAILED);
     EXPECT_THAT(TellAll(reader), ElementsAre("9: status 4"));
-    pb::CatalogEvent heartbeat;
-    reader.MakeHeartbeat(heartbeat);
+    const auto heartbeat = Parse(reader.MakeHeartbeat());
     EXPECT_TRUE(heartbeat.has_heartbeat());
     EXPECT_EQ(heartbeat.revision(), 9u);
     EXPECT_EQ(heartbeat.epoch(), "epoch");
@@ -134,13 +142,14 @@ TEST_F(CatalogJournalTest, IsReadWhileItIsWritten)
         readers.emplace_back([this] {
             auto reader = journal.Follow("", 0);
             std::uint64_t revision = 0;
-            pb::CatalogEvent event;
+            std::string bytes;
             bool hasEnded = false;
             while (!hasEnded) {
-                if (!reader.Next(event)) {
+                if (!reader.Next(bytes)) {
                     bell->Wait(Bell::Clock::now() + std::chrono::milliseconds(1));
                     continue;
                 }
+                const auto event = Parse(bytes);
                 EXPECT_GE(event.revision(), revision);
                 revision = event.revision();
                 hasEnded = event.has_added() && event.added().name() == "end";

@@ -149,6 +149,8 @@ TEST_F(MachineServerTest, CarriesARunThroughABrokenConnection)
     ASSERT_EQ(end.phase(), pb::RUN_PHASE_FINISHED) << end.failure().sentence().text();
     ASSERT_EQ(end.files_size(), 1);
     EXPECT_EQ(end.files(0).name(), "cloth.txt");
+    // Who does not say that it takes the hash later, such as a host of the first version, is told it now.
+    EXPECT_EQ(end.files(0).sha256(), Wire::HashOf(input + "!"));
     EXPECT_EQ(client->Download(order.run_id(), 0), input + "!");
     EXPECT_EQ(client->Download(order.run_id(), 0, 299'999), "a!");
     EXPECT_EQ(client->Download(order.run_id(), 0, 300'002), "");

@@ -168,6 +168,27 @@ TEST_F(RunBookTest, TakesAnInputThatWasNotAnnouncedForDamaged)
     WaitForBegin();
 }
 
+TEST_F(RunBookTest, TakesTheHashOfTheLastPieceWhereNoneWasAnnounced)
+{
+    auto order = MakeOrder(1, "hello");
+    order.input->hash.clear();
+    order.takesLateHashes = true;
+    book.Start(order);
+    const auto upload = book.BeginUpload(MakeId(1));
+    EXPECT_EQ(Take(1, upload, 0, "hel", "hel").phase, Phase::WaitingForInput);
+    EXPECT_EQ(GetReason([&] { Take(1, upload, 3, "lo", "help!"); }), "damaged");
+    EXPECT_EQ(Take(1, upload, 3, "lo", "hello").phase, Phase::Running);
+    WaitForBegin();
+    EXPECT_EQ(TestSupport::ReadFile(machine->parameters.inputFile), "hello");
+    TestSupport::WriteFile(machine->parameters.outputDir / "out.txt", "result");
+    machine->answer.set_value({});
+    EXPECT_THAT(WaitFor(1, Phase::Finished).files, ElementsAre(RunFile{"out.txt", 6, ""}));
+    // An empty one of no announced hash is there at once as well.
+    auto empty = MakeOrder(2, "");
+    empty.input->hash.clear();
+    EXPECT_NE(book.Start(empty).phase, Phase::WaitingForInput);
+}
+
 TEST_F(RunBookTest, CancelsInEachPhase)
 {
     book.Start(MakeOrder(1, "hello"));

@@ -1,4 +1,6 @@
-#include "remote/CertificateLook.h"
+#include "remote/trust/CertificateLook.h"
+
+#include "remote/trust/Fingerprint.h"
 
 #include <netdb.h>
 #include <openssl/pem.h>
@@ -93,30 +95,29 @@ Context MakeContext(const std::string& i_authority)
     return context;
 }
 
-Trouble Judge(const SSL& i_session, const std::string& i_host)
+Trouble Judge(const SSL& i_session, X509& io_certificate, const std::string& i_host)
 {
     const auto result = SSL_get_verify_result(&i_session);
     if (result == X509_V_ERR_CERT_HAS_EXPIRED || result == X509_V_ERR_CERT_NOT_YET_VALID)
         return Trouble::CertificateExpired;
-    const Certificate certificate(SSL_get1_peer_certificate(&i_session));
-    if (result != X509_V_OK || !certificate)
+    if (result != X509_V_OK)
         return Trouble::CertificateUnknown;
-    const bool isForHost = X509_check_host(certificate.get(), i_host.data(), i_host.size(), 0, nullptr) == 1 ||
-                           X509_check_ip_asc(certificate.get(), i_host.c_str(), 0) == 1;
+    const bool isForHost = X509_check_host(&io_certificate, i_host.data(), i_host.size(), 0, nullptr) == 1 ||
+                           X509_check_ip_asc(&io_certificate, i_host.c_str(), 0) == 1;
     return isForHost ? Trouble::CertificateUnknown : Trouble::CertificateOfAnotherHost;
 }
 
 } // namespace
 
-Trouble LookAtCertificate(const ServiceAddress& i_address, const std::string& i_authority,
-                          std::chrono::milliseconds i_longest, const std::stop_token& i_stop)
+CertificateLook LookAtCertificate(const ServiceAddress& i_address, const std::string& i_authority,
+                                  std::chrono::milliseconds i_longest, const std::stop_token& i_stop)
 {
     const std::string port = i_address.text.substr(i_address.text.rfind(':') + 1);
     addrinfo hints = {};
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     if (getaddrinfo(i_address.host.c_str(), port.c_str(), &hints, &found) != 0)
-        return Trouble::CertificateUnknown;
+        return {};
     const Addresses addresses(found);
     const auto context = MakeContext(i_authority);
     const NoBrokenPipe noBrokenPipe;
@@ -132,10 +133,13 @@ Trouble LookAtCertificate(const ServiceAddress& i_address, const std::string& i_
         SSL_set_verify(session.get(), SSL_VERIFY_NONE, nullptr);
         SSL_set_tlsext_host_name(session.get(), i_address.host.c_str());
         SSL_set_fd(session.get(), socket.Get());
-        if (SSL_connect(session.get()) == 1)
-            return Judge(*session, i_address.host);
+        if (SSL_connect(session.get()) != 1)
+            continue;
+        const Certificate certificate(SSL_get1_peer_certificate(session.get()));
+        if (certificate)
+            return {Judge(*session, *certificate, i_address.host), GetFingerprint(*certificate)};
     }
-    return Trouble::CertificateUnknown;
+    return {};
 }
 
 } // namespace MachineService::Remote
