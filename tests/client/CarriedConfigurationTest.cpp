@@ -13,7 +13,7 @@
 #include <limits>
 #include <optional>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -105,14 +105,14 @@ TEST_F(CarriedConfigurationTest, AFilesOwnStaysWithASceneWithoutAPrinter)
     configuration.nesting.emplace().partToPart = 7;
     auto* const scene = _host.GetDatabase().CreateDataSet();
     SetMachineConfiguration(scene->GetPlatform(), configuration);
-    const auto get_carried = [scene] {
+    const auto getCarried = [scene] {
         return GetClearance(scene->GetPlatform());
     };
     _host.GetDatabase().SetActiveDataSet(scene);
     _host.application.GetOperationManager()->Execute(L"platform", 4096, [] {});
-    EXPECT_EQ(get_carried(), 7);
+    EXPECT_EQ(getCarried(), 7);
     _client->HandleMachineChanged(scene, QUuid());
-    EXPECT_EQ(get_carried(), 7);
+    EXPECT_EQ(getCarried(), 7);
 }
 
 TEST_F(CarriedConfigurationTest, MachinesReceiveWhatTheMachineDataSayNow)
@@ -139,5 +139,3 @@ TEST_F(CarriedConfigurationTest, MachinesReceiveWhatTheMachineDataSayNow)
 }
 
 } // namespace
-
-} // namespace MachineService
