@@ -13,7 +13,7 @@
 #include <limits>
 #include <optional>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -139,5 +139,3 @@ TEST_F(CarriedConfigurationTest, MachinesReceiveWhatTheMachineDataSayNow)
 }
 
 } // namespace
-
-} // namespace MachineService

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -192,5 +192,3 @@ TEST(ClientDestructionTest, TheClientMayBeDestroyedInWhateverItCalls)
 }
 
 } // namespace
-
-} // namespace MachineService

@@ -11,7 +11,7 @@
 
 #include <atomic>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -77,5 +77,3 @@ TEST(FreshAnswerTest, ReachesTheButtonByItself)
 }
 
 } // namespace
-
-} // namespace MachineService

@@ -11,7 +11,7 @@
 #include <QLocale>
 #include <QTranslator>
 
-namespace MachineService {
+using namespace MachineService;
 namespace {
 
 class Translations : public TestSupport::HostFixture
@@ -108,4 +108,3 @@ TEST_F(Translations, OneTranslatorAtMostServesTheLanguageOfTheLocale)
 }
 
 } // namespace
-} // namespace MachineService

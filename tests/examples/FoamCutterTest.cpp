@@ -13,7 +13,7 @@
 
 #include <QTest>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -138,5 +138,3 @@ TEST_F(FoamCutterTest, OutlivesItsServiceAsAMachineThatAnswersNothing)
 }
 
 } // namespace
-
-} // namespace MachineService

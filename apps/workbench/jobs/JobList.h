@@ -60,7 +60,7 @@ public:
     /// A job that failed after it was asked to stop counts as cancelled.
     void End(bool i_is_done);
 
-    bool IsRunning() const { return !_entries.empty() && IsOpen(_entries.front()); }
+    bool IsRunning() const { return !_entries.empty() && _IsOpen(_entries.front()); }
     bool IsCancelling() const { return !_entries.empty() && _entries.front().state == State::Cancelling; }
     /// The newest; null before the first one.
     const Entry* GetNewest() const { return _entries.empty() ? nullptr : &_entries.front(); }
@@ -82,7 +82,7 @@ Q_SIGNALS:
     void Ended();
 
 private:
-    static bool IsOpen(const Entry& i_entry)
+    static bool _IsOpen(const Entry& i_entry)
     {
         return i_entry.state == State::Running || i_entry.state == State::Cancelling;
     }

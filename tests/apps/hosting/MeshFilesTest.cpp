@@ -11,7 +11,8 @@
 
 #include <chrono>
 
-namespace Hosting {
+using namespace Hosting;
+
 namespace {
 
 TEST(MeshFilesTest, AnInterruptionIsHeardWhileAFileIsRead)
@@ -30,4 +31,3 @@ TEST(MeshFilesTest, AnInterruptionIsHeardWhileAFileIsRead)
 }
 
 } // namespace
-} // namespace Hosting

@@ -5,7 +5,8 @@
 #include "platform/VexlorPlatformInformation.h"
 #include "support/Test.h"
 
-namespace Hosting {
+using namespace Hosting;
+
 namespace {
 
 using MachineService::IPlatformParameterChoice;
@@ -85,4 +86,3 @@ TEST(PlatformChoicesTest, CompletesTheUsersValuesWithDefaults)
 }
 
 } // namespace
-} // namespace Hosting

@@ -8,7 +8,7 @@
 
 #include <optional>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -84,5 +84,3 @@ TEST_F(ChangesListenerTest, HostAndListenerMayGoInAnyOrder)
 }
 
 } // namespace
-
-} // namespace MachineService

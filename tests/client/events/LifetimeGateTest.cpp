@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -23,13 +23,13 @@ TEST(LifetimeGateTest, ClosingWaitsForOthersAndLetsNobodyIn)
         std::vector<std::thread> callers;
         for (int caller = 0; caller < 3; ++caller)
             callers.emplace_back([&, entrance = gate, object = object.get()] {
-                for (bool is_first = true;; is_first = false) {
+                for (bool isFirst = true;; isFirst = false) {
                     const auto entry = entrance.Enter();
                     if (!entry)
                         return;
                     const auto nested = entrance.Enter(); // the gate may close between the two
                     ++*object;
-                    if (is_first)
+                    if (isFirst)
                         inside.count_down();
                 }
             });
@@ -82,5 +82,3 @@ TEST(ChangesHandlerTest, EveryFlagIsConsumedExactlyOnce)
 }
 
 } // namespace
-
-} // namespace MachineService

@@ -7,7 +7,7 @@
 #include <atomic>
 #include <latch>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -142,14 +142,14 @@ TEST(JobScheduler, ClosingUnderFireAnswersEveryJobOnce)
 
 TEST(JobScheduler, IsClosedAndDestroyedInsideItsOwnJobs)
 {
-    for (const bool closes_first : {true, false}) {
+    for (const bool closesFirst : {true, false}) {
         auto scheduler = std::make_shared<JobScheduler>(2);
         JobScheduler* const raw = scheduler.get();
         std::latch owned(1);
         const Answer answer =
-            raw->Submit(MakeId(1), {}, [&owned, closes_first, own = std::move(scheduler)](std::stop_token) {
+            raw->Submit(MakeId(1), {}, [&owned, closesFirst, own = std::move(scheduler)](std::stop_token) {
                 owned.wait();
-                if (closes_first)
+                if (closesFirst)
                     own->Close();
                 return CommandResult();
             });
@@ -161,5 +161,3 @@ TEST(JobScheduler, IsClosedAndDestroyedInsideItsOwnJobs)
 }
 
 } // namespace
-
-} // namespace MachineService

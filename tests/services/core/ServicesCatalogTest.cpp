@@ -9,7 +9,7 @@
 #include <atomic>
 #include <thread>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -200,13 +200,13 @@ TEST_F(ServicesCatalogTest, WhatChangesBehindLinksIsFollowed)
 TEST_F(ServicesCatalogTest, MayBeDestroyedInASlotOnItsThread)
 {
     WriteFile(ProfilePath("a.json"), MakeProfile(IdA));
-    for (const bool is_by_status : {false, true}) {
+    for (const bool isByStatus : {false, true}) {
         const auto destroy = [&](const auto&...) {
             journal.Take();
             catalog.reset();
             journal.Add("destroyed");
         };
-        if (is_by_status)
+        if (isByStatus)
             catalog->ConnectServiceStatusUpdated(destroy);
         else
             catalog->ConnectMachineAdded(destroy);
@@ -317,5 +317,3 @@ TEST_F(ServicesCatalogTest, GoesDownWhileItsThreadAsksItAndOthersAsk)
 }
 
 } // namespace
-
-} // namespace MachineService

@@ -9,7 +9,8 @@
 
 #include <gmock/gmock.h>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace Names = TavAM::PropertyNames::Print3D;
 using ::testing::HasSubstr;
@@ -113,5 +114,3 @@ TEST(BuildReport, SaysThatThereAreNoEstimatesYet)
     EXPECT_EQ(FormatDuration(59.4), "59 s");
     EXPECT_EQ(FormatDuration(3 * 86400 + 59), "3 d 0 h 1 min");
 }
-
-} // namespace MachineService::BuildProcessor

@@ -12,7 +12,7 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -307,5 +307,3 @@ TEST_F(MachineCommandsTest, CommandsThatDoNotSliceDoNotWaitForThoseThatDoAndBoth
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
     EXPECT_TRUE(fs::is_empty(dir / "temp"));
 }
-
-} // namespace MachineService

@@ -5,7 +5,8 @@
 #include "buildprocessor/machines/ProfileReader.h"
 #include "buildprocessor/machines/ShippedProfiles.h"
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -97,5 +98,3 @@ TEST(SlicingResult, ReadsBackAsItWasAndRefusesEverythingElse)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

@@ -7,7 +7,8 @@
 #include <cmath>
 #include <numbers>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -124,5 +125,3 @@ TEST(Collision, SurfacesAndContainmentDecideNotBoxes)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

@@ -6,7 +6,8 @@
 
 #include <sstream>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 using Strategies = TavAM::Part::Strategies;
 using ::testing::HasSubstr;
@@ -88,5 +89,3 @@ TEST(PartStrategies, TellTheEngineWhatTheyStandFor)
     part.SetStrategies(Strategies{{L"part", L"gone"}, {L"support", L"tree"}});
     EXPECT_EQ(GetEngineSettings(part, Known), (EngineSettings{{"support_material", "1"}}));
 }
-
-} // namespace MachineService::BuildProcessor

@@ -7,7 +7,8 @@
 
 #include <chrono>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -55,5 +56,3 @@ TEST(PlatformFiles, WhatIsToldOfManyPartsCostsInProportionAndCanBeStopped)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

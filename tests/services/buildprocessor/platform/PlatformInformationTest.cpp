@@ -11,7 +11,7 @@
 
 #include <boost/uuid/uuid_io.hpp>
 
-namespace MachineService {
+using namespace MachineService;
 
 namespace {
 
@@ -189,5 +189,3 @@ TEST_F(PlatformInformationTest, DefaultsAreThoseOfTheSettingsAndProgressAndStopR
               ErrorCode::ProcessingAborted);
     EXPECT_TRUE(fs::is_empty(dir / "temp"));
 }
-
-} // namespace MachineService

@@ -8,7 +8,8 @@
 #include <numbers>
 #include <sstream>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -248,5 +249,3 @@ TEST_F(GCodeCheckTest, StopsWhenAsked)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

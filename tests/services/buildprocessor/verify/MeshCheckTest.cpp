@@ -8,7 +8,8 @@
 #include <ctime>
 #include <numbers>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -242,5 +243,3 @@ TEST(PartMeshes, SeveralMeshesOfAPartAreLookedAtAsOne)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor

@@ -4,7 +4,8 @@
 
 #include <cmath>
 
-namespace MachineService::BuildProcessor {
+using namespace MachineService;
+using namespace MachineService::BuildProcessor;
 
 namespace {
 
@@ -90,5 +91,3 @@ TEST(SectionsAhead, GoAtOnceWithWorkLeftAndUnasked)
 }
 
 } // namespace
-
-} // namespace MachineService::BuildProcessor
