@@ -70,9 +70,13 @@ Report CheckService(const Target& i_target)
                   "It speaks revision " + std::to_string(information.protocol_revision()) + " and asks for " +
                       std::to_string(information.oldest_host_revision()) + " at least.");
     report.Expect(!information.name().empty(), "I2", "The name is empty.");
-    const Seen seen = CheckCatalog(session, information.heartbeat_interval_ms(), report);
+    CheckAuthentication(session, information.requires_authentication(), report);
+    Seen seen = CheckCatalog(session, information.heartbeat_interval_ms(), report);
+    seen.revision = information.protocol_revision();
+    CheckResumption(session, information.heartbeat_interval_ms(), report);
     CheckAnswers(session, seen, report);
     CheckPlatforms(session, seen, report);
+    CheckAssignments(session, seen, report);
     CheckRuns(session, seen, report);
     return report;
 }

@@ -77,13 +77,17 @@ private:
 /// What the checks of the catalog found for those that follow.
 struct Seen
 {
+    std::uint32_t revision = 0; ///< of the protocol
     std::vector<pb::Machine> machines;
 };
 
 /// Each looks at the rules of its part.
+void CheckAuthentication(Session& io_session, bool i_is_required, Report& io_report);
+void CheckResumption(Session& io_session, std::uint32_t i_heartbeat_ms, Report& io_report);
 Seen CheckCatalog(Session& io_session, std::uint32_t i_heartbeat_ms, Report& io_report);
 void CheckAnswers(Session& io_session, const Seen& i_seen, Report& io_report);
 void CheckPlatforms(Session& io_session, const Seen& i_seen, Report& io_report);
+void CheckAssignments(Session& io_session, const Seen& i_seen, Report& io_report);
 /// Carries runs of the first command of the first machine out; its input is not what the machine expects, so that most
 /// machines refuse it, which is no finding.
 void CheckRuns(Session& io_session, const Seen& i_seen, Report& io_report);

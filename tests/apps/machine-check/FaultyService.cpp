@@ -56,10 +56,29 @@ FaultyService::~FaultyService()
 grpc::Status FaultyService::GetServiceInformation(Context*, const pb::ServiceInformationRequest*,
                                                   pb::ServiceInformation* op_reply)
 {
-    op_reply->set_protocol_revision(_fault == Fault::RevisionZero ? 0 : 1);
+    op_reply->set_protocol_revision(_fault == Fault::RevisionZero ? 0 : Wire::ProtocolRevision);
     op_reply->set_oldest_host_revision(1);
     op_reply->set_name(_fault == Fault::NoName ? "" : "Faulty");
     op_reply->set_heartbeat_interval_ms(HeartbeatMs);
+    op_reply->set_requires_authentication(_fault >= Fault::NoneButSecret && _fault <= Fault::TakesAnyToken);
+    return grpc::Status::OK;
+}
+
+bool FaultyService::_IsLetIn(const Context& i_context) const
+{
+    if (_fault < Fault::NoneButSecret || _fault > Fault::TakesAnyToken || _fault == Fault::LetsAnybodyIn)
+        return true;
+    const auto token = i_context.client_metadata().find(Wire::TokenMetadata);
+    return token != i_context.client_metadata().end() &&
+           (_fault == Fault::TakesAnyToken || token->second == FaultyServiceToken);
+}
+
+grpc::Status FaultyService::SetAuthentication(Context*, const pb::AuthenticationRequest* ip_request,
+                                              pb::AuthenticationReply* op_reply)
+{
+    const bool isAccepted = ip_request->secret() == FaultyServiceToken || _fault == Fault::AcceptsAnySecret;
+    op_reply->set_result(isAccepted ? pb::AUTHENTICATION_RESULT_ACCEPTED : pb::AUTHENTICATION_RESULT_REJECTED);
+    op_reply->set_token(isAccepted ? FaultyServiceToken : "");
     return grpc::Status::OK;
 }
 
@@ -85,9 +104,13 @@ pb::Machine FaultyService::_MakeMachine()
     return machine;
 }
 
-grpc::Status FaultyService::WatchCatalog(Context* iop_context, const pb::WatchCatalogRequest*,
+grpc::Status FaultyService::WatchCatalog(Context* iop_context, const pb::WatchCatalogRequest* ip_request,
                                          Writer<pb::CatalogEvent>* iop_writer)
 {
+    if (!_IsLetIn(*iop_context))
+        return {grpc::StatusCode::UNAUTHENTICATED, "Who is there?"};
+    const bool isBehind = _fault == Fault::ResumesBehind && ip_request->epoch() == Epoch;
+    const bool isResumed = isBehind || (_fault == Fault::ResumesEveryEpoch && !ip_request->epoch().empty());
     std::unique_lock lock(_mutex);
     pb::CatalogEvent event;
     event.set_epoch(Epoch);
@@ -100,8 +123,11 @@ grpc::Status FaultyService::WatchCatalog(Context* iop_context, const pb::WatchCa
         event.set_revision(4);
     *event.mutable_snapshot()->add_machines() = _MakeMachine();
     event.mutable_snapshot()->set_is_last(_fault != Fault::NoLastPage);
-    iop_writer->Write(event);
+    if (!isResumed)
+        iop_writer->Write(event);
     event.mutable_heartbeat();
+    if (isBehind)
+        event.set_revision(1);
     while (!_isStopping && !iop_context->IsCancelled()) {
         _stopped.wait_for(lock, std::chrono::milliseconds(HeartbeatMs / 2));
         if (_fault != Fault::NoHeartbeat)
@@ -152,6 +178,40 @@ grpc::Status FaultyService::GetEmptyPlatform(Context* iop_context, const pb::Emp
     return grpc::Status::OK;
 }
 
+grpc::Status
+FaultyService::ModifyPlatform(Context* iop_context,
+                              grpc::ServerReaderWriter<pb::PlatformReply, pb::ModifyPlatformRequest>* iop_stream)
+{
+    pb::ModifyPlatformRequest request;
+    std::string content;
+    while (iop_stream->Read(&request)) {
+        content += request.chunk().content();
+        if (request.has_chunk() && Wire::HashOf(content) != request.chunk().sha256_so_far() &&
+            _fault != Fault::TakesDamagedChange)
+            return RefuseAs(*iop_context, Wire::WireFailure::Kind::Damaged, "damaged");
+    }
+    pb::PlatformReply reply;
+    reply.mutable_header();
+    if (_fault == Fault::ChangeWithItems)
+        reply.mutable_header()->add_items();
+    iop_stream->Write(reply);
+    return grpc::Status::OK;
+}
+
+grpc::Status FaultyService::GetProfileAssignments(Context* iop_context, const pb::ProfileAssignmentsRequest* ip_request,
+                                                  pb::ProfileAssignments* op_reply)
+{
+    if (ip_request->machine().machine_id() == std::string(16, '\x5a') && _fault != Fault::KnowsEveryMachine)
+        return RefuseUnknown(*iop_context, "unknown-machine");
+    for (const char* const role : {"part", _fault == Fault::StrategyTwice ? "part" : "support"}) {
+        auto& assignment = *op_reply->add_assignments();
+        assignment.set_id("solid");
+        assignment.mutable_name()->set_text("Solid");
+        assignment.set_role(role);
+    }
+    return grpc::Status::OK;
+}
+
 FaultyService::Run* FaultyService::_Find(const std::string& i_id)
 {
     const auto found = _runs.find(i_id);
@@ -167,6 +227,8 @@ FaultyService::Run* FaultyService::_Find(const std::string& i_id)
 grpc::Status FaultyService::StartRun(Context* iop_context, const pb::StartRunRequest* ip_request, pb::Run* op_reply)
 {
     const std::lock_guard lock(_mutex);
+    if (_fault == Fault::WantsHashAtOnce && ip_request->input().sha256().empty())
+        return RefuseAs(*iop_context, Wire::WireFailure::Kind::BadRequest, "bad-request");
     auto* run = _Find(ip_request->run_id());
     if (!run && ip_request->is_resumption())
         return RefuseUnknown(*iop_context, "unknown-run");

@@ -49,7 +49,20 @@ enum class Fault
     ReleaseTwiceRefused,
     BuildWithoutMachineFile,
     BuildWithTwoFiles,
+    NoneButSecret, ///< no fault, and it requires a token
+    LetsAnybodyIn,
+    AcceptsAnySecret,
+    TakesAnyToken,
+    ResumesBehind,
+    ResumesEveryEpoch,
+    ChangeWithItems,
+    TakesDamagedChange,
+    StrategyTwice,
+    WantsHashAtOnce,
 };
+
+/// Lets in where one is required.
+inline constexpr const char* FaultyServiceToken = "sesame";
 
 /// A service with one machine, by the messages alone, and with at most one fault.
 class FaultyService final : public MachineService::Wire::pb::MachineService::Service
@@ -82,6 +95,16 @@ private:
     grpc::Status GetEmptyPlatform(Context* iop_context,
                                   const MachineService::Wire::pb::EmptyPlatformRequest* ip_request,
                                   Writer<MachineService::Wire::pb::PlatformReply>* iop_writer) override;
+    grpc::Status
+    ModifyPlatform(Context* iop_context,
+                   grpc::ServerReaderWriter<MachineService::Wire::pb::PlatformReply,
+                                            MachineService::Wire::pb::ModifyPlatformRequest>* iop_stream) override;
+    grpc::Status GetProfileAssignments(Context* iop_context,
+                                       const MachineService::Wire::pb::ProfileAssignmentsRequest* ip_request,
+                                       MachineService::Wire::pb::ProfileAssignments* op_reply) override;
+    grpc::Status SetAuthentication(Context* iop_context,
+                                   const MachineService::Wire::pb::AuthenticationRequest* ip_request,
+                                   MachineService::Wire::pb::AuthenticationReply* op_reply) override;
     grpc::Status StartRun(Context* iop_context, const MachineService::Wire::pb::StartRunRequest* ip_request,
                           MachineService::Wire::pb::Run* op_reply) override;
     grpc::Status Upload(Context* iop_context, grpc::ServerReader<MachineService::Wire::pb::UploadRequest>* iop_reader,
@@ -95,6 +118,7 @@ private:
     grpc::Status ReleaseRun(Context* iop_context, const MachineService::Wire::pb::RunRequest* ip_request,
                             MachineService::Wire::pb::ReleaseRunReply* op_reply) override;
 
+    bool _IsLetIn(const Context& i_context) const;
     MachineService::Wire::pb::Machine _MakeMachine();
     bool _Take(Run& io_run, const MachineService::Wire::pb::Chunk& i_chunk) const;
     void _End(Run& io_run) const;

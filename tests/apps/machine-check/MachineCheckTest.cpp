@@ -52,12 +52,22 @@ TEST(MachineCheckTest, FindsEachFaultByItsRule)
         {Fault::ReleaseTwiceRefused, {"R11"}},
         {Fault::BuildWithoutMachineFile, {"R12"}},
         {Fault::BuildWithTwoFiles, {"R12"}},
+        {Fault::NoneButSecret, {}},
+        {Fault::LetsAnybodyIn, {"U1"}},
+        {Fault::AcceptsAnySecret, {"U2"}},
+        {Fault::TakesAnyToken, {"U3"}},
+        {Fault::ResumesBehind, {"W1"}},
+        {Fault::ResumesEveryEpoch, {"W2"}},
+        {Fault::ChangeWithItems, {"M1"}},
+        {Fault::TakesDamagedChange, {"M2"}},
+        {Fault::StrategyTwice, {"S1"}},
+        {Fault::WantsHashAtOnce, {"R13"}},
     };
     for (const auto& row : rows) {
         const MachineService::ScopedTempDir folder;
         const auto address = "unix:" + (folder.GetAbsoluteDir() / "socket").string();
         const FaultyService service(address, row.fault);
-        const auto report = MachineCheck::CheckService({address, {}, {}, std::chrono::seconds(2)});
+        const auto report = MachineCheck::CheckService({address, {}, FaultyServiceToken, std::chrono::seconds(2)});
         const auto found = report.GetFoundRules();
         if (row.rules.empty()) {
             EXPECT_THAT(found, IsEmpty()) << report.ToTable();
