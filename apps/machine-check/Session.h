@@ -29,7 +29,8 @@ struct Target
 
 /// A connection to the service that is checked, and calls with it.
 ///
-/// Thread: one. Errors: std::runtime_error with a sentence when the service cannot be reached at all.
+/// Thread: one.
+/// Errors: std::runtime_error with a sentence when the service cannot be reached at all.
 class Session
 {
 public:
@@ -92,7 +93,8 @@ void CheckAssignments(Session& io_session, const Seen& i_seen, Report& io_report
 /// machines refuse it, which is no finding.
 void CheckRuns(Session& io_session, const Seen& i_seen, Report& io_report);
 
-/// All of them. \throws std::runtime_error when the service cannot be reached.
+/// All of them.
+/// \throws std::runtime_error when the service cannot be reached.
 Report CheckService(const Target& i_target);
 
 } // namespace MachineCheck

@@ -70,7 +70,8 @@ public:
     SceneOfCall(const SceneOfCall&) = delete;
     SceneOfCall& operator=(const SceneOfCall&) = delete;
 
-    /// UI thread. \throws SceneClosed.
+    /// UI thread.
+    /// \throws SceneClosed.
     DataSet& Get() const { return _scene->Get(); }
 
 private:

@@ -44,7 +44,8 @@ struct RemoteService
     std::shared_ptr<Connection> GetConnection() const;
     /// \throws CommunicationException ServicesUnavailable when it is closed.
     void ThrowIfClosed() const;
-    /// What a call came to that did not succeed. \throws CommunicationException always but for a good status.
+    /// What a call came to that did not succeed.
+    /// \throws CommunicationException always but for a good status.
     /// \param i_caller token of whoever waits for the call.
     void Check(const grpc::Status& i_status, const grpc::ClientContext& i_context, const std::stop_token& i_caller,
                bool i_was_idle = false) const;

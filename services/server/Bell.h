@@ -9,7 +9,8 @@ namespace MachineService::Server {
 
 /// Wakes the one who passes news on. Rung by many; what was rung while nobody waited is not lost.
 ///
-/// Thread: any. Ownership: shared, because a machine may still tell of a run when the server is gone.
+/// Thread: any.
+/// Ownership: shared, because a machine may still tell of a run when the server is gone.
 class Bell
 {
 public:

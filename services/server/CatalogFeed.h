@@ -13,7 +13,8 @@ namespace MachineService::Server {
 /// Carries a catalog's machines and its news into the journal, in the order in which they were raised.
 ///
 /// Thread: any; the catalog is asked on a thread of the feed's own, so that a slow machine delays neither the thread
-/// that raises news nor a host. Ownership: catalog, journal and icons outlive it. Slots that still run when it goes do
+/// that raises news nor a host.
+/// Ownership: catalog, journal and icons outlive it. Slots that still run when it goes do
 /// nothing.
 class CatalogFeed
 {

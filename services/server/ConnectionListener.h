@@ -33,7 +33,8 @@ public:
     ConnectionListener(const ConnectionListener&) = delete;
     ConnectionListener& operator=(const ConnectionListener&) = delete;
 
-    /// Connections that are open. Thread: any.
+    /// Connections that are open.
+    /// Thread: any.
     std::size_t GetConnectionCount() const;
 
 private:

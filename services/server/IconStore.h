@@ -18,7 +18,8 @@ struct StoredIcon
 
 /// The icons and pictures of the machines that are told at this moment, each once.
 ///
-/// Thread: any. Ownership: an icon goes with the last machine that has it.
+/// Thread: any.
+/// Ownership: an icon goes with the last machine that has it.
 class IconStore
 {
 public:

@@ -46,11 +46,13 @@ struct MachineServerOptions
     std::vector<ServiceId> services;
     std::chrono::milliseconds heartbeat = std::chrono::seconds(5);
     /// Whether a secret lets its bearer in, and under which name it is known; empty function: everybody who reaches the
-    /// server may. Thread: any, several at a time; called with every call.
+    /// server may.
+    /// Thread: any, several at a time; called with every call.
     std::function<std::optional<std::string>(const std::string& i_secret)> admit;
     /// Hosts on a unix socket are processes of the same user and need no secret.
     bool admitsLocalHosts = false;
-    /// Lines for the log; those about a run have its id. Thread: any. Empty: they are lost.
+    /// Lines for the log; those about a run have its id. Empty: they are lost.
+    /// Thread: any.
     std::function<void(const std::string&)> log;
 };
 
@@ -84,7 +86,8 @@ public:
     void Stop(std::chrono::milliseconds i_drain);
     /// Where it is reached: with the port that the system chose for port 0.
     std::vector<std::string> GetAddresses() const;
-    /// Somebody is connected. Thread: any, while it runs.
+    /// Somebody is connected.
+    /// Thread: any, while it runs.
     bool HasConnections() const;
 
 private:

@@ -23,7 +23,8 @@ public:
 
 /// Passes news on to all streams as soon as the bell rings, and lets their heartbeats out.
 ///
-/// Thread: any; one of its own. Ownership: holds the streams until they are removed.
+/// Thread: any; one of its own.
+/// Ownership: holds the streams until they are removed.
 class StreamPump
 {
 public:

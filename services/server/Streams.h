@@ -21,7 +21,8 @@ namespace MachineService::Server {
 
 /// A stream of messages to one host, driven by gRPC's callbacks and by the pump.
 ///
-/// Thread: any. Ownership: by the pump and by gRPC, until gRPC is done with it.
+/// Thread: any.
+/// Ownership: by the pump and by gRPC, until gRPC is done with it.
 template <class Message>
 class Stream : public grpc::ServerWriteReactor<Message>, public IStream, public std::enable_shared_from_this<IStream>
 {

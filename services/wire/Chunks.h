@@ -84,7 +84,8 @@ private:
     RunningHash _hash;
 };
 
-/// SHA-256 of what is left to read of a file. \throws TavSDK::FileError.
+/// SHA-256 of what is left to read of a file.
+/// \throws TavSDK::FileError.
 std::string HashOfFile(TavSDK::InputFile& io_file, const std::function<void()>& i_check = {});
 
 } // namespace MachineService::Wire

@@ -12,7 +12,8 @@ namespace MachineService::BuildProcessor {
 namespace {
 
 /// Of the printer's file that is in the folder already; empty for none.
-/// \param i_name of the new file; \throws ProfileError when another printer's file has it.
+/// \param i_name of the new file.
+/// \throws ProfileError when another printer's file has it.
 std::filesystem::path FindFileOf(const boost::uuids::uuid& i_printer, const std::filesystem::path& i_folder,
                                  const std::filesystem::path& i_name)
 {

@@ -27,7 +27,8 @@ PlatformFacts ReadPlatformFacts(const std::filesystem::path& i_platform);
 std::string WriteOrder(const std::vector<PartParameters>& i_parts);
 
 /// Puts the platform into the input folder and tells the machine what the job says; command, output folder, stop token
-/// and progress are left to the caller. \throws ManagerError Storage.
+/// and progress are left to the caller.
+/// \throws ManagerError Storage.
 CommandParameters MakeBuildParameters(const Job& i_job, const std::filesystem::path& i_platform,
                                       const std::filesystem::path& i_input_dir);
 
@@ -40,7 +41,8 @@ struct BuildOutput
 };
 
 /// The machine file lies beside the platform; a machine that only tells where it keeps it is believed when the file is
-/// there. \throws CommunicationException UnexpectedOutput with a sentence: no machine file, or several.
+/// there.
+/// \throws CommunicationException UnexpectedOutput with a sentence: no machine file, or several.
 BuildOutput ReadBuildOutput(const std::filesystem::path& i_output_dir);
 
 } // namespace MachineService::MachineManager

@@ -49,7 +49,8 @@ public:
     void Start();
     /// Gives back what was not started yet, lets go what runs, and joins the threads. Twice is harmless.
     void Stop();
-    /// Something changed that decides whether jobs can go on. Thread: any.
+    /// Something changed that decides whether jobs can go on.
+    /// Thread: any.
     void Wake();
     /// No machine has a job, and none waits for one that could have it.
     bool IsIdle() const;

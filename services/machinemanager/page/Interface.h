@@ -50,7 +50,8 @@ HttpResponse GetMetrics(const PageContext& i_context, const Call& i_call);
 HttpResponse SendFile(const Call& i_call, const KeptFile& i_file, const std::filesystem::path& i_path,
                       const char* ip_type);
 
-/// What `GET jobs` asks for. \throws HttpError 400.
+/// What `GET jobs` asks for.
+/// \throws HttpError 400.
 JobFilter ParseFilter(const PageContext& i_context, const Call& i_call);
 
 } // namespace MachineService::MachineManager::Interface

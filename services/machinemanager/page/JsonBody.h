@@ -58,7 +58,8 @@ private:
     std::set<std::string> _read;
 };
 
-/// Text of a field, checked: \throws HttpError 422.
+/// Text of a field, checked.
+/// \throws HttpError 422.
 /// \param i_name for the message.
 std::string CheckText(std::string i_text, const std::string& i_name, std::size_t i_longest = JsonBody::LongestText);
 /// Lower-case or not; empty when it is none.

@@ -32,7 +32,8 @@ struct ManagerPageOptions
     /// Who somebody that signed in is now, with the present role; empty: nobody any more. May be empty: as at the
     /// signing in.
     std::function<std::optional<Actor>(const Actor& i_actor)> confirm;
-    /// Lines for the log. Thread: any. Empty: they are lost.
+    /// Lines for the log; empty: they are lost.
+    /// Thread: any.
     std::function<void(const std::string&)> log;
 };
 

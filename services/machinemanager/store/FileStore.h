@@ -43,7 +43,8 @@ public:
     /// \param i_size that the whole is to have; more is refused (BadInput).
     void Receive(const boost::uuids::uuid& i_upload, std::uint64_t i_offset, std::string_view i_bytes,
                  std::uint64_t i_size);
-    /// Makes it a file. \throws ManagerError BadInput when size or hash are others than announced; the upload is gone
+    /// Makes it a file.
+    /// \throws ManagerError BadInput when size or hash are others than announced; the upload is gone
     /// then.
     KeptFile Finish(const boost::uuids::uuid& i_upload, const KeptFile& i_announced);
     void Drop(const boost::uuids::uuid& i_upload);

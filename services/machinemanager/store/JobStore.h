@@ -27,7 +27,8 @@ struct StoreOptions
     std::string daemon = "machined";
     /// Empty: the system's clock.
     std::function<Time()> now;
-    /// Lines for the log. Thread: any. Empty: they are lost.
+    /// Lines for the log; empty: they are lost.
+    /// Thread: any.
     std::function<void(const std::string&)> log;
 };
 
@@ -80,7 +81,8 @@ class JobStore
 {
 public:
     /// Opens it, makes it where there is none, and brings one of an earlier version up to date. A damaged SQLite store
-    /// is set aside under another name, which the log tells, and a new one is begun. \throws ManagerError Storage, also
+    /// is set aside under another name, which the log tells, and a new one is begun.
+    /// \throws ManagerError Storage, also
     /// for a store of a newer version and one that another process has locked (SQLite).
     explicit JobStore(StoreOptions i_options);
     ~JobStore();

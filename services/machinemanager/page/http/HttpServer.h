@@ -29,7 +29,8 @@ struct ServerOptions
 class HttpServer
 {
 public:
-    /// Takes its place; clients that connect wait for Start(). \throws std::runtime_error with a sentence.
+    /// Takes its place; clients that connect wait for Start().
+    /// \throws std::runtime_error with a sentence.
     HttpServer(ServerOptions i_options, HttpHandler i_handler);
     /// Ends all connections, whatever they are doing, and waits for the calls of the handler that are on their way.
     ~HttpServer();
