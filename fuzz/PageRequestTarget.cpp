@@ -4,6 +4,7 @@
 #include "machinemanager/page/http/Http.h"
 #include "machinemanager/page/http/HttpHead.h"
 #include "machinemanager/page/views/Texts.h"
+#include "tavsdk/PercentEncoding.h"
 #include "tavsdk/Utf8.h"
 
 #include <functional>
@@ -47,7 +48,7 @@ void ReadForm(const std::string& i_text)
 {
     for (const auto& [name, value] : ParseForm(i_text)) {
         Fuzz::Require(TavSDK::IsUtf8(name) && TavSDK::IsUtf8(value), "fields are UTF-8");
-        const auto again = ParseForm(EncodeUrl(name) + '=' + EncodeUrl(value));
+        const auto again = ParseForm(TavSDK::EncodePercent(name) + '=' + TavSDK::EncodePercent(value));
         Fuzz::Require(again.size() == 1 && again.begin()->second == value, "a field reads back the same");
         const auto disposition = MakeDisposition(value);
         Fuzz::Require(disposition.find_first_of("\r\n") == std::string::npos, "a header has one line");

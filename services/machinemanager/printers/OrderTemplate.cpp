@@ -1,6 +1,7 @@
 #include "machinemanager/printers/OrderTemplate.h"
 
 #include "tavsdk/Path.h"
+#include "tavsdk/PercentEncoding.h"
 #include "tavsdk/Text.h"
 
 #include <QJsonArray>
@@ -89,21 +90,6 @@ std::string Fill(std::string_view i_text, const PrintOrder& i_order,
     return text;
 }
 
-std::string EncodePercent(std::string_view i_text)
-{
-    constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789-._~";
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string text;
-    for (const char character : i_text) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (plain.find(character) != std::string_view::npos)
-            text += character;
-        else
-            (text += '%').append({digits[byte >> 4], digits[byte & 15]});
-    }
-    return text;
-}
-
 /// The value with each of its texts changed; names of fields stay.
 QJsonValue Map(const QJsonValue& i_value, const std::function<QJsonValue(const std::string&)>& i_change)
 {
@@ -169,7 +155,7 @@ bool TellsOrder(const QJsonValue& i_value)
 
 std::string FillPercentEncoded(std::string_view i_text, const PrintOrder& i_order)
 {
-    return Fill(i_text, i_order, EncodePercent);
+    return Fill(i_text, i_order, TavSDK::EncodePercent);
 }
 
 QJsonValue FillJson(const QJsonValue& i_value, const PrintOrder& i_order)

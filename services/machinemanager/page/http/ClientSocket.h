@@ -53,8 +53,6 @@ public:
     /// Of the body. \return 0 at its end, -1 when it broke off.
     std::ptrdiff_t Read(char* op_bytes, std::size_t i_count);
     bool Write(std::string_view i_bytes);
-    /// A new answer begins: what is slow is measured from here.
-    void BeginAnswer() { _answer = {}; }
 
     /// Waits until another descriptor can be read, or the time is over.
     /// \return false when the client is gone.

@@ -1,5 +1,6 @@
 #include "machinemanager/page/http/Http.h"
 
+#include "tavsdk/PercentEncoding.h"
 #include "tavsdk/Text.h"
 #include "tavsdk/Utf8.h"
 
@@ -14,7 +15,6 @@ namespace MachineService::MachineManager {
 namespace {
 
 constexpr std::size_t MostFields = 100;
-constexpr std::string_view HexDigits = "0123456789ABCDEF";
 
 char ToLower(char i_character)
 {
@@ -168,29 +168,13 @@ std::string FindCookie(std::string_view i_header, std::string_view i_name)
     return {};
 }
 
-std::string EncodeUrl(std::string_view i_text)
-{
-    std::string text;
-    for (const char character : i_text) {
-        if (IsUnreserved(character)) {
-            text += character;
-        } else {
-            const auto byte = static_cast<unsigned char>(character);
-            text += '%';
-            text += HexDigits[byte >> 4];
-            text += HexDigits[byte & 15];
-        }
-    }
-    return text;
-}
-
 std::string MakeDisposition(std::string_view i_name)
 {
     const auto name = TavSDK::ReplaceInvalid(i_name);
     std::string plain;
     for (const char character : name)
         plain += IsUnreserved(character) || character == ' ' ? character : '_';
-    return "attachment; filename=\"" + plain + "\"; filename*=UTF-8''" + EncodeUrl(name);
+    return "attachment; filename=\"" + plain + "\"; filename*=UTF-8''" + TavSDK::EncodePercent(name);
 }
 
 std::string FormatTime(Time i_time)

@@ -130,9 +130,6 @@ HttpFields ParseForm(std::string_view i_text);
 /// Value of a cookie; empty when there is none.
 std::string FindCookie(std::string_view i_header, std::string_view i_name);
 
-/// Percent-encodes everything but what a part of a path or a query may have anywhere.
-std::string EncodeUrl(std::string_view i_text);
-
 /// Value of `Content-Disposition` for a download (RFC 6266): a name in ASCII, and the name.
 std::string MakeDisposition(std::string_view i_name);
 

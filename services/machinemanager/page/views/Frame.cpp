@@ -2,6 +2,7 @@
 
 #include "machinemanager/page/http/Http.h"
 #include "machinemanager/page/views/Texts.h"
+#include "tavsdk/PercentEncoding.h"
 
 #include <algorithm>
 
@@ -21,14 +22,14 @@ std::string DescribeHere(const HttpRequest& i_request)
     std::string here;
     for (std::size_t begin = 0; begin < i_request.path.size();) {
         const auto end = std::min(i_request.path.find('/', begin + 1), i_request.path.size());
-        here += '/' + EncodeUrl(std::string_view(i_request.path).substr(begin + 1, end - begin - 1));
+        here += '/' + TavSDK::EncodePercent(std::string_view(i_request.path).substr(begin + 1, end - begin - 1));
         begin = end;
     }
     char separator = '?';
     for (const auto& [name, value] : i_request.query) {
         if (name == "code")
             continue;
-        here += separator + EncodeUrl(name) + '=' + EncodeUrl(value);
+        here += separator + TavSDK::EncodePercent(name) + '=' + TavSDK::EncodePercent(value);
         separator = '&';
     }
     return here;

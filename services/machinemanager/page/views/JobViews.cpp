@@ -4,6 +4,7 @@
 #include "machinemanager/page/views/Texts.h"
 #include "machinemanager/page/views/Views.h"
 #include "machinemanager/page/views/Words.h"
+#include "tavsdk/PercentEncoding.h"
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
@@ -23,7 +24,7 @@ std::string MakePagePath(const HttpRequest& i_request, std::int64_t i_after)
     std::string path = "/jobs?";
     for (const char* name : {"text", "state", "machine", "owner", "order"}) {
         if (const auto value = i_request.GetQuery(name); !value.empty())
-            path += std::string(name) + '=' + EncodeUrl(value) + '&';
+            path += std::string(name) + '=' + TavSDK::EncodePercent(value) + '&';
     }
     if (i_after > 0)
         path += "after=" + std::to_string(i_after);
