@@ -38,7 +38,7 @@ public:
 
 } // namespace
 
-std::unique_ptr<ICommunicationServiceAPI> CreateCommunicationService()
+std::unique_ptr<ICommunicationServiceAPI> MachineService::CreateCommunicationService()
 {
     return std::make_unique<ExampleServices>();
 }
