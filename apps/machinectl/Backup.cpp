@@ -2,8 +2,8 @@
 
 #include "hosting/HostingError.h"
 #include "hosting/InterruptWatcher.h"
-#include "hosting/JobsError.h"
-#include "hosting/JobsJson.h"
+#include "hosting/jobs/JobsError.h"
+#include "hosting/jobs/JobsJson.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/Text.h"
 

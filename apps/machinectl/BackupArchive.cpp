@@ -1,7 +1,7 @@
 #include "machinectl/Backup.h"
 
 #include "hosting/HostingError.h"
-#include "hosting/JobsJson.h"
+#include "hosting/jobs/JobsJson.h"
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"

@@ -1,6 +1,6 @@
 #include "machinectl/Groups.h"
 
-#include "hosting/JobsError.h"
+#include "hosting/jobs/JobsError.h"
 #include "machinectl/JobViews.h"
 #include "machinectl/TextWidth.h"
 #include "tavsdk/Text.h"

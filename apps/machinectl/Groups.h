@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hosting/JobsTypes.h"
+#include "hosting/jobs/JobsTypes.h"
 #include "machinectl/CommandLine.h"
 #include "machinectl/Table.h"
 

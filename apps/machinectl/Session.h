@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hosting/JobsClient.h"
+#include "hosting/jobs/JobsClient.h"
 #include "machinectl/CommandLine.h"
 #include "machinectl/Console.h"
 

@@ -5,8 +5,8 @@
 
 #include "hosting/HostingError.h"
 #include "hosting/InterruptWatcher.h"
-#include "hosting/JobsClient.h"
 #include "hosting/ResultFiles.h"
+#include "hosting/jobs/JobsClient.h"
 
 #include <QCoreApplication>
 

@@ -1,6 +1,6 @@
 #include "workbench/posted/ManagerSource.h"
 
-#include "hosting/JobsClient.h"
+#include "hosting/jobs/JobsClient.h"
 
 #include <chrono>
 

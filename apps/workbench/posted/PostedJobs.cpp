@@ -1,7 +1,7 @@
 #include "workbench/posted/PostedJobs.h"
 
-#include "hosting/JobsClient.h"
-#include "hosting/JobsError.h"
+#include "hosting/jobs/JobsClient.h"
+#include "hosting/jobs/JobsError.h"
 #include "tavsdk/Path.h"
 #include "workbench/look/LineIcon.h"
 #include "workbench/posted/PostedWords.h"

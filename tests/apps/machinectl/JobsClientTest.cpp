@@ -1,4 +1,4 @@
-#include "hosting/JobsClient.h"
+#include "hosting/jobs/JobsClient.h"
 #include "apps/machinectl/ServedManager.h"
 #include "hosting/InterruptWatcher.h"
 #include "support/Files.h"

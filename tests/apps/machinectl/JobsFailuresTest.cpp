@@ -1,5 +1,5 @@
 #include "client/interface/ScopedTempDir.h"
-#include "hosting/JobsClient.h"
+#include "hosting/jobs/JobsClient.h"
 #include "support/Test.h"
 #include "support/Texts.h"
 

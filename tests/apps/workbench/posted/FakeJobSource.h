@@ -3,7 +3,7 @@
 #include "support/Files.h"
 #include "workbench/posted/IJobSource.h"
 
-#include "hosting/JobsError.h"
+#include "hosting/jobs/JobsError.h"
 
 #include <algorithm>
 #include <condition_variable>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "hosting/JobsError.h"
+#include "hosting/jobs/JobsError.h"
 
 #include <chrono>
 #include <functional>

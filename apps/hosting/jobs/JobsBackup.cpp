@@ -1,5 +1,5 @@
-#include "hosting/JobsClient_p.h"
-#include "hosting/JobsJson.h"
+#include "hosting/jobs/JobsClient_p.h"
+#include "hosting/jobs/JobsJson.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>

@@ -1,6 +1,6 @@
 #include "hosting/InterruptWatcher.h"
-#include "hosting/JobsClient_p.h"
-#include "hosting/JobsJson.h"
+#include "hosting/jobs/JobsClient_p.h"
+#include "hosting/jobs/JobsJson.h"
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"

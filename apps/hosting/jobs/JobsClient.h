@@ -1,7 +1,7 @@
 #pragma once
 
-#include "hosting/JobsError.h"
-#include "hosting/JobsTypes.h"
+#include "hosting/jobs/JobsError.h"
+#include "hosting/jobs/JobsTypes.h"
 
 #include <chrono>
 #include <cstdint>

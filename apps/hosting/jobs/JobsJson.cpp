@@ -1,6 +1,6 @@
-#include "hosting/JobsJson.h"
+#include "hosting/jobs/JobsJson.h"
 
-#include "hosting/JobsError.h"
+#include "hosting/jobs/JobsError.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "hosting/JobsClient.h"
-#include "hosting/JobsHttp.h"
+#include "hosting/jobs/JobsClient.h"
+#include "hosting/jobs/JobsHttp.h"
 
 #include <QJsonObject>
 

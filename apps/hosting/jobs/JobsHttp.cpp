@@ -1,4 +1,4 @@
-#include "hosting/JobsHttp.h"
+#include "hosting/jobs/JobsHttp.h"
 
 #include "hosting/InterruptWatcher.h"
 #include "tavsdk/Text.h"

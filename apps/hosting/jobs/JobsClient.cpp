@@ -1,7 +1,7 @@
-#include "hosting/JobsClient_p.h"
+#include "hosting/jobs/JobsClient_p.h"
 
 #include "hosting/InterruptWatcher.h"
-#include "hosting/JobsJson.h"
+#include "hosting/jobs/JobsJson.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/PercentEncoding.h"
 #include "tavsdk/RuntimeFolder.h"
