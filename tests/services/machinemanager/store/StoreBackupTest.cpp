@@ -174,7 +174,8 @@ TEST_P(StoreBackupTest, WhatIsNoBackupIsRefused)
     };
     for (const auto& [name, content] : rows) {
         WriteFile(GetPath(name), content);
-        const auto refusal = GetRefusal([&] { StoreBackup(GetPath(name)); });
+        const auto path = GetPath(name);
+        const auto refusal = GetRefusal([&path] { const StoreBackup backup(path); });
         EXPECT_EQ(refusal.first, ErrorKind::BadInput) << name;
         EXPECT_THAT(refusal.second, HasSubstr(name));
         EXPECT_EQ(ReadFile(GetPath(name)), content) << "it stays as it is";
