@@ -83,9 +83,15 @@ public:
 
     void End() final
     {
-        _EndWith(Wire::ToStatus(std::make_exception_ptr(CommunicationException(
-                                    ErrorCode::ServicesUnavailable, "The service goes down; try again later.")),
-                                _context));
+        {
+            const TavSDK::MutexLock lock(_mutex);
+            // Of a stream that has ended the context may be gone.
+            if (!_end)
+                _end = Wire::ToStatus(std::make_exception_ptr(CommunicationException(
+                                          ErrorCode::ServicesUnavailable, "The service goes down; try again later.")),
+                                      _context);
+        }
+        Pump(Bell::Clock::now());
     }
 
     void OnWriteDone(bool i_is_ok) final
