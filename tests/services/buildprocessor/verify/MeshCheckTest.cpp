@@ -152,14 +152,14 @@ TEST(MeshCheck, NamesTheLowestFaultWhateverTheOrderOfTheTriangles)
     EXPECT_EQ(first.from.z, 0);
 }
 
-TEST(MeshCheck, AMillionTrianglesTakeWellUnderASecond)
+TEST(MeshCheck, AMillionTrianglesTakeTimeByTheirNumber)
 {
     const Mesh mesh = Exploded(MakeCylinder(1000, 499));
     ASSERT_EQ(mesh.triangles.size(), 1'000'000U);
     const std::clock_t start = std::clock();
     EXPECT_TRUE(CheckMesh(mesh, {}).IsSound());
-    // Of the processor, without optimisation.
-    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 6);
+    // Of the processor: a few seconds without optimisation, some more under sanitizers, hours if it went by the square.
+    EXPECT_LT(static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC, 60);
     std::stop_source stop;
     stop.request_stop();
     EXPECT_EQ(GetFailure([&] { CheckMesh(mesh, stop.get_token()); }).code, ErrorCode::ProcessingAborted);
