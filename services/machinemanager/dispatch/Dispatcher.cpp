@@ -41,7 +41,8 @@ struct Dispatcher::Impl
     {}
 
     void Run();
-    void Work();
+    /// \return when to work again at the latest.
+    steady_clock::time_point Work();
     void ApplyDeadlines();
     void AdoptJobs();
     void ClaimJobs();
@@ -51,7 +52,7 @@ struct Dispatcher::Impl
     void FreeLostClaims();
     void Hear(const boost::uuids::uuid& i_job);
     bool IsBusy(const boost::uuids::uuid& i_machine);
-    steady_clock::time_point GetNextWake();
+    steady_clock::time_point GetNextWake(Time i_looked_at);
     void Ring();
     bool Wait(steady_clock::time_point i_until);
 
@@ -119,8 +120,7 @@ void Dispatcher::Impl::Run()
     auto until = steady_clock::now();
     while (Wait(until)) {
         try {
-            Work();
-            until = GetNextWake();
+            until = Work();
         } catch (const ManagerError& failure) {
             if (context.options.log)
                 context.options.log(std::string("the queue waits: ") + failure.what());
@@ -129,14 +129,16 @@ void Dispatcher::Impl::Run()
     }
 }
 
-void Dispatcher::Impl::Work()
+steady_clock::time_point Dispatcher::Impl::Work()
 {
+    const Time now = context.store.Now();
     CollectLanes();
     Beat();
     FreeLostClaims();
     ApplyDeadlines();
     AdoptJobs();
     ClaimJobs();
+    return GetNextWake(now);
 }
 
 void Dispatcher::Impl::CollectLanes()
@@ -271,12 +273,12 @@ void Dispatcher::Impl::Launch(Job i_job)
     isIdle = false;
 }
 
-steady_clock::time_point Dispatcher::Impl::GetNextWake()
+steady_clock::time_point Dispatcher::Impl::GetNextWake(Time i_looked_at)
 {
     const auto now = steady_clock::now();
     // A daemon that was killed at the wrong moment may have told nobody of its last change.
     auto until = now + std::chrono::seconds(30);
-    if (const auto due = context.store.GetNextDeadline())
+    if (const auto due = context.store.GetNextDeadline(i_looked_at))
         until = std::min(until, now + std::max(milliseconds(0), *due - context.store.Now()) + milliseconds(1));
     const TavSDK::MutexLock lock(mutex);
     if (!lanes.empty() || !others.empty())

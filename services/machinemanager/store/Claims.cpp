@@ -335,15 +335,15 @@ std::vector<Job> JobStore::GetOverdue() const
     });
 }
 
-std::optional<Time> JobStore::GetNextDeadline() const
+std::optional<Time> JobStore::GetNextDeadline(Time i_looked_at) const
 {
     const auto due = _impl->Read([&](Connection& io_connection) {
         QVariantList times;
         times << io_connection.SelectValue(QStringLiteral("SELECT min(deadline) FROM jobs WHERE deadline IS NOT NULL"));
-        // An attempt that may be made already waits for a machine and no longer for a time.
+        // An attempt that could be made then waits for a machine and no longer for a time.
         times << io_connection.SelectValue(
             QStringLiteral("SELECT min(not_before) FROM jobs WHERE not_before IS NOT NULL AND not_before > ?"),
-            {ToNumber(Now())});
+            {ToNumber(i_looked_at)});
         return times;
     });
     std::optional<Time> next;

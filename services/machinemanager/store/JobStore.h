@@ -144,8 +144,9 @@ public:
     std::vector<std::pair<std::string, std::uint64_t>> GetBeats() const;
     /// Jobs whose phase has a deadline that is over.
     std::vector<Job> GetOverdue() const;
-    /// When the next deadline, or the next attempt, is due; empty: none.
-    std::optional<Time> GetNextDeadline() const;
+    /// When the next deadline, or the next attempt, is due; empty: none. What became due since somebody looked is not
+    /// left out: it would be waited for in vain.
+    std::optional<Time> GetNextDeadline(Time i_looked_at) const;
 
     // Machines.
 

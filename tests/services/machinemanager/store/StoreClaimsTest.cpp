@@ -39,14 +39,16 @@ TEST_P(StoreClaimsTest, JobsAreClaimedByPriorityThenPositionThenArrival)
     store.Edit(putOff, "retry", "system", "",
                [&](Job& io_job) { io_job.notBefore = store.Now() + std::chrono::seconds(5); });
     store.Change(held, {JobEvent::Hold});
-    EXPECT_EQ(store.GetNextDeadline(), store.Now() + std::chrono::seconds(5));
+    EXPECT_EQ(store.GetNextDeadline(store.Now()), store.Now() + std::chrono::seconds(5));
 
     std::vector<std::string> names;
     while (const auto job = Claim(store))
         names.push_back(job->name);
     EXPECT_THAT(names, ElementsAre("first", "first of its priority", "second", "third", "late"));
+    const Time looked = store.Now();
     now += 5000;
-    EXPECT_FALSE(store.GetNextDeadline());
+    EXPECT_FALSE(store.GetNextDeadline(store.Now()));
+    EXPECT_EQ(store.GetNextDeadline(looked), store.Now()) << "due after somebody looked and before they went to sleep";
     EXPECT_EQ(Claim(store)->name, "put off");
     EXPECT_FALSE(Claim(store));
 }
@@ -126,7 +128,7 @@ TEST_P(StoreClaimsTest, WhatMayHaveStartedIsWatchedByWhoAdoptsIt)
     const Job claimed = Claim(store).value();
     store.Change(ClaimOf(claimed), {JobEvent::Built});
     store.Change(ClaimOf(claimed), {JobEvent::Sent});
-    EXPECT_EQ(store.GetNextDeadline(), store.Now() + std::chrono::seconds(60));
+    EXPECT_EQ(store.GetNextDeadline(store.Now()), store.Now() + std::chrono::seconds(60));
     EXPECT_THAT(store.GetUnclaimed(), IsEmpty());
     EXPECT_FALSE(store.Adopt(claimed.id));
     now += 59'999;
@@ -135,7 +137,7 @@ TEST_P(StoreClaimsTest, WhatMayHaveStartedIsWatchedByWhoAdoptsIt)
     EXPECT_THAT(GetNames(store.GetOverdue()), ElementsAre("lid"));
     EXPECT_EQ(store.ReleaseClaims("one").at(0).phase, JobPhase::Unconfirmed);
     EXPECT_THAT(store.GetOverdue(), IsEmpty());
-    EXPECT_FALSE(store.GetNextDeadline());
+    EXPECT_FALSE(store.GetNextDeadline(store.Now()));
     EXPECT_THAT(GetNames(store.GetUnclaimed()), ElementsAre("lid"));
     EXPECT_FALSE(Claim(store));
     const Job adopted = store.Adopt(claimed.id).value();
