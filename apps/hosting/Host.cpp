@@ -36,40 +36,83 @@ struct Host::MachineRule
     std::function<bool(const MachineService::MachineData&)> rule;
 };
 
-/// Why services of endpoints do not run.
-struct Host::ServiceReasons
+/// What is known of services of endpoints.
+struct Host::ServiceNotes
 {
-    void Set(MachineService::ServiceId i_service, const std::string& i_reason)
+    struct Note
+    {
+        std::string address;
+        std::string reason; ///< why it does not run
+    };
+
+    void SetAddress(MachineService::ServiceId i_service, const std::string& i_address)
     {
         const std::lock_guard lock(mutex);
-        reasons[i_service] = i_reason;
+        notes[i_service].address = i_address;
     }
-    std::string Get(MachineService::ServiceId i_service)
+    void SetReason(MachineService::ServiceId i_service, const std::string& i_reason)
     {
         const std::lock_guard lock(mutex);
-        return reasons[i_service];
+        notes[i_service].reason = i_reason;
+    }
+    Note Get(MachineService::ServiceId i_service)
+    {
+        const std::lock_guard lock(mutex);
+        return notes[i_service];
     }
 
-    std::mutex mutex; ///< guards the reasons
-    std::map<MachineService::ServiceId, std::string> reasons;
+    std::mutex mutex; ///< guards the notes
+    std::map<MachineService::ServiceId, Note> notes;
+};
+
+/// For services that were started.
+struct Host::Waiting
+{
+    bool IsSettled(MachineService::ServiceId i_service) const
+    {
+        using MachineService::ServiceStatus;
+        const auto found = known.find(i_service);
+        return found != known.end() && found->second != ServiceStatus::Stopped &&
+               found->second != ServiceStatus::Starting;
+    }
+    void LeaveIfSettled()
+    {
+        if (questions == 0 && restarts == 0 &&
+            std::all_of(started.begin(), started.end(), [this](auto i_id) { return IsSettled(i_id); }))
+            loop.quit();
+    }
+    /// \param i_goes_on the service tries again with what the user said, and has all its time again.
+    void TakeAnswer(bool i_goes_on)
+    {
+        --questions;
+        if (i_goes_on) {
+            ++restarts;
+            deadline.start();
+        }
+        LeaveIfSettled();
+    }
+
+    QEventLoop loop;
+    QTimer deadline;
+    std::map<MachineService::ServiceId, MachineService::ServiceStatus> known;
+    std::vector<MachineService::ServiceId> started;
+    int questions = 0; ///< that the user has before them
+    int restarts = 0;  ///< which services will tell, for they were told to go on
 };
 
 Host::Host(const std::filesystem::path& i_documents_dir, const std::filesystem::path& i_data_dir,
            const ServiceChoice& i_choice)
     : _dataDir(i_data_dir)
     , _choice(i_choice)
-    , _reasons(std::make_shared<ServiceReasons>())
+    , _notes(std::make_shared<ServiceNotes>())
     , _rule(std::make_shared<MachineRule>())
     , _provider(i_documents_dir)
 {
     _application.CreateDatabase();
     _client = std::make_unique<MachineService::CommunicationClient>(
         GetApiProviderGetter(),
-        [i_data_dir, i_choice, reasons = _reasons](MachineService::ServiceId i_service) {
-            return MakePluginUtility(i_service, i_data_dir, i_choice,
-                                     [reasons, i_service](MachineService::ServiceStatus, const std::string& i_reason) {
-                                         reasons->Set(i_service, i_reason);
-                                     });
+        [this, i_data_dir, i_choice](MachineService::ServiceId i_service) {
+            return MakePluginUtility(i_service, i_data_dir, i_choice, _Listen(i_service));
         },
         [rule = _rule](const MachineService::MachineData& i_data) { return rule->Accepts(i_data); }, nullptr);
     _client->HandleModeChanged(ProgramModePlatform);
@@ -78,6 +121,24 @@ Host::Host(const std::filesystem::path& i_documents_dir, const std::filesystem::
 Host::~Host()
 {
     _client->HandleModeChanged(ProgramModeNone);
+}
+
+ServiceListener Host::_Listen(MachineService::ServiceId i_service)
+{
+    ServiceListener listener;
+    listener.handleEndpoint = [notes = _notes, i_service](const MachineService::ServiceEndpoint& i_endpoint) {
+        notes->SetAddress(i_service, i_endpoint.address);
+    };
+    listener.handleStatus = [notes = _notes, i_service](MachineService::ServiceStatus, const std::string& i_reason) {
+        notes->SetReason(i_service, i_reason);
+    };
+    // The threads that call it end with the client, before this; what they left behind goes with this.
+    listener.confirmCertificate = [this](const MachineService::ServiceCertificate& i_certificate,
+                                         const std::function<void(bool)>& i_answer) {
+        QMetaObject::invokeMethod(
+            this, [this, i_certificate, i_answer] { _AskAbout(i_certificate, i_answer); }, Qt::QueuedConnection);
+    };
+    return listener;
 }
 
 void Host::SetMachineRule(std::function<bool(const MachineService::MachineData&)> i_rule)
@@ -106,7 +167,7 @@ void Host::_Refuse(MachineService::ServiceId i_service) const
 {
     if (i_service == MachineService::ServiceId::BuildProcessors)
         throw HostingError(tr("The Build Processors did not start."));
-    const auto reason = _reasons->Get(i_service);
+    const auto reason = _notes->Get(i_service).reason;
     if (i_service == MachineService::ServiceId::MachineManager && reason.empty())
         throw HostingError(tr("The Machine Manager did not start."));
     throw HostingError(reason.empty()
@@ -116,7 +177,12 @@ void Host::_Refuse(MachineService::ServiceId i_service) const
 
 QString Host::GetServiceReason(MachineService::ServiceId i_service) const
 {
-    return QString::fromStdString(_reasons->Get(i_service));
+    return QString::fromStdString(_notes->Get(i_service).reason);
+}
+
+QString Host::GetServiceAddress(MachineService::ServiceId i_service) const
+{
+    return QString::fromStdString(_notes->Get(i_service).address);
 }
 
 std::vector<MachineService::ServiceId> Host::BeginServices()
@@ -137,7 +203,7 @@ std::vector<MachineService::ServiceId> Host::BeginServices()
                 return started;
             started.push_back(static_cast<ServiceId>(number));
         } catch (const CommunicationException& failure) {
-            _reasons->Set(static_cast<ServiceId>(number), failure.what());
+            _notes->SetReason(static_cast<ServiceId>(number), failure.what());
             qCWarning(HostingLog, "%s", failure.what());
             if (_IsNeeded(static_cast<ServiceId>(number)))
                 _Refuse(static_cast<ServiceId>(number));
@@ -150,41 +216,71 @@ bool Host::StartManager()
     try {
         return _client->Start(MachineService::ServiceId::MachineManager);
     } catch (const MachineService::CommunicationException& failure) {
-        _reasons->Set(MachineService::ServiceId::MachineManager, failure.what());
+        _notes->SetReason(MachineService::ServiceId::MachineManager, failure.what());
         _Refuse(MachineService::ServiceId::MachineManager);
     }
+}
+
+void Host::_AskAbout(const MachineService::ServiceCertificate& i_certificate, const std::function<void(bool)>& i_answer)
+{
+    if (!_certificateQuestion)
+        return;
+    const auto waiting = _waiting.lock();
+    if (waiting)
+        ++waiting->questions;
+    _certificateQuestion(i_certificate, [i_answer, weak = std::weak_ptr(waiting)](bool i_is_trusted) {
+        i_answer(i_is_trusted);
+        if (const auto asked = weak.lock())
+            asked->TakeAnswer(i_is_trusted);
+    });
+}
+
+void Host::_NoteStatus(const std::shared_ptr<Waiting>& ip_waiting, MachineService::ServiceId i_service,
+                       MachineService::ServiceStatus i_status)
+{
+    using namespace MachineService;
+    ip_waiting->known[i_service] = i_status;
+    if (i_status == ServiceStatus::Starting && ip_waiting->restarts > 0)
+        --ip_waiting->restarts;
+    if (i_status == ServiceStatus::AuthenticationRequired && _credentialsQuestion) {
+        ++ip_waiting->questions;
+        _credentialsQuestion(GetServiceReason(i_service), [this, i_service, weak = std::weak_ptr(ip_waiting)](
+                                                              const std::optional<AuthenticationData>& i_data) {
+            const auto asked = weak.lock();
+            if (!asked)
+                return;
+            if (i_data)
+                _client->SetAuthentication(i_service, i_data);
+            asked->TakeAnswer(i_data.has_value());
+        });
+    }
+    ip_waiting->LeaveIfSettled();
 }
 
 bool Host::StartServices(std::chrono::milliseconds i_deadline, const std::function<bool()>& i_is_cancelled)
 {
     using namespace MachineService;
-    QEventLoop loop;
-    std::map<ServiceId, ServiceStatus> known;
-    std::vector<ServiceId> started;
-    const auto isSettled = [&](ServiceId i_service) {
-        const auto status = known[i_service];
-        return status == ServiceStatus::Running || status == ServiceStatus::Failed ||
-               status == ServiceStatus::AuthenticationRequired;
-    };
-    connect(_client.get(), &CommunicationClient::ServiceStatusChanged, &loop,
-            [&](ServiceId i_service, ServiceStatus i_status) {
-                known[i_service] = i_status;
-                if (std::all_of(started.begin(), started.end(), isSettled))
-                    loop.quit();
-            });
-    started = BeginServices();
-    QTimer::singleShot(i_deadline, &loop, &QEventLoop::quit);
+    const auto waiting = std::make_shared<Waiting>();
+    _waiting = waiting;
+    connect(_client.get(), &CommunicationClient::ServiceStatusChanged, &waiting->loop,
+            [&](ServiceId i_service, ServiceStatus i_status) { _NoteStatus(waiting, i_service, i_status); });
+    waiting->started = BeginServices();
+    connect(&waiting->deadline, &QTimer::timeout, &waiting->loop, [&] {
+        if (waiting->questions == 0)
+            waiting->loop.quit();
+    });
+    waiting->deadline.start(i_deadline);
     QTimer cancelled;
-    connect(&cancelled, &QTimer::timeout, &loop, [&] {
+    connect(&cancelled, &QTimer::timeout, &waiting->loop, [&] {
         if (i_is_cancelled())
-            loop.quit();
+            waiting->loop.quit();
     });
     cancelled.start(std::chrono::milliseconds(50));
-    loop.exec();
+    waiting->loop.exec();
     if (i_is_cancelled())
         return false;
-    for (const auto service : started) {
-        if (_IsNeeded(service) && known[service] != ServiceStatus::Running)
+    for (const auto service : waiting->started) {
+        if (_IsNeeded(service) && waiting->known[service] != ServiceStatus::Running)
             _Refuse(service);
     }
     return true;

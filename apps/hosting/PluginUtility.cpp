@@ -20,12 +20,12 @@ class PluginUtility final : public MachineService::AbstractPluginUtility
 {
 public:
     PluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir, ServiceChoice i_choice,
-                  std::function<void(MachineService::ServiceStatus, const std::string&)> i_handle_status)
+                  ServiceListener i_listener)
         : _folder(TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice")
         , _configurationDir(_folder / FolderOf(i_service))
         , _dataDir(i_data_dir)
         , _choice(std::move(i_choice))
-        , _handleStatus(std::move(i_handle_status))
+        , _listener(std::move(i_listener))
     {}
 
     std::filesystem::path GetConfigurationDir() const override { return _configurationDir; }
@@ -47,10 +47,21 @@ public:
         return TavSDK::GetUserFolder(TavSDK::UserFolder::Cache) / "machineservice" / "services";
     }
     std::filesystem::path GetPinFile() const override { return _folder / "pins"; }
+    void HandleEndpoint(const MachineService::ServiceEndpoint& i_endpoint) override
+    {
+        if (_listener.handleEndpoint)
+            _listener.handleEndpoint(i_endpoint);
+    }
     void HandleStatus(MachineService::ServiceStatus i_status, const std::string& i_reason) override
     {
-        if (_handleStatus)
-            _handleStatus(i_status, i_reason);
+        if (_listener.handleStatus)
+            _listener.handleStatus(i_status, i_reason);
+    }
+    void ConfirmCertificate(const MachineService::ServiceCertificate& i_certificate,
+                            std::function<void(bool)> i_answer) override
+    {
+        if (_listener.confirmCertificate)
+            _listener.confirmCertificate(i_certificate, std::move(i_answer));
     }
 
 private:
@@ -58,16 +69,17 @@ private:
     const std::filesystem::path _configurationDir;
     const std::filesystem::path _dataDir;
     const ServiceChoice _choice;
-    const std::function<void(MachineService::ServiceStatus, const std::string&)> _handleStatus;
+    const ServiceListener _listener;
 };
 
 } // namespace
 
-std::unique_ptr<MachineService::AbstractPluginUtility>
-MakePluginUtility(MachineService::ServiceId i_service, const std::filesystem::path& i_data_dir, ServiceChoice i_choice,
-                  std::function<void(MachineService::ServiceStatus, const std::string&)> i_handle_status)
+std::unique_ptr<MachineService::AbstractPluginUtility> MakePluginUtility(MachineService::ServiceId i_service,
+                                                                         const std::filesystem::path& i_data_dir,
+                                                                         ServiceChoice i_choice,
+                                                                         ServiceListener i_listener)
 {
-    return std::make_unique<PluginUtility>(i_service, i_data_dir, std::move(i_choice), std::move(i_handle_status));
+    return std::make_unique<PluginUtility>(i_service, i_data_dir, std::move(i_choice), std::move(i_listener));
 }
 
 ServiceChoice ChooseServices(const std::vector<std::string>& i_addresses)

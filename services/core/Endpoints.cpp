@@ -88,7 +88,10 @@ void AddEndpoints(ServicesCatalog& io_catalog,
     auto number = FirstEndpointService;
     for (const auto& endpoint : endpoints) {
         const auto service = static_cast<ServiceId>(number++);
-        io_catalog.AddService(service, MakeRemoteCatalog(service, endpoint, i_plugin_utility_factory(service)));
+        auto utility = i_plugin_utility_factory(service);
+        if (utility)
+            utility->HandleEndpoint(endpoint);
+        io_catalog.AddService(service, MakeRemoteCatalog(service, endpoint, std::move(utility)));
     }
     // In the place of those that the list would have named.
     if (fault)

@@ -10,6 +10,7 @@
 #include "wire/RunningHash.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace MachineService::Remote {
 
@@ -58,9 +59,7 @@ void CatalogReader::Run()
             const bool isGone = _service->address.isLocal && failure.trouble == Trouble::Refused;
             _HandleLoss(IsAboutCredentials(failure.trouble) ? ServiceStatus::AuthenticationRequired
                                                             : ServiceStatus::Failed,
-                        failure.what(), isGone);
-            if (!failure.fingerprint.empty())
-                _AskAbout(failure.fingerprint);
+                        failure.what(), isGone, failure.fingerprint);
         } catch (const std::exception& failure) {
             _HandleLoss(ServiceStatus::Failed, failure.what());
         }
@@ -82,6 +81,7 @@ void CatalogReader::_AskAbout(const std::string& i_fingerprint)
                                      // Whoever answers waits for no disk.
                                      service->workers.Post([service, fingerprint] {
                                          service->pins.Add(service->address.text, fingerprint);
+                                         service->isAnswered = true;
                                          service->retry.Wake();
                                      });
                                  });
@@ -115,6 +115,9 @@ void CatalogReader::_ConnectAndWatch()
     _isCurrent = _isReading = false;
     _serviceStatus.reset();
     _pages.clear();
+    // What it comes to is news, also when it is what it came to before.
+    if (_service->isAnswered.exchange(false))
+        _TellStatus(ServiceStatus::Starting, {});
     const auto connection = Connect(*_service, _attempt);
     std::optional<AuthenticationData> credentials;
     {
@@ -246,9 +249,8 @@ void CatalogReader::_BecomeCurrent(const std::shared_ptr<Connection>& ip_connect
 {
     _isCurrent = true;
     _pause = FirstPause;
-    const bool wasTold = _told && _told->first != ServiceStatus::Starting;
     _service->link.SetConnected(ip_connection);
-    if (wasTold)
+    if (std::exchange(_hasSettled, true))
         _TellAllChanged();
     _TellStatus(_serviceStatus.value_or(ServiceStatus::Running), {});
 }
@@ -299,18 +301,23 @@ void CatalogReader::_TellAllChanged()
     _listener.TellNews(news);
 }
 
-void CatalogReader::_HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone)
+void CatalogReader::_HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone,
+                                const std::string& i_fingerprint)
 {
     // Nothing is lost when somebody wants another connection.
     if (_service->IsClosed() || _attempt.stop_requested())
         return;
     const bool wasConnected = _isCurrent;
     _isCurrent = false;
+    _hasSettled = true;
     _service->link.SetLost(i_sentence, {}, i_is_gone);
     if (!_told || _told->first != i_status || _told->second != i_sentence)
         qCWarning(RemoteLog, "%s", i_sentence.c_str());
     if (wasConnected)
         _TellAllChanged();
+    // Before the status: who hears of that knows that it may not be the last word.
+    if (!i_fingerprint.empty())
+        _AskAbout(i_fingerprint);
     _TellStatus(i_status, i_sentence);
     if (wasConnected)
         _Keep();
@@ -330,6 +337,7 @@ void CatalogReader::_Keep()
 void CatalogReader::SetCredentials(std::optional<AuthenticationData> i_credentials)
 {
     std::stop_source attempt;
+    _service->isAnswered = true;
     {
         const TavSDK::MutexLock lock(_mutex);
         _credentials = std::move(i_credentials);

@@ -57,7 +57,8 @@ private:
     /// All commands are to be asked about anew.
     void _TellAllChanged();
     /// \param i_is_gone nobody listens there.
-    void _HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone = false);
+    void _HandleLoss(ServiceStatus i_status, const std::string& i_sentence, bool i_is_gone = false,
+                     const std::string& i_fingerprint = {});
     void _Keep();
     /// Asks the user about a certificate that nobody vouches for.
     void _AskAbout(const std::string& i_fingerprint);
@@ -73,8 +74,9 @@ private:
     std::optional<std::pair<ServiceStatus, std::string>> _told;
     std::stop_token _attempt;
     bool _isCurrent = false;
-    bool _isReading = false; ///< a snapshot is being read
-    bool _isDirty = false;   ///< something is not kept on the disk yet
+    bool _hasSettled = false; ///< was connected, or told why not
+    bool _isReading = false;  ///< a snapshot is being read
+    bool _isDirty = false;    ///< something is not kept on the disk yet
     Clock::time_point _keptAt;
     std::chrono::milliseconds _pause;
     std::set<std::string> _asked; ///< certificates that the user was asked about

@@ -12,6 +12,7 @@
 #include "remote/trust/Pins.h"
 #include "wire/IdleWatchdog.h"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <stop_token>
@@ -55,6 +56,7 @@ struct RemoteService
     const std::string pin; ///< of the endpoint, see trust/Fingerprint.h; or empty
     const std::filesystem::path jobsDir;
     Pins pins; ///< that users confirmed
+    std::atomic<bool> isAnswered = false; ///< the user has said something new, and no connection was tried since
     Retry retry;
     MachineStore machines;
     IconStore icons;

@@ -59,6 +59,9 @@ public:
     /// Folder for what can be had again, such as the machines of a service that is out of reach. Made on demand; empty:
     /// nothing is kept.
     virtual std::filesystem::path GetCacheDir() const { return {}; }
+    /// Which endpoint the service of this number is, for services of endpoints: told before anything is asked of their
+    /// utility.
+    virtual void HandleEndpoint(const ServiceEndpoint& /*i_endpoint*/) {}
     /// Called before the status is raised as news, on the same thread, for services of endpoints.
     /// \param i_reason a sentence for the user when the service cannot be used; otherwise empty. UTF-8.
     virtual void HandleStatus(ServiceStatus /*i_status*/, const std::string& /*i_reason*/) {}
