@@ -7,6 +7,7 @@
 #include "tour/PlatformStep.h"
 #include "tour/PostStep.h"
 #include "tour/Results.h"
+#include "tour/TerminalQuestions.h"
 #include "tour/Transcript.h"
 
 #include "commands/CommandNames.h"
@@ -140,6 +141,7 @@ private:
     Results _results;
     Transcript _transcript;
     Hosting::Host _host;
+    TerminalQuestions _questions{_host};
     Hosting::InterruptWatcher _interrupts;
     ConsoleMessages _messages;
     std::vector<TavAM::Part> _parts;
