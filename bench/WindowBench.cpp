@@ -1,4 +1,5 @@
 #include "Comparison.h"
+#include "PlateBench.h"
 
 #include "workbench/MainWindow.h"
 #include "workbench/base/Preferences.h"
@@ -269,5 +270,6 @@ int main(int i_argc, char** ip_argv)
 {
     QApplication application(i_argc, ip_argv);
     Bench::AddWindowBenchmarks();
+    Bench::AddPlateBenchmarks();
     return Bench::RunAll(i_argc, ip_argv);
 }
