@@ -9,6 +9,33 @@
     </message>
 </context>
 <context>
+    <name>Workbench::CertificateDialog</name>
+    <message>
+        <source>Is this the right machine service?</source>
+        <translation>Ist das der richtige Maschinendienst?</translation>
+    </message>
+    <message>
+        <source>%1 shows a certificate for which nobody vouches whom this computer trusts. Ask the person who runs the service for the fingerprint (SHA-256) and compare:</source>
+        <translation>%1 zeigt ein Zertifikat, für das niemand bürgt, dem dieser Rechner vertraut. Erfragen Sie den Fingerabdruck (SHA-256) bei der Person, die den Dienst betreibt, und vergleichen Sie:</translation>
+    </message>
+    <message>
+        <source>Fingerprint of the certificate</source>
+        <translation>Fingerabdruck des Zertifikats</translation>
+    </message>
+    <message>
+        <source>When you trust it, this certificate and no other counts for the address from now on. If a single character differs, somebody else may be listening: do not trust it.</source>
+        <translation>Wenn Sie ihm vertrauen, gilt für diese Adresse von nun an dieses Zertifikat und kein anderes. Weicht auch nur ein Zeichen ab, hört vielleicht jemand mit: Vertrauen Sie ihm dann nicht.</translation>
+    </message>
+    <message>
+        <source>It is the same: trust it</source>
+        <translation>Es ist derselbe: vertrauen</translation>
+    </message>
+    <message>
+        <source>Not now</source>
+        <translation>Jetzt nicht</translation>
+    </message>
+</context>
+<context>
     <name>Workbench::CommandLine</name>
     <message>
         <source>Prepares platforms and sends them to machines.</source>
@@ -174,6 +201,21 @@
     <message>
         <source>Cancel</source>
         <translation>Abbrechen</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::Keyring</name>
+    <message>
+        <source>The keyring stayed locked, so the secret counts until the window is closed. Unlock the keyring, then sign in again.</source>
+        <translation>Der Schlüsselbund blieb gesperrt, daher gilt das Geheimnis, bis das Fenster geschlossen wird. Entsperren Sie den Schlüsselbund und melden Sie sich erneut an.</translation>
+    </message>
+    <message>
+        <source>This desktop has no keyring, so the secret counts until the window is closed.</source>
+        <translation>Dieser Schreibtisch hat keinen Schlüsselbund, daher gilt das Geheimnis, bis das Fenster geschlossen wird.</translation>
+    </message>
+    <message>
+        <source>The keyring did not take the secret, which counts until the window is closed.</source>
+        <translation>Der Schlüsselbund hat das Geheimnis nicht angenommen; es gilt, bis das Fenster geschlossen wird.</translation>
     </message>
 </context>
 <context>
@@ -849,6 +891,18 @@
     <message>
         <source>The Machine Manager is being started.</source>
         <translation>Der Machine Manager wird gestartet.</translation>
+    </message>
+    <message>
+        <source>Sign in…</source>
+        <translation>Anmelden…</translation>
+    </message>
+    <message>
+        <source>Sign out</source>
+        <translation>Abmelden</translation>
+    </message>
+    <message>
+        <source>Compare its certificate…</source>
+        <translation>Zertifikat vergleichen…</translation>
     </message>
 </context>
 <context>
@@ -1840,6 +1894,45 @@
     <message>
         <source>Close</source>
         <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>Workbench::SignInDialog</name>
+    <message>
+        <source>Keep it in the desktop&apos;s keyring</source>
+        <translation>Im Schlüsselbund des Schreibtischs aufbewahren</translation>
+    </message>
+    <message>
+        <source>Sign in to a machine service</source>
+        <translation>An einem Maschinendienst anmelden</translation>
+    </message>
+    <message>
+        <source>Only if the service has users</source>
+        <translation>Nur wenn der Dienst Benutzer kennt</translation>
+    </message>
+    <message>
+        <source>Otherwise it counts until the window is closed. It is written to no file.</source>
+        <translation>Sonst gilt es, bis das Fenster geschlossen wird. Es wird in keine Datei geschrieben.</translation>
+    </message>
+    <message>
+        <source>Service</source>
+        <translation>Dienst</translation>
+    </message>
+    <message>
+        <source>User</source>
+        <translation>Benutzer</translation>
+    </message>
+    <message>
+        <source>Secret or token</source>
+        <translation>Geheimnis oder Token</translation>
+    </message>
+    <message>
+        <source>Sign in</source>
+        <translation>Anmelden</translation>
+    </message>
+    <message>
+        <source>Not now</source>
+        <translation>Jetzt nicht</translation>
     </message>
 </context>
 <context>

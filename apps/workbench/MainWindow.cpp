@@ -44,6 +44,8 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
           }))
     , _boxes(*this)
     , _machines(io_host.GetClient(), io_preferences)
+    , _access(_keyring, [&io_host](auto i_service,
+                                   const auto& i_data) { io_host.GetClient().SetAuthentication(i_service, i_data); })
     , _actions(new MainActions(*this, io_preferences))
     , _ribbon(new PrinterRibbon(
           io_host, [this](const QString& i_id) { RunCommand(i_id); }, this))
@@ -83,34 +85,15 @@ MainWindow::MainWindow(Hosting::Host& io_host, Preferences& io_preferences, cons
     _ShowActive();
     restoreGeometry(io_preferences.GetWindow(QStringLiteral("geometry")));
     restoreState(io_preferences.GetWindow(QStringLiteral("state")));
+    _FollowServices();
     _FollowMachines();
     _MakeManager();
-}
-
-void MainWindow::_FollowMachines()
-{
-    _machines.SetServiceReason([this](MachineService::ServiceId i_id) { return _host.GetServiceReason(i_id); });
-    _showsAll->store(_preferences.ShowsAllMachines());
-    _host.SetMachineRule([showsAll = _showsAll, hasManager = _hasManager](const MachineService::MachineData& i_data) {
-        if (i_data.serviceId == MachineService::ServiceId::MachineManager && !*hasManager)
-            return false;
-        return *showsAll ||
-               (i_data.buildVolume && i_data.representation != MachineService::MachineRepresentation::Template);
-    });
-    connect(&_preferences, &Preferences::MachinesChanged, this, [this] {
-        if (_showsAll->exchange(_preferences.ShowsAllMachines()) != _preferences.ShowsAllMachines())
-            _host.GetClient().InvalidateProxyMachineCatalog();
-    });
-    try {
-        _host.BeginServices();
-    } catch (const Hosting::HostingError& failure) {
-        _boxes.ShowLater(QString::fromUtf8(failure.what()));
-    }
 }
 
 MainWindow::~MainWindow()
 {
     _host.SetMachineRule({});
+    _host.SetCertificateQuestion({});
     _host.GetApiProvider().SetProgressDisplay(nullptr);
     _host.GetApiProvider().SetOpenDocumentHandler({});
     // Pages hear of their scenes; they go before what they hear it from.

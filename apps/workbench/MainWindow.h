@@ -1,6 +1,8 @@
 #pragma once
 
 #include "workbench/MainActions.h"
+#include "workbench/access/Keyring.h"
+#include "workbench/access/ServiceAccess.h"
 #include "workbench/base/Background.h"
 #include "workbench/base/LoopWatch.h"
 #include "workbench/base/Preferences.h"
@@ -19,6 +21,7 @@
 #include <optional>
 #include <vector>
 
+class QDialog;
 class QDockWidget;
 class QLabel;
 class QStackedWidget;
@@ -104,6 +107,10 @@ private:
     void _AskAboutImports();
     /// Begins to tell of the services' machines; nothing here waits for them.
     void _FollowMachines();
+    /// Asks the user where a service on another computer needs a word of theirs.
+    void _FollowServices();
+    void _ShowQuestion();
+    QDialog* _MakeQuestion(const ServiceAccess::Question& i_question);
     void _SetTexts();
     QDockWidget* _AddDock(const QString& i_name, Qt::DockWidgetArea i_area, QWidget* ip_panel);
 
@@ -153,6 +160,9 @@ private:
     std::shared_ptr<JobRecorder> _recorder;
     FailureBoxes _boxes;
     MachineList _machines;
+    Keyring _keyring;
+    ServiceAccess _access;
+    QPointer<QDialog> _question; ///< about a service
     MainActions* _actions;
     PrinterRibbon* _ribbon;
     QStackedWidget* _pages;

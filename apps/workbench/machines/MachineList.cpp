@@ -82,6 +82,12 @@ void MachineList::_SetStatus(MachineService::ServiceId i_service, ServiceStatus 
     Q_EMIT dataChanged(index(row, 0), index(row, 0));
 }
 
+void MachineList::NoteServiceOffers()
+{
+    if (!_services.empty())
+        Q_EMIT dataChanged(index(0, 0), index(rowCount() - 1, 0));
+}
+
 void MachineList::_Update(const QUuid& i_machine)
 {
     if (const auto machine = _client.TryGetPrinterById(i_machine))
@@ -249,7 +255,8 @@ QVariant MachineList::data(const QModelIndex& i_index, int i_role) const
 Qt::ItemFlags MachineList::flags(const QModelIndex& i_index) const
 {
     if (!i_index.isValid() || !i_index.internalPointer())
-        return Qt::ItemIsEnabled;
+        return i_index.data(OfferRole).toString().isEmpty() ? Qt::ItemIsEnabled
+                                                            : Qt::ItemIsEnabled | Qt::ItemIsSelectable;
     auto flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
     if (!i_index.data(GoneRole).toBool())
         flags |= Qt::ItemIsDragEnabled;

@@ -39,6 +39,9 @@ public:
         AttachedRole,
         TechnologyRole, ///< MachineService::MachineTechnology as int
         SearchRole,     ///< what a search looks through, lower case
+        ServiceRole,    ///< MachineService::ServiceId as int; null for a machine
+        OfferRole,      ///< of a service: what can be done about it, for a button; empty for a machine
+        TroubleRole,    ///< of a service: it does not run, and will not by itself
     };
 
     MachineList(MachineService::CommunicationClient& io_client, Preferences& io_preferences,
@@ -46,6 +49,15 @@ public:
 
     /// \param i_reason why a service does not run, a sentence; empty when it is not known.
     void SetServiceReason(std::function<QString(MachineService::ServiceId)> i_reason) { _reason = std::move(i_reason); }
+    /// \param i_address of a service that is not in this process; otherwise empty.
+    void SetServiceAddress(std::function<QString(MachineService::ServiceId)> i_address)
+    {
+        _address = std::move(i_address);
+    }
+    /// \param i_offer what the user can do about a service, for a button; empty when there is nothing.
+    void SetServiceOffer(std::function<QString(MachineService::ServiceId)> i_offer) { _offer = std::move(i_offer); }
+    /// What is offered is another now.
+    void NoteServiceOffers();
     /// Machines that a scene is attached to: they stay when they go away. Names of those that were never seen come
     /// from their scene.
     void SetAttached(const QHash<QUuid, QString>& i_machines, const QUuid& i_active);
@@ -93,7 +105,7 @@ private:
     int _FindService(MachineService::ServiceId i_id) const;
     int _AddService(MachineService::ServiceId i_id);
     static QString _GetName(const MachineService::MachineData& i_data);
-    static QString _GetServiceName(MachineService::ServiceId i_id);
+    QString _GetServiceName(MachineService::ServiceId i_id) const;
     QVariant _GetData(const Service& i_service, int i_role) const;
     QVariant _GetData(const Machine& i_machine, int i_role) const;
     QString _GetStateText(const Machine& i_machine) const;
@@ -105,6 +117,8 @@ private:
     QHash<QUuid, QString> _attached;
     QUuid _active;
     std::function<QString(MachineService::ServiceId)> _reason;
+    std::function<QString(MachineService::ServiceId)> _address;
+    std::function<QString(MachineService::ServiceId)> _offer;
 };
 
 } // namespace Workbench

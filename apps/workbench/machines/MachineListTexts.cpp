@@ -3,6 +3,8 @@
 #include "workbench/base/LengthText.h"
 #include "workbench/base/Preferences.h"
 
+#include <QRegularExpression>
+
 #include <chrono>
 
 // What the list says of services and machines.
@@ -35,7 +37,7 @@ QString MachineList::_GetName(const MachineService::MachineData& i_data)
     return ToText(i_data.name);
 }
 
-QString MachineList::_GetServiceName(MachineService::ServiceId i_id)
+QString MachineList::_GetServiceName(MachineService::ServiceId i_id) const
 {
     switch (i_id) {
     case MachineService::ServiceId::BuildProcessors:
@@ -44,6 +46,11 @@ QString MachineList::_GetServiceName(MachineService::ServiceId i_id)
         return tr("Machine Manager");
     case MachineService::ServiceId::None:
         break;
+    }
+    // "tls://HOST:PORT" as people say it; a path as it is.
+    if (QString address = _address ? _address(i_id) : QString(); !address.isEmpty()) {
+        address.remove(QRegularExpression(QStringLiteral("^(tls://|unix:)")));
+        return address;
     }
     const int number = static_cast<int>(i_id) - MachineService::FirstEndpointService;
     return number < 0 ? tr("Service %1").arg(static_cast<int>(i_id)) : tr("Machine service %1").arg(number + 1);
@@ -80,6 +87,12 @@ QVariant MachineList::_GetData(const Service& i_service, int i_role) const
         return tr("Service %1, %2, machines: %3")
             .arg(_GetServiceName(i_service.id), text)
             .arg(i_service.machines.size());
+    case ServiceRole:
+        return static_cast<int>(i_service.id);
+    case OfferRole:
+        return _offer ? _offer(i_service.id) : QString();
+    case TroubleRole:
+        return i_service.status == ServiceStatus::Failed || i_service.status == ServiceStatus::AuthenticationRequired;
     default:
         return {};
     }

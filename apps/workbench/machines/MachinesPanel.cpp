@@ -77,14 +77,11 @@ void MachinesPanel::_Connect()
     connect(_view, &QTreeView::activated, this, [this](const QModelIndex& i_index) {
         if (const QUuid id = i_index.data(MachineList::IdRole).toUuid(); !id.isNull())
             Q_EMIT AttachWanted(id);
+        else
+            _Act(i_index);
     });
     connect(_view, &QTreeView::customContextMenuRequested, this, &MachinesPanel::_ShowMenu);
-    connect(_attach, &QPushButton::clicked, this, [this] {
-        if (_GetCurrent().data(MachineList::AttachedRole).toBool())
-            Q_EMIT DetachWanted();
-        else
-            Q_EMIT AttachWanted(_GetCurrent().data(MachineList::IdRole).toUuid());
-    });
+    connect(_attach, &QPushButton::clicked, this, [this] { _Act(_view->currentIndex()); });
     connect(_favourite, &QPushButton::clicked, this, [this] {
         const QString id = _GetCurrent().data(MachineList::IdRole).toUuid().toString(QUuid::WithoutBraces);
         _preferences.SetFavourite(id, !_preferences.IsFavourite(id));
@@ -96,7 +93,13 @@ void MachinesPanel::_Connect()
     });
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
         connect(&_filter, signal, this, &MachinesPanel::_ShowRows);
-    connect(&_filter, &QAbstractItemModel::dataChanged, this, &MachinesPanel::_ShowButtons);
+    // What became of a service may be all that there is to see.
+    connect(&_filter, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& i_first) {
+        if (i_first.parent().isValid())
+            _ShowButtons();
+        else
+            _ShowRows();
+    });
     connect(_view->selectionModel(), &QItemSelectionModel::currentChanged, this, &MachinesPanel::_ShowButtons);
 }
 
@@ -104,6 +107,27 @@ void MachinesPanel::FocusSearch()
 {
     _search->setFocus(Qt::ShortcutFocusReason);
     _search->selectAll();
+}
+
+void MachinesPanel::_Act(const QModelIndex& i_index)
+{
+    if (const QUuid id = i_index.data(MachineList::IdRole).toUuid(); id.isNull()) {
+        if (!i_index.data(MachineList::OfferRole).toString().isEmpty())
+            Q_EMIT OfferWanted(static_cast<MachineService::ServiceId>(i_index.data(MachineList::ServiceRole).toInt()));
+    } else if (i_index.data(MachineList::AttachedRole).toBool()) {
+        Q_EMIT DetachWanted();
+    } else {
+        Q_EMIT AttachWanted(id);
+    }
+}
+
+bool MachinesPanel::_HasTrouble() const
+{
+    for (int row = 0; row < _filter.rowCount(); ++row) {
+        if (_filter.index(row, 0).data(MachineList::TroubleRole).toBool())
+            return true;
+    }
+    return false;
 }
 
 QModelIndex MachinesPanel::_GetCurrent() const
@@ -115,8 +139,7 @@ QModelIndex MachinesPanel::_GetCurrent() const
 void MachinesPanel::_ShowRows()
 {
     _view->expandAll();
-    const bool hasMachines = _filter.GetMachineCount() > 0;
-    _pages->setCurrentIndex(hasMachines ? 0 : 1);
+    _pages->setCurrentIndex(_filter.GetMachineCount() > 0 || _HasTrouble() ? 0 : 1);
     if (_filter.IsAsking())
         _empty->SetTexts(tr("No machine fits"), tr("Change the words or the filter above."));
     else
@@ -129,8 +152,13 @@ void MachinesPanel::_ShowButtons()
     const QModelIndex current = _GetCurrent();
     const bool isAttached = current.data(MachineList::AttachedRole).toBool();
     const bool isFavourite = current.data(MachineList::FavouriteRole).toBool();
-    _attach->setEnabled(current.isValid() && (isAttached || !current.data(MachineList::GoneRole).toBool()));
-    _attach->setText(isAttached ? tr("Detach") : tr("Attach to the scene"));
+    const QString offer = _view->currentIndex().data(MachineList::OfferRole).toString();
+    _attach->setEnabled(!offer.isEmpty() ||
+                        (current.isValid() && (isAttached || !current.data(MachineList::GoneRole).toBool())));
+    _attach->setText(!offer.isEmpty() ? offer : isAttached ? tr("Detach") : tr("Attach to the scene"));
+    _attach->setToolTip(offer.isEmpty()
+                            ? tr("The scene is prepared for this machine (Enter, or drag it onto the plate).")
+                            : _view->currentIndex().data(Qt::ToolTipRole).toString());
     _favourite->setEnabled(current.isValid());
     _favourite->setIcon(MakeLineIcon(isFavourite ? QStringLiteral("starred") : QStringLiteral("star")));
     const QString text = isFavourite ? tr("Remove from the favourites") : tr("Add to the favourites");
@@ -140,11 +168,13 @@ void MachinesPanel::_ShowButtons()
 
 void MachinesPanel::_ShowMenu(const QPoint& i_at)
 {
-    if (!_GetCurrent().isValid())
+    const bool isMachine = _GetCurrent().isValid();
+    if (!isMachine && !_attach->isEnabled())
         return;
     QMenu menu(this);
     menu.addAction(_attach->text(), _attach, &QPushButton::click)->setEnabled(_attach->isEnabled());
-    menu.addAction(_favourite->toolTip(), _favourite, &QPushButton::click);
+    if (isMachine)
+        menu.addAction(_favourite->toolTip(), _favourite, &QPushButton::click);
     menu.exec(_view->viewport()->mapToGlobal(i_at));
 }
 
@@ -172,7 +202,6 @@ void MachinesPanel::_SetTexts()
     _all->setText(tr("Show all"));
     _all->setToolTip(tr("Also machines without a build volume and templates, which are left out otherwise."));
     _view->setAccessibleName(tr("Machines"));
-    _attach->setToolTip(tr("The scene is prepared for this machine (Enter, or drag it onto the plate)."));
 }
 
 } // namespace Workbench

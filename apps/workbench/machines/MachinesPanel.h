@@ -31,6 +31,8 @@ Q_SIGNALS:
     void AttachWanted(const QUuid& i_machine);
     /// For the machine that the scene has.
     void DetachWanted();
+    /// What is offered about a service is to be done.
+    void OfferWanted(MachineService::ServiceId i_service);
 
 protected:
     void changeEvent(QEvent* ip_event) override;
@@ -41,7 +43,12 @@ private:
     void _ShowRows();
     void _ShowButtons();
     void _ShowMenu(const QPoint& i_at);
+    /// What the button does: attach, detach, or what is offered about a service.
+    void _Act(const QModelIndex& i_index);
+    /// The machine that is chosen; invalid when a service is, or nothing.
     QModelIndex _GetCurrent() const;
+    /// Some service needs the user, who sees it although it has no machine.
+    bool _HasTrouble() const;
 
     Preferences& _preferences;
     MachineList& _machines;
