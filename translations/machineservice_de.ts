@@ -136,6 +136,93 @@
     </message>
 </context>
 <context>
+    <name>MachineService::Remote</name>
+    <message>
+        <source>The pin is in the file %1.</source>
+        <translation>Der Pin steht in der Datei %1.</translation>
+    </message>
+    <message>
+        <source>The fingerprint of its certificate is %1: pin it if the administrator of the service tells the same one.</source>
+        <translation>Der Fingerabdruck seines Zertifikats ist %1: Pinnen Sie ihn, wenn der Verwalter des Dienstes denselben nennt.</translation>
+    </message>
+    <message>
+        <source>The host of the machine service %1 is not known: correct the address, or look whether this computer is on the network.</source>
+        <translation>Der Rechner des Maschinendienstes %1 ist nicht bekannt: Berichtigen Sie die Adresse oder prüfen Sie, ob dieser Rechner im Netz ist.</translation>
+    </message>
+    <message>
+        <source>No machine service answers at %1: start it there, or correct the address.</source>
+        <translation>Unter %1 antwortet kein Maschinendienst: Starten Sie ihn dort oder berichtigen Sie die Adresse.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 does not answer: look whether its computer runs and can be reached, and start the service again.</source>
+        <translation>Der Maschinendienst unter %1 antwortet nicht: Prüfen Sie, ob sein Rechner läuft und erreichbar ist, und starten Sie den Dienst neu.</translation>
+    </message>
+    <message>
+        <source>The connection to the machine service at %1 broke: it is made again as soon as the service answers; look whether the service runs.</source>
+        <translation>Die Verbindung zum Maschinendienst unter %1 ist abgerissen: Sie wird wieder aufgebaut, sobald der Dienst antwortet; prüfen Sie, ob er läuft.</translation>
+    </message>
+    <message>
+        <source>Nobody whom this computer trusts vouches for the machine service at %1: name the file with the certificate of its authority for this service, or have the service use another certificate.</source>
+        <translation>Für den Maschinendienst unter %1 bürgt niemand, dem dieser Rechner vertraut: Nennen Sie für diesen Dienst die Datei mit dem Zertifikat seiner Zertifizierungsstelle, oder lassen Sie den Dienst ein anderes Zertifikat verwenden.</translation>
+    </message>
+    <message>
+        <source>The certificate of the machine service at %1 is out of date: have it renewed, and look at the clock of this computer.</source>
+        <translation>Das Zertifikat des Maschinendienstes unter %1 ist abgelaufen oder noch nicht gültig: Lassen Sie es erneuern und prüfen Sie die Uhr dieses Rechners.</translation>
+    </message>
+    <message>
+        <source>The certificate of the machine service at %1 is for another host: use the name that stands in the certificate, or have it renewed for this one.</source>
+        <translation>Das Zertifikat des Maschinendienstes unter %1 gilt für einen anderen Rechner: Verwenden Sie den Namen, der im Zertifikat steht, oder lassen Sie es für diesen erneuern.</translation>
+    </message>
+    <message>
+        <source>The certificate of the machine service at %1 has changed since it was pinned: somebody else may answer there, so ask its administrator whether it was renewed, and take the old pin away only then.</source>
+        <translation>Das Zertifikat des Maschinendienstes unter %1 hat sich geändert, seit es gepinnt wurde: Vielleicht antwortet dort jemand anderes. Fragen Sie seinen Verwalter, ob es erneuert wurde, und nehmen Sie den alten Pin erst dann weg.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 asks for credentials: give those that its administrator made for you.</source>
+        <translation>Der Maschinendienst unter %1 verlangt Zugangsdaten: Geben Sie die ein, die sein Verwalter für Sie angelegt hat.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 does not accept the credentials: correct them, or ask its administrator for new ones.</source>
+        <translation>Der Maschinendienst unter %1 nimmt die Zugangsdaten nicht an: Berichtigen Sie sie oder bitten Sie seinen Verwalter um neue.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 is too old for this program: renew the service.</source>
+        <translation>Der Maschinendienst unter %1 ist zu alt für dieses Programm: Erneuern Sie den Dienst.</translation>
+    </message>
+    <message>
+        <source>This program is too old for the machine service at %1: renew this program.</source>
+        <translation>Dieses Programm ist zu alt für den Maschinendienst unter %1: Erneuern Sie dieses Programm.</translation>
+    </message>
+    <message>
+        <source>What answers at %1 is no machine service: correct the address.</source>
+        <translation>Was unter %1 antwortet, ist kein Maschinendienst: Berichtigen Sie die Adresse.</translation>
+    </message>
+    <message>
+        <source>The platform is larger than the machine service at %1 takes: put fewer parts on it, or ask the administrator of the service to allow more.</source>
+        <translation>Die Plattform ist größer, als der Maschinendienst unter %1 annimmt: Legen Sie weniger Teile darauf, oder bitten Sie den Verwalter des Dienstes, mehr zu erlauben.</translation>
+    </message>
+    <message>
+        <source>What travelled between this computer and the machine service at %1 arrived damaged again and again: try again, and have the network looked at.</source>
+        <translation>Was zwischen diesem Rechner und dem Maschinendienst unter %1 unterwegs war, kam immer wieder beschädigt an: Versuchen Sie es erneut und lassen Sie das Netz prüfen.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 has too much to do: try again later.</source>
+        <translation>Der Maschinendienst unter %1 hat zu viel zu tun: Versuchen Sie es später noch einmal.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 was started anew and knows nothing of this run any more: run the command again.</source>
+        <translation>Der Maschinendienst unter %1 wurde neu gestartet und weiß von diesem Lauf nichts mehr: Führen Sie den Befehl noch einmal aus.</translation>
+    </message>
+    <message>
+        <source>The connection to the machine service at %1 broke during the run and did not come back: look at the machine for what became of the job, and run the command again when the service answers.</source>
+        <translation>Die Verbindung zum Maschinendienst unter %1 riss während des Laufs ab und kam nicht wieder: Sehen Sie an der Maschine nach, was aus dem Auftrag geworden ist, und führen Sie den Befehl noch einmal aus, wenn der Dienst antwortet.</translation>
+    </message>
+    <message>
+        <source>The machine service at %1 is not used any more: start this program again.</source>
+        <translation>Der Maschinendienst unter %1 wird nicht mehr verwendet: Starten Sie dieses Programm neu.</translation>
+    </message>
+</context>
+<context>
     <name>PrinterHelpers</name>
     <message>
         <source>Untitled</source>

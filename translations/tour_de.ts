@@ -227,10 +227,10 @@
     </message>
     <message>
         <source>%1 shows a certificate for which nobody vouches whom this computer trusts. Its fingerprint (SHA-256) is
-  %2
+%2
 Is that what the person says who runs the service? Type yes to trust it: </source>
         <translation>%1 zeigt ein Zertifikat, für das niemand bürgt, dem dieser Rechner vertraut. Sein Fingerabdruck (SHA-256) ist
-  %2
+%2
 Sagt die Person, die den Dienst betreibt, denselben? Geben Sie ja ein, um ihm zu vertrauen: </translation>
     </message>
     <message>

@@ -56,7 +56,7 @@ TerminalQuestions::TerminalQuestions(Hosting::Host& io_host)
     _host.SetCertificateQuestion([this](const MachineService::ServiceCertificate& i_certificate, auto i_take) {
         _Ask(
             {tr("%1 shows a certificate for which nobody vouches whom this computer trusts. Its fingerprint (SHA-256) "
-                "is\n  %2\nIs that what the person says who runs the service? Type yes to trust it: ")
+                "is\n%2\nIs that what the person says who runs the service? Type yes to trust it: ")
                  .arg(QString::fromStdString(i_certificate.address), QString::fromStdString(i_certificate.fingerprint)),
              false, [take = std::move(i_take)](const std::optional<QString>& i_line) {
                  const QString word = i_line.value_or(QString()).trimmed();

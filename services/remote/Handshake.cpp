@@ -20,6 +20,12 @@ namespace MachineService::Remote {
 
 namespace {
 
+// A class, because the translation tools take the context from it.
+struct Texts
+{
+    Q_DECLARE_TR_FUNCTIONS(MachineService::Remote)
+};
+
 constexpr std::chrono::seconds ConnectDeadlineHere(5);
 constexpr std::chrono::seconds ConnectDeadlineElsewhere(10);
 constexpr std::chrono::seconds LongestLook(2);
@@ -45,7 +51,8 @@ std::string DescribePin(const RemoteService& i_service)
 {
     if (!i_service.pin.empty() || i_service.pins.GetFile().empty())
         return {};
-    return " The pin is in the file " + TavSDK::Quote(TavSDK::ShowPath(i_service.pins.GetFile())) + '.';
+    const std::string file = TavSDK::Quote(TavSDK::ShowPath(i_service.pins.GetFile()));
+    return ' ' + Texts::tr("The pin is in the file %1.").arg(QString::fromStdString(file)).toStdString();
 }
 
 /// More about a connection that was not made.
@@ -57,10 +64,11 @@ std::string DescribePin(const RemoteService& i_service)
     const auto look = LookAtCertificate(address, i_trust.authority, LongestLook, i_service.stop.get_token());
     if (look.trouble != Trouble::CertificateUnknown || look.fingerprint.empty())
         throw TroubleException(look.trouble, address);
-    throw TroubleException(look.trouble, address,
-                           " The fingerprint of its certificate is " + ShowFingerprint(look.fingerprint) +
-                               ": pin it if the administrator of the service tells the same one.",
-                           look.fingerprint);
+    const QString more =
+        Texts::tr("The fingerprint of its certificate is %1: pin it if the administrator of the service tells the same "
+                  "one.")
+            .arg(QString::fromStdString(ShowFingerprint(look.fingerprint)));
+    throw TroubleException(look.trouble, address, ' ' + more.toStdString(), look.fingerprint);
 }
 
 } // namespace
