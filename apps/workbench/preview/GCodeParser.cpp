@@ -1,8 +1,10 @@
 #include "workbench/preview/GCodeParser.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numbers>
 #include <utility>
@@ -28,31 +30,53 @@ std::string_view Trimmed(std::string_view i_text)
     return i_text;
 }
 
+constexpr std::ptrdiff_t WordSize = sizeof(std::uint64_t);
+
+/// How many of eight characters are digits, up to the first that is none; and the number that they are. Without a
+/// branch that would depend on the digits: a file has millions of numbers, and a processor cannot guess their lengths.
+std::pair<std::ptrdiff_t, std::uint64_t> ReadEight(const char* ip_at, const char* ip_end)
+{
+    std::uint64_t word = 0;
+    std::memcpy(&word, ip_at, static_cast<std::size_t>(std::min(ip_end - ip_at, WordSize)));
+    static_assert(std::endian::native == std::endian::little);
+    word ^= 0x3030303030303030U;
+    const std::uint64_t others = ((word + 0x7676767676767676U) | word) & 0x8080808080808080U;
+    const std::ptrdiff_t count = others == 0 ? WordSize : std::countr_zero(others) / 8;
+    if (count == 0)
+        return {0, 0};
+    // The last digit comes to the top, zeros before the first: then pairs, fours and eights are put together.
+    word <<= 8 * (WordSize - count);
+    word = word * 10 + (word >> 8);
+    word = ((word & 0x000000FF000000FFU) * 0x000F424000000064U +
+            ((word >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U) >>
+           32;
+    return {count, word & 0xFFFFFFFFU};
+}
+
 /// Of the form that machine files have, "-12.345"; several times faster than what reads every form. Moves the text on.
 double ReadDecimal(std::string_view& io_text)
 {
-    static constexpr double tenths[] = {1, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e-8, 1e-9};
-    constexpr std::ptrdiff_t mostDigits = 9;
-    const auto digit = [](char i_character) {
-        return static_cast<unsigned>(i_character) - '0';
+    static constexpr double tenths[] = {1, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e-8};
+    const auto isDigit = [](char i_character) {
+        return static_cast<unsigned>(i_character) - '0' < 10;
     };
     const char* at = io_text.data();
     const char* const end = at + io_text.size();
     const bool isNegative = at != end && *at == '-';
     if (at != end && (*at == '-' || *at == '+'))
         ++at;
-    // What is finer than 1e-9 is not counted; what is larger than any machine comes out as larger.
-    std::uint64_t whole = 0;
-    const char* const first = at;
-    for (; at != end && digit(*at) < 10; ++at)
-        whole = at - first < mostDigits ? whole * 10 + digit(*at) : 10'000'000'000;
+    // What is finer than 1e-8 is not counted; what is larger than any machine comes out as larger.
+    const auto [wholeDigits, whole] = ReadEight(at, end);
     double value = static_cast<double>(whole);
+    at += wholeDigits;
+    for (; wholeDigits == WordSize && at != end && isDigit(*at); ++at)
+        value = 10 * value + (*at - '0');
     if (at != end && *at == '.') {
-        const char* const point = ++at;
-        std::uint64_t part = 0;
-        for (; at != end && digit(*at) < 10; ++at)
-            part = at - point < mostDigits ? part * 10 + digit(*at) : part;
-        value += static_cast<double>(part) * tenths[std::min(at - point, mostDigits)];
+        const auto [digits, part] = ReadEight(++at, end);
+        value += static_cast<double>(part) * tenths[digits];
+        at += digits;
+        while (digits == WordSize && at != end && isDigit(*at))
+            ++at;
     }
     io_text.remove_prefix(static_cast<std::size_t>(at - io_text.data()));
     return isNegative ? -value : value;
@@ -111,11 +135,14 @@ struct GCodeParser::Words
     bool Has(char i_letter) const { return (mask >> (i_letter - 'A') & 1U) != 0; }
     double Get(char i_letter, double i_default = 0) const { return Has(i_letter) ? values[i_letter - 'A'] : i_default; }
 
+    /// Up to the comment, if there is one.
     void Read(std::string_view i_text)
     {
         while (!i_text.empty()) {
             char letter = i_text.front();
             i_text.remove_prefix(1);
+            if (letter == ';')
+                return;
             if (letter >= 'a' && letter <= 'z')
                 letter = static_cast<char>(letter - 'a' + 'A');
             if (letter < 'A' || letter > 'Z')
@@ -139,8 +166,6 @@ void GCodeParser::ReadLine(std::string_view i_line)
         _ReadComment(Trimmed(i_line.substr(1)));
         return;
     }
-    if (const std::size_t comment = i_line.find(';'); comment != std::string_view::npos)
-        i_line = i_line.substr(0, comment);
     const char letter = i_line.front();
     if (letter != 'G' && letter != 'M' && letter != 'g' && letter != 'm')
         return;
@@ -316,6 +341,7 @@ void GCodeParser::_SetPosition(const Words& i_words)
 void GCodeParser::_SetLimits(int i_number, const Words& i_words)
 {
     MotionLimits& limits = _state.limits;
+    ++_state.limitsRevision;
     constexpr char letters[] = {'X', 'Y', 'Z', 'E'};
     const auto take = [&](double& io_value, char i_letter, double i_factor = 1) {
         if (i_words.Get(i_letter) > 0)

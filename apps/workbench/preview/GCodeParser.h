@@ -61,6 +61,7 @@ struct GCodeState
     double speed = 20;   ///< mm/s
     double width = 0;
     MotionLimits limits;
+    std::uint32_t limitsRevision = 0; ///< another one when they were set
     MoveKind kind = MoveKind::Other;
     bool isRelative = false;
     bool isRelativeFilament = false;

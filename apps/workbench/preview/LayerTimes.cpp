@@ -25,12 +25,11 @@ LayerTimes::LayerTimes()
 
 LayerTimes::~LayerTimes() = default;
 
-void LayerTimes::AddMove(const GCodeMove& i_move, const MotionLimits& i_limits, std::size_t i_layer)
+void LayerTimes::AddMove(const GCodeMove& i_move, const GCodeState& i_state, std::size_t i_layer)
 {
-    // A machine begins with the default ones.
-    if (i_limits != _sent) {
-        _sent = i_limits;
-        _filling.limits.push_back(i_limits);
+    if (_sent != i_state.limitsRevision) {
+        _sent = i_state.limitsRevision;
+        _filling.limits.push_back(i_state.limits);
         _Add({{}, 0, static_cast<std::uint32_t>(_filling.limits.size() - 1), Kind::Limits});
     }
     Event event{{}, static_cast<float>(i_move.speed), static_cast<std::uint32_t>(i_layer), Kind::Move};

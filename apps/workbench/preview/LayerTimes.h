@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -24,7 +25,8 @@ public:
     LayerTimes(const LayerTimes&) = delete;
     LayerTimes& operator=(const LayerTimes&) = delete;
 
-    void AddMove(const GCodeMove& i_move, const MotionLimits& i_limits, std::size_t i_layer);
+    /// Goes by the state's limits.
+    void AddMove(const GCodeMove& i_move, const GCodeState& i_state, std::size_t i_layer);
     void AddPause(double i_seconds, std::size_t i_layer);
     /// All that came so far is before the first layer.
     void Restart();
@@ -59,7 +61,8 @@ private:
     void _Run(const Batch& i_batch);
 
     Batch _filling;
-    MotionLimits _sent; ///< that the worker goes by after all that was added
+    /// Of the limits that the worker goes by after all that was added.
+    std::optional<std::uint32_t> _sent;
 
     std::mutex _mutex; ///< guards _batches
     std::condition_variable_any _changed;

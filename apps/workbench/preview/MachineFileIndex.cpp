@@ -163,7 +163,7 @@ private:
             if (builds)
                 _Extend(layer, i_move);
         }
-        _times.AddMove(i_move, i_state.limits, _index.layers.size());
+        _times.AddMove(i_move, i_state, _index.layers.size());
     }
 
     /// The state that the parser had before the move, as far as drawing needs it.

@@ -101,12 +101,15 @@ void MotionClock::_Settle(std::size_t i_count)
     }
     // Forwards: nor faster than it was reached.
     double entry = std::min(_first, std::sqrt(_squares.front()));
+    double seconds = 0; ///< of the layer at hand
     for (std::size_t index = 0; index < i_count; ++index) {
         const Block& block = _blocks[index];
         const double leave =
             std::min(block.speed,
                      std::sqrt(std::min(_squares[index + 1], entry * entry + 2 * block.acceleration * block.length)));
-        _take(block.layer, GetSeconds(block.length, entry, leave, block.speed, block.acceleration));
+        seconds += GetSeconds(block.length, entry, leave, block.speed, block.acceleration);
+        if (index + 1 == i_count || _blocks[index + 1].layer != block.layer)
+            _take(block.layer, std::exchange(seconds, 0));
         entry = leave;
     }
     _first = entry;

@@ -11,8 +11,8 @@ namespace Workbench {
 /// How long moves take on a machine that looks ahead: it gets up to speed and slows down within its accelerations, and
 /// takes corners as fast as its jerk allows.
 ///
-/// Each move is given with a number, its layer; its time comes back with it, later, once it is known how fast the next
-/// move may begin. Flush() makes the machine stop.
+/// Each move is given with a number, its layer; its time comes back with it, later and together with that of its
+/// neighbours, once it is known how fast the next move may begin. Flush() makes the machine stop.
 /// Units: mm, seconds.
 class MotionClock
 {
