@@ -55,7 +55,7 @@ struct RemoteService
     const std::filesystem::path authorityFile;
     const std::string pin; ///< of the endpoint, see trust/Fingerprint.h; or empty
     const std::filesystem::path jobsDir;
-    Pins pins; ///< that users confirmed
+    Pins pins;                            ///< that users confirmed
     std::atomic<bool> isAnswered = false; ///< the user has said something new, and no connection was tried since
     Retry retry;
     MachineStore machines;
