@@ -210,12 +210,8 @@
         <translation>Der Schlüsselbund blieb gesperrt, daher gilt das Geheimnis, bis das Fenster geschlossen wird. Entsperren Sie den Schlüsselbund und melden Sie sich erneut an.</translation>
     </message>
     <message>
-        <source>This desktop has no keyring, so the secret counts until the window is closed.</source>
-        <translation>Dieser Schreibtisch hat keinen Schlüsselbund, daher gilt das Geheimnis, bis das Fenster geschlossen wird.</translation>
-    </message>
-    <message>
-        <source>The keyring did not take the secret, which counts until the window is closed.</source>
-        <translation>Der Schlüsselbund hat das Geheimnis nicht angenommen; es gilt, bis das Fenster geschlossen wird.</translation>
+        <source>There is no keyring here that could be used, so the secret counts until the window is closed.</source>
+        <translation>Hier gibt es keinen Schlüsselbund, der sich verwenden ließe; daher gilt das Geheimnis, bis das Fenster geschlossen wird.</translation>
     </message>
 </context>
 <context>

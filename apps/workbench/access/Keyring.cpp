@@ -42,11 +42,9 @@ QString Explain(QKeychain::Error i_error)
     case QKeychain::AccessDeniedByUser:
         return Keyring::tr("The keyring stayed locked, so the secret counts until the window is closed. Unlock the "
                            "keyring, then sign in again.");
-    case QKeychain::NoBackendAvailable:
-    case QKeychain::NotImplemented:
-        return Keyring::tr("This desktop has no keyring, so the secret counts until the window is closed.");
     default:
-        return Keyring::tr("The keyring did not take the secret, which counts until the window is closed.");
+        return Keyring::tr("There is no keyring here that could be used, so the secret counts until the window is "
+                           "closed.");
     }
 }
 
