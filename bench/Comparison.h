@@ -8,6 +8,8 @@
 /// A benchmark here is a pair: what we do, and the least that anybody would have to do for it, measured in one binary.
 namespace Bench {
 
+inline constexpr int UsualRepetitions = 7;
+
 /// Called in a loop of the benchmark library; the time of one call counts.
 using Body = std::function<void()>;
 
@@ -21,6 +23,8 @@ void ComparePrepared(const std::string& i_name, double i_bound, std::function<Bo
 
 /// A value that must stay below a limit: measured once per repetition. The limit stands in the column of the floor.
 /// \param i_unit "s", "bytes" or a word for what is counted.
-void Limit(const std::string& i_name, double i_limit, const std::string& i_unit, std::function<double()> i_measure);
+/// \param i_repetitions fewer for what takes minutes.
+void Limit(const std::string& i_name, double i_limit, const std::string& i_unit, std::function<double()> i_measure,
+           int i_repetitions = UsualRepetitions);
 
 } // namespace Bench
