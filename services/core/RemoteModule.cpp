@@ -35,6 +35,13 @@ std::filesystem::path FindModule()
     return {};
 }
 
+/// Whether the host shows a protobuf of its own to all that it loads: that would take the place of the module's, and
+/// end the program where it is of another version.
+bool ShowsProtobuf()
+{
+    return dlsym(RTLD_DEFAULT, "_ZN6google8protobuf8internal13VerifyVersionEiiPKc") != nullptr;
+}
+
 /// \throws CommunicationException that says what is missing.
 MakeCatalog LoadModule()
 {
@@ -42,7 +49,9 @@ MakeCatalog LoadModule()
     if (file.empty())
         Fail(ErrorCode::InternalError, "This library was built without the connection to machine services in other "
                                        "processes and on other hosts: build it with MACHINESERVICE_BUILD_WIRE=ON.");
-    void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    // Bound to what it brings along only where it must be: allocators that a host puts in place pass it by then.
+    const int binding = ShowsProtobuf() ? RTLD_DEEPBIND : 0;
+    void* const module = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE | binding);
     void* const function = module ? dlsym(module, MakeCatalogName) : nullptr;
     if (!function) {
         const char* const reason = dlerror();
