@@ -83,17 +83,39 @@ protected:
         }
         ADD_FAILURE() << "there is no button " << ip_text;
     }
-    static void _Type(const SignInDialog& i_dialog, const QString& i_secret)
+    static QLineEdit* _FindSecret(const SignInDialog& i_dialog)
     {
         for (auto* const edit : i_dialog.findChildren<QLineEdit*>()) {
             if (edit->echoMode() == QLineEdit::Password)
-                QTest::keyClicks(edit, i_secret);
+                return edit;
         }
+        return nullptr;
+    }
+    /// Types into the dialog that is asked next.
+    void _SignIn(const QString& i_secret)
+    {
+        const auto find = [&]() -> SignInDialog* {
+            for (auto* const dialog : _window->findChildren<SignInDialog*>()) {
+                if (dialog->isVisible() && _FindSecret(*dialog)->text().isEmpty())
+                    return dialog;
+            }
+            return nullptr;
+        };
+        ASSERT_TRUE(WaitFor([&] { return find() != nullptr; }, LongTime)) << _GetServiceText().toStdString();
+        SignInDialog& dialog = *find();
+        QTest::keyClicks(_FindSecret(dialog), i_secret);
+        _Click(dialog, "Sign in");
     }
     QString _GetServiceText() const { return _window->GetMachines().index(0, 0).data(Qt::ToolTipRole).toString(); }
     /// The button below the machines, with the service chosen.
     void _ClickForService(const char* ip_text)
     {
+        // The machines of a service come before the news that it runs.
+        const auto& machines = _window->GetMachines();
+        EXPECT_TRUE(WaitFor(
+            [&] { return machines.index(0, 0).data(MachineList::OfferRole).toString() == QString::fromUtf8(ip_text); },
+            LongTime))
+            << _GetServiceText().toStdString();
         auto* const panel = _window->findChild<MachinesPanel*>();
         auto* const view = panel->findChild<QTreeView*>();
         view->setCurrentIndex(view->model()->index(0, 0));
@@ -119,21 +141,9 @@ TEST_F(SignInJourneyTest, FromAnUnknownServiceToItsMachines)
     ASSERT_NE(certificate, nullptr);
     _Click(*certificate, "It is the same: trust it");
 
-    auto* signIn = _WaitForDialog<SignInDialog>();
-    ASSERT_NE(signIn, nullptr);
-    _Type(*signIn, QStringLiteral("guessed"));
-    _Click(*signIn, "Sign in");
-    // Refused twice in the same words, asked twice.
-    for (const char* const wrong : {"guessed again", "and again"}) {
-        ASSERT_TRUE(WaitFor([&] { return signIn != _WaitForDialog<SignInDialog>(); }, LongTime));
-        signIn = _WaitForDialog<SignInDialog>();
-        _Type(*signIn, QLatin1String(wrong));
-        _Click(*signIn, "Sign in");
-    }
-    ASSERT_TRUE(WaitFor([&] { return signIn != _WaitForDialog<SignInDialog>(); }, LongTime));
-    signIn = _WaitForDialog<SignInDialog>();
-    _Type(*signIn, _token);
-    _Click(*signIn, "Sign in");
+    // Refused in the same words, asked again all the same.
+    for (const QString& secret : {QStringLiteral("guessed"), QStringLiteral("again"), QStringLiteral("again"), _token})
+        _SignIn(secret);
     EXPECT_TRUE(WaitFor([&] { return _window->GetMachines().GetMachineCount() >= 4; }, LongTime))
         << _GetServiceText().toStdString();
 
