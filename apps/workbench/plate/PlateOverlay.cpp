@@ -225,7 +225,15 @@ private:
                                                   1));
         }
         const QFontMetricsF metrics(_painter.font());
-        double y = _camera.GetViewport().height() - 14 - metrics.height() * static_cast<double>(lines.size() - 1);
+        const double height = metrics.height() * static_cast<double>(lines.size());
+        double y = _camera.GetViewport().height() - 14 - height + metrics.height();
+        double width = 0;
+        for (const QString& line : lines)
+            width = std::max(width, metrics.horizontalAdvance(line));
+        // In a small window the bed reaches down to here, with its numbers.
+        _painter.setPen(Qt::NoPen);
+        _painter.setBrush(_colours.textSurface);
+        _painter.drawRoundedRect(QRectF(8, y - metrics.ascent() - 3, width + 12, height + 6), 4, 4);
         _painter.setPen(_colours.text);
         for (const QString& line : lines) {
             _painter.drawText(QPointF(14, y), line);
