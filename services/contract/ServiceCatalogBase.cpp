@@ -33,6 +33,8 @@ void ServiceCatalogBase::Impl::Run()
     thread.TellStatus(service, ServiceStatus::Starting);
     if (!thread.HasLeft())
         thread.TellNews(owner._FindNews());
+    if (thread.IsStopped())
+        return;
     thread.TellStatus(service, ServiceStatus::Running);
     while (!thread.HasLeft()) {
         owner._Wait();

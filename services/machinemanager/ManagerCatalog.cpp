@@ -17,6 +17,8 @@ namespace MachineService::MachineManager {
 namespace {
 
 constexpr std::size_t MaxShown = 100;
+/// A service that takes longer to start must not hold the queues of the others.
+constexpr std::chrono::seconds LongestStart(10);
 constexpr const char* NameEnding = " (Machine Manager)";
 
 /// Wakes the catalog for as long as it is there; news of board and store may be on their way when it goes.
@@ -61,6 +63,7 @@ public:
     void Stop() override
     {
         _waker->Close();
+        _stop.request_stop();
         _onBoard.disconnect();
         _onStore.reset();
         ServiceCatalogBase::Stop();
@@ -83,6 +86,9 @@ public:
 protected:
     MachineNews _FindNews() override
     {
+        // A host takes the first list for the whole one, and would miss a machine that is still being told.
+        if (!std::exchange(_hasWaited, true))
+            _machines->board.WaitForServices(_stop.get_token(), LongestStart);
         std::vector<ManagedMachine> machines;
         for (const auto& machine : _machines->board.GetMachines()) {
             if (machine.isOffered)
@@ -103,6 +109,8 @@ private:
     const std::shared_ptr<Waker> _waker;
     boost::signals2::scoped_connection _onBoard;
     std::shared_ptr<void> _onStore;
+    std::stop_source _stop;
+    bool _hasWaited = false; ///< used by the service's thread
 };
 
 } // namespace

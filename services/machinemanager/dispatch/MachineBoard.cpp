@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <map>
 #include <utility>
 
@@ -72,13 +73,18 @@ struct MachineBoard::Impl
 
     void Take(const boost::uuids::uuid& i_id);
     void Remove(const boost::uuids::uuid& i_id);
+    void SetStatus(ServiceId i_service, ServiceStatus i_status);
+    bool HaveServicesTold() const TAVSDK_REQUIRES(mutex);
     BoardMachine Join(const MachineEntry& i_entry) const TAVSDK_REQUIRES(mutex);
     JobStore& store;
     AbstractMachinesCatalog& catalog;
     boost::signals2::signal<void()> changed;
     std::vector<boost::signals2::scoped_connection> connections;
+    bool hadMachines = false;    ///< in the beginning, as a service has that was started before
     mutable TavSDK::Mutex mutex; ///< guards everything below
     std::map<boost::uuids::uuid, Offer> offers TAVSDK_GUARDED_BY(mutex);
+    std::map<ServiceId, ServiceStatus> statuses TAVSDK_GUARDED_BY(mutex);
+    mutable std::condition_variable_any statusTold;
 };
 
 void MachineBoard::Impl::Take(const boost::uuids::uuid& i_id)
@@ -104,6 +110,23 @@ void MachineBoard::Impl::Remove(const boost::uuids::uuid& i_id)
         offers.erase(i_id);
     }
     changed();
+}
+
+void MachineBoard::Impl::SetStatus(ServiceId i_service, ServiceStatus i_status)
+{
+    // The manager's own catalog waits for the others.
+    if (i_service == ServiceId::MachineManager)
+        return;
+    const TavSDK::MutexLock lock(mutex);
+    statuses[i_service] = i_status;
+    statusTold.notify_all();
+}
+
+bool MachineBoard::Impl::HaveServicesTold() const
+{
+    const bool isAnyKnown = hadMachines || !statuses.empty();
+    return isAnyKnown && std::none_of(statuses.begin(), statuses.end(),
+                                      [](const auto& i_each) { return i_each.second == ServiceStatus::Starting; });
 }
 
 BoardMachine MachineBoard::Impl::Join(const MachineEntry& i_entry) const
@@ -139,7 +162,14 @@ MachineBoard::MachineBoard(JobStore& io_store, AbstractMachinesCatalog& io_catal
         if (const auto impl = weak.lock())
             impl->Remove(i_id);
     }));
-    for (const auto& id : io_catalog.GetMachineIds())
+    _impl->connections.emplace_back(
+        io_catalog.ConnectServiceStatusUpdated([weak](ServiceId i_service, ServiceStatus i_status) {
+            if (const auto impl = weak.lock())
+                impl->SetStatus(i_service, i_status);
+        }));
+    const auto ids = io_catalog.GetMachineIds();
+    _impl->hadMachines = !ids.empty();
+    for (const auto& id : ids)
         _impl->Take(id);
 }
 
@@ -174,6 +204,23 @@ std::optional<BoardMachine> MachineBoard::Find(const boost::uuids::uuid& i_id) c
 Machine MachineBoard::GetMachine(const boost::uuids::uuid& i_id) const
 {
     return _impl->catalog.GetMachine(i_id);
+}
+
+bool MachineBoard::WaitForServices(const std::stop_token& i_stop, std::chrono::milliseconds i_longest) const
+{
+    const auto end = std::chrono::steady_clock::now() + i_longest;
+    // Before the lock, because it may be called at once, and gone after it.
+    const std::stop_callback wake(i_stop, [impl = _impl.get()] {
+        const TavSDK::MutexLock lock(impl->mutex);
+        impl->statusTold.notify_all();
+    });
+    TavSDK::MutexLock lock(_impl->mutex);
+    while (!_impl->HaveServicesTold()) {
+        if (i_stop.stop_requested() || std::chrono::steady_clock::now() >= end)
+            return false;
+        _impl->statusTold.wait_until(lock, end);
+    }
+    return true;
 }
 
 boost::signals2::connection MachineBoard::ConnectChanged(const boost::signals2::signal<void()>::slot_type& i_slot)

@@ -3,8 +3,10 @@
 #include "client/interface/AbstractMachinesCatalog.h"
 #include "machinemanager/jobs/Job.h"
 
+#include <chrono>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -59,6 +61,13 @@ public:
     std::optional<BoardMachine> Find(const boost::uuids::uuid& i_id) const;
     /// \throws CommunicationException MachineNotFound.
     Machine GetMachine(const boost::uuids::uuid& i_id) const;
+
+    /// Waits until the services have told what they offer: they had machines when the board was made, or have a
+    /// status, and none is starting.
+    ///
+    /// \return false when it ends sooner, by the token or after the time.
+    /// Thread: any but a service's.
+    bool WaitForServices(const std::stop_token& i_stop, std::chrono::milliseconds i_longest) const;
 
     /// Told after each change of what a service offers, on a thread of the service; never under a lock.
     boost::signals2::connection ConnectChanged(const boost::signals2::signal<void()>::slot_type& i_slot);
