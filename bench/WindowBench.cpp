@@ -3,6 +3,7 @@
 
 #include "workbench/MainWindow.h"
 #include "workbench/base/Preferences.h"
+#include "workbench/look/ThemePalette.h"
 #include "workbench/machines/MachineFilter.h"
 #include "workbench/machines/MachineList.h"
 #include "workbench/preview/MachineFileIndex.h"
@@ -276,6 +277,7 @@ void AddWindowBenchmarks()
 int main(int i_argc, char** ip_argv)
 {
     QApplication application(i_argc, ip_argv);
+    Workbench::ApplyTheme(false);
     Bench::AddWindowBenchmarks();
     Bench::AddPlateBenchmarks();
     return Bench::RunAll(i_argc, ip_argv);

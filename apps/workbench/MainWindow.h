@@ -96,6 +96,8 @@ protected:
     void changeEvent(QEvent* ip_event) override;
     void dragEnterEvent(QDragEnterEvent* ip_event) override;
     void dropEvent(QDropEvent* ip_event) override;
+    void showEvent(QShowEvent* ip_event) override;
+    bool eventFilter(QObject* ip_object, QEvent* ip_event) override;
 
 private:
     void _MakeDocks();
@@ -105,8 +107,9 @@ private:
     void _ConnectScenes();
     void _ConnectMachinesAndJobs();
     void _AskAboutImports();
-    /// Begins to tell of the services' machines; nothing here waits for them.
     void _FollowMachines();
+    /// Once, when there is something to see. Nothing here waits for them.
+    void _BeginServices();
     /// Asks the user where a service on another computer needs a word of theirs.
     void _FollowServices();
     void _ShowQuestion();
@@ -188,6 +191,7 @@ private:
     const std::shared_ptr<std::atomic<bool>> _showsAll = std::make_shared<std::atomic<bool>>(false);
     /// Its machines are there; read by the services' threads.
     const std::shared_ptr<std::atomic<bool>> _hasManager = std::make_shared<std::atomic<bool>>(false);
+    bool _haveServicesBegun = false;
     bool _isManagerStarting = false;
     bool _closesAfterJob = false;
     bool _isClosing = false;

@@ -8,10 +8,21 @@
 #include "hosting/HostingError.h"
 
 #include <QStatusBar>
+#include <QTimer>
+#include <QWindow>
+
+#include <chrono>
+#include <utility>
 
 // The services and what they need from the user. Nothing here waits for one of them.
 
 namespace Workbench {
+
+namespace {
+
+constexpr std::chrono::milliseconds LongestPaint(500);
+
+} // namespace
 
 void MainWindow::_FollowMachines()
 {
@@ -27,6 +38,32 @@ void MainWindow::_FollowMachines()
         if (_showsAll->exchange(_preferences.ShowsAllMachines()) != _preferences.ShowsAllMachines())
             _host.GetClient().InvalidateProxyMachineCatalog();
     });
+}
+
+void MainWindow::showEvent(QShowEvent* ip_event)
+{
+    QMainWindow::showEvent(ip_event);
+    if (_haveServicesBegun)
+        return;
+    windowHandle()->installEventFilter(this);
+    // One that is shown as an icon is not painted.
+    QTimer::singleShot(LongestPaint, this, &MainWindow::_BeginServices);
+}
+
+bool MainWindow::eventFilter(QObject* ip_object, QEvent* ip_event)
+{
+    if (ip_event->type() == QEvent::Expose && ip_object == windowHandle()) {
+        ip_object->removeEventFilter(this);
+        // After it was painted, which this event does.
+        QMetaObject::invokeMethod(this, &MainWindow::_BeginServices, Qt::QueuedConnection);
+    }
+    return QMainWindow::eventFilter(ip_object, ip_event);
+}
+
+void MainWindow::_BeginServices()
+{
+    if (std::exchange(_haveServicesBegun, true))
+        return;
     try {
         _host.BeginServices();
     } catch (const Hosting::HostingError& failure) {

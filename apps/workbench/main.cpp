@@ -65,10 +65,10 @@ std::filesystem::path GetFolder(QStandardPaths::StandardLocation i_location)
 void FollowPreferences(QApplication& io_application, Workbench::Preferences& io_preferences)
 {
     const bool isDesktopDark = Workbench::IsDark(QApplication::palette());
-    const auto showTheme = [&io_application, &io_preferences, isDesktopDark] {
+    const auto showTheme = [&io_preferences, isDesktopDark] {
         using Workbench::Theme;
         const Theme theme = io_preferences.GetTheme();
-        Workbench::ApplyTheme(io_application, theme == Theme::Dark || (theme == Theme::System && isDesktopDark));
+        Workbench::ApplyTheme(theme == Theme::Dark || (theme == Theme::System && isDesktopDark));
     };
     const auto speak = [&io_preferences] {
         const QString language = io_preferences.GetLanguage();

@@ -5,7 +5,9 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QPalette>
+#include <QPixmapCache>
 
+#include <map>
 #include <sstream>
 #include <string>
 
@@ -21,6 +23,12 @@ struct Drawing
     bool isFilled = false;
 };
 
+struct Shape
+{
+    QPainterPath path;
+    bool isFilled = false;
+};
+
 constexpr Drawing Drawings[] = {
     {"new", "M 6 3 L 14 3 L 19 8 L 19 21 L 6 21 Z M 14 3 L 14 8 L 19 8 M 12.5 11 L 12.5 17 M 9.5 14 L 15.5 14"},
     {"open", "M 3 19 L 3 5 L 9 5 L 11 7.5 L 19 7.5 L 19 10 M 3 19 L 6.5 10 L 22 10 L 18.5 19 Z"},
@@ -30,6 +38,10 @@ constexpr Drawing Drawings[] = {
     {"redo", "M 16 5 L 20 9 L 16 13 M 20 9 L 10 9 C 6 9 4 11.5 4 14.5 C 4 17.5 6 20 10 20 L 15 20"},
     {"copy", "M 8 8 L 20 8 L 20 20 L 8 20 Z M 16 8 L 16 4 L 4 4 L 4 16 L 8 16"},
     {"close", "M 6 6 L 18 18 M 18 6 L 6 18"},
+    {"clear", "M 8 8 L 16 16 M 16 8 L 8 16"},
+    {"float", "M 9 4 L 20 4 L 20 15 L 9 15 Z M 15 15 L 15 20 L 4 20 L 4 9 L 9 9"},
+    {"more", "M 6 6 L 12 12 L 6 18 M 12 6 L 18 12 L 12 18"},
+    {"moreBelow", "M 6 6 L 12 12 L 18 6 M 6 12 L 12 18 L 18 12"},
     {"build", "M 12 2.5 L 20 7 L 20 16.5 L 12 21 L 4 16.5 L 4 7 Z M 4 7 L 12 11.5 L 20 7 M 12 11.5 L 12 21"},
     {"configure", "O 12 12 3.2 M 12 3 L 12 6 M 12 18 L 12 21 M 3 12 L 6 12 M 18 12 L 21 12 M 5.6 5.6 L 7.8 7.8 "
                   "M 16.2 16.2 L 18.4 18.4 M 18.4 5.6 L 16.2 7.8 M 7.8 16.2 L 5.6 18.4"},
@@ -79,51 +91,76 @@ QPainterPath ReadPath(const char* ip_path)
     return path;
 }
 
+/// Of the name; null for one that is not known. Each is read once.
+const Shape* FindShape(const QString& i_name)
+{
+    static const auto mgp_shapes = [] {
+        std::map<QString, Shape> shapes;
+        for (const Drawing& drawing : Drawings)
+            shapes.emplace(QString::fromLatin1(drawing.name), Shape{ReadPath(drawing.path), drawing.isFilled});
+        return shapes;
+    }();
+    const auto found = mgp_shapes.find(i_name);
+    return found == mgp_shapes.end() ? nullptr : &found->second;
+}
+
 class LineEngine final : public QIconEngine
 {
 public:
     explicit LineEngine(const QString& i_name)
         : _name(i_name)
-    {
-        for (const Drawing& drawing : Drawings) {
-            if (i_name == QLatin1String(drawing.name)) {
-                _path = ReadPath(drawing.path);
-                _isFilled = drawing.isFilled;
-            }
-        }
-    }
+        , _shape(FindShape(i_name))
+    {}
 
     void paint(QPainter* ip_painter, const QRect& i_rect, QIcon::Mode i_mode, QIcon::State) override
     {
-        const auto group = i_mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
-        const auto role = i_mode == QIcon::Selected ? QPalette::HighlightedText : QPalette::ButtonText;
-        const QColor color = QApplication::palette().color(group, role);
+        if (!_shape)
+            return;
+        const QColor color = _GetColor(i_mode);
         ip_painter->save();
         ip_painter->setRenderHint(QPainter::Antialiasing);
         const double size = std::min(i_rect.width(), i_rect.height());
         ip_painter->translate(i_rect.center().x() + 0.5 - size / 2, i_rect.center().y() + 0.5 - size / 2);
         ip_painter->scale(size / 24, size / 24);
         ip_painter->setPen(QPen(color, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        ip_painter->setBrush(_isFilled ? QBrush(color) : QBrush(Qt::NoBrush));
-        ip_painter->drawPath(_path);
+        ip_painter->setBrush(_shape->isFilled ? QBrush(color) : QBrush(Qt::NoBrush));
+        ip_painter->drawPath(_shape->path);
         ip_painter->restore();
     }
 
     QPixmap pixmap(const QSize& i_size, QIcon::Mode i_mode, QIcon::State i_state) override
     {
-        QPixmap pixmap(i_size);
+        // The same few icons stand in menus, buttons, titles and lists, and are asked for at each painting.
+        const QString key = QStringLiteral("line %1 %2 %3 %4")
+                                .arg(_name)
+                                .arg(i_size.width())
+                                .arg(i_size.height())
+                                .arg(_GetColor(i_mode).rgba());
+        QPixmap pixmap;
+        if (QPixmapCache::find(key, &pixmap))
+            return pixmap;
+        pixmap = QPixmap(i_size);
         pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        paint(&painter, QRect(QPoint(0, 0), i_size), i_mode, i_state);
+        {
+            QPainter painter(&pixmap);
+            paint(&painter, QRect(QPoint(0, 0), i_size), i_mode, i_state);
+        }
+        QPixmapCache::insert(key, pixmap);
         return pixmap;
     }
 
     QIconEngine* clone() const override { return new LineEngine(_name); }
 
 private:
-    QString _name;
-    QPainterPath _path;
-    bool _isFilled = false;
+    static QColor _GetColor(QIcon::Mode i_mode)
+    {
+        const auto group = i_mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
+        const auto role = i_mode == QIcon::Selected ? QPalette::HighlightedText : QPalette::ButtonText;
+        return QApplication::palette().color(group, role);
+    }
+
+    const QString _name;
+    const Shape* const _shape;
 };
 
 } // namespace

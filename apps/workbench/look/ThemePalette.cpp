@@ -84,21 +84,12 @@ double GetContrast(const QColor& i_left, const QColor& i_right)
     return (lighter + 0.05) / (darker + 0.05);
 }
 
-void ApplyTheme(QApplication& io_application, bool i_is_dark)
+void ApplyTheme(bool i_is_dark)
 {
     QApplication::setStyle(new WorkbenchStyle);
     const QPalette palette = MakePalette(i_is_dark);
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);
-    // Only what a palette cannot say. The thick line tells where the keyboard is, on every control.
-    io_application.setStyleSheet(
-        QStringLiteral("QToolTip { color: palette(tooltip-text); background-color: palette(tooltip-base);"
-                       " border: 1px solid palette(mid); padding: 4px; }"
-                       "QDockWidget { font-weight: 600; }"
-                       "QDockWidget::title { padding: 6px 8px; background: palette(button); }"
-                       "QMainWindow::separator { width: 5px; height: 5px; background: palette(window); }"
-                       "QMainWindow::separator:hover { background: palette(highlight); }"
-                       "QStatusBar::item { border: none; }"));
 }
 
 } // namespace Workbench

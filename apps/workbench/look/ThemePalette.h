@@ -3,8 +3,6 @@
 #include <QColor>
 #include <QPalette>
 
-class QApplication;
-
 namespace Workbench {
 
 /// Colours that a palette has no role for. Each is told by a word or a mark as well.
@@ -24,7 +22,7 @@ StatusColors GetStatusColors(const QPalette& i_palette);
 /// Relative luminance contrast, 1 to 21.
 double GetContrast(const QColor& i_left, const QColor& i_right);
 
-/// The same style everywhere, with this palette.
-void ApplyTheme(QApplication& io_application, bool i_is_dark);
+/// The same style everywhere in the application, with this palette.
+void ApplyTheme(bool i_is_dark);
 
 } // namespace Workbench

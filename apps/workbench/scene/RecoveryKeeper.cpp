@@ -40,15 +40,6 @@ RecoveryKeeper::RecoveryKeeper(SceneBook& io_book, const QString& i_folder, std:
     , _parent(i_folder)
     , _folder(i_folder + QLatin1Char('/') + QUuid::createUuid().toString(QUuid::WithoutBraces))
 {
-    if (QDir().mkpath(_folder)) {
-        QFile::setPermissions(_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-        _lock = TryLock(_folder);
-    }
-    if (!_lock) {
-        qCWarning(log, "Scenes are not kept for recovery: '%s' cannot be written.", qUtf8Printable(_parent));
-        _folder.clear();
-        return;
-    }
     _pause.setSingleShot(true);
     _pause.setInterval(i_pause);
     connect(&_pause, &QTimer::timeout, this, &RecoveryKeeper::_Write);
@@ -62,7 +53,7 @@ RecoveryKeeper::~RecoveryKeeper()
     Remove(_atEnd);
     // What is being written would come after its folder went.
     _background.reset();
-    if (_folder.isEmpty())
+    if (!_lock)
         return;
     _lock.reset();
     QDir(_folder).removeRecursively();
@@ -125,8 +116,23 @@ void RecoveryKeeper::_Forget(const VexlorCore::DataSet* ip_scene)
     _copies.erase(copy);
 }
 
+bool RecoveryKeeper::_TryMakeFolder()
+{
+    if (_lock)
+        return true;
+    if (QDir().mkpath(_folder)) {
+        QFile::setPermissions(_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        _lock = TryLock(_folder);
+    }
+    if (!_lock && !std::exchange(_hasWarned, true))
+        qCWarning(log, "Scenes are not kept for recovery: '%s' cannot be written.", qUtf8Printable(_parent));
+    return _lock != nullptr;
+}
+
 void RecoveryKeeper::_Write()
 {
+    if (_changed.empty() || !_TryMakeFolder())
+        return;
     for (const VexlorCore::DataSet* const scene : std::exchange(_changed, {})) {
         QString& copy = _copies[scene];
         if (copy.isEmpty())

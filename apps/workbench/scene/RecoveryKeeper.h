@@ -59,12 +59,15 @@ public:
 private:
     void _Follow(VexlorCore::DataSet* ip_scene);
     void _Forget(const VexlorCore::DataSet* ip_scene);
+    /// When there is something to keep: most runs end without. A place that could not be written is tried again.
+    bool _TryMakeFolder();
     void _Write();
 
     SceneBook& _book;
     const QString _parent;
-    QString _folder; ///< of this run; empty when there is none
-    std::unique_ptr<QLockFile> _lock;
+    const QString _folder;            ///< of this run
+    std::unique_ptr<QLockFile> _lock; ///< of the folder; null while there is none
+    bool _hasWarned = false;
     std::vector<std::unique_ptr<QLockFile>> _taken;
     std::vector<LeftScene> _atEnd;
     std::map<const VexlorCore::DataSet*, QString> _copies;

@@ -217,7 +217,9 @@ TEST_F(SceneBookTest, KeepsUnsavedScenesForTheNextRun)
     WriteFile(_Path("bad.TavAMX"), "no package");
     _book.Recover(_File("bad.TavAMX"), {});
     WriteFile(_Path("file"), "");
-    const RecoveryKeeper none(_book, _File("file"));
+    RecoveryKeeper none(_book, _File("file"));
+    _Move(*_book.GetActive(), 6);
+    none.KeepNow();
     ASSERT_TRUE(_Rest());
     EXPECT_EQ(_failures.size(), 1);
 }
