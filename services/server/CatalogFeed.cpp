@@ -24,6 +24,8 @@ namespace {
 /// Commands are answered from local state; a machine that takes longer is asked again later.
 constexpr auto LongestAnswer = std::chrono::seconds(2);
 constexpr auto AskAgain = std::chrono::seconds(5);
+/// A service tells at once that it starts; one that has said nothing for so long tells no status at all.
+constexpr auto LongestSilence = std::chrono::seconds(3);
 
 constexpr std::array Representations{MachineRepresentation::Machine, MachineRepresentation::Queue,
                                      MachineRepresentation::Group, MachineRepresentation::Template};
@@ -79,13 +81,14 @@ struct CatalogFeed::Impl
     // Used by the thread only.
     std::map<ServiceId, ServiceStatus> statuses;
     std::set<boost::uuids::uuid> late; ///< machines that did not tell their commands
+    bool awaitsStatus = false;
 
     std::array<boost::signals2::scoped_connection, 4> connections;
     std::thread thread;
 };
 
 CatalogFeed::CatalogFeed(AbstractMachinesCatalog& io_catalog, CatalogJournal& io_journal, IconStore& io_icons,
-                         Log i_log)
+                         bool i_awaits_status, Log i_log)
     : _catalog(io_catalog)
     , _journal(io_journal)
     , _icons(io_icons)
@@ -104,9 +107,15 @@ CatalogFeed::CatalogFeed(AbstractMachinesCatalog& io_catalog, CatalogJournal& io
         io_catalog.ConnectServiceStatusUpdated([queue](ServiceId i_service, ServiceStatus i_status) {
             queue->Add({.kind = News::Kind::Status, .service = i_service, .status = i_status});
         })};
-    for (const auto& id : io_catalog.GetMachineIds())
+    const auto ids = io_catalog.GetMachineIds();
+    for (const auto& id : ids)
         queue->Add({.id = id});
     queue->Add({.kind = News::Kind::Loaded});
+    if (i_awaits_status) {
+        // Services that run already do not tell it again.
+        _impl->awaitsStatus = ids.empty();
+        io_journal.SetStatus(ids.empty() ? pb::SERVICE_STATUS_STARTING : pb::SERVICE_STATUS_RUNNING);
+    }
     _impl->thread = std::thread([this] { _Run(); });
 }
 
@@ -124,6 +133,7 @@ CatalogFeed::~CatalogFeed()
 
 void CatalogFeed::_Run()
 {
+    const auto silenceEnd = std::chrono::steady_clock::now() + LongestSilence;
     TavSDK::MutexLock lock(_queue->mutex);
     while (!_queue->isStopped) {
         if (!_queue->news.empty()) {
@@ -134,6 +144,11 @@ void CatalogFeed::_Run()
                 [&] { _Carry(news); },
                 [&](const char* ip_why) { _log(std::string("A machine cannot be told: ") + ip_why); });
             lock.lock();
+        } else if (_impl->awaitsStatus) {
+            if (_queue->wakeUp.wait_until(lock, silenceEnd) == std::cv_status::timeout) {
+                _impl->awaitsStatus = false;
+                _journal.SetStatus(pb::SERVICE_STATUS_RUNNING);
+            }
         } else if (_impl->late.empty()) {
             _queue->wakeUp.wait(lock);
         } else if (_queue->wakeUp.wait_for(lock, AskAgain) == std::cv_status::timeout) {
@@ -148,6 +163,7 @@ void CatalogFeed::_Carry(const News& i_news)
 {
     switch (i_news.kind) {
     case News::Kind::Status:
+        _impl->awaitsStatus = false;
         _impl->statuses[i_news.service] = i_news.status;
         _journal.SetStatus(Combine(_impl->statuses));
         return;

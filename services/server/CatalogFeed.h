@@ -21,7 +21,10 @@ class CatalogFeed
 public:
     using Log = std::function<void(const std::string&)>;
 
-    CatalogFeed(AbstractMachinesCatalog& io_catalog, CatalogJournal& io_journal, IconStore& io_icons, Log i_log);
+    /// \param i_awaits_status the services are about to be started, and hosts wait for what they tell of themselves;
+    /// not where they were started before, and no longer than a few seconds where they tell nothing.
+    CatalogFeed(AbstractMachinesCatalog& io_catalog, CatalogJournal& io_journal, IconStore& io_icons,
+                bool i_awaits_status, Log i_log);
     ~CatalogFeed();
     CatalogFeed(const CatalogFeed&) = delete;
     CatalogFeed& operator=(const CatalogFeed&) = delete;

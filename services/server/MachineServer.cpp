@@ -181,9 +181,8 @@ void MachineServer::Start()
     if (!impl.server)
         Fail("The server cannot be started.");
     // A host that comes while the machines are still looked for waits for them.
-    if (!impl.options.services.empty())
-        impl.state.journal.SetStatus(Wire::pb::SERVICE_STATUS_STARTING);
-    impl.feed.emplace(impl.state.catalog, impl.state.journal, impl.state.icons,
+    const bool startsServices = !impl.options.services.empty();
+    impl.feed.emplace(impl.state.catalog, impl.state.journal, impl.state.icons, startsServices,
                       [&impl](const std::string& i_line) { impl.state.Log(i_line); });
     for (const auto service : impl.options.services) {
         if (!impl.state.catalog.Start(service))

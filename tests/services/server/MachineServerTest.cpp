@@ -1,4 +1,5 @@
 #include "services/server/LoomServer.h"
+#include "support/FakeMachineService.h"
 
 #include <sys/stat.h>
 
@@ -69,6 +70,42 @@ TEST_F(MachineServerTest, TellsOfItselfAndItsMachinesAndNewsOfThem)
     events = client->ReadUntil<pb::CatalogEvent>(*resumed, [](const auto& i_event) { return i_event.has_updated(); });
     EXPECT_THAT(events, SizeIs(2));
     client->context->TryCancel();
+}
+
+TEST_F(MachineServerTest, TellsTheMachinesOfServicesThatSayNothingOfTheirStart)
+{
+    const auto readStatus = [this] {
+        client->context = client->MakeContext();
+        const auto reader = client->Get().WatchCatalog(client->context.get(), {});
+        auto last = pb::SERVICE_STATUS_STOPPED;
+        const auto events = client->ReadUntil<pb::CatalogEvent>(*reader, [&](const auto& i_event) {
+            if (i_event.has_status())
+                last = i_event.status();
+            return i_event.snapshot().is_last();
+        });
+        client->context->TryCancel();
+        return std::pair(last, events.empty() ? 0 : events.back().snapshot().machines_size());
+    };
+    // One that runs already, and gets a server anew.
+    Start();
+    readStatus();
+    client.reset();
+    server.reset();
+    server = std::make_unique<MachineServer>(*catalog, options);
+    server->Start();
+    client = std::make_unique<WireClient>(server->GetAddresses().front());
+    EXPECT_EQ(readStatus(), std::pair(pb::SERVICE_STATUS_RUNNING, 1));
+    // One that never tells a status.
+    client.reset();
+    server.reset();
+    TestSupport::FakeMachinesCatalog silent;
+    server = std::make_unique<MachineServer>(silent, options);
+    server->Start();
+    silent.Put(1);
+    client = std::make_unique<WireClient>(server->GetAddresses().front());
+    EXPECT_EQ(readStatus(), std::pair(pb::SERVICE_STATUS_RUNNING, 1));
+    client.reset();
+    server.reset();
 }
 
 TEST_F(MachineServerTest, AnswersWhatAMachineIsAsked)
