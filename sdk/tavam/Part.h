@@ -7,6 +7,7 @@
 #include <boost/uuid/uuid.hpp>
 
 #include <map>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <utility>
@@ -26,7 +27,7 @@ public:
     const std::wstring& GetName() const { return _name; }
     void SetName(const std::wstring& i_name) { _name = i_name; }
     const Representation& GetRepresentation() const { return _representation; }
-    void SetRepresentation(Representation i_representation) { _representation = std::move(i_representation); }
+    void SetRepresentation(Representation i_representation);
     /// Where the part is on the platform. Units: mm.
     const Transform& GetPlacement() const { return _placement; }
     void SetPlacement(const Transform& i_placement) { _placement = i_placement; }
@@ -40,15 +41,37 @@ public:
     void SetStrategies(std::optional<Strategies> i_strategies) { _strategies = std::move(i_strategies); }
 
     /// Of all meshes at any depth, as placed on the platform; empty when there is no mesh. Units: mm.
+    ///
+    /// Costs as much as the meshes have corners, and nothing where it was asked before, of this part or the one that
+    /// it is a copy of, and the part was only moved since.
     BoundingBox GetBoundingBox() const;
 
 private:
+    /// What was measured last. Parts that are read by several threads measure and remember at the same time.
+    class Measured
+    {
+    public:
+        Measured() = default;
+        Measured(const Measured& i_other) { *this = i_other; }
+        Measured& operator=(const Measured& i_other);
+
+        /// Of the placement without its translation.
+        std::optional<BoundingBox> Find(const Transform& i_turn) const;
+        void Keep(const Transform& i_turn, const BoundingBox& i_box);
+        void Forget();
+
+    private:
+        mutable std::mutex _mutex; ///< guards _last
+        std::optional<std::pair<Transform, BoundingBox>> _last;
+    };
+
     boost::uuids::uuid _revisionId;
     std::wstring _name;
     Representation _representation;
     Transform _placement;
     std::optional<Strategies> _strategies;
     bool _hasSupports = false;
+    mutable Measured _measured;
 };
 
 } // namespace TavAM

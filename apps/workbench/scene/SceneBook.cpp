@@ -220,6 +220,9 @@ void SceneBook::Import(DataSet& io_scene, const QStringList& i_files)
             std::vector<ImportedFile> files;
             for (const QString& file : i_files)
                 files.push_back({file, VexlorCore::ImportMeshFile(ToPath(ToFullName(file)), i_stop)});
+            // Measured here, the boxes are known where the parts are placed and shown.
+            for (const ImportedFile& file : files)
+                GetSize(file.parts);
             return files;
         },
         [this, weak = io_scene.weak_from_this()](std::vector<ImportedFile> i_read) {

@@ -31,6 +31,13 @@ TEST(GeometryTest, MembersAreVisitedAsPlaced)
     const BoundingBox box = part.GetBoundingBox();
     EXPECT_EQ(box.min, (Point3d{-1, 10, 5}));
     EXPECT_EQ(box.max, (Point3d{0, 11, 6}));
+    // A copy that is moved, then turned; the first stays what it is.
+    Part copy = part;
+    copy.SetPlacement(Transform::Translation(1, 2, 3));
+    EXPECT_EQ(copy.GetBoundingBox().min, (Point3d{0, 12, 3}));
+    copy.SetPlacement(quarterTurn);
+    EXPECT_EQ(copy.GetBoundingBox().max, (Point3d{-10, 0, 1}));
+    EXPECT_EQ(part.GetBoundingBox().max, box.max);
     EXPECT_TRUE(part.GetRepresentation().Holds(RepresentationKind::Implicit));
     EXPECT_FALSE(part.GetRepresentation().Holds(RepresentationKind::Brep));
     part.SetRepresentation(Representation::FromMembers({Representation::FromBrep("")}));
