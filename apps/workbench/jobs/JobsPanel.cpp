@@ -45,7 +45,7 @@ JobsPanel::JobsPanel(JobList& io_jobs, QWidget* ip_parent)
     _history->setModel(&_jobs);
     _history->header()->setStretchLastSection(false);
     _history->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
-    _history->header()->setSectionResizeMode(JobList::TitleColumn, QHeaderView::Stretch);
+    _history->header()->setSectionResizeMode(JobList::StateColumn, QHeaderView::Stretch);
     _history->setRootIsDecorated(false);
     _history->setUniformRowHeights(true);
     _history->setAllColumnsShowFocus(true);

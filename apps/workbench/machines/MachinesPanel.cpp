@@ -91,14 +91,21 @@ void MachinesPanel::_Connect()
         if (_filter.GetMachineCount() == 1 && _filter.rowCount() == 1)
             Q_EMIT AttachWanted(_filter.index(0, 0, _filter.index(0, 0)).data(MachineList::IdRole).toUuid());
     });
+    // A service tells of its machines one by one, and the view lays all of them out each time.
+    _rowsTimer.setSingleShot(true);
+    connect(&_rowsTimer, &QTimer::timeout, this, &MachinesPanel::_ShowRows);
+    const auto showRows = [this] {
+        if (!_rowsTimer.isActive())
+            _rowsTimer.start();
+    };
     for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
-        connect(&_filter, signal, this, &MachinesPanel::_ShowRows);
+        connect(&_filter, signal, this, showRows);
     // What became of a service may be all that there is to see.
-    connect(&_filter, &QAbstractItemModel::dataChanged, this, [this](const QModelIndex& i_first) {
+    connect(&_filter, &QAbstractItemModel::dataChanged, this, [this, showRows](const QModelIndex& i_first) {
         if (i_first.parent().isValid())
             _ShowButtons();
         else
-            _ShowRows();
+            showRows();
     });
     connect(_view->selectionModel(), &QItemSelectionModel::currentChanged, this, &MachinesPanel::_ShowButtons);
 }

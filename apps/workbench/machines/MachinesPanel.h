@@ -3,6 +3,7 @@
 #include "workbench/machines/MachineFilter.h"
 #include "workbench/machines/MachineList.h"
 
+#include <QTimer>
 #include <QWidget>
 
 class QCheckBox;
@@ -53,6 +54,7 @@ private:
     Preferences& _preferences;
     MachineList& _machines;
     MachineFilter _filter;
+    QTimer _rowsTimer; ///< rows came or went, and are shown when the loop turns
     QLineEdit* _search;
     QComboBox* _kind;
     QCheckBox* _all;
