@@ -13,8 +13,10 @@
 #include <array>
 #include <atomic>
 #include <condition_variable>
+#include <cstring>
 #include <ctime>
 #include <fstream>
+#include <iostream>
 
 // Machines of services elsewhere, beside bare gRPC with the same messages. In a program of its own, because no other
 // one of ours is linked with the transport.
@@ -105,8 +107,9 @@ class Service
 {
 public:
     explicit Service(std::size_t i_machines, bool i_is_tls = false)
-        : catalog(OfferedMachinesCatalog::Service{ServiceId::BuildProcessors, "Bench", "1"},
-                  [this, i_machines] { return _Make(i_machines); })
+        : count(i_machines)
+        , catalog(OfferedMachinesCatalog::Service{ServiceId::BuildProcessors, "Bench", "1"},
+                  [this] { return _Make(count); })
     {
         options.services = {ServiceId::BuildProcessors};
         options.addresses = {i_is_tls ? "tls://localhost:0"
@@ -124,7 +127,8 @@ public:
 
     const ScopedTempDir folder;
     MachineServerOptions options;
-    std::atomic<int> number = 0; ///< of what the first machine says of itself
+    std::atomic<std::size_t> count; ///< of machines
+    std::atomic<int> number = 0;    ///< of what the first machine says of itself
     OfferedMachinesCatalog catalog;
     std::unique_ptr<MachineServer> server;
 
@@ -144,7 +148,8 @@ private:
             };
             machines[index].commands = {command};
         }
-        machines.front().data.name = std::to_string(number);
+        if (i_machines > 0)
+            machines.front().data.name = std::to_string(number);
         return machines;
     }
 };
@@ -343,6 +348,18 @@ const std::array<double, 2>& GetIdle()
     return mgp_idle;
 }
 
+/// A service in a process of its own, for the benchmarks of the window: it has as many machines as the last line says.
+int Serve()
+{
+    Service service(0);
+    std::cout << service.GetEndpoint().address << std::endl;
+    for (std::size_t count = 0; std::cin >> count;) {
+        service.count = count;
+        service.catalog.Refresh(ServiceId::BuildProcessors);
+    }
+    return 0;
+}
+
 } // namespace
 
 void AddWireBenchmarks()
@@ -367,6 +384,8 @@ void AddWireBenchmarks()
 int main(int i_argc, char** ip_argv)
 {
     QCoreApplication application(i_argc, ip_argv);
+    if (i_argc == 2 && std::strcmp(ip_argv[1], "--serve") == 0)
+        return Bench::Serve();
     Bench::AddWireBenchmarks();
     return Bench::RunAll(i_argc, ip_argv);
 }
