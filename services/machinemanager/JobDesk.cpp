@@ -142,7 +142,7 @@ void JobDesk::Impl::Explain(Job& io_job, const std::vector<BoardMachine>& i_mach
     if (io_job.phase != JobPhase::Waiting)
         return;
     // An attempt that failed says so itself.
-    if (io_job.notBefore && *io_job.notBefore > store.Now())
+    if (IsPutOff(io_job, store.Now()))
         return;
     // Several daemons at one store whose folders of files are not the same one.
     if (!files.Has(io_job.platform.hash)) {
@@ -195,6 +195,7 @@ Job JobDesk::Submit(const Actor& i_actor, NewJob i_job, const std::filesystem::p
     if (const auto size = std::filesystem::file_size(i_platform, error); !error && size > 0)
         _impl->CheckSize(size);
     _impl->TakeFacts(ReadFacts(i_platform, job.platform.name), job);
+    const auto hold = _impl->files.Hold();
     job.platform = _impl->files.Add(i_platform, job.platform.name);
     return _impl->Explained(_impl->store.Add(job, true));
 }
@@ -234,6 +235,7 @@ Job JobDesk::FinishUpload(const Actor& i_actor, const boost::uuids::uuid& i_id)
     auto job = _impl->RequireOwn(i_actor, i_id);
     if (job.phase != JobPhase::Incoming)
         return _impl->Explained(std::move(job));
+    const auto hold = _impl->files.Hold();
     const auto kept = _impl->files.Finish(i_id, job.platform);
     NewJob told = job;
     _impl->TakeFacts(ReadFacts(_impl->files.GetPath(kept.hash), kept.name), told);

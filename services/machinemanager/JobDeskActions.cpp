@@ -103,6 +103,8 @@ Job JobDesk::PlaceBefore(const Actor& i_actor, const boost::uuids::uuid& i_id, c
 Job JobDesk::Copy(const Actor& i_actor, const boost::uuids::uuid& i_id, const boost::uuids::uuid& i_new_id)
 {
     Impl::Require(i_actor, Role::Submit);
+    // The job may be removed now, and its files with it.
+    const auto hold = _impl->files.Hold();
     const auto job = _impl->Require(i_id);
     if (job.phase == JobPhase::Incoming || !_impl->files.Has(job.platform.hash))
         throw ManagerError(ManagerError::Kind::Conflict, Impl::DescribePhase(job) + "; its platform is not here.");

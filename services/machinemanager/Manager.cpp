@@ -78,10 +78,13 @@ void Manager::Impl::TidyUp()
     int removed = 0;
     while (const int count = store.RemoveFinal(before, RemovedAtOnce))
         removed += count;
-    auto freed = files.Sweep(store.GetNeededFiles(), now);
+    const auto getNeeded = [this] {
+        return store.GetNeededFiles();
+    };
+    auto freed = files.Sweep(getNeeded, now);
     while (files.GetDiskUse() > options.keptBytes) {
         const int count = store.RemoveFinal(now, RemovedAtOnce);
-        const auto more = count == 0 ? 0 : files.Sweep(store.GetNeededFiles(), now);
+        const auto more = count == 0 ? 0 : files.Sweep(getNeeded, now);
         removed += count;
         freed += more;
         // Their files are of the last hour, or held by a backup: it is no use to remove more jobs now.

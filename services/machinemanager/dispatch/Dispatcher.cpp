@@ -1,5 +1,6 @@
 #include "machinemanager/dispatch/Dispatcher.h"
 
+#include "machinemanager/dispatch/DeadlineWatch.h"
 #include "machinemanager/dispatch/JobRun.h"
 #include "machinemanager/jobs/ManagerError.h"
 #include "machinemanager/store/FileStore.h"
@@ -53,6 +54,10 @@ struct Dispatcher::Impl
     void Hear(const boost::uuids::uuid& i_job);
     bool IsBusy(const boost::uuids::uuid& i_machine);
     steady_clock::time_point GetNextWake(Time i_looked_at);
+    steady_clock::time_point GetMoment() const
+    {
+        return context.options.clock ? context.options.clock() : steady_clock::now();
+    }
     void Ring();
     bool Wait(steady_clock::time_point i_until);
 
@@ -67,6 +72,7 @@ struct Dispatcher::Impl
     std::shared_ptr<void> subscription;
     boost::signals2::scoped_connection boardConnection;
     std::map<std::string, Heard> others; ///< of the thread
+    DeadlineWatch deadlines;             ///< of the thread
     std::thread thread;
 
     mutable TavSDK::Mutex mutex; ///< guards everything below; not held while the store is asked
@@ -190,14 +196,11 @@ void Dispatcher::Impl::FreeLostClaims()
 
 void Dispatcher::Impl::ApplyDeadlines()
 {
-    for (const auto& job : context.store.GetOverdue()) {
-        const auto& info = GetInfo(job.phase);
-        if (info.exit != PhaseExit::Deadline)
-            continue;
+    for (const auto& job : deadlines.FindOverdue(context.store.GetTimed(), context.store.Now(), GetMoment())) {
         try {
             context.store.Change(
                 job.id,
-                {info.atDeadline, "system",
+                {GetInfo(job.phase).atDeadline, "system",
                  job.phase == JobPhase::Starting
                      ? "The printer was told to begin and has not said that it did; look at it, then say "
                        "whether the job is to be started again."
@@ -278,8 +281,10 @@ steady_clock::time_point Dispatcher::Impl::GetNextWake(Time i_looked_at)
     const auto now = steady_clock::now();
     // A daemon that was killed at the wrong moment may have told nobody of its last change.
     auto until = now + std::chrono::seconds(30);
-    if (const auto due = context.store.GetNextDeadline(i_looked_at))
+    if (const auto due = context.store.GetNextAttempt(i_looked_at))
         until = std::min(until, now + std::max(milliseconds(0), *due - context.store.Now()) + milliseconds(1));
+    if (const auto due = deadlines.GetNext())
+        until = std::min(until, now + std::max(steady_clock::duration(0), *due - GetMoment()) + milliseconds(1));
     const TavSDK::MutexLock lock(mutex);
     if (!lanes.empty() || !others.empty())
         until = std::min(until, now + context.options.beat);

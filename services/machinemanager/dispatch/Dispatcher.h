@@ -26,6 +26,8 @@ struct DispatchOptions
     std::chrono::milliseconds retry = std::chrono::seconds(5); ///< doubled with each attempt, up to ten minutes
     int attempts = 5;                                          ///< to send a machine file
     std::function<void(const std::string&)> log;               ///< Thread: any
+    /// By which deadlines are counted; empty: the one that nobody sets.
+    std::function<std::chrono::steady_clock::time_point()> clock;
 };
 
 /// Lets machines carry out the jobs that wait, one at a time at each machine and machines beside one another.

@@ -155,6 +155,7 @@ CommandResult JobRun::_Await(std::future<CommandResult> i_answer) const
 void JobRun::_TakeResult(const std::filesystem::path& i_output)
 {
     const auto built = ReadBuildOutput(i_output);
+    const auto hold = _context.files.Hold();
     const auto kept = _context.files.Add(built.machineFile, built.name, _control->GetToken());
     _Change(_GetLink() ? JobEvent::Built : JobEvent::Kept, {}, [&](Job& io_job) {
         io_job.machineFile = kept;
@@ -245,8 +246,7 @@ void JobRun::_SetProgress(int i_percent, const std::string& i_stage)
 
 milliseconds JobRun::_GetBackOff() const
 {
-    constexpr milliseconds longest = std::chrono::minutes(10);
-    return std::min<milliseconds>(longest, _context.options.retry * (1LL << std::min(_job.attempts, 10)));
+    return std::min<milliseconds>(LongestPutOff, _context.options.retry * (1LL << std::min(_job.attempts, 10)));
 }
 
 } // namespace MachineService::MachineManager

@@ -10,4 +10,9 @@ std::vector<std::string> Job::GetReasons() const
     return reasons;
 }
 
+bool IsPutOff(const Job& i_job, Time i_now)
+{
+    return i_job.notBefore && *i_job.notBefore > i_now && *i_job.notBefore <= i_now + LongestPutOff;
+}
+
 } // namespace MachineService::MachineManager

@@ -99,7 +99,7 @@ struct Job : NewJob
     int copiesDone = 0;
     bool isAcknowledged = false; ///< somebody said that what is loaded will do
     std::optional<KeptFile> machineFile;
-    std::optional<Time> notBefore; ///< of the next attempt
+    std::optional<Time> notBefore; ///< of the next attempt; see IsPutOff
     std::string claimant;          ///< daemon that works on it; empty: none
     std::uint64_t fence = 0;       ///< counts up with each claim
 
@@ -116,6 +116,15 @@ struct HistoryEntry
     std::string event;                   ///< GetName of a JobEvent, or "submit", "move", "priority", …
     JobPhase phase = JobPhase::Incoming; ///< afterwards
     std::string detail;                  ///< one sentence; may be empty
+};
+
+/// A job in a phase that ends after a time.
+struct TimedJob
+{
+    boost::uuids::uuid id = {};
+    JobPhase phase = JobPhase::Incoming;
+    Time since = {}; ///< Job::phaseSince
+    std::uint64_t version = 0;
 };
 
 /// What an operator says is in a machine. Empty and absent: not told.
@@ -152,5 +161,12 @@ struct JobFilter
     std::int64_t after = 0; ///< number of the last job of the page before; 0: the first page
     int count = 50;         ///< 1 to 500
 };
+
+/// No attempt lies further ahead.
+constexpr std::chrono::minutes LongestPutOff(10);
+
+/// Whether its next attempt is still to be waited for. One that lies further ahead than any is put off was put off by a
+/// clock that has been set back since, and is not waited for.
+bool IsPutOff(const Job& i_job, Time i_now);
 
 } // namespace MachineService::MachineManager

@@ -38,10 +38,14 @@ const QString& GetClaimedPhases()
     return mgp_phases;
 }
 
-/// What a job has to be that a queue may give away; its values are the queue and the time.
-const QString Ready =
-    QStringLiteral("WHERE phase = 'waiting' AND queue = ? AND (not_before IS NULL OR not_before <= ?)");
+/// What a job has to be that a queue may give away; its values are MakeReadyValues.
+const QString Ready = QStringLiteral("WHERE phase = 'waiting' AND queue = ? AND ") + GetNotPutOff();
 const QString InOrder = QStringLiteral(" ORDER BY priority DESC, COALESCE(position, number), number LIMIT ?");
+
+QVariantList MakeReadyValues(const QString& i_queue, Time i_now)
+{
+    return QVariantList{i_queue} + MakePutOffValues(i_now);
+}
 
 /// Jobs of one queue that wait, in the order in which they are to go.
 class WaitingJobs
@@ -65,7 +69,7 @@ private:
     void _Read(Connection& io_connection, int i_count)
     {
         QString condition = Ready;
-        QVariantList values = {_queue, ToNumber(_now)};
+        QVariantList values = MakeReadyValues(_queue, _now);
         if (_last) {
             condition += QStringLiteral(" AND (priority < ? OR (priority = ? AND (COALESCE(position, number) > ? OR "
                                         "(COALESCE(position, number) = ? AND number > ?))))");
@@ -118,7 +122,7 @@ std::vector<QString> FindQueues(Connection& io_connection, const std::vector<QSt
     for (const QString& queue : i_queues) {
         Rows rows = io_connection.Select(
             QStringLiteral("SELECT priority, COALESCE(position, number), number FROM jobs ") + Ready + InOrder,
-            {queue, ToNumber(i_now), 1});
+            MakeReadyValues(queue, i_now) << 1);
         if (!rows.Next())
             continue;
         Job head;
@@ -141,7 +145,7 @@ std::optional<Job> LockFirst(Writing& io_writing, const std::vector<QString>& i_
     for (const QString& queue : i_queues) {
         auto jobs =
             ReadJobs(io_writing.connection, Ready + InOrder + io_writing.connection.GetDialect().GetFreeRowLock(),
-                     {queue, ToNumber(i_now), 1});
+                     MakeReadyValues(queue, i_now) << 1);
         if (!jobs.empty())
             return std::move(jobs.front());
     }
@@ -327,31 +331,29 @@ std::vector<std::pair<std::string, std::uint64_t>> JobStore::GetBeats() const
     });
 }
 
-std::vector<Job> JobStore::GetOverdue() const
+std::vector<TimedJob> JobStore::GetTimed() const
 {
-    return _impl->Read([&](Connection& io_connection) {
-        return ReadJobs(io_connection, QStringLiteral("WHERE deadline IS NOT NULL AND deadline <= ? ORDER BY number"),
-                        {ToNumber(Now())});
+    return _impl->Read([](Connection& io_connection) {
+        std::vector<TimedJob> jobs;
+        Rows rows = io_connection.Select(
+            QStringLiteral("SELECT id, phase, phase_since, version FROM jobs WHERE deadline IS NOT NULL"));
+        while (rows.Next()) {
+            if (const auto phase = FindPhase(rows[1].toString().toStdString()))
+                jobs.push_back({ToUuid(rows[0].toString()), *phase, ToTime(rows[2]), rows[3].toULongLong()});
+        }
+        return jobs;
     });
 }
 
-std::optional<Time> JobStore::GetNextDeadline(Time i_looked_at) const
+std::optional<Time> JobStore::GetNextAttempt(Time i_looked_at) const
 {
-    const auto due = _impl->Read([&](Connection& io_connection) {
-        QVariantList times;
-        times << io_connection.SelectValue(QStringLiteral("SELECT min(deadline) FROM jobs WHERE deadline IS NOT NULL"));
+    const auto next = _impl->Read([&](Connection& io_connection) {
         // An attempt that could be made then waits for a machine and no longer for a time.
-        times << io_connection.SelectValue(
-            QStringLiteral("SELECT min(not_before) FROM jobs WHERE not_before IS NOT NULL AND not_before > ?"),
-            {ToNumber(i_looked_at)});
-        return times;
+        return io_connection.SelectValue(
+            QStringLiteral("SELECT min(not_before) FROM jobs WHERE not_before > ? AND not_before <= ?"),
+            MakePutOffValues(i_looked_at));
     });
-    std::optional<Time> next;
-    for (const QVariant& time : due) {
-        if (!time.isNull() && (!next || ToTime(time) < *next))
-            next = ToTime(time);
-    }
-    return next;
+    return next.isNull() ? std::nullopt : std::optional(ToTime(next));
 }
 
 } // namespace MachineService::MachineManager

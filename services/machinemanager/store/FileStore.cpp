@@ -351,17 +351,18 @@ const std::filesystem::path& FileStore::GetFolder() const
     return _impl->folder;
 }
 
-std::uint64_t FileStore::Sweep(const std::set<std::string>& i_needed, Time i_now)
+std::uint64_t FileStore::Sweep(const std::function<std::set<std::string>()>& i_get_needed, Time i_now)
 {
     const auto hold = OpenFolder(_impl->incoming);
     // What is held now is swept the next time.
     if (::flock(hold.Get(), LOCK_EX | LOCK_NB) != 0)
         return 0;
+    const auto needed = i_get_needed();
     std::uint64_t freed =
         _impl->SweepFolder(_impl->incoming, i_now - KeptUnfinished, [](const std::string&) { return false; });
     _impl->ForEachFolder([&](const std::filesystem::path& i_folder) {
         freed += _impl->SweepFolder(i_folder, i_now - KeptUnneeded,
-                                    [&](const std::string& i_hash) { return i_needed.contains(i_hash); });
+                                    [&](const std::string& i_hash) { return needed.contains(i_hash); });
     });
     return freed;
 }

@@ -51,13 +51,15 @@ public:
 
     /// What is kept, in any order; without names.
     std::vector<KeptFile> List() const;
-    /// As long as what is returned is there, no daemon at this folder sweeps it.
+    /// As long as what is returned is there, no daemon at this folder sweeps it. Held from before a file is added, or
+    /// is looked for, until a job needs it.
     std::shared_ptr<void> Hold() const;
     const std::filesystem::path& GetFolder() const;
 
     /// Removes the files that are not needed and were not added within the last hour, and uploads that nobody went on
-    /// with for a day; nothing while somebody holds the folder. \return bytes that are free now.
-    std::uint64_t Sweep(const std::set<std::string>& i_needed, Time i_now);
+    /// with for a day; nothing while somebody holds the folder. \param i_get_needed asked when nobody holds it any
+    /// more. \return bytes that are free now.
+    std::uint64_t Sweep(const std::function<std::set<std::string>()>& i_get_needed, Time i_now);
     /// Without what was set aside.
     std::uint64_t GetDiskUse() const;
     /// Folder below this one for what somebody set aside; swept by nobody.

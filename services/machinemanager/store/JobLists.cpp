@@ -158,8 +158,9 @@ std::vector<JobTarget> JobStore::GetWaitingTargets() const
         std::vector<JobTarget> targets;
         Rows rows = io_connection.Select(
             QStringLiteral("SELECT DISTINCT target_machine, target_model, target_material FROM jobs "
-                           "WHERE state = ? AND (not_before IS NULL OR not_before <= ?)"),
-            {static_cast<int>(JobState::Pending), ToNumber(Now())});
+                           "WHERE state = ? AND ") +
+                GetNotPutOff(),
+            QVariantList{static_cast<int>(JobState::Pending)} + MakePutOffValues(Now()));
         while (rows.Next())
             targets.push_back(
                 {ToUuid(rows[0].toString()), rows[1].toString().toStdString(), rows[2].toString().toStdString()});

@@ -369,6 +369,16 @@ std::optional<double> ToOptionalNumber(const QVariant& i_value)
     return i_value.isNull() ? std::nullopt : std::optional(i_value.toDouble());
 }
 
+QString GetNotPutOff()
+{
+    return QStringLiteral("(not_before IS NULL OR not_before <= ? OR not_before > ?)");
+}
+
+QVariantList MakePutOffValues(Time i_now)
+{
+    return {ToNumber(i_now), ToNumber(i_now + LongestPutOff)};
+}
+
 std::optional<Time> GetDeadline(const Job& i_job)
 {
     const auto& info = GetInfo(i_job.phase);

@@ -36,6 +36,9 @@ Time ToTime(const QVariant& i_value);
 /// Of a column that may be NULL.
 QVariant ToValue(const std::optional<double>& i_number);
 std::optional<double> ToOptionalNumber(const QVariant& i_value);
+/// What IsPutOff says, turned round, as a condition with the values of MakePutOffValues.
+QString GetNotPutOff();
+QVariantList MakePutOffValues(Time i_now);
 /// When the job's phase is over at the latest; empty: it has no deadline.
 std::optional<Time> GetDeadline(const Job& i_job);
 /// Such as 'The job 12 "lid"'.

@@ -142,11 +142,11 @@ public:
     /// All daemons that have claims, and how often they have beaten. Whose count stands still is gone: that needs no
     /// clock that agrees with others.
     std::vector<std::pair<std::string, std::uint64_t>> GetBeats() const;
-    /// Jobs whose phase has a deadline that is over.
-    std::vector<Job> GetOverdue() const;
-    /// When the next deadline, or the next attempt, is due; empty: none. What became due since somebody looked is not
-    /// left out: it would be waited for in vain.
-    std::optional<Time> GetNextDeadline(Time i_looked_at) const;
+    /// Jobs whose phase has a deadline, in any order.
+    std::vector<TimedJob> GetTimed() const;
+    /// When the next attempt is due; empty: none is put off. What became due since somebody looked is not left out: it
+    /// would be waited for in vain.
+    std::optional<Time> GetNextAttempt(Time i_looked_at) const;
 
     // Machines.
 

@@ -151,7 +151,13 @@ public:
         options.dispatch.makeLink = [link = printer](const std::string&) {
             return std::make_unique<FakeLink>(link);
         };
-        options.now = now;
+        options.now = [shift = clocks] {
+            return std::chrono::time_point_cast<Time::duration>(std::chrono::system_clock::now()) +
+                   std::chrono::seconds(shift->set);
+        };
+        options.dispatch.clock = [shift = clocks] {
+            return std::chrono::steady_clock::now() + std::chrono::seconds(shift->passed);
+        };
         manager = std::make_unique<Manager>(options, catalog);
     }
     void Start()
@@ -179,7 +185,8 @@ public:
         return Desk().Submit(Operator, i_job, WritePlatform(i_material));
     }
     /// \return the job as soon as the condition holds, or as it is when the patience is over.
-    Job WaitFor(const boost::uuids::uuid& i_job, const std::function<bool(const Job&)>& i_condition) const
+    Job WaitFor(const boost::uuids::uuid& i_job, const std::function<bool(const Job&)>& i_condition,
+                std::chrono::milliseconds i_patience = std::chrono::seconds(20)) const
     {
         std::mutex mutex;
         std::condition_variable changed;
@@ -189,7 +196,7 @@ public:
             isChanged = true;
             changed.notify_all();
         });
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        const auto end = std::chrono::steady_clock::now() + i_patience;
         for (;;) {
             const auto job = Desk().Get(Operator, i_job);
             if (i_condition(job) || std::chrono::steady_clock::now() > end)
@@ -202,6 +209,20 @@ public:
     Job WaitFor(const boost::uuids::uuid& i_job, JobPhase i_phase) const
     {
         return WaitFor(i_job, [i_phase](const Job& i_now) { return i_now.phase == i_phase; });
+    }
+    /// Lets the time pass again and again: the queue may not have seen yet that the job is in its phase.
+    Job WaitWhilePassing(const boost::uuids::uuid& i_job, std::chrono::seconds i_time, JobPhase i_phase) const
+    {
+        for (int tries = 0;; ++tries) {
+            clocks->passed += static_cast<int>(i_time.count());
+            auto draft = MakeJob(); // so that the queue looks
+            draft.isDraft = true;
+            Submit(draft);
+            const auto job = WaitFor(
+                i_job, [&](const Job& i_now) { return i_now.phase == i_phase; }, std::chrono::milliseconds(200));
+            if (job.phase == i_phase || tries == 50)
+                return job;
+        }
     }
     std::vector<std::string> GetEvents(const boost::uuids::uuid& i_job) const
     {
@@ -225,7 +246,13 @@ public:
                                    {}});
     TestSupport::FakeMachinesCatalog catalog;
     std::shared_ptr<FakePrinter> printer = std::make_shared<FakePrinter>();
-    std::function<Time()> now;
+    /// Seconds by which the system's clock was set, and that passed. Shared, so that they outlive a manager that ended.
+    struct Clocks
+    {
+        std::atomic<int> set = 0;
+        std::atomic<int> passed = 0;
+    };
+    std::shared_ptr<Clocks> clocks = std::make_shared<Clocks>();
     std::unique_ptr<Manager> manager;
 };
 

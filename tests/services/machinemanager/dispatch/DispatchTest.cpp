@@ -81,20 +81,13 @@ TEST_F(DispatchTest, WhatThePrinterSaysIsTheStateOfTheJob)
 
 TEST_F(DispatchTest, AStartThatNobodyConfirmsIsNotRepeatedByItself)
 {
-    auto hours = std::make_shared<std::atomic<int>>(0);
-    now = [hours] {
-        return std::chrono::time_point_cast<std::chrono::milliseconds>(std::chrono::system_clock::now()) +
-               std::chrono::hours(*hours);
-    };
     Start();
     GivePrinter(1);
     printer->confirms = false;
     printer->Set({State::NotBegun, 0, {}});
     const auto id = Submit(MakeJob()).id;
     WaitFor(id, JobPhase::Starting);
-    *hours = 1; // the minute is over
-    Desk().SetPriority(Operator, id, 60);
-    const auto job = WaitFor(id, JobPhase::Unconfirmed);
+    const auto job = WaitWhilePassing(id, std::chrono::seconds(61), JobPhase::Unconfirmed);
     EXPECT_THAT(job.GetReasons(), ElementsAre("start-unconfirmed"));
     EXPECT_FALSE(job.detail.empty());
     EXPECT_EQ(printer->GetStarts(), 1);
@@ -105,6 +98,56 @@ TEST_F(DispatchTest, AStartThatNobodyConfirmsIsNotRepeatedByItself)
     WaitFor(other, JobPhase::Starting);
     EXPECT_EQ(Desk().Get(Operator, id).phase, JobPhase::Completed);
 }
+
+// The system's clock is set by an hour, either way, while a job is in a phase.
+class ClockTest : public ::testing::TestWithParam<int>, protected ManagedWorld
+{
+protected:
+    ClockTest() { AddMachine(1); }
+    void SetClock() { clocks->set += GetParam(); }
+};
+
+TEST_P(ClockTest, AStartIsWaitedForByTheMinuteAndNotByTheClock)
+{
+    Start();
+    GivePrinter(1);
+    printer->confirms = false;
+    printer->Set({State::NotBegun, 0, {}});
+    const auto id = Submit(MakeJob()).id;
+    WaitFor(id, JobPhase::Starting);
+    SetClock();
+    clocks->passed = 55;
+    Desk().SetPriority(Operator, id, 60); // so that the queue looks
+    const auto job = WaitFor(
+        id, [](const Job& i_job) { return i_job.phase != JobPhase::Starting; }, std::chrono::milliseconds(300));
+    EXPECT_EQ(job.phase, JobPhase::Starting);
+    EXPECT_EQ(WaitWhilePassing(id, std::chrono::seconds(61), JobPhase::Unconfirmed).phase, JobPhase::Unconfirmed);
+    EXPECT_EQ(printer->GetStarts(), 1);
+}
+
+TEST_P(ClockTest, AManagerThatBeginsAnewGoesOnWithWhatThereWas)
+{
+    Start();
+    GivePrinter(1);
+    printer->Set({State::Printing, 5, {}});
+    const auto printing = Submit(MakeJob()).id;
+    const auto waiting = Submit(MakeJob()).id;
+    WaitFor(printing, JobPhase::Printing);
+    auto incoming = MakeJob();
+    incoming.platform = {"Plate.TavAMX", std::string(64, 'a'), 10};
+    Desk().Announce(Operator, incoming);
+    manager.reset();
+    SetClock();
+    Start();
+    printer->Set({State::Printed, 100, {}});
+    EXPECT_EQ(WaitFor(printing, JobPhase::Completed).phase, JobPhase::Completed);
+    EXPECT_EQ(WaitFor(waiting, JobPhase::Completed).phase, JobPhase::Completed);
+    EXPECT_EQ(Desk().Get(Operator, incoming.id).phase, JobPhase::Incoming);
+    EXPECT_EQ(WaitWhilePassing(incoming.id, std::chrono::hours(25), JobPhase::Aborted).phase, JobPhase::Aborted);
+    EXPECT_EQ(printer->GetStarts(), 2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Clock, ClockTest, ::testing::Values(-3600, 3600));
 
 TEST_F(DispatchTest, CancelEndsAJobInEachPhase)
 {

@@ -171,9 +171,9 @@ TEST_F(InterfaceTest, StoreAndFilesAreFetchedAndPutBackAsAWhole)
     const auto platform = GetText(begun.value(QLatin1String("files")).toArray().at(0).toObject(), "sha256");
     EXPECT_THAT(Get("/api/v1/files").body, AllOf(HasSubstr(hash), HasSubstr(platform)));
     // As long as somebody gets them, no file goes, whether or not a job needs it.
-    EXPECT_EQ(0u, files->Sweep({}, store->Now() + std::chrono::hours(2)));
+    EXPECT_EQ(0u, files->Sweep([] { return std::set<std::string>(); }, store->Now() + std::chrono::hours(2)));
     EXPECT_EQ(204, Post("/api/v1/backups/" + GetText(begun, "id") + "/end").status);
-    EXPECT_LT(0u, files->Sweep({}, store->Now() + std::chrono::hours(2)));
+    EXPECT_LT(0u, files->Sweep([] { return std::set<std::string>(); }, store->Now() + std::chrono::hours(2)));
     EXPECT_EQ(404, Get(path).status);
     EXPECT_THAT(Get("/api/v1/check/files?content=false").body, HasSubstr("\"missing\""));
 

@@ -148,14 +148,17 @@ TEST_F(FileStoreTest, SweepingTakesWhatIsNeitherNeededNorNew)
         MakeOlder(store->GetPath(hash), std::chrono::hours(2));
     store->AddBytes("again", "d");
     store->Receive(upload, 0, "half", 10);
-    EXPECT_EQ(store->Sweep({needed}, Now()), 3u);
+    const auto getNeeded = [&] {
+        return std::set<std::string>{needed};
+    };
+    EXPECT_EQ(store->Sweep(getNeeded, Now()), 3u);
     EXPECT_THAT(GetNames(), UnorderedElementsAre(needed, fresh, again, Not(IsEmpty())));
     EXPECT_EQ(store->GetReceived(upload), 4u);
     for (const auto& entry : fs::directory_iterator(folder / "kept" / "files" / "incoming"))
         MakeOlder(entry.path(), std::chrono::hours(25));
-    EXPECT_EQ(store->Sweep({needed}, Now()), 4u);
+    EXPECT_EQ(store->Sweep(getNeeded, Now()), 4u);
     EXPECT_EQ(store->GetReceived(upload), 0u);
-    EXPECT_EQ(store->Sweep({needed}, Now() + std::chrono::hours(2)), 10u);
+    EXPECT_EQ(store->Sweep(getNeeded, Now() + std::chrono::hours(2)), 10u);
     EXPECT_THAT(GetNames(), ElementsAre(needed));
 }
 

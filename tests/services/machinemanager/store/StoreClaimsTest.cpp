@@ -39,7 +39,7 @@ TEST_P(StoreClaimsTest, JobsAreClaimedByPriorityThenPositionThenArrival)
     store.Edit(putOff, "retry", "system", "",
                [&](Job& io_job) { io_job.notBefore = store.Now() + std::chrono::seconds(5); });
     store.Change(held, {JobEvent::Hold});
-    EXPECT_EQ(store.GetNextDeadline(store.Now()), store.Now() + std::chrono::seconds(5));
+    EXPECT_EQ(store.GetNextAttempt(store.Now()), store.Now() + std::chrono::seconds(5));
 
     std::vector<std::string> names;
     while (const auto job = Claim(store))
@@ -47,10 +47,19 @@ TEST_P(StoreClaimsTest, JobsAreClaimedByPriorityThenPositionThenArrival)
     EXPECT_THAT(names, ElementsAre("first", "first of its priority", "second", "third", "late"));
     const Time looked = store.Now();
     now += 5000;
-    EXPECT_FALSE(store.GetNextDeadline(store.Now()));
-    EXPECT_EQ(store.GetNextDeadline(looked), store.Now()) << "due after somebody looked and before they went to sleep";
+    EXPECT_FALSE(store.GetNextAttempt(store.Now()));
+    EXPECT_EQ(store.GetNextAttempt(looked), store.Now()) << "due after somebody looked and before they went to sleep";
     EXPECT_EQ(Claim(store)->name, "put off");
     EXPECT_FALSE(Claim(store));
+
+    // A clock that is set back does not put off any longer than the longest time.
+    const uuid early = add("early", toMachine, 1);
+    store.Edit(early, "retry", "system", "", [&](Job& io_job) { io_job.notBefore = store.Now() + LongestPutOff; });
+    EXPECT_FALSE(Claim(store));
+    now -= 1;
+    EXPECT_FALSE(store.GetNextAttempt(store.Now()));
+    EXPECT_THAT(store.GetWaitingTargets(), Contains(toMachine));
+    EXPECT_EQ(Claim(store)->name, "early");
 }
 
 TEST_P(StoreClaimsTest, JobsThatAreRefusedStandInNobodysWay)
@@ -128,16 +137,13 @@ TEST_P(StoreClaimsTest, WhatMayHaveStartedIsWatchedByWhoAdoptsIt)
     const Job claimed = Claim(store).value();
     store.Change(ClaimOf(claimed), {JobEvent::Built});
     store.Change(ClaimOf(claimed), {JobEvent::Sent});
-    EXPECT_EQ(store.GetNextDeadline(store.Now()), store.Now() + std::chrono::seconds(60));
+    ASSERT_THAT(store.GetTimed(), SizeIs(1));
+    EXPECT_EQ(store.GetTimed().front().phase, JobPhase::Starting);
+    EXPECT_EQ(store.GetTimed().front().since, store.Now());
     EXPECT_THAT(store.GetUnclaimed(), IsEmpty());
     EXPECT_FALSE(store.Adopt(claimed.id));
-    now += 59'999;
-    EXPECT_THAT(store.GetOverdue(), IsEmpty());
-    now += 1;
-    EXPECT_THAT(GetNames(store.GetOverdue()), ElementsAre("lid"));
     EXPECT_EQ(store.ReleaseClaims("one").at(0).phase, JobPhase::Unconfirmed);
-    EXPECT_THAT(store.GetOverdue(), IsEmpty());
-    EXPECT_FALSE(store.GetNextDeadline(store.Now()));
+    EXPECT_THAT(store.GetTimed(), IsEmpty());
     EXPECT_THAT(GetNames(store.GetUnclaimed()), ElementsAre("lid"));
     EXPECT_FALSE(Claim(store));
     const Job adopted = store.Adopt(claimed.id).value();

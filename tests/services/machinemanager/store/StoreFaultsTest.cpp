@@ -226,9 +226,9 @@ TEST_P(StoreFaultsTest, AStoreOfVersion1Migrates)
     EXPECT_EQ(starting.machineFile->name, "Box.gcode");
     EXPECT_THAT(store.GetHistory(starting.id), SizeIs(4));
     // What version 1 did not know is worked out.
-    now =
-        std::chrono::duration_cast<std::chrono::milliseconds>(starting.phaseSince.time_since_epoch()).count() + 60'000;
-    EXPECT_THAT(GetNames(store.GetOverdue()), ElementsAre("Box"));
+    const auto timed = store.GetTimed();
+    ASSERT_THAT(timed, SizeIs(1));
+    EXPECT_EQ(timed.front().id, starting.id);
     EXPECT_EQ(store.FindMachine(store.FindByNumber(3)->machine)->loaded.material, "PETG");
     store.EditMachine(starting.machine, "grace", "", [](MachineEntry& io_machine) { io_machine.isPaused = true; });
     EXPECT_EQ(store.Add(MakeNewJob("new", toMachine), true).number, 5);
