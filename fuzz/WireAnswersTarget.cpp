@@ -2,6 +2,7 @@
 #include "WireMessages.h"
 
 #include "client/interface/CommunicationException.h"
+#include "hashing/Sha256.h"
 #include "remote/CanRunStore.h"
 #include "remote/IconStore.h"
 #include "remote/MachineStore.h"
@@ -11,7 +12,6 @@
 #include "tavsdk/Utf8.h"
 #include "wire/Conversions.h"
 #include "wire/Failures.h"
-#include "wire/RunningHash.h"
 
 #include <QtGlobal>
 
@@ -101,7 +101,7 @@ private:
         std::string bytes = "machineservice snapshot 1\n";
         bytes += static_cast<char>(Address.size());
         bytes += std::string(3, '\0') + std::string(Address) + std::string(i_records);
-        bytes += Wire::HashOf(bytes);
+        bytes += HashOf(bytes);
         std::filesystem::rename(Fuzz::MakeFile(bytes), mgp_path);
         if (const auto kept = file.Read()) {
             for (const StoredMachine& machine : kept->machines)

@@ -1,9 +1,9 @@
 #include "WireSeeds.h"
 
 #include "WireMessages.h"
+#include "hashing/Sha256.h"
 #include "wire/Conversions.h"
 #include "wire/Failures.h"
-#include "wire/RunningHash.h"
 
 #include <machineservice/v1/machines.pb.h>
 #include <machineservice/v1/runs.pb.h>
@@ -57,7 +57,7 @@ pb::Chunk MakeChunk(const std::string& i_content)
 {
     pb::Chunk chunk;
     chunk.set_content(i_content);
-    chunk.set_sha256_so_far(Wire::HashOf(i_content));
+    chunk.set_sha256_so_far(HashOf(i_content));
     return chunk;
 }
 
@@ -97,7 +97,7 @@ std::string MakeRun()
     auto& file = *run.add_files();
     file.set_name("platform.TavAMX");
     file.set_size_bytes(5);
-    file.set_sha256(Wire::HashOf("hello"));
+    file.set_sha256(HashOf("hello"));
     bytes += Write(AnswerRun, run);
     run.set_phase(pb::RUN_PHASE_FAILED);
     *run.mutable_failure() = Wire::ToFailure(
@@ -109,7 +109,7 @@ std::string MakeAnswers()
 {
     pb::Icon icon;
     icon.set_content("i");
-    icon.set_sha256(Wire::HashOf("i"));
+    icon.set_sha256(HashOf("i"));
     pb::CanRunAnswers answers;
     answers.add_answers()->set_command_id(Wire::ToBytes(MakeId(2)));
     Wire::SetText(*answers.mutable_answers(0)->mutable_reason(), "The thread is torn.");
@@ -153,7 +153,7 @@ std::string MakeRequests()
     start.mutable_machine()->set_machine_id(Wire::ToBytes(MakeId(1)));
     start.mutable_input()->set_name("in.TavAMX");
     start.mutable_input()->set_size_bytes(5);
-    start.mutable_input()->set_sha256(Wire::HashOf("hello"));
+    start.mutable_input()->set_sha256(HashOf("hello"));
     pb::UploadRequest upload;
     upload.set_run_id(start.run_id());
     *upload.mutable_chunk() = MakeChunk("hello");

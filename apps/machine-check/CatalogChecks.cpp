@@ -1,6 +1,6 @@
+#include "hashing/Sha256.h"
 #include "machine-check/Session.h"
 #include "tavsdk/Text.h"
-#include "wire/RunningHash.h"
 
 #include <map>
 #include <set>
@@ -82,12 +82,12 @@ void CheckIcons(Session& io_session, const std::vector<pb::Machine>& i_machines,
     if (request.sha256_size() == 0)
         return;
     std::set<std::string> come;
-    io_session.Read<pb::GetIconsRequest, pb::Icon>(
-        &pb::MachineService::Stub::GetIcons, request, [&](const pb::Icon& i_icon) {
-            if (MachineService::Wire::HashOf(i_icon.content()) == i_icon.sha256())
-                come.insert(i_icon.sha256());
-            return true;
-        });
+    io_session.Read<pb::GetIconsRequest, pb::Icon>(&pb::MachineService::Stub::GetIcons, request,
+                                                   [&](const pb::Icon& i_icon) {
+                                                       if (MachineService::HashOf(i_icon.content()) == i_icon.sha256())
+                                                           come.insert(i_icon.sha256());
+                                                       return true;
+                                                   });
     for (const auto& hash : request.sha256())
         io_report.Expect(come.contains(hash), "C7", "An icon that was named did not come, or was another one.");
 }

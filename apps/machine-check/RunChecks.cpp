@@ -1,8 +1,8 @@
+#include "hashing/Sha256.h"
 #include "machine-check/Session.h"
 #include "tavsdk/Text.h"
 #include "wire/Chunks.h"
 #include "wire/Conversions.h"
-#include "wire/RunningHash.h"
 
 #include <boost/uuid/random_generator.hpp>
 
@@ -45,7 +45,7 @@ public:
         _order.set_job_name("machine-check");
         _order.mutable_input()->set_name("input.TavAMX");
         _order.mutable_input()->set_size_bytes(_input.size());
-        _order.mutable_input()->set_sha256(Wire::HashOf(_input));
+        _order.mutable_input()->set_sha256(MachineService::HashOf(_input));
         _named.set_run_id(_order.run_id());
     }
 
@@ -86,7 +86,7 @@ public:
             auto& chunk = *request.mutable_chunk();
             chunk.set_offset_bytes(i_from);
             chunk.set_content(_input.substr(i_from, end - i_from));
-            chunk.set_sha256_so_far(Wire::HashOf(_input.substr(0, end)));
+            chunk.set_sha256_so_far(MachineService::HashOf(_input.substr(0, end)));
             if (i_damaged && end == i_to)
                 chunk.mutable_content()->back() = 'X';
             if (!writer->Write(request))
@@ -119,7 +119,7 @@ public:
             &pb::MachineService::Stub::Download, request, [&](const pb::Chunk& i_chunk) {
                 isGood = i_chunk.offset_bytes() == content.size();
                 content += i_chunk.content();
-                isGood = isGood && Wire::HashOf(content) == i_chunk.sha256_so_far();
+                isGood = isGood && MachineService::HashOf(content) == i_chunk.sha256_so_far();
                 return isGood;
             });
         return isGood && status.ok() ? std::optional(content) : std::nullopt;
@@ -180,8 +180,8 @@ void CheckEnd(CheckedRun& io_run, Report& io_report)
         io_report.Expect(Wire::IsPlainFileName(told.name()), "R8", name + " is no plain name.");
         const auto content = io_run.Download(file, {});
         // That of the pieces was looked at as they came.
-        const bool isTold =
-            content && (told.sha256().empty() ? io_run.TellsHashesLate() : Wire::HashOf(*content) == told.sha256());
+        const bool isTold = content && (told.sha256().empty() ? io_run.TellsHashesLate()
+                                                              : MachineService::HashOf(*content) == told.sha256());
         io_report.Expect(isTold && content->size() == told.size_bytes(), "R8",
                          name + " came in another size, or damaged.");
         if (content && content->size() > 1) {

@@ -1,10 +1,9 @@
+#include "hashing/Sha256.h"
 #include "machinemanager/StoreDesk_p.h"
 
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Text.h"
-
-#include <QCryptographicHash>
 
 #include <set>
 #include <vector>
@@ -21,13 +20,13 @@ constexpr std::chrono::hours KeptUnneeded{1};
 std::string HashFile(const std::filesystem::path& i_file)
 {
     TavSDK::InputFile file(i_file);
-    QCryptographicHash hash(QCryptographicHash::Sha256);
+    Sha256 hash;
     std::vector<char> buffer(1'000'000);
     for (std::size_t count = buffer.size(); count == buffer.size();) {
         count = file.Read(buffer.data(), buffer.size());
-        hash.addData(buffer.data(), static_cast<int>(count));
+        hash.Add({buffer.data(), count});
     }
-    return hash.result().toHex().toStdString();
+    return hash.GetHex();
 }
 
 /// Empty when there is nothing to say.

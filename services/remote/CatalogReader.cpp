@@ -1,13 +1,13 @@
 #include "remote/CatalogReader.h"
 
 #include "contract/Failure.h"
+#include "hashing/Sha256.h"
 #include "remote/Handshake.h"
 #include "remote/Log.h"
 #include "remote/StatusTrouble.h"
 #include "remote/StoredMessages.h"
 #include "remote/trust/Fingerprint.h"
 #include "wire/Conversions.h"
-#include "wire/RunningHash.h"
 
 #include <algorithm>
 #include <utility>
@@ -100,9 +100,8 @@ void CatalogReader::_TakeKept()
     if (!kept)
         return;
     for (const auto& icon : kept->icons)
-        _service->icons.Add(
-            Wire::HashOf({reinterpret_cast<const char*>(icon.GetBytes().data()), icon.GetBytes().size()}),
-            {icon.GetBytes().begin(), icon.GetBytes().end()});
+        _service->icons.Add(HashOf({reinterpret_cast<const char*>(icon.GetBytes().data()), icon.GetBytes().size()}),
+                            {icon.GetBytes().begin(), icon.GetBytes().end()});
     for (StoredMachine& machine : kept->machines)
         FillPictures(machine, _service->icons);
     _service->link.SetLost({}, kept->time);

@@ -1,7 +1,7 @@
 #include "remote/IconStore.h"
 
+#include "hashing/Sha256.h"
 #include "wire/Protocol.h"
-#include "wire/RunningHash.h"
 
 namespace MachineService::Remote {
 
@@ -28,7 +28,7 @@ std::vector<std::string> IconStore::TakeMissing(const std::set<std::string>& i_h
 
 bool IconStore::Add(const std::string& i_hash, const std::string& i_content)
 {
-    if (i_content.empty() || i_content.size() > Wire::MaxIconBytes || Wire::HashOf(i_content) != i_hash)
+    if (i_content.empty() || i_content.size() > Wire::MaxIconBytes || HashOf(i_content) != i_hash)
         return false;
     const TavSDK::MutexLock lock(_mutex);
     if (_icons.contains(i_hash))

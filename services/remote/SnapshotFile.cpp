@@ -1,12 +1,12 @@
 #include "remote/SnapshotFile.h"
 
+#include "hashing/Sha256.h"
 #include "remote/Log.h"
 #include "remote/StoredMessages.h"
 #include "tavsdk/AtomicFile.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Path.h"
-#include "wire/RunningHash.h"
 
 #include <machineservice/v1/machines.pb.h>
 
@@ -84,7 +84,7 @@ Snapshot ReadSnapshot(std::string_view i_bytes, const std::string& i_address)
     if (i_bytes.size() < Beginning.size() + HashBytes || !i_bytes.starts_with(Beginning))
         throw std::runtime_error("it is of another kind or version");
     const auto content = i_bytes.substr(0, i_bytes.size() - HashBytes);
-    if (Wire::HashOf(content) != i_bytes.substr(content.size()))
+    if (HashOf(content) != i_bytes.substr(content.size()))
         throw std::runtime_error("it does not match its hash");
     Records records(content.substr(Beginning.size()));
     if (records.Next() != i_address)
@@ -128,14 +128,14 @@ std::string WriteSnapshot(const MachineStore& i_machines, const IconStore& i_ico
         if (const auto icon = i_icons.Find(hash); !icon.IsEmpty())
             AddRecord({reinterpret_cast<const char*>(icon.GetBytes().data()), icon.GetBytes().size()}, bytes);
     }
-    return bytes + Wire::HashOf(bytes);
+    return bytes + HashOf(bytes);
 }
 
 } // namespace
 
 SnapshotFile::SnapshotFile(const std::filesystem::path& i_folder, std::string i_address)
     // An address is somebody's text, and never a file name.
-    : _file(i_folder.empty() ? i_folder : i_folder / (ToHex(Wire::HashOf(i_address).substr(0, 16)) + ".snapshot"))
+    : _file(i_folder.empty() ? i_folder : i_folder / (ToHex(HashOf(i_address).substr(0, 16)) + ".snapshot"))
     , _address(std::move(i_address))
 {}
 

@@ -1,7 +1,7 @@
 #include "server/IconStore.h"
 
+#include "hashing/Sha256.h"
 #include "wire/Protocol.h"
-#include "wire/RunningHash.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ std::shared_ptr<const StoredIcon> IconStore::Add(const std::vector<std::uint8_t>
     if (i_bytes.empty() || i_bytes.size() > Wire::MaxIconBytes)
         return nullptr;
     const std::string content(i_bytes.begin(), i_bytes.end());
-    const std::string hash = Wire::HashOf(content);
+    const std::string hash = HashOf(content);
     const TavSDK::MutexLock lock(_mutex);
     if (auto known = _icons[hash].lock())
         return known;

@@ -1,9 +1,9 @@
 #include "server/RunMessages.h"
 
+#include "hashing/Sha256.h"
 #include "server/ServerState.h"
 #include "wire/Conversions.h"
 #include "wire/Failures.h"
-#include "wire/RunningHash.h"
 
 namespace MachineService::Server {
 
@@ -17,7 +17,7 @@ using Kind = Wire::WireFailure::Kind;
 std::string GetFingerprint(pb::StartRunRequest i_request)
 {
     i_request.clear_is_resumption();
-    return Wire::HashOf(i_request.SerializeAsString());
+    return HashOf(i_request.SerializeAsString());
 }
 
 pb::RunPhase ToPhase(RunState::Phase i_phase)

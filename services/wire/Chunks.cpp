@@ -14,9 +14,9 @@ ChunkReader::Piece ChunkReader::Take(const ReceivedPiece& i_piece, const std::fu
         return Piece::TooLong;
     if (i_piece.offset != _received)
         return Piece::OutOfOrder;
-    RunningHash hash = _hash;
+    Sha256 hash = _hash;
     hash.Add(content);
-    if (hash.Get() != i_piece.hashSoFar)
+    if (hash.GetBytes() != i_piece.hashSoFar)
         return Piece::Damaged;
     i_take(content);
     _hash = std::move(hash);
@@ -45,7 +45,7 @@ bool FileChunks::Next(pb::Chunk& o_chunk)
     content.resize(_file.Read(content.data(), content.size()));
     _hash.Add(content);
     o_chunk.set_offset_bytes(_offset);
-    o_chunk.set_sha256_so_far(_hash.Get());
+    o_chunk.set_sha256_so_far(_hash.GetBytes());
     _offset += content.size();
     return !content.empty();
 }
@@ -58,7 +58,7 @@ bool ByteChunks::Send(std::string_view i_bytes, const std::function<bool(const p
         _hash.Add(piece);
         chunk.set_offset_bytes(_offset);
         chunk.set_content(piece.data(), piece.size());
-        chunk.set_sha256_so_far(_hash.Get());
+        chunk.set_sha256_so_far(_hash.GetBytes());
         if (!i_send(chunk))
             return false;
         _offset += piece.size();
@@ -68,14 +68,14 @@ bool ByteChunks::Send(std::string_view i_bytes, const std::function<bool(const p
 
 std::string HashOfFile(TavSDK::InputFile& io_file, const std::function<void()>& i_check)
 {
-    RunningHash hash;
+    Sha256 hash;
     std::vector<char> piece(ChunkBytes);
     while (const auto count = io_file.Read(piece.data(), piece.size())) {
         if (i_check)
             i_check();
         hash.Add({piece.data(), count});
     }
-    return hash.Get();
+    return hash.GetBytes();
 }
 
 } // namespace MachineService::Wire

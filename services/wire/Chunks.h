@@ -1,8 +1,8 @@
 #pragma once
 
+#include "hashing/Sha256.h"
 #include "tavsdk/InputFile.h"
 #include "wire/Protocol.h"
-#include "wire/RunningHash.h"
 
 #include <machineservice/v1/types.pb.h>
 
@@ -48,12 +48,12 @@ public:
     Piece Take(const ReceivedPiece& i_piece, const std::function<void(std::string_view)>& i_take);
     std::uint64_t GetReceived() const { return _received; }
     /// Of everything that was taken.
-    std::string GetHash() const { return _hash.Get(); }
+    std::string GetHash() const { return _hash.GetBytes(); }
 
 private:
     std::uint64_t _largest;
     std::uint64_t _received = 0;
-    RunningHash _hash;
+    Sha256 _hash;
 };
 
 /// Cuts a file into pieces.
@@ -68,7 +68,7 @@ public:
 private:
     TavSDK::InputFile& _file;
     std::uint64_t _offset = 0;
-    RunningHash _hash;
+    Sha256 _hash;
 };
 
 /// Cuts bytes into pieces, one after the other as one transfer.
@@ -81,7 +81,7 @@ public:
 
 private:
     std::uint64_t _offset = 0;
-    RunningHash _hash;
+    Sha256 _hash;
 };
 
 /// SHA-256 of what is left to read of a file.

@@ -1,8 +1,8 @@
 #include "wire/Conversions.h"
 
 #include "client/interface/CommunicationException.h"
+#include "hashing/Sha256.h"
 #include "tavsdk/Utf8.h"
-#include "wire/RunningHash.h"
 
 #include <algorithm>
 #include <chrono>

@@ -64,7 +64,7 @@ protected:
         request.set_command_id(machine.commands(0).id());
         request.mutable_input()->set_name("input");
         request.mutable_input()->set_size_bytes(i_input.size());
-        request.mutable_input()->set_sha256(MachineService::Wire::HashOf(i_input));
+        request.mutable_input()->set_sha256(MachineService::HashOf(i_input));
         pb::Run run;
         const auto status = client->Call(&pb::MachineService::Stub::StartRun, request, run);
         EXPECT_TRUE(status.ok()) << status.error_message();

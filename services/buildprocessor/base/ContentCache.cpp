@@ -1,10 +1,10 @@
 #include "buildprocessor/base/ContentCache.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/Sha256.h"
 #include "buildprocessor/base/UniqueFd.h"
 #include "contract/Failure.h"
 #include "contract/PrivateFile.h"
+#include "hashing/Sha256.h"
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
 
@@ -32,7 +32,7 @@ std::string HashOf(std::string_view i_text)
 {
     Sha256 hash;
     hash.Add(i_text);
-    return hash.Finish();
+    return hash.GetHex();
 }
 
 /// Copies into a new private file; the hash of what was read, empty when the source cannot be read.
@@ -59,7 +59,7 @@ std::string CopyAndHash(const fs::path& i_source, const fs::path& i_target, cons
         if (count < 0)
             return {};
         if (count == 0)
-            return hash.Finish();
+            return hash.GetHex();
         hash.Add({buffer.data(), static_cast<std::size_t>(count)});
         for (ssize_t written = 0; written < count;) {
             const ssize_t step =

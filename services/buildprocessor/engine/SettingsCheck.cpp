@@ -1,6 +1,5 @@
 #include "buildprocessor/engine/SettingsCheck.h"
 
-#include "buildprocessor/base/Sha256.h"
 #include "buildprocessor/base/Subprocess.h"
 #include "buildprocessor/engine/EngineFailure.h"
 #include "buildprocessor/engine/EngineModel.h"
@@ -9,6 +8,7 @@
 #include "client/interface/CommunicationException.h"
 #include "client/interface/ScopedTempDir.h"
 #include "contract/PrivateFile.h"
+#include "hashing/Sha256.h"
 #include "tavsdk/Text.h"
 
 #include <algorithm>
@@ -246,7 +246,7 @@ std::string MakeKey(const MachineProfile& i_profile, const std::string& i_stamp)
     hash.AddText(ToText(MakeEngineConfiguration(i_profile)));
     for (const PrintStrategy& strategy : i_profile.strategies)
         hash.AddText(ToText(Merge({}, strategy.engineSettings)));
-    return hash.Finish();
+    return hash.GetHex();
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "buildprocessor/platform/SlicedPlatform.h"
 
 #include "buildprocessor/base/Cancellation.h"
-#include "buildprocessor/base/Sha256.h"
 #include "buildprocessor/engine/EngineModel.h"
 #include "buildprocessor/engine/EngineSettings.h"
 #include "buildprocessor/engine/SettingsCheck.h"
@@ -16,6 +15,7 @@
 #include "buildprocessor/verify/PartMeshes.h"
 #include "buildprocessor/verify/ResinCheck.h"
 #include "contract/Failure.h"
+#include "hashing/Sha256.h"
 #include "tavsdk/Utf8.h"
 
 #include <future>
@@ -73,7 +73,7 @@ std::string MakeKey(const std::string& i_engine, const JobSettings& i_settings,
         hash.AddText({reinterpret_cast<const char*>(part.triangles.data()),
                       part.triangles.size() * sizeof part.triangles.front()});
     }
-    return hash.Finish();
+    return hash.GetHex();
 }
 
 void CheckProfile(const JobInput& i_input)

@@ -1,14 +1,14 @@
 #include "machinemanager/store/FileStore.h"
 
+#include "hashing/Sha256.h"
 #include "machinemanager/jobs/ManagerError.h"
 #include "machinemanager/store/FileCalls.h"
 #include "machinemanager/store/FileNames.h"
+#include "machinemanager/store/UploadHashes.h"
 
 #include "tavsdk/FileError.h"
 #include "tavsdk/InputFile.h"
 #include "tavsdk/Text.h"
-
-#include <QCryptographicHash>
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
@@ -41,21 +41,27 @@ void CheckSize(std::uint64_t i_size)
                            "The file has more than " + std::to_string(LargestFile) + " bytes. Hand in a smaller one.");
 }
 
+Sha256 HashWhole(const FileDescriptor& i_file, const std::filesystem::path& i_path, std::uint64_t i_size)
+{
+    Sha256 hash;
+    std::vector<char> buffer(Piece);
+    for (std::uint64_t place = 0; place < i_size;) {
+        const auto count = ::pread(i_file.Get(), buffer.data(), Piece, static_cast<off_t>(place));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count <= 0)
+            FailStorage(i_path, "cannot be read");
+        hash.Add({buffer.data(), static_cast<std::size_t>(count)});
+        place += static_cast<std::uint64_t>(count);
+    }
+    return hash;
+}
+
 void CheckHash(const std::string& i_hash)
 {
     if (!IsFileHash(i_hash))
         throw ManagerError(Kind::BadInput, "The hash " + TavSDK::Quote(i_hash, 80) +
                                                " is no SHA-256. Tell it as 64 lower-case hexadecimal characters.");
-}
-
-std::string ToHex(const QCryptographicHash& i_hash)
-{
-    return i_hash.result().toHex().toStdString();
-}
-
-void AddTo(QCryptographicHash& io_hash, std::string_view i_bytes)
-{
-    io_hash.addData(i_bytes.data(), static_cast<int>(i_bytes.size()));
 }
 
 } // namespace
@@ -80,6 +86,7 @@ struct FileStore::Impl
 
     std::filesystem::path folder;
     std::filesystem::path incoming;
+    UploadHashes hashes;
 };
 
 FileDescriptor FileStore::Impl::MakeUpload(const std::filesystem::path& i_path) const
@@ -151,7 +158,7 @@ KeptFile FileStore::Add(const std::filesystem::path& i_source, const std::string
         try {
             TavSDK::InputFile source(i_source);
             CheckSize(source.GetSize());
-            QCryptographicHash hash(QCryptographicHash::Sha256);
+            Sha256 hash;
             KeptFile kept;
             std::vector<char> buffer(Piece);
             for (std::size_t count = Piece; count == Piece;) {
@@ -160,10 +167,10 @@ KeptFile FileStore::Add(const std::filesystem::path& i_source, const std::string
                 count = source.Read(buffer.data(), Piece);
                 kept.size += count;
                 CheckSize(kept.size);
-                AddTo(hash, {buffer.data(), count});
+                hash.Add({buffer.data(), count});
                 WriteAll(i_file, i_path, {buffer.data(), count});
             }
-            kept.hash = ToHex(hash);
+            kept.hash = hash.GetHex();
             return kept;
         } catch (const TavSDK::FileError& failure) {
             throw ManagerError(Kind::BadInput, "The file " + ShowFile(i_source) + " cannot be read: " + failure.what() +
@@ -176,11 +183,10 @@ KeptFile FileStore::AddBytes(std::string_view i_bytes, const std::string& i_name
 {
     CheckSize(i_bytes.size());
     return _impl->AddNew(i_name, [&](const FileDescriptor& i_file, const std::filesystem::path& i_path) {
-        QCryptographicHash hash(QCryptographicHash::Sha256);
-        for (std::size_t begin = 0; begin < i_bytes.size(); begin += Piece)
-            AddTo(hash, i_bytes.substr(begin, Piece));
+        Sha256 hash;
+        hash.Add(i_bytes);
         WriteAll(i_file, i_path, i_bytes);
-        return KeptFile{{}, ToHex(hash), i_bytes.size()};
+        return KeptFile{{}, hash.GetHex(), i_bytes.size()};
     });
 }
 
@@ -225,6 +231,9 @@ void FileStore::Receive(const boost::uuids::uuid& i_upload, std::uint64_t i_offs
                                                std::to_string(i_offset) + ". Send what lies between first.");
     if (::lseek(file.Get(), static_cast<off_t>(i_offset), SEEK_SET) < 0)
         FailStorage(path, "cannot be written");
+    auto hash = _impl->hashes.Take(i_upload, file, i_offset);
+    if (i_offset == 0)
+        hash.emplace();
     try {
         WriteAll(file, path, i_bytes);
     } catch (const ManagerError&) {
@@ -232,6 +241,10 @@ void FileStore::Receive(const boost::uuids::uuid& i_upload, std::uint64_t i_offs
         if (::ftruncate(file.Get(), static_cast<off_t>(i_offset)) != 0)
             ::unlink(path.c_str());
         throw;
+    }
+    if (hash) {
+        hash->Add(i_bytes);
+        _impl->hashes.Put(i_upload, std::move(*hash), file, i_offset + i_bytes.size());
     }
 }
 
@@ -254,18 +267,10 @@ KeptFile FileStore::Finish(const boost::uuids::uuid& i_upload, const KeptFile& i
     const auto size = GetSize(file, path);
     if (size != i_announced.size)
         refuse("has " + std::to_string(size) + " bytes instead of " + std::to_string(i_announced.size));
-    QCryptographicHash hash(QCryptographicHash::Sha256);
-    std::vector<char> buffer(Piece);
-    for (std::uint64_t place = 0; place < size;) {
-        const auto count = ::pread(file.Get(), buffer.data(), Piece, static_cast<off_t>(place));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            FailStorage(path, "cannot be read");
-        AddTo(hash, {buffer.data(), static_cast<std::size_t>(count)});
-        place += static_cast<std::uint64_t>(count);
-    }
-    if (ToHex(hash) != i_announced.hash)
+    auto hash = _impl->hashes.Take(i_upload, file, size);
+    if (!hash)
+        hash = HashWhole(file, path, size);
+    if (hash->GetHex() != i_announced.hash)
         refuse("has another content than was announced");
     _impl->Keep(file, path, i_announced.hash);
     return {CleanFileName(i_announced.name), i_announced.hash, size};
@@ -274,6 +279,7 @@ KeptFile FileStore::Finish(const boost::uuids::uuid& i_upload, const KeptFile& i
 void FileStore::Drop(const boost::uuids::uuid& i_upload)
 {
     const auto path = _impl->GetUpload(i_upload);
+    _impl->hashes.Drop(i_upload);
     if (::unlink(path.c_str()) != 0 && errno != ENOENT)
         FailStorage(path, "cannot be removed");
 }

@@ -1,8 +1,8 @@
 #include "apps/machine-check/FaultyService.h"
 
+#include "hashing/Sha256.h"
 #include "wire/Chunks.h"
 #include "wire/Failures.h"
-#include "wire/RunningHash.h"
 
 #include <grpcpp/server_builder.h>
 
@@ -95,7 +95,7 @@ pb::Machine FaultyService::_MakeMachine()
         message.set_type(pb::COMMAND_TYPE_BUILD);
         message.set_data_format(pb::DATA_FORMAT_PLATFORM);
         message.mutable_name()->set_text("Do");
-        message.set_icon_sha256(Wire::HashOf(IconBytes));
+        message.set_icon_sha256(MachineService::HashOf(IconBytes));
     }
     auto& volume = *machine.mutable_build_volume();
     volume.set_max_x_mm(_fault == Fault::FlatVolume ? 0 : 10);
@@ -172,7 +172,7 @@ grpc::Status FaultyService::GetEmptyPlatform(Context* iop_context, const pb::Emp
     header.mutable_header()->add_items()->set_size_bytes(_fault == Fault::PlatformShort ? 10 : 8);
     auto& chunk = *reply.mutable_chunk();
     chunk.set_content("platform");
-    chunk.set_sha256_so_far(Wire::HashOf(_fault == Fault::PieceDamaged ? "plattform" : "platform"));
+    chunk.set_sha256_so_far(MachineService::HashOf(_fault == Fault::PieceDamaged ? "plattform" : "platform"));
     iop_writer->Write(_fault == Fault::HeaderLate ? reply : header);
     iop_writer->Write(_fault == Fault::HeaderLate ? header : reply);
     return grpc::Status::OK;
@@ -186,7 +186,7 @@ FaultyService::ModifyPlatform(Context* iop_context,
     std::string content;
     while (iop_stream->Read(&request)) {
         content += request.chunk().content();
-        if (request.has_chunk() && Wire::HashOf(content) != request.chunk().sha256_so_far() &&
+        if (request.has_chunk() && MachineService::HashOf(content) != request.chunk().sha256_so_far() &&
             _fault != Fault::TakesDamagedChange)
             return RefuseAs(*iop_context, Wire::WireFailure::Kind::Damaged, "damaged");
     }
@@ -246,7 +246,7 @@ grpc::Status FaultyService::StartRun(Context* iop_context, const pb::StartRunReq
 bool FaultyService::_Take(Run& io_run, const pb::Chunk& i_chunk) const
 {
     const auto content = io_run.input + i_chunk.content();
-    if (Wire::HashOf(content) != i_chunk.sha256_so_far() && _fault != Fault::TakesDamage)
+    if (MachineService::HashOf(content) != i_chunk.sha256_so_far() && _fault != Fault::TakesDamage)
         return false;
     io_run.input = content;
     io_run.state.set_received_bytes(content.size());
@@ -270,7 +270,7 @@ void FaultyService::_End(Run& io_run) const
         auto& file = *state.add_files();
         file.set_name(name);
         file.set_size_bytes(Result.size());
-        file.set_sha256(Wire::HashOf(Result));
+        file.set_sha256(MachineService::HashOf(Result));
     }
 }
 
@@ -337,7 +337,7 @@ grpc::Status FaultyService::Download(Context*, const pb::DownloadRequest* ip_req
     chunk.set_content(Result.substr(ip_request->offset_bytes()));
     if (_fault == Fault::FileDamaged)
         chunk.mutable_content()->back() = 'X';
-    chunk.set_sha256_so_far(Wire::HashOf(Result.substr(0, ip_request->offset_bytes()) + chunk.content()));
+    chunk.set_sha256_so_far(MachineService::HashOf(Result.substr(0, ip_request->offset_bytes()) + chunk.content()));
     iop_writer->Write(chunk);
     return grpc::Status::OK;
 }

@@ -1,3 +1,4 @@
+#include "hashing/Sha256.h"
 #include "remote/CanRunStore.h"
 #include "remote/IconStore.h"
 #include "remote/Link.h"
@@ -7,7 +8,6 @@
 #include "remote/Workers.h"
 #include "support/Failures.h"
 #include "support/Test.h"
-#include "wire/RunningHash.h"
 
 namespace MachineService::Remote {
 
@@ -263,11 +263,11 @@ TEST(RemoteStateTest, ACallThatHangsDelaysNoOtherAndEveryAnswerIsGiven)
 TEST(RemoteStateTest, IconsAreAskedForOnceAndTakenOnlyWhenTheyMatch)
 {
     IconStore icons;
-    const std::string hash = Wire::HashOf("picture");
+    const std::string hash = HashOf("picture");
     EXPECT_THAT(icons.TakeMissing({hash, "short"}), ElementsAre(hash));
     EXPECT_THAT(icons.TakeMissing({hash}), IsEmpty());
     EXPECT_FALSE(icons.Add(hash, "another"));
-    EXPECT_FALSE(icons.Add(Wire::HashOf(std::string(2'000'000, 'x')), std::string(2'000'000, 'x')));
+    EXPECT_FALSE(icons.Add(HashOf(std::string(2'000'000, 'x')), std::string(2'000'000, 'x')));
     EXPECT_TRUE(icons.Add(hash, "picture"));
     EXPECT_THAT(icons.Find(hash).GetBytes(), SizeIs(7));
     icons.KeepOnly({});

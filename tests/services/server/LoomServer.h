@@ -82,7 +82,7 @@ protected:
         request.set_job_name("../job");
         request.mutable_input()->set_name("in.txt");
         request.mutable_input()->set_size_bytes(i_input.size());
-        request.mutable_input()->set_sha256(Wire::HashOf(i_input));
+        request.mutable_input()->set_sha256(HashOf(i_input));
         return request;
     }
     static pb::MachineReference MakeReference()

@@ -45,7 +45,7 @@ TEST_F(MachineServerTest, TellsOfItselfAndItsMachinesAndNewsOfThem)
     const auto received = client->ReadUntil<pb::Icon>(*client->Get().GetIcons(client->context.get(), icons), {});
     ASSERT_THAT(received, SizeIs(2));
     EXPECT_EQ(received[0].content(), "pic");
-    EXPECT_EQ(received[1].sha256(), Wire::HashOf("ico"));
+    EXPECT_EQ(received[1].sha256(), HashOf("ico"));
 
     {
         const std::lock_guard lock(mutex);
@@ -187,7 +187,7 @@ TEST_F(MachineServerTest, CarriesARunThroughABrokenConnection)
     ASSERT_EQ(end.files_size(), 1);
     EXPECT_EQ(end.files(0).name(), "cloth.txt");
     // Who does not say that it takes the hash later, such as a host of the first version, is told it now.
-    EXPECT_EQ(end.files(0).sha256(), Wire::HashOf(input + "!"));
+    EXPECT_EQ(end.files(0).sha256(), HashOf(input + "!"));
     EXPECT_EQ(client->Download(order.run_id(), 0), input + "!");
     EXPECT_EQ(client->Download(order.run_id(), 0, 299'999), "a!");
     EXPECT_EQ(client->Download(order.run_id(), 0, 300'002), "");

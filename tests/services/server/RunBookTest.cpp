@@ -1,8 +1,8 @@
 #include "server/RunBook.h"
 #include "client/interface/CommunicationException.h"
+#include "hashing/Sha256.h"
 #include "support/Files.h"
 #include "support/Test.h"
-#include "wire/RunningHash.h"
 #include "wire/WireFailure.h"
 
 #include <atomic>
@@ -62,7 +62,7 @@ protected:
         order.client = "client";
         order.fingerprint = "order";
         if (i_input)
-            order.input = RunFile{"in put.txt", i_input->size(), Wire::HashOf(*i_input)};
+            order.input = RunFile{"in put.txt", i_input->size(), HashOf(*i_input)};
         order.begin = [machine = machine](const CommandParameters& i_parameters) {
             machine->parameters = i_parameters;
             ++machine->begun;
@@ -95,7 +95,7 @@ protected:
     RunState Take(std::uint8_t i_number, std::uint64_t i_upload, std::uint64_t i_offset, const std::string& i_content,
                   const std::string& i_hashed)
     {
-        const auto hash = Wire::HashOf(i_hashed);
+        const auto hash = HashOf(i_hashed);
         return book.Take(MakeId(i_number), i_upload, {i_offset, i_content, hash});
     }
 
@@ -135,7 +135,7 @@ TEST_F(RunBookTest, CarriesARunOutOnceHoweverOftenItIsStarted)
     TestSupport::WriteFile(machine->parameters.outputDir / "out.txt", "result");
     machine->answer.set_value({});
     const auto state = WaitFor(1, Phase::Finished);
-    EXPECT_THAT(state.files, ElementsAre(RunFile{"out.txt", 6, Wire::HashOf("result")}));
+    EXPECT_THAT(state.files, ElementsAre(RunFile{"out.txt", 6, HashOf("result")}));
     EXPECT_EQ(state.percent, 100);
     EXPECT_EQ(book.Start(MakeOrder(1, "hello")).phase, Phase::Finished);
     EXPECT_EQ(book.Cancel(MakeId(1)).phase, Phase::Finished);
@@ -157,7 +157,7 @@ TEST_F(RunBookTest, CarriesARunOutOnceHoweverOftenItIsStarted)
 TEST_F(RunBookTest, TakesAnInputThatWasNotAnnouncedForDamaged)
 {
     auto order = MakeOrder(1, "hello");
-    order.input->hash = Wire::HashOf("other");
+    order.input->hash = HashOf("other");
     book.Start(order);
     const auto upload = book.BeginUpload(MakeId(1));
     EXPECT_EQ(GetReason([&] { Take(1, upload, 0, "hello", "hello"); }), "damaged");

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "hashing/Sha256.h"
 #include "support/Test.h"
 #include "wire/Chunks.h"
 #include "wire/Protocol.h"
-#include "wire/RunningHash.h"
 
 #include <machineservice/v1/machines.grpc.pb.h>
 
@@ -78,7 +78,7 @@ public:
             chunk.set_offset_bytes(i_from);
             chunk.set_content(i_content.substr(i_from, PieceBytes));
             i_from += chunk.content().size();
-            chunk.set_sha256_so_far(MachineService::Wire::HashOf(i_content.substr(0, i_from)));
+            chunk.set_sha256_so_far(MachineService::HashOf(i_content.substr(0, i_from)));
             if (!writer->Write(request))
                 break;
         } while (i_from < i_content.size());

@@ -1,7 +1,7 @@
 #include "services/ServiceFiles.h"
 
 #include "buildprocessor/base/ContentCache.h"
-#include "buildprocessor/base/Sha256.h"
+#include "hashing/Sha256.h"
 
 #include <sys/stat.h>
 
@@ -19,7 +19,7 @@ std::string MakeKey(int i_number)
 {
     Sha256 hash;
     hash.AddValue(i_number);
-    return hash.Finish();
+    return hash.GetHex();
 }
 
 class ContentCacheTest : public ::testing::Test

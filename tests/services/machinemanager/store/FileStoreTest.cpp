@@ -119,6 +119,23 @@ TEST_F(FileStoreTest, AnUploadGoesOnAfterAnInterruption)
     EXPECT_EQ(GetKind([&] { store->Finish(upload, {"b", Hello, 5}); }), Kind::NotFound);
 }
 
+TEST_F(FileStoreTest, WhatAnotherDaemonWroteToAnUploadIsReadAgain)
+{
+    FileStore other(folder / "kept" / "files");
+    const KeptFile announced = {"b", Hello, 5};
+    store->Receive(upload, 0, "hel", 5);
+    other.Receive(upload, 0, "hex", 5);
+    store->Receive(upload, 3, "lo", 5);
+    EXPECT_EQ(GetKind([&] { store->Finish(upload, announced); }), Kind::BadInput);
+    store->Receive(upload, 0, "help!", 5);
+    other.Receive(upload, 3, "lo", 5);
+    EXPECT_EQ(store->Finish(upload, announced), announced);
+    store->Receive(upload, 0, "hello", 5);
+    other.Drop(upload);
+    other.Receive(upload, 0, "hallo", 5);
+    EXPECT_EQ(GetKind([&] { store->Finish(upload, announced); }), Kind::BadInput);
+}
+
 TEST_F(FileStoreTest, WhatIsNotAsAnnouncedIsRefusedAndGone)
 {
     const auto refuse = [&](const std::string& i_bytes, const KeptFile& i_announced) {

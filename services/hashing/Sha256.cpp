@@ -1,13 +1,14 @@
-#include "wire/RunningHash.h"
+#include "hashing/Sha256.h"
 
 #include <openssl/evp.h>
 
 #include <array>
+#include <cstdint>
 #include <stdexcept>
 
-namespace MachineService::Wire {
+namespace MachineService {
 
-struct RunningHash::Impl
+struct Sha256::Impl
 {
     Impl()
         : context(EVP_MD_CTX_new(), &EVP_MD_CTX_free)
@@ -25,29 +26,35 @@ struct RunningHash::Impl
     std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> context;
 };
 
-RunningHash::RunningHash()
+Sha256::Sha256()
     : _impl(std::make_unique<Impl>())
 {}
 
-RunningHash::~RunningHash() = default;
+Sha256::~Sha256() = default;
 
-RunningHash::RunningHash(const RunningHash& i_other)
+Sha256::Sha256(const Sha256& i_other)
     : _impl(std::make_unique<Impl>(*i_other._impl))
 {}
 
-RunningHash& RunningHash::operator=(const RunningHash& i_other)
+Sha256& Sha256::operator=(const Sha256& i_other)
 {
     if (this != &i_other)
         _impl = std::make_unique<Impl>(*i_other._impl);
     return *this;
 }
 
-void RunningHash::Add(std::string_view i_bytes)
+void Sha256::Add(std::string_view i_bytes)
 {
     EVP_DigestUpdate(_impl->context.get(), i_bytes.data(), i_bytes.size());
 }
 
-std::string RunningHash::Get() const
+void Sha256::AddText(std::string_view i_text)
+{
+    AddValue(static_cast<std::uint64_t>(i_text.size()));
+    Add(i_text);
+}
+
+std::string Sha256::GetBytes() const
 {
     // Ending a hash spoils it for more: a copy ends.
     const Impl copy(*_impl);
@@ -57,11 +64,23 @@ std::string RunningHash::Get() const
     return {reinterpret_cast<const char*>(digest.data()), size};
 }
 
-std::string HashOf(std::string_view i_bytes)
+std::string Sha256::GetHex() const
 {
-    RunningHash hash;
-    hash.Add(i_bytes);
-    return hash.Get();
+    constexpr char digits[] = "0123456789abcdef";
+    std::string hex;
+    for (const char byte : GetBytes()) {
+        const auto value = static_cast<unsigned char>(byte);
+        hex += digits[value >> 4];
+        hex += digits[value & 15];
+    }
+    return hex;
 }
 
-} // namespace MachineService::Wire
+std::string HashOf(std::string_view i_bytes)
+{
+    Sha256 hash;
+    hash.Add(i_bytes);
+    return hash.GetBytes();
+}
+
+} // namespace MachineService

@@ -1,22 +1,20 @@
 #pragma once
 
-#include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
-#include <vector>
 
-namespace MachineService::BuildProcessor {
+namespace MachineService {
 
-/// SHA-256 of what is added, piece by piece.
+/// SHA-256 of what was added so far; can be asked after every piece.
 class Sha256
 {
 public:
     Sha256();
     ~Sha256();
-    Sha256(const Sha256&) = delete;
-    Sha256& operator=(const Sha256&) = delete;
+    Sha256(const Sha256& i_other);
+    Sha256& operator=(const Sha256& i_other);
 
     void Add(std::string_view i_bytes);
     /// A text with its length, so that two texts are never taken for two others.
@@ -28,12 +26,17 @@ public:
         static_assert(std::has_unique_object_representations_v<Value> || std::is_floating_point_v<Value>);
         Add({reinterpret_cast<const char*>(&i_value), sizeof i_value});
     }
-    /// 64 hexadecimal digits; nothing can be added behind it.
-    std::string Finish();
+    /// 32 bytes.
+    std::string GetBytes() const;
+    /// 64 lower-case hexadecimal digits.
+    std::string GetHex() const;
 
 private:
     struct Impl;
-    const std::unique_ptr<Impl> _impl;
+    std::unique_ptr<Impl> _impl;
 };
 
-} // namespace MachineService::BuildProcessor
+/// SHA-256, 32 bytes.
+std::string HashOf(std::string_view i_bytes);
+
+} // namespace MachineService
