@@ -28,8 +28,8 @@
         <translation>Version anzeigen und beenden.</translation>
     </message>
     <message>
-        <source>STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine&apos;s package.</source>
-        <translation>STL-, 3MF-, OBJ- oder PLY-Dateien; ohne Angabe die Beispiele aus dem Paket der Slicing-Engine.</translation>
+        <source>Mesh files (%1); without any, examples of the slicing engine&apos;s package.</source>
+        <translation>Netzdateien (%1); ohne Angabe die Beispiele aus dem Paket der Slicing-Engine.</translation>
     </message>
     <message>
         <source>Try --help.</source>

@@ -629,8 +629,8 @@
         <translation>Beginnen Sie mit Ihren Teilen</translation>
     </message>
     <message>
-        <source>Drop mesh files (STL, 3MF, OBJ, PLY) or a platform (.TavAMX) here, then choose a machine on the left.</source>
-        <translation>Ziehen Sie Netzdateien (STL, 3MF, OBJ, PLY) oder eine Plattform (.TavAMX) hierher und wählen Sie dann links eine Maschine.</translation>
+        <source>Drop mesh files (%1) or a platform (.TavAMX) here, then choose a machine on the left.</source>
+        <translation>Ziehen Sie Netzdateien (%1) oder eine Plattform (.TavAMX) hierher und wählen Sie dann links eine Maschine.</translation>
     </message>
     <message>
         <source>Open a platform…</source>
@@ -1149,8 +1149,8 @@
         <translation>Kein Drucker: Die Platte ist nur zum Ansehen da</translation>
     </message>
     <message>
-        <source>Drop STL, 3MF, OBJ or PLY files here</source>
-        <translation>STL-, 3MF-, OBJ- oder PLY-Dateien hierher ziehen</translation>
+        <source>Drop mesh files here (%1)</source>
+        <translation>Netzdateien hierher ziehen (%1)</translation>
     </message>
     <message numerus="yes">
         <source>%n selected: %1</source>
@@ -1695,8 +1695,8 @@
         <translation>Teile importieren</translation>
     </message>
     <message>
-        <source>&apos;%1&apos; is no file that can be opened here: platforms (.TavAMX) and meshes (STL, 3MF, OBJ, PLY) are.</source>
-        <translation>„%1“ kann hier nicht geöffnet werden: Möglich sind Plattformen (.TavAMX) und Netze (STL, 3MF, OBJ, PLY).</translation>
+        <source>&apos;%1&apos; is no file that can be opened here: platforms (.TavAMX) and meshes (%2) are.</source>
+        <translation>„%1“ kann hier nicht geöffnet werden: Möglich sind Plattformen (.TavAMX) und Netze (%2).</translation>
     </message>
 </context>
 <context>

@@ -1,5 +1,7 @@
 #include "tour/CommandLine.h"
 
+#include "vexlorcore/meshimport/MeshImporter.h"
+
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
@@ -51,7 +53,8 @@ struct Options
         io_parser.addOptions({machine, command, set, service, post, list, exportConfig, help, version});
         io_parser.addPositionalArgument(
             QStringLiteral("mesh"),
-            Texts::tr("STL, 3MF, OBJ or PLY files; without any, examples of the slicing engine's package."),
+            Texts::tr("Mesh files (%1); without any, examples of the slicing engine's package.")
+                .arg(QString::fromStdString(VexlorCore::ListMeshFormats())),
             QStringLiteral("[mesh …]"));
     }
 };

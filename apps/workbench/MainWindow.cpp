@@ -14,6 +14,7 @@
 #include "hosting/HostingError.h"
 #include "hosting/MachineIds.h"
 #include "tavsdk/Path.h"
+#include "vexlorcore/meshimport/MeshImporter.h"
 
 #include <QDesktopServices>
 #include <QDockWidget>
@@ -141,10 +142,9 @@ void MainWindow::_MakeStart()
 void MainWindow::_SetTexts()
 {
     _actions->SetTexts();
-    _start->SetTexts(
-        tr("Begin with your parts"),
-        tr("Drop mesh files (STL, 3MF, OBJ, PLY) or a platform (.TavAMX) here, then choose a machine on the "
-           "left."));
+    _start->SetTexts(tr("Begin with your parts"),
+                     tr("Drop mesh files (%1) or a platform (.TavAMX) here, then choose a machine on the left.")
+                         .arg(QString::fromStdString(VexlorCore::ListMeshFormats())));
     _noSide->SetTexts(tr("No parts yet"),
                       tr("The parts of the scene, their places and their problems are shown here."));
     _start->findChild<QPushButton*>(QStringLiteral("startOpen"))->setText(tr("Open a platform…"));

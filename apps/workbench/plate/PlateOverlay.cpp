@@ -4,6 +4,8 @@
 #include "workbench/plate/PlateInteraction.h"
 #include "workbench/plate/PlateModel.h"
 
+#include "vexlorcore/meshimport/MeshImporter.h"
+
 #include <QCoreApplication>
 #include <QPainter>
 #include <QPainterPath>
@@ -241,7 +243,8 @@ private:
         }
         if (_model.GetParts().empty())
             _DrawText(QPointF(_camera.GetViewport().width() / 2.0, _camera.GetViewport().height() * 0.42),
-                      Texts::tr("Drop STL, 3MF, OBJ or PLY files here"), true);
+                      Texts::tr("Drop mesh files here (%1)").arg(QString::fromStdString(VexlorCore::ListMeshFormats())),
+                      true);
     }
 
     QPainter& _painter;

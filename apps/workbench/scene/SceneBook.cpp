@@ -30,9 +30,6 @@ using VexlorCore::DataSet;
 /// Where there is no printer yet.
 constexpr MachineService::BuildVolume DefaultVolume{0, 0, 200, 200, 200, false};
 
-const QStringList MeshEndings{QStringLiteral("stl"), QStringLiteral("3mf"), QStringLiteral("obj"),
-                              QStringLiteral("ply")};
-
 std::filesystem::path ToPath(const QString& i_file)
 {
     return TavSDK::PathFromUtf8(i_file.toUtf8().toStdString());
@@ -290,9 +287,8 @@ void SceneBook::Take(const QStringList& i_files)
         else if (IsMeshFile(file))
             meshes << file;
         else
-            Q_EMIT Failed(tr("'%1' is no file that can be opened here: platforms (.TavAMX) and meshes (STL, 3MF, OBJ, "
-                             "PLY) are.")
-                              .arg(file));
+            Q_EMIT Failed(tr("'%1' is no file that can be opened here: platforms (.TavAMX) and meshes (%2) are.")
+                              .arg(file, QString::fromStdString(VexlorCore::ListMeshFormats())));
     }
     if (!meshes.isEmpty())
         Import(GetActive() ? *GetActive() : New(), meshes);
@@ -305,7 +301,9 @@ bool SceneBook::IsPlatformFile(const QString& i_file)
 
 bool SceneBook::IsMeshFile(const QString& i_file)
 {
-    return MeshEndings.contains(QFileInfo(i_file).suffix().toLower());
+    const auto& endings = VexlorCore::GetMeshFileEndings();
+    const auto ending = '.' + QFileInfo(i_file).suffix().toLower().toStdString();
+    return std::find(endings.begin(), endings.end(), ending) != endings.end();
 }
 
 void SceneBook::ExecuteSelf(const VexlorCore::INotification& i_notification)

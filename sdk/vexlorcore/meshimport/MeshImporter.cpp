@@ -91,6 +91,14 @@ const std::vector<std::string>& GetMeshFileEndings()
     return endings;
 }
 
+std::string ListMeshFormats()
+{
+    std::string list;
+    for (const std::string& ending : GetMeshFileEndings())
+        list += (list.empty() ? "" : ", ") + QString::fromStdString(ending.substr(1)).toUpper().toStdString();
+    return list;
+}
+
 std::vector<TavAM::Part> ImportMeshFile(const std::filesystem::path& i_path, const std::stop_token& i_stop)
 {
     const std::string beginning = "The mesh file '" + TavSDK::ShowPath(i_path) + "' cannot be read: ";

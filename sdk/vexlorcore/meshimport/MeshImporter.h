@@ -20,6 +20,8 @@ public:
 
 /// Of the files that ImportMeshFile reads: ".stl", ".3mf" and so on.
 VEXLORCORE_EXPORT const std::vector<std::string>& GetMeshFileEndings();
+/// The same for people: "STL, 3MF" and so on.
+VEXLORCORE_EXPORT std::string ListMeshFormats();
 
 /// Reads the parts of a mesh file: STL (both kinds), 3MF, OBJ, PLY; lengths in mm whatever the file's unit.
 ///
