@@ -29,7 +29,8 @@ namespace {
 using namespace MachineService::MachineManager;
 
 constexpr int Workers = 8;
-constexpr int JobsOfEach = 10;
+/// Many: what it takes to open a worker's connection is no part of an insert or a claim.
+constexpr int JobsOfEach = 60;
 const char* const Model = "K180";
 
 void Expect(bool i_is_true, const QSqlQuery& i_query)
@@ -248,7 +249,7 @@ void AddDatabaseBenchmarks(const std::shared_ptr<QTemporaryDir>& i_folder, bool 
             const auto subject = std::make_shared<Subject>(MakeAddress(*i_folder, i_is_postgres));
             // As many as the repetitions may claim.
             if (i_work == &Subject::ClaimOurs || i_work == &Subject::ClaimBare)
-                subject->Fill(20'000, "model K180");
+                subject->Fill(60'000, "model K180");
             return [subject, i_work] {
                 (subject.get()->*i_work)();
             };
