@@ -4,6 +4,7 @@
 #include "client/interface/CommunicationException.h"
 #include "hashing/Sha256.h"
 #include "remote/CanRunStore.h"
+#include "remote/CatalogStream.h"
 #include "remote/IconStore.h"
 #include "remote/MachineStore.h"
 #include "remote/ServiceAnswers.h"
@@ -31,7 +32,7 @@ public:
         try {
             switch (i_kind % Fuzz::AnswerKinds) {
             case Fuzz::AnswerCatalogEvent:
-                return With<pb::CatalogEvent>(i_bytes, [this](const auto& i_event) { TakeEvent(i_event); });
+                return With<messages::CatalogEvent>(i_bytes, [this](const auto& i_event) { TakeEvent(i_event); });
             case Fuzz::AnswerIcon:
                 return With<pb::Icon>(i_bytes, [this](const auto& i_icon) {
                     if (_icons.Add(i_icon.sha256(), i_icon.content()))
@@ -104,30 +105,31 @@ private:
         bytes += HashOf(bytes);
         std::filesystem::rename(Fuzz::MakeFile(bytes), mgp_path);
         if (const auto kept = file.Read()) {
-            for (const StoredMachine& machine : kept->machines)
+            for (const auto& machine : kept->machines)
                 Check(machine);
         }
     }
 
-    void TakeEvent(const pb::CatalogEvent& i_event)
+    void TakeEvent(const messages::CatalogEvent& i_event)
     {
         const Position position{i_event.epoch(), i_event.revision()};
-        switch (i_event.event_case()) {
-        case pb::CatalogEvent::kSnapshot: {
-            std::vector<StoredMachine> machines;
-            for (const auto& message : i_event.snapshot().machines())
-                machines.push_back(Check(ToStored(message)));
+        if (i_event.has_snapshot()) {
+            std::vector<std::shared_ptr<StoredMachine>> machines;
+            for (const auto& bytes : i_event.snapshot().machines()) {
+                if (pb::Machine message; message.ParseFromString(bytes))
+                    machines.push_back(Check(ToStored(message)));
+            }
             _machines.Replace(std::move(machines), position);
-            break;
         }
-        case pb::CatalogEvent::kAdded:
+        switch (i_event.event_case()) {
+        case messages::CatalogEvent::kAdded:
             _machines.Put(Check(ToStored(i_event.added())), {}, position);
             break;
-        case pb::CatalogEvent::kUpdated:
+        case messages::CatalogEvent::kUpdated:
             _machines.Put(Check(ToStored(i_event.updated().machine())),
                           static_cast<MachineChanges>(i_event.updated().changes()), position);
             break;
-        case pb::CatalogEvent::kRemoved:
+        case messages::CatalogEvent::kRemoved:
             _machines.Remove(Wire::ToUuid(i_event.removed(), "machine's id"), position);
             break;
         default:
@@ -140,12 +142,12 @@ private:
     }
 
     /// What is kept on the disk is the machine.
-    static StoredMachine Check(const StoredMachine& i_machine)
+    static std::shared_ptr<StoredMachine> Check(std::shared_ptr<StoredMachine> ip_machine)
     {
-        const auto message = ToMessage(i_machine);
-        Fuzz::Require(ToMessage(ToStored(message)).SerializeAsString() == message.SerializeAsString(),
+        const auto message = ToMessage(*ip_machine);
+        Fuzz::Require(ToMessage(*ToStored(message)).SerializeAsString() == message.SerializeAsString(),
                       "a machine reads back the same");
-        return i_machine;
+        return ip_machine;
     }
 
     void TakeRun(const RunState& i_state)

@@ -102,8 +102,8 @@ void CatalogReader::_TakeKept()
     for (const auto& icon : kept->icons)
         _service->icons.Add(HashOf({reinterpret_cast<const char*>(icon.GetBytes().data()), icon.GetBytes().size()}),
                             {icon.GetBytes().begin(), icon.GetBytes().end()});
-    for (StoredMachine& machine : kept->machines)
-        FillPictures(machine, _service->icons);
+    for (const auto& machine : kept->machines)
+        FillPictures(*machine, _service->icons);
     _service->link.SetLost({}, kept->time);
     _TellNews(_service->machines.Replace(std::move(kept->machines), kept->position));
     _isDirty = false;
@@ -114,6 +114,7 @@ void CatalogReader::_ConnectAndWatch()
     _isCurrent = _isReading = false;
     _serviceStatus.reset();
     _pages.clear();
+    _hashes.clear();
     // What it comes to is news, also when it is what it came to before.
     if (_service->isAnswered.exchange(false))
         _TellStatus(ServiceStatus::Starting, {});
@@ -138,10 +139,10 @@ void CatalogReader::_Watch(const std::shared_ptr<Connection>& ip_connection)
         call.GetContext().TryCancel();
     };
     auto watch = _service->watchdog.Watch(LongestFirstAnswer, cancel);
-    const auto reader = ip_connection->GetStub().WatchCatalog(&call.GetContext(), request);
-    pb::CatalogEvent event;
+    CatalogStream stream(*ip_connection, call.GetContext(), request);
+    messages::CatalogEvent event;
     bool isFirst = true;
-    while (reader->Read(&event)) {
+    while (stream.Read(event)) {
         const auto silence = ip_connection->told.longestSilence;
         if (isFirst && silence.count() > 0)
             watch = _service->watchdog.Watch(silence, cancel);
@@ -151,41 +152,43 @@ void CatalogReader::_Watch(const std::shared_ptr<Connection>& ip_connection)
             watch->Feed();
         isFirst = false;
         _Take(event, ip_connection);
+        // Pages share their memory, which nobody needs for the news of a day.
+        if (event.snapshot().is_last())
+            event = {};
     }
     const bool wasIdle = watch && watch->HasBitten();
-    const auto status = reader->Finish();
+    const auto status = stream.Finish();
     _service->Check(status, call.GetContext(), _attempt, wasIdle);
     // A service that ends it politely goes down.
     throw TroubleException(Trouble::Lost, _service->address);
 }
 
-void CatalogReader::_Take(const pb::CatalogEvent& i_event, const std::shared_ptr<Connection>& ip_connection)
+void CatalogReader::_Take(const messages::CatalogEvent& i_event, const std::shared_ptr<Connection>& ip_connection)
 {
     const Position position{i_event.epoch(), i_event.revision()};
     auto& machines = _service->machines;
-    switch (i_event.event_case()) {
-    case pb::CatalogEvent::kSnapshot:
+    if (i_event.has_snapshot())
         _TakePage(i_event.snapshot(), position, *ip_connection);
-        break;
-    case pb::CatalogEvent::kAdded:
+    switch (i_event.event_case()) {
+    case messages::CatalogEvent::kAdded:
         _TakeMachine(i_event.added(), 0, position, *ip_connection);
         break;
-    case pb::CatalogEvent::kUpdated:
+    case messages::CatalogEvent::kUpdated:
         _TakeMachine(i_event.updated().machine(), i_event.updated().changes(), position, *ip_connection);
         break;
-    case pb::CatalogEvent::kRemoved: {
+    case messages::CatalogEvent::kRemoved: {
         const auto id = Wire::ToUuid(i_event.removed(), "machine's id");
         _TellNews(machines.Remove(id, position));
         _service->canRun.Forget(id);
         break;
     }
-    case pb::CatalogEvent::kStatus:
+    case messages::CatalogEvent::kStatus:
         _serviceStatus = FromMessage(i_event.status());
         if (_isCurrent)
             _TellStatus(*_serviceStatus, {});
         break;
     default:
-        // A heartbeat, or what a newer service says.
+        // A page, a heartbeat, or what a newer service says.
         break;
     }
     // In the life of the list that is known, nothing but changes comes; in another one, a snapshot.
@@ -195,31 +198,34 @@ void CatalogReader::_Take(const pb::CatalogEvent& i_event, const std::shared_ptr
         _Keep();
 }
 
-void CatalogReader::_TakePage(const pb::SnapshotPage& i_page, const Position& i_position, Connection& io_connection)
+void CatalogReader::_TakePage(const messages::SnapshotPage& i_page, const Position& i_position,
+                              Connection& io_connection)
 {
     _isReading = true;
-    _pages.reserve(_pages.size() + static_cast<std::size_t>(i_page.machines_size()));
-    for (const auto& message : i_page.machines()) {
+    pb::Machine message;
+    for (const auto& bytes : i_page.machines()) {
         if (_pages.size() >= MaxMachines)
             Fail(ErrorCode::InternalError, "The machine service offers too many machines; it needs to be repaired.");
         try {
+            if (!message.ParseFromString(bytes))
+                Fail(ErrorCode::InternalError, "it is no message of the machine service protocol.");
             _pages.push_back(ToStored(message));
+            CollectHashes(*_pages.back(), _hashes);
         } catch (const CommunicationException& failure) {
             qCWarning(RemoteLog, "A machine is left out: %s", failure.what());
         }
     }
     if (!i_page.is_last())
         return;
-    std::set<std::string> hashes;
-    for (const StoredMachine& machine : _pages)
-        CollectHashes(machine, hashes);
-    _service->icons.KeepOnly(hashes);
-    _FetchIcons(hashes, io_connection);
-    for (StoredMachine& machine : _pages)
-        FillPictures(machine, _service->icons);
+    _service->icons.KeepOnly(_hashes);
+    _FetchIcons(_hashes, io_connection);
+    if (!_hashes.empty()) {
+        for (const auto& machine : _pages)
+            FillPictures(*machine, _service->icons);
+    }
     _isReading = false;
-    const auto news = _service->machines.Replace(std::move(_pages), i_position);
-    _pages.clear();
+    const auto news = _service->machines.Replace(std::exchange(_pages, {}), i_position);
+    _hashes.clear();
     for (const auto& id : news.removed)
         _service->canRun.Forget(id);
     _TellNews(news);
@@ -229,7 +235,7 @@ void CatalogReader::_TakePage(const pb::SnapshotPage& i_page, const Position& i_
 void CatalogReader::_TakeMachine(const pb::Machine& i_machine, std::uint32_t i_changes, const Position& i_position,
                                  Connection& io_connection)
 {
-    StoredMachine machine;
+    std::shared_ptr<StoredMachine> machine;
     try {
         machine = ToStored(i_machine);
     } catch (const CommunicationException& failure) {
@@ -237,10 +243,10 @@ void CatalogReader::_TakeMachine(const pb::Machine& i_machine, std::uint32_t i_c
         return;
     }
     std::set<std::string> hashes;
-    CollectHashes(machine, hashes);
+    CollectHashes(*machine, hashes);
     _FetchIcons(hashes, io_connection);
-    FillPictures(machine, _service->icons);
-    _service->canRun.Invalidate(machine.data.id);
+    FillPictures(*machine, _service->icons);
+    _service->canRun.Invalidate(machine->data.id);
     _TellNews(_service->machines.Put(std::move(machine), static_cast<MachineChanges>(i_changes), i_position));
 }
 

@@ -2,6 +2,7 @@
 
 #include "client/interface/ServiceTypes.h"
 #include "contract/MachineNews.h"
+#include "remote/CatalogStream.h"
 #include "remote/RemoteService.h"
 #include "remote/SnapshotFile.h"
 
@@ -45,8 +46,8 @@ private:
     /// Never comes back but by an exception.
     void _ConnectAndWatch();
     void _Watch(const std::shared_ptr<Connection>& ip_connection);
-    void _Take(const pb::CatalogEvent& i_event, const std::shared_ptr<Connection>& ip_connection);
-    void _TakePage(const pb::SnapshotPage& i_page, const Position& i_position, Connection& io_connection);
+    void _Take(const messages::CatalogEvent& i_event, const std::shared_ptr<Connection>& ip_connection);
+    void _TakePage(const messages::SnapshotPage& i_page, const Position& i_position, Connection& io_connection);
     void _TakeMachine(const pb::Machine& i_machine, std::uint32_t i_changes, const Position& i_position,
                       Connection& io_connection);
     /// What is known is what the service has.
@@ -69,8 +70,9 @@ private:
     const SnapshotFile _file;
 
     // Used by the thread of Run only.
-    std::vector<StoredMachine> _pages;
-    std::optional<ServiceStatus> _serviceStatus; ///< as the service tells it, on this connection
+    std::vector<std::shared_ptr<StoredMachine>> _pages; ///< of the snapshot that is being read
+    std::set<std::string> _hashes;                      ///< of the pictures in them
+    std::optional<ServiceStatus> _serviceStatus;        ///< as the service tells it, on this connection
     std::optional<std::pair<ServiceStatus, std::string>> _told;
     std::stop_token _attempt;
     bool _isCurrent = false;

@@ -38,7 +38,8 @@ std::shared_ptr<grpc::Channel> MakeChannel(const ServiceAddress& i_address, cons
 } // namespace
 
 Connection::Connection(const ServiceAddress& i_address, const ServiceTrust& i_trust)
-    : _stub(pb::MachineService::NewStub(MakeChannel(i_address, i_trust)))
+    : _channel(MakeChannel(i_address, i_trust))
+    , _stub(pb::MachineService::NewStub(_channel))
 {}
 
 Call::Call(const Connection& i_connection, std::optional<std::chrono::milliseconds> i_deadline,

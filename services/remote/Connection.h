@@ -4,6 +4,8 @@
 
 #include <machineservice/v1/machines.grpc.pb.h>
 
+#include <grpcpp/channel.h>
+
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -50,6 +52,7 @@ public:
     Connection(const ServiceAddress& i_address, const ServiceTrust& i_trust);
 
     pb::MachineService::Stub& GetStub() { return *_stub; }
+    const std::shared_ptr<grpc::Channel>& GetChannel() const { return _channel; }
 
     // Set by the handshake.
     ServiceTold told;
@@ -57,6 +60,7 @@ public:
     std::string token; ///< goes with every call; secret
 
 private:
+    const std::shared_ptr<grpc::Channel> _channel;
     std::unique_ptr<pb::MachineService::Stub> _stub;
 };
 

@@ -1,6 +1,7 @@
 #include "remote/MachineStore.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace MachineService::Remote {
 
@@ -27,55 +28,74 @@ MachineChanges FindChanges(const StoredMachine& i_old, const StoredMachine& i_ne
     return changes;
 }
 
-void MachineStore::_Put(StoredMachine&& io_machine, MachineChanges i_told, MachineNews& io_news)
+void MachineStore::_Put(MachinePointer&& iop_machine, MachineChanges i_told, MachineNews& io_news)
 {
-    const auto id = io_machine.data.id;
-    const auto [entry, isNew] = _entries.try_emplace(id);
-    auto& known = entry->second;
-    known.generation = _generation;
+    const auto id = iop_machine->data.id;
+    const auto [place, isNew] = _places.try_emplace(id, _entries.size());
     if (isNew) {
-        known.place = _nextPlace++;
-        known.machine = std::make_shared<const StoredMachine>(std::move(io_machine));
-        _order.emplace_hint(_order.end(), known.place, id);
+        _entries.push_back({id, std::move(iop_machine)});
         io_news.added.push_back(id);
         return;
     }
-    const auto changes = i_told | FindChanges(*known.machine, io_machine);
-    known.machine = std::make_shared<const StoredMachine>(std::move(io_machine));
+    auto& known = _entries[place->second].machine;
+    const auto changes = i_told | FindChanges(*known, *iop_machine);
+    known = std::move(iop_machine);
     if (changes != MachineChanges::None)
         io_news.updated.emplace_back(id, changes);
 }
 
-MachineNews MachineStore::Replace(std::vector<StoredMachine> i_machines, const Position& i_position)
+void MachineStore::_Remove(std::size_t i_place, MachineNews& io_news)
+{
+    Entry& entry = _entries[i_place];
+    _places.erase(entry.id);
+    entry.machine = nullptr;
+    io_news.removed.push_back(entry.id);
+}
+
+void MachineStore::_CloseGaps()
+{
+    // So seldom that many removals, one by one, do not take the longer the more machines there are.
+    if (_entries.size() < 2 * _places.size() + 16)
+        return;
+    std::erase_if(_entries, [](const Entry& i_entry) { return !i_entry.machine; });
+    for (std::size_t place = 0; place < _entries.size(); ++place)
+        _places[_entries[place].id] = place;
+}
+
+MachineNews MachineStore::Replace(std::vector<std::shared_ptr<StoredMachine>> i_machines, const Position& i_position)
 {
     MachineNews news;
     const TavSDK::MutexLock lock(_mutex);
-    ++_generation;
-    for (StoredMachine& machine : i_machines) {
+    const auto before = _entries.size();
+    std::vector<bool> isTold(before);
+    if (before == 0) {
+        _entries.reserve(i_machines.size());
+        _places.reserve(i_machines.size());
+        news.added.reserve(i_machines.size());
+    }
+    for (auto& machine : i_machines) {
         // An id that appears twice is one machine: the first.
-        const auto known = _entries.find(machine.data.id);
-        if (known == _entries.end() || known->second.generation != _generation)
-            _Put(std::move(machine), MachineChanges::None, news);
-    }
-    for (auto place = _order.begin(); place != _order.end();) {
-        const auto entry = _entries.find(place->second);
-        if (entry->second.generation == _generation) {
-            ++place;
-            continue;
+        if (const auto known = _places.find(machine->data.id); known != _places.end()) {
+            if (known->second >= before || isTold[known->second])
+                continue;
+            isTold[known->second] = true;
         }
-        news.removed.push_back(place->second);
-        _entries.erase(entry);
-        place = _order.erase(place);
+        _Put(std::move(machine), MachineChanges::None, news);
     }
+    for (std::size_t place = 0; place < before; ++place) {
+        if (_entries[place].machine && !isTold[place])
+            _Remove(place, news);
+    }
+    _CloseGaps();
     _position = i_position;
     return news;
 }
 
-MachineNews MachineStore::Put(StoredMachine i_machine, MachineChanges i_told, const Position& i_position)
+MachineNews MachineStore::Put(MachinePointer ip_machine, MachineChanges i_told, const Position& i_position)
 {
     MachineNews news;
     const TavSDK::MutexLock lock(_mutex);
-    _Put(std::move(i_machine), i_told, news);
+    _Put(std::move(ip_machine), i_told, news);
     _position = i_position;
     return news;
 }
@@ -85,12 +105,10 @@ MachineNews MachineStore::Remove(const boost::uuids::uuid& i_id, const Position&
     MachineNews news;
     const TavSDK::MutexLock lock(_mutex);
     _position = i_position;
-    const auto found = _entries.find(i_id);
-    if (found == _entries.end())
-        return news;
-    _order.erase(found->second.place);
-    _entries.erase(found);
-    news.removed.push_back(i_id);
+    if (const auto found = _places.find(i_id); found != _places.end()) {
+        _Remove(found->second, news);
+        _CloseGaps();
+    }
     return news;
 }
 
@@ -103,17 +121,19 @@ Position MachineStore::GetPosition() const
 MachineStore::MachinePointer MachineStore::Find(const boost::uuids::uuid& i_id) const
 {
     const TavSDK::MutexLock lock(_mutex);
-    const auto found = _entries.find(i_id);
-    return found == _entries.end() ? nullptr : found->second.machine;
+    const auto found = _places.find(i_id);
+    return found == _places.end() ? nullptr : _entries[found->second].machine;
 }
 
 std::vector<MachineStore::MachinePointer> MachineStore::GetAll() const
 {
     const TavSDK::MutexLock lock(_mutex);
     std::vector<MachinePointer> machines;
-    machines.reserve(_order.size());
-    for (const auto& [place, id] : _order)
-        machines.push_back(_entries.at(id).machine);
+    machines.reserve(_places.size());
+    for (const Entry& entry : _entries) {
+        if (entry.machine)
+            machines.push_back(entry.machine);
+    }
     return machines;
 }
 
@@ -121,9 +141,11 @@ std::vector<boost::uuids::uuid> MachineStore::GetIds() const
 {
     const TavSDK::MutexLock lock(_mutex);
     std::vector<boost::uuids::uuid> ids;
-    ids.reserve(_order.size());
-    for (const auto& [place, id] : _order)
-        ids.push_back(id);
+    ids.reserve(_places.size());
+    for (const Entry& entry : _entries) {
+        if (entry.machine)
+            ids.push_back(entry.id);
+    }
     return ids;
 }
 

@@ -5,10 +5,12 @@
 #include "contract/MachineNews.h"
 #include "tavsdk/Mutex.h"
 
+#include <boost/unordered/unordered_flat_map.hpp>
 #include <boost/uuid/uuid.hpp>
 
+#include <cstddef>
 #include <cstdint>
-#include <map>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
@@ -54,10 +56,10 @@ public:
     using MachinePointer = std::shared_ptr<const StoredMachine>;
 
     /// Takes the place of all machines.
-    MachineNews Replace(std::vector<StoredMachine> i_machines, const Position& i_position);
+    MachineNews Replace(std::vector<std::shared_ptr<StoredMachine>> i_machines, const Position& i_position);
     /// Adds a machine, or takes the place of one that is known.
     /// \param i_told what the service says of the change, beside what shows.
-    MachineNews Put(StoredMachine i_machine, MachineChanges i_told, const Position& i_position);
+    MachineNews Put(MachinePointer ip_machine, MachineChanges i_told, const Position& i_position);
     MachineNews Remove(const boost::uuids::uuid& i_id, const Position& i_position);
 
     Position GetPosition() const;
@@ -68,20 +70,33 @@ public:
     std::vector<boost::uuids::uuid> GetIds() const;
 
 private:
-    struct Entry
+    /// Ids are random as a rule; those that somebody numbered by hand differ in a few bits only.
+    struct Hash
     {
-        MachinePointer machine;
-        std::uint64_t place = 0;
-        std::uint64_t generation = 0; ///< of the last snapshot that had it
+        using is_avalanching = void;
+        std::size_t operator()(const boost::uuids::uuid& i_id) const
+        {
+            std::uint64_t halves[2];
+            std::memcpy(halves, i_id.data, sizeof(halves));
+            const std::uint64_t mixed = (halves[0] ^ (halves[1] * 0x9e3779b97f4a7c15u)) * 0xff51afd7ed558ccdu;
+            return static_cast<std::size_t>(mixed ^ (mixed >> 32));
+        }
     };
 
-    void _Put(StoredMachine&& io_machine, MachineChanges i_told, MachineNews& io_news) TAVSDK_REQUIRES(_mutex);
+    struct Entry
+    {
+        boost::uuids::uuid id = {};
+        MachinePointer machine; ///< null: it was removed
+    };
+
+    void _Put(MachinePointer&& iop_machine, MachineChanges i_told, MachineNews& io_news) TAVSDK_REQUIRES(_mutex);
+    void _Remove(std::size_t i_place, MachineNews& io_news) TAVSDK_REQUIRES(_mutex);
+    void _CloseGaps() TAVSDK_REQUIRES(_mutex);
 
     mutable TavSDK::Mutex _mutex; ///< guards everything below
-    std::map<boost::uuids::uuid, Entry> _entries TAVSDK_GUARDED_BY(_mutex);
-    std::map<std::uint64_t, boost::uuids::uuid> _order TAVSDK_GUARDED_BY(_mutex);
-    std::uint64_t _nextPlace TAVSDK_GUARDED_BY(_mutex) = 0;
-    std::uint64_t _generation TAVSDK_GUARDED_BY(_mutex) = 0; ///< counts the snapshots
+    /// In the order in which they came, with gaps as long as they are few.
+    std::vector<Entry> _entries TAVSDK_GUARDED_BY(_mutex);
+    boost::unordered_flat_map<boost::uuids::uuid, std::size_t, Hash> _places TAVSDK_GUARDED_BY(_mutex);
     Position _position TAVSDK_GUARDED_BY(_mutex);
 };
 

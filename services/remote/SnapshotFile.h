@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +16,7 @@ namespace MachineService::Remote {
 struct Snapshot
 {
     Position position;
-    std::vector<StoredMachine> machines;
+    std::vector<std::shared_ptr<StoredMachine>> machines;
     std::vector<MachinePicture> icons;
     std::chrono::system_clock::time_point time; ///< when it was told
 };

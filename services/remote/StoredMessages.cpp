@@ -12,24 +12,35 @@ namespace pb = machineservice::v1;
 constexpr int MaxCommands = 1000;
 constexpr int MaxOthers = 16;
 
+[[noreturn]] void RefuseNumbers()
+{
+    Fail(ErrorCode::InternalError,
+         "The other side sent a machine with too many commands or forms; it needs to be renewed or repaired.");
+}
+
+void Read(const pb::Machine& i_machine, StoredMachine& o_machine)
+{
+    o_machine.data = Wire::FromMessage(i_machine);
+    o_machine.pictureHash = i_machine.picture_sha256();
+    if (i_machine.commands_size() > MaxCommands)
+        RefuseNumbers();
+    o_machine.commands.reserve(static_cast<std::size_t>(i_machine.commands_size()));
+    for (const auto& command : i_machine.commands())
+        o_machine.commands.push_back({Wire::FromMessage(command), command.icon_sha256()});
+}
+
 } // namespace
 
-StoredMachine ToStored(const pb::Machine& i_machine)
+std::shared_ptr<StoredMachine> ToStored(const pb::Machine& i_machine)
 {
-    StoredMachine machine;
-    machine.data = Wire::FromMessage(i_machine);
-    machine.pictureHash = i_machine.picture_sha256();
-    if (i_machine.commands_size() > MaxCommands || i_machine.other_representations_size() > MaxOthers)
-        Fail(ErrorCode::InternalError,
-             "The other side sent a machine with too many commands or forms; it needs to be renewed or repaired.");
-    for (const auto& command : i_machine.commands())
-        machine.commands.push_back({Wire::FromMessage(command), command.icon_sha256()});
-    for (const auto& other : i_machine.other_representations()) {
-        // They have none themselves, whatever somebody sends.
-        pb::Machine alone = other;
-        alone.clear_other_representations();
-        machine.others.push_back(ToStored(alone));
-    }
+    if (i_machine.other_representations_size() > MaxOthers)
+        RefuseNumbers();
+    auto machine = std::make_shared<StoredMachine>();
+    Read(i_machine, *machine);
+    machine->others.resize(static_cast<std::size_t>(i_machine.other_representations_size()));
+    // Other forms have none themselves, whatever somebody sends.
+    for (int index = 0; index < i_machine.other_representations_size(); ++index)
+        Read(i_machine.other_representations(index), machine->others[static_cast<std::size_t>(index)]);
     return machine;
 }
 

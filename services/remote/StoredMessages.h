@@ -5,13 +5,14 @@
 
 #include <machineservice/v1/types.pb.h>
 
+#include <memory>
 #include <set>
 #include <string>
 
 namespace MachineService::Remote {
 
 /// \throws CommunicationException that names what is wrong with it.
-StoredMachine ToStored(const machineservice::v1::Machine& i_machine);
+std::shared_ptr<StoredMachine> ToStored(const machineservice::v1::Machine& i_machine);
 machineservice::v1::Machine ToMessage(const StoredMachine& i_machine);
 
 /// The icons and pictures that a machine needs, in any of its forms.

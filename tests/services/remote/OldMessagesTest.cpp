@@ -1,4 +1,5 @@
 #include "client/interface/CommunicationException.h"
+#include "remote/CatalogStream.h"
 #include "remote/ServiceAnswers.h"
 #include "remote/StoredMessages.h"
 #include "support/Files.h"
@@ -52,12 +53,23 @@ TEST(OldMessagesTest, TheCatalogOfTheFirstVersionIsRead)
     EXPECT_EQ(snapshot.revision(), 7u);
     EXPECT_TRUE(snapshot.snapshot().is_last());
     ASSERT_EQ(snapshot.snapshot().machines_size(), 1);
-    ExpectKestrel(ToStored(snapshot.snapshot().machines(0)));
-    const auto updated = Read<pb::CatalogEvent>("catalog-updated");
+    ExpectKestrel(*ToStored(snapshot.snapshot().machines(0)));
+
+    // As a host reads it.
+    const auto page = Read<messages::CatalogEvent>("catalog-snapshot");
+    EXPECT_EQ(page.epoch(), "epoch-of-16bytes");
+    EXPECT_EQ(page.revision(), 7u);
+    EXPECT_TRUE(page.snapshot().is_last());
+    ASSERT_EQ(page.snapshot().machines_size(), 1);
+    pb::Machine kestrel;
+    ASSERT_TRUE(kestrel.ParseFromString(page.snapshot().machines(0)));
+    ExpectKestrel(*ToStored(kestrel));
+    const auto updated = Read<messages::CatalogEvent>("catalog-updated");
     EXPECT_EQ(static_cast<MachineChanges>(updated.updated().changes()), MachineChanges::NameChanged);
-    ExpectKestrel(ToStored(updated.updated().machine()));
-    EXPECT_EQ(Wire::ToUuid(Read<pb::CatalogEvent>("catalog-removed").removed(), "id"), MakeId(1));
-    EXPECT_EQ(static_cast<ServiceStatus>(Read<pb::CatalogEvent>("catalog-status").status()), ServiceStatus::Running);
+    ExpectKestrel(*ToStored(updated.updated().machine()));
+    EXPECT_EQ(Wire::ToUuid(Read<messages::CatalogEvent>("catalog-removed").removed(), "id"), MakeId(1));
+    EXPECT_EQ(static_cast<ServiceStatus>(Read<messages::CatalogEvent>("catalog-status").status()),
+              ServiceStatus::Running);
 }
 
 TEST(OldMessagesTest, TheAnswersOfTheFirstVersionAreRead)

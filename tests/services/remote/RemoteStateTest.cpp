@@ -28,11 +28,11 @@ boost::uuids::uuid MakeId(std::uint8_t i_number)
     return id;
 }
 
-StoredMachine MakeMachine(std::uint8_t i_number, const std::string& i_comment = {})
+std::shared_ptr<StoredMachine> MakeMachine(std::uint8_t i_number, const std::string& i_comment = {})
 {
-    StoredMachine machine;
-    machine.data.id = MakeId(i_number);
-    machine.data.comment = i_comment;
+    auto machine = std::make_shared<StoredMachine>();
+    machine->data.id = MakeId(i_number);
+    machine->data.comment = i_comment;
     return machine;
 }
 
@@ -45,12 +45,12 @@ TEST(RemoteStateTest, ASnapshotTellsWhatDiffersFromTheLastOneAndKeepsTheOrder)
 
     const auto before = store.Find(MakeId(1));
     auto seenAgain = MakeMachine(2);
-    seenAgain.data.stateTime = std::chrono::system_clock::time_point(1s);
+    seenAgain->data.stateTime = std::chrono::system_clock::time_point(1s);
     news = store.Replace({MakeMachine(1, "other"), seenAgain, MakeMachine(4)}, {"next", 1});
     EXPECT_THAT(news.removed, ElementsAre(MakeId(3)));
     EXPECT_THAT(news.added, ElementsAre(MakeId(4)));
     EXPECT_THAT(news.updated, ElementsAre(std::pair(MakeId(1), Changed)));
-    EXPECT_EQ(store.Find(MakeId(2))->data.stateTime, seenAgain.data.stateTime);
+    EXPECT_EQ(store.Find(MakeId(2))->data.stateTime, seenAgain->data.stateTime);
     EXPECT_EQ(before->data.comment, "") << "what was handed out stays as it was";
     EXPECT_THAT(store.GetIds(), ElementsAre(MakeId(1), MakeId(2), MakeId(4)));
 }
@@ -61,14 +61,38 @@ TEST(RemoteStateTest, AChangeTellsWhatTheServiceSaysAndWhatShows)
     EXPECT_THAT(store.Put(MakeMachine(1), MachineChanges::StateChanged, {"life", 1}).added, ElementsAre(MakeId(1)));
     EXPECT_THAT(store.Put(MakeMachine(1), MachineChanges::None, {"life", 2}).updated, IsEmpty());
     auto changed = MakeMachine(1);
-    changed.data.name = "renamed";
-    changed.commands.emplace_back();
+    changed->data.name = "renamed";
+    changed->commands.emplace_back();
     EXPECT_THAT(store.Put(changed, static_cast<MachineChanges>(64), {"life", 3}).updated,
                 ElementsAre(std::pair(MakeId(1), MachineChanges::NameChanged | MachineChanges::CommandsChanged |
                                                      static_cast<MachineChanges>(64))));
     EXPECT_THAT(store.Remove(MakeId(9), {"life", 4}).removed, IsEmpty());
     EXPECT_THAT(store.Remove(MakeId(1), {"life", 5}).removed, ElementsAre(MakeId(1)));
     EXPECT_EQ(store.GetPosition().revision, 5);
+}
+
+TEST(RemoteStateTest, TheOrderOutlivesManyRemovals)
+{
+    MachineStore store;
+    std::vector<boost::uuids::uuid> expected;
+    for (std::uint8_t number = 0; number < 200; ++number)
+        store.Put(MakeMachine(number), Changed, {"life", number});
+    for (std::uint8_t number = 0; number < 200; ++number) {
+        if (number % 20 == 7)
+            expected.push_back(MakeId(number));
+        else
+            store.Remove(MakeId(number), {"life", 200});
+        EXPECT_EQ(store.Find(MakeId(number)) != nullptr, number % 20 == 7);
+    }
+    store.Put(MakeMachine(3, "again"), Changed, {"life", 201});
+    expected.push_back(MakeId(3));
+    EXPECT_EQ(store.GetIds(), expected);
+    std::vector<boost::uuids::uuid> found;
+    for (const auto& machine : store.GetAll())
+        found.push_back(machine->data.id);
+    EXPECT_EQ(found, expected);
+    EXPECT_THAT(store.Replace({MakeMachine(3, "again"), MakeMachine(7)}, {"next", 1}).removed, SizeIs(9));
+    EXPECT_THAT(store.GetIds(), ElementsAre(MakeId(7), MakeId(3)));
 }
 
 TEST(RemoteStateTest, ManyThreadsReadWhileTheMachinesChange)
