@@ -16,6 +16,7 @@ namespace Machined {
 namespace {
 
 constexpr std::uint64_t MaxConfigurationBytes = 1 << 20;
+constexpr const char* ConfigurationName = "machined.conf";
 
 std::uint64_t ReadNumber(const std::string& i_text, std::uint64_t i_least, std::uint64_t i_most)
 {
@@ -174,14 +175,21 @@ std::string Trim(const std::string& i_text)
                                       : i_text.substr(begin, i_text.find_last_not_of(" \t\r") - begin + 1);
 }
 
-void ReadFile(Settings& o_settings, const std::string& i_file)
+/// \param i_is_needed or it may not be there.
+void ReadFile(Settings& o_settings, const std::string& i_file, bool i_is_needed)
 {
     std::istringstream lines;
     try {
-        lines.str(TavSDK::ReadFile(TavSDK::PathFromUtf8(i_file), MaxConfigurationBytes));
+        const auto path = TavSDK::PathFromUtf8(i_file);
+        auto file =
+            i_is_needed ? std::optional<TavSDK::InputFile>(std::in_place, path) : TavSDK::InputFile::OpenIfThere(path);
+        if (!file)
+            return;
+        lines.str(file->ReadAll(MaxConfigurationBytes));
     } catch (const TavSDK::FileError& error) {
         throw WrongUsage("The configuration " + TavSDK::Quote(i_file) + " cannot be read: " + error.what() + '.');
     }
+    o_settings.configuration = i_file;
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
@@ -205,16 +213,26 @@ void Check(const Settings& i_settings)
         throw WrongUsage("There is no way without TLS between hosts; give --listen a --certificate and a --key.");
 }
 
+/// The file comes before the rest of the command line, wherever it is named.
+void ReadFiles(Settings& o_settings, const std::vector<std::string>& i_arguments)
+{
+    for (std::size_t place = 0; place + 1 < i_arguments.size(); ++place) {
+        if (i_arguments[place] == "--config")
+            ReadFile(o_settings, i_arguments[place + 1], true);
+        else if (i_arguments[place] == "--config-folder")
+            o_settings.configurationFolder = TavSDK::PathFromUtf8(i_arguments[place + 1]);
+    }
+    // Another file takes the place of the one in the folder.
+    if (o_settings.configuration.empty() && !o_settings.configurationFolder.empty())
+        ReadFile(o_settings, (o_settings.configurationFolder / ConfigurationName).native(), false);
+}
+
 } // namespace
 
 Settings ReadSettings(const std::vector<std::string>& i_arguments)
 {
     Settings settings;
-    // The file comes first, wherever it is named.
-    for (std::size_t place = 0; place + 1 < i_arguments.size(); ++place) {
-        if (i_arguments[place] == "--config")
-            ReadFile(settings, i_arguments[place + 1]);
-    }
+    ReadFiles(settings, i_arguments);
     for (std::size_t place = 0; place < i_arguments.size(); ++place) {
         const auto& word = i_arguments[place];
         if (word == "--help" || word == "-h") {
@@ -227,7 +245,7 @@ Settings ReadSettings(const std::vector<std::string>& i_arguments)
             settings.command.push_back(word);
         } else if (place + 1 == i_arguments.size()) {
             throw WrongUsage(TavSDK::Quote(word) + " needs a value; machined --help tells which.");
-        } else if (++place; word != "--config") {
+        } else if (++place; word != "--config" && word != "--config-folder") {
             Set(settings, word.substr(2), i_arguments[place], TavSDK::Quote(word));
         }
     }
@@ -245,6 +263,7 @@ std::string GetHelp()
         "machined token add NAME [ROLE] | list | role NAME ROLE | rotate NAME | revoke NAME [--tokens FILE]\n"
         "         ROLE: see, submit (jobs of its own; without a role this one), operate\n\n"
         "  --config FILE         the options below as lines NAME = VALUE\n"
+        "  --config-folder FOLDER  has that file, as machined.conf where there is one, and the tokens\n"
         "  --check-config        only tells whether everything can be used\n"
         "  --print-address       prints each address, and \"ready\", on standard output\n";
     for (const auto& option : Options) {
@@ -287,6 +306,8 @@ std::filesystem::path GetTokenFile(const Settings& i_settings)
 {
     if (!i_settings.tokens.empty())
         return i_settings.tokens;
+    if (!i_settings.configurationFolder.empty())
+        return i_settings.configurationFolder / "tokens";
     try {
         return TavSDK::GetUserFolder(TavSDK::UserFolder::Configuration) / "machineservice" / "machined" / "tokens";
     } catch (const TavSDK::FileError& error) {

@@ -19,9 +19,12 @@ struct Settings
     std::string certificate;
     std::string key;
     std::string clientCa;
-    std::filesystem::path tokens; ///< file; empty: in the user's configuration folder
-    std::filesystem::path data;   ///< empty: the user's folder of the Build Processors
-    std::string engine;           ///< path of the engine; empty: of the search path
+    std::filesystem::path tokens; ///< file; empty: in the configuration folder
+    /// Of the file and of tokens; empty: the user's for tokens, and no file.
+    std::filesystem::path configurationFolder;
+    std::string configuration;  ///< the file that was read; or none
+    std::filesystem::path data; ///< empty: the user's folder of the Build Processors
+    std::string engine;         ///< path of the engine; empty: of the search path
     std::chrono::milliseconds drain = std::chrono::seconds(20);
     std::size_t connections = 256;
     std::size_t streams = 512;

@@ -1,5 +1,6 @@
 #include "machined/Daemon.h"
 #include "machined/Log.h"
+#include "tavsdk/Text.h"
 
 #include <csignal>
 #include <cstdio>
@@ -34,7 +35,10 @@ void Run(const Machined::Settings& i_settings)
         Machined::RunTokenCommand(i_settings);
     } else if (i_settings.checkOnly) {
         Machined::CheckSettings(i_settings);
-        std::puts("The configuration can be used.");
+        std::puts(("The configuration " +
+                   (i_settings.configuration.empty() ? std::string() : TavSDK::Quote(i_settings.configuration) + ' ') +
+                   "can be used.")
+                      .c_str());
     } else {
         Machined::TakeQtMessages();
         Machined::RunDaemon(i_settings);

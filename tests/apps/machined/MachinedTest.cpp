@@ -235,16 +235,32 @@ TEST_F(MachinedTest, SaysWhatIsWrongWithItsSettings)
     EXPECT_EQ(settings.socket, "");
     EXPECT_EQ(settings.drain, std::chrono::seconds(7));
     EXPECT_EQ(settings.key, "other");
+    // Of a folder that an administrator has, the file counts as soon as it is there.
+    const auto folderOption = std::vector<std::string>{"--config-folder", PathOf("etc"), "--socket", "/s"};
+    const auto without = Machined::ReadSettings(folderOption);
+    EXPECT_EQ(without.configuration, "");
+    EXPECT_EQ(Machined::GetTokenFile(without), PathOf("etc/tokens"));
+    WriteFile(PathOf("etc/machined.conf"), "runs = 3\nsocket = /other\ntokens = /tokens\n");
+    const auto with = Machined::ReadSettings(folderOption);
+    EXPECT_EQ(with.configuration, PathOf("etc/machined.conf"));
+    EXPECT_EQ(with.runsOfOneClient, 3);
+    EXPECT_EQ(with.socket, "/s");
+    EXPECT_EQ(Machined::GetTokenFile(with), "/tokens");
+    EXPECT_EQ(Machined::ReadSettings({"--config-folder", PathOf("etc"), "--config", PathOf("good.conf")}).socket, "");
+    WriteFile(PathOf("bad/machined.conf"), "runs = many");
+    WriteFile(PathOf("folder.conf/machined.conf/file"), "");
     WriteFile(PathOf("name.conf"), "colour = red");
     WriteFile(PathOf("line.conf"), "\nsocket");
     const struct
     {
         std::vector<std::string> arguments;
-        const char* found;
+        std::string found;
     } rows[] = {
         {{"--config", PathOf("name.conf")}, "'colour' in line 1 of"},
         {{"--config", PathOf("line.conf")}, "line 2 of"},
         {{"--config", PathOf("none.conf")}, "cannot be read"},
+        {{"--config-folder", PathOf("bad")}, "'runs' in line 1 of '" + PathOf("bad/machined.conf")},
+        {{"--config-folder", PathOf("folder.conf")}, "cannot be read"},
         {{"--colour", "red"}, "'--colour' is not known"},
         {{"--runs"}, "needs a value"},
         {{"--runs", "0"}, "no whole number from 1 to 1000"},
@@ -259,6 +275,12 @@ TEST_F(MachinedTest, SaysWhatIsWrongWithItsSettings)
         }
     }
     EXPECT_EQ(Run({QStringLiteral("--check-config")}).first, 0);
+    for (const auto& [name, code] : {std::pair("etc", 0), {"bad", 2}, {"nowhere", 0}})
+        EXPECT_EQ(Run({QStringLiteral("--check-config"), QStringLiteral("--config-folder"),
+                       QString::fromStdString(PathOf(name))})
+                      .first,
+                  code)
+            << name;
     EXPECT_EQ(Run({QStringLiteral("--help")}).first, 0);
     EXPECT_EQ(Run({QStringLiteral("nonsense")}).first, 2);
     EXPECT_EQ(Run({QStringLiteral("--socket"), QStringLiteral("relative")}).first, 1);
@@ -271,6 +293,8 @@ TEST_F(MachinedTest, HasUnitsThatTheServiceManagerUnderstands)
         verify.setProcessChannelMode(QProcess::MergedChannels);
         auto unit = ReadFile(std::string(MACHINED_UNITS "/") + kind + "/machined.service");
         ASSERT_THAT(unit, HasSubstr("/machined"));
+        EXPECT_EQ(unit.find(" --config-folder /etc/machined ") != std::string::npos, kind == std::string("system"))
+            << "which needs no file there to start";
         // It looks whether the program is there.
         const auto begin = unit.find("ExecStart=") + 10;
         unit.replace(begin, unit.find_first_of(" \n", begin) - begin, MACHINED);
