@@ -56,7 +56,7 @@ class Plotter(Service):
         plotter = t.Machine(id=MACHINE, name="Plotter", manufacturer="Example", service_kind=t.SERVICE_KIND_BUILD_PROCESSORS,
                             representation=t.MACHINE_REPRESENTATION_MACHINE, state=t.MACHINE_STATE_READY)
         plotter.commands.add(type=t.COMMAND_TYPE_ADDITIONAL, id=COMMAND, data_format=t.DATA_FORMAT_DOCUMENT,
-                             name=t.Text(text="Plot"), icon_sha256=digest(ICON))
+                             name=t.Text(text="Plot", language="en"), icon_sha256=digest(ICON))
         yield m.CatalogEvent(epoch=EPOCH, revision=1, status=t.SERVICE_STATUS_RUNNING)
         yield m.CatalogEvent(epoch=EPOCH, revision=1, snapshot=m.SnapshotPage(machines=[plotter], is_last=True))
         while context.is_active():

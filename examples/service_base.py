@@ -34,7 +34,7 @@ def pieces(content, offset=0):
 
 
 def refuse(context, code, reason, sentence):
-    failure = t.Failure(code=t.ERROR_CODE_INTERNAL_ERROR, reason=reason, sentence=t.Text(text=sentence))
+    failure = t.Failure(code=t.ERROR_CODE_INTERNAL_ERROR, reason=reason, sentence=t.Text(text=sentence, language="en"))
     context.set_trailing_metadata((("machineservice-failure-bin", failure.SerializeToString()),))
     context.abort(code, sentence)
 
@@ -85,7 +85,7 @@ class Run:
             self.fail(t.ERROR_CODE_PROCESSING_ABORTED, "The run was cancelled.")
 
     def fail(self, code, sentence):
-        self.state.failure.CopyFrom(t.Failure(code=code, sentence=t.Text(text=sentence)))
+        self.state.failure.CopyFrom(t.Failure(code=code, sentence=t.Text(text=sentence, language="en")))
         self.state.phase = r.RUN_PHASE_FAILED
 
 

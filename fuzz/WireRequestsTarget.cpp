@@ -118,7 +118,7 @@ private:
 
     static void Tell(const RunState& i_state)
     {
-        const auto message = ToMessage(i_state);
+        const auto message = ToMessage(i_state, "en");
         Fuzz::Require(message.percent() <= 100, "percentages end at 100");
         Fuzz::Require(i_state.phase != RunState::Phase::Failed || message.has_failure(), "a failed run says why");
     }

@@ -1,6 +1,7 @@
 #include "hashing/Sha256.h"
 #include "machine-check/Session.h"
 #include "tavsdk/Text.h"
+#include "wire/Conversions.h"
 
 #include <map>
 #include <set>
@@ -51,6 +52,22 @@ std::vector<pb::Machine> ReadSnapshot(Session& io_session, Report& io_report)
     return machines;
 }
 
+void CheckLanguages(const pb::Machine& i_machine, Report& io_report)
+{
+    const auto check = [&](const pb::Text& i_text) {
+        io_report.Expect(i_text.language().empty() || MachineService::Wire::IsLanguageTag(i_text.language()), "C11",
+                         "The text " + TavSDK::Quote(i_text.text(), 100) + " of " +
+                             TavSDK::Quote(i_machine.name(), 100) + " is in the language " +
+                             TavSDK::Quote(i_text.language(), 100) + '.');
+    };
+    for (const auto& reason : i_machine.state_reasons())
+        check(reason);
+    for (const auto& command : i_machine.commands()) {
+        check(command.name());
+        check(command.description());
+    }
+}
+
 void CheckMachine(const pb::Machine& i_machine, Report& io_report)
 {
     const auto name = TavSDK::Quote(i_machine.name(), 100);
@@ -60,6 +77,7 @@ void CheckMachine(const pb::Machine& i_machine, Report& io_report)
         io_report.Expect(IsId(command.id()) && ids.insert(command.id()).second && !command.name().text().empty(), "C6",
                          "The command " + TavSDK::Quote(command.name().text(), 100) + " of " + name +
                              " has no id, one that another has as well, or no name.");
+    CheckLanguages(i_machine, io_report);
     if (!i_machine.has_build_volume())
         return;
     const auto& volume = i_machine.build_volume();

@@ -21,6 +21,7 @@ const std::vector<Rule>& GetRules()
         {"C8", "Something is sent on a stream at least every heartbeat_interval_ms."},
         {"C9", "Another connection sees the same machines with the same ids."},
         {"C10", "A build volume has a positive size."},
+        {"C11", "The language of a text, where it is told, is a tag of BCP 47."},
         {"W1", "A catalog that is resumed goes on at the revision that the host has, or begins with a snapshot."},
         {"W2", "A catalog that is resumed with an epoch of another life begins with a snapshot."},
         {"A1", "An answer names a command of the machine, and each once."},

@@ -67,6 +67,8 @@ MachineServerOptions MakeOptions(const Settings& i_settings, const TokenStore& i
 {
     MachineServerOptions options;
     options.name = "machined";
+    // The Build Processors and the Machine Manager have no other.
+    options.language = "en";
     options.services = GetOffered(i_settings);
     if (const auto socket = GetSocket(i_settings); !socket.empty())
         options.addresses.push_back("unix:" + socket);

@@ -15,6 +15,7 @@ int Serve(const char* ip_address)
     const auto catalog = Example::MakeFoamCutters(jobs);
     MachineService::MachineServerOptions options;
     options.name = "Foam cutters";
+    options.language = "en";
     options.addresses = {ip_address};
     options.services = {MachineService::ServiceId(1000)};
     MachineService::MachineServer server(*catalog, options);

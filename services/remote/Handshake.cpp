@@ -12,7 +12,6 @@
 #include "wire/Protocol.h"
 
 #include <QCoreApplication>
-#include <QLocale>
 
 #include <algorithm>
 
@@ -30,7 +29,6 @@ constexpr std::chrono::seconds ConnectDeadlineHere(5);
 constexpr std::chrono::seconds ConnectDeadlineElsewhere(10);
 constexpr std::chrono::seconds LongestLook(2);
 constexpr std::uint64_t MaxAuthorityBytes = 10'000'000;
-constexpr int MaxLanguages = 10;
 
 std::string ReadAuthority(const RemoteService& i_service)
 {
@@ -86,9 +84,8 @@ std::shared_ptr<Connection> Connect(const RemoteService& i_service, const std::s
     const QString host =
         QCoreApplication::applicationName() + QLatin1Char(' ') + QCoreApplication::applicationVersion();
     request.set_host(host.trimmed().toStdString());
-    const auto languages = QLocale::system().uiLanguages();
-    for (const QString& language : languages.mid(0, MaxLanguages))
-        request.add_languages(language.toStdString());
+    for (const auto& language : i_service.languages)
+        request.add_languages(language);
     Call call(*connection, i_service.address.isLocal ? ConnectDeadlineHere : ConnectDeadlineElsewhere,
               {i_service.stop.get_token(), i_stop});
     pb::ServiceInformation information;

@@ -4,10 +4,15 @@
 #include "remote/StatusTrouble.h"
 #include "remote/trust/Fingerprint.h"
 #include "tavsdk/Text.h"
+#include "wire/Conversions.h"
+
+#include <QLocale>
 
 namespace MachineService::Remote {
 
 namespace {
+
+constexpr std::size_t MaxLanguages = 10;
 
 std::string ReadPin(const ServiceEndpoint& i_endpoint)
 {
@@ -20,6 +25,21 @@ std::string ReadPin(const ServiceEndpoint& i_endpoint)
                                        "digits.");
 }
 
+/// Of the program's texts. Asked for by whoever makes the catalog, because a program may change its language, on the
+/// same thread.
+std::vector<std::string> GetLanguages()
+{
+    std::vector<std::string> languages;
+    const auto all = QLocale().uiLanguages();
+    for (const QString& language : all) {
+        // A locale may have no language at all, such as "C".
+        auto text = language.toStdString();
+        if (languages.size() < MaxLanguages && Wire::IsLanguageTag(text))
+            languages.push_back(std::move(text));
+    }
+    return languages;
+}
+
 } // namespace
 
 RemoteService::RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem::path i_jobs_dir,
@@ -28,6 +48,7 @@ RemoteService::RemoteService(const ServiceEndpoint& i_endpoint, std::filesystem:
     , authorityFile(i_endpoint.authorityFile)
     , pin(ReadPin(i_endpoint))
     , jobsDir(std::move(i_jobs_dir))
+    , languages(GetLanguages())
     , pins(std::move(i_pin_file))
 {}
 

@@ -17,6 +17,7 @@
 #include <memory>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 namespace MachineService::Remote {
 
@@ -55,8 +56,9 @@ struct RemoteService
     const std::filesystem::path authorityFile;
     const std::string pin; ///< of the endpoint, see trust/Fingerprint.h; or empty
     const std::filesystem::path jobsDir;
-    Pins pins;                            ///< that users confirmed
-    std::atomic<bool> isAnswered = false; ///< the user has said something new, and no connection was tried since
+    const std::vector<std::string> languages; ///< that the user reads, the best first, in BCP 47
+    Pins pins;                                ///< that users confirmed
+    std::atomic<bool> isAnswered = false;     ///< the user has said something new, and no connection was tried since
     Retry retry;
     MachineStore machines;
     IconStore icons;

@@ -1,6 +1,7 @@
 #include "server/CatalogFeed.h"
 
 #include "client/interface/CommunicationException.h"
+#include "server/TextLanguage.h"
 #include "tavsdk/Mutex.h"
 #include "tavsdk/StopExceptions.h"
 #include "wire/Conversions.h"
@@ -88,10 +89,11 @@ struct CatalogFeed::Impl
 };
 
 CatalogFeed::CatalogFeed(AbstractMachinesCatalog& io_catalog, CatalogJournal& io_journal, IconStore& io_icons,
-                         bool i_awaits_status, Log i_log)
+                         bool i_awaits_status, std::string i_language, Log i_log)
     : _catalog(io_catalog)
     , _journal(io_journal)
     , _icons(io_icons)
+    , _language(std::move(i_language))
     , _log(std::move(i_log))
     , _queue(std::make_shared<Queue>())
     , _impl(std::make_unique<Impl>())
@@ -195,6 +197,7 @@ bool CatalogFeed::_Publish(const boost::uuids::uuid& i_id, std::uint32_t i_chang
     _AddPicture(data, message, icons);
     const bool isWhole = _AddCommands(machine, message, icons);
     _AddRepresentations(data, message, icons);
+    NameLanguage(_language, message);
     _journal.Put(Wire::ToBytes(i_id), std::make_shared<PublishedMachine>(message, std::move(icons)), i_changes);
     return isWhole;
 }

@@ -23,8 +23,9 @@ public:
 
     /// \param i_awaits_status the services are about to be started, and hosts wait for what they tell of themselves;
     /// not where they were started before, and no longer than a few seconds where they tell nothing.
+    /// \param i_language see MachineServerOptions.
     CatalogFeed(AbstractMachinesCatalog& io_catalog, CatalogJournal& io_journal, IconStore& io_icons,
-                bool i_awaits_status, Log i_log);
+                bool i_awaits_status, std::string i_language, Log i_log);
     ~CatalogFeed();
     CatalogFeed(const CatalogFeed&) = delete;
     CatalogFeed& operator=(const CatalogFeed&) = delete;
@@ -47,6 +48,7 @@ private:
     AbstractMachinesCatalog& _catalog;
     CatalogJournal& _journal;
     IconStore& _icons;
+    const std::string _language;
     const Log _log;
     const std::shared_ptr<Queue> _queue; ///< shared with the slots
     struct Impl;

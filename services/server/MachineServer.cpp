@@ -182,7 +182,7 @@ void MachineServer::Start()
         Fail("The server cannot be started.");
     // A host that comes while the machines are still looked for waits for them.
     const bool startsServices = !impl.options.services.empty();
-    impl.feed.emplace(impl.state.catalog, impl.state.journal, impl.state.icons, startsServices,
+    impl.feed.emplace(impl.state.catalog, impl.state.journal, impl.state.icons, startsServices, impl.options.language,
                       [&impl](const std::string& i_line) { impl.state.Log(i_line); });
     for (const auto service : impl.options.services) {
         if (!impl.state.catalog.Start(service))

@@ -42,6 +42,8 @@ struct MachineServerOptions
     Tls tls;
     Limits limits;
     std::string name = "Machine service";
+    /// That the catalog's texts are in, in BCP 47; empty: not known. The contract has one language for all hosts.
+    std::string language;
     /// Of the catalog: for these Start, Refresh and SetAuthentication are called.
     std::vector<ServiceId> services;
     std::chrono::milliseconds heartbeat = std::chrono::seconds(5);

@@ -1,4 +1,5 @@
 #include "server/ServiceCalls.h"
+#include "server/TextLanguage.h"
 #include "wire/Chunks.h"
 #include "wire/Conversions.h"
 
@@ -144,6 +145,7 @@ grpc::Status ServiceCalls::GetPlatformInformation(grpc::ServerContext* iop_conte
         header.set_xml_bytes(info.xml.size());
         for (const auto& item : info.items)
             AddItem(header, item);
+        NameLanguage(_state.options.language, header);
         sender.SendHeader(header);
         sender.SendBytes(info.xml);
         for (const auto& item : info.items)
@@ -166,6 +168,7 @@ grpc::Status ServiceCalls::GetEmptyPlatform(grpc::ServerContext* iop_context,
         pb::PlatformHeader header;
         *header.mutable_result() = Wire::ToMessage(result);
         AddItem(header, platform);
+        NameLanguage(_state.options.language, header);
         sender.SendHeader(header);
         sender.SendBytes(platform.data);
     });

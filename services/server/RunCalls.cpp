@@ -35,7 +35,7 @@ grpc::Status ServiceCalls::StartRun(grpc::ServerContext* iop_context, const pb::
                 return machine->RunCommand(i_parameters);
             }
         };
-        *op_reply = ToMessage(_state.book.Start(std::move(order)));
+        *op_reply = ToMessage(_state.book.Start(std::move(order)), _state.options.language);
     });
 }
 
@@ -56,7 +56,7 @@ grpc::Status ServiceCalls::Upload(grpc::ServerContext* iop_context, grpc::Server
             if (request.has_chunk())
                 _state.book.Take(id, upload, Wire::ToPiece(request.chunk()));
         } while (_state.book.Get(id).phase == RunState::Phase::WaitingForInput && iop_reader->Read(&request));
-        *op_reply = ToMessage(_state.book.Get(id));
+        *op_reply = ToMessage(_state.book.Get(id), _state.options.language);
     });
 }
 
@@ -71,7 +71,8 @@ grpc::ServerWriteReactor<pb::Run>* ServiceCalls::WatchRun(grpc::CallbackServerCo
     } catch (...) {
         refusal = std::current_exception();
     }
-    auto stream = std::make_shared<RunStream>(*iop_context, _state.pump, _state.options.limits.idle, _state.book, id);
+    auto stream = std::make_shared<RunStream>(*iop_context, _state.pump, _state.options.limits.idle, _state.book, id,
+                                              _state.options.language);
     try {
         if (!refusal)
             stream->Attend();
@@ -86,7 +87,7 @@ grpc::Status ServiceCalls::CancelRun(grpc::ServerContext* iop_context, const pb:
                                      pb::Run* op_reply)
 {
     return Answer(_state, *iop_context, [&](const std::string&) {
-        *op_reply = ToMessage(_state.book.Cancel(ReadRunId(ip_request->run_id())));
+        *op_reply = ToMessage(_state.book.Cancel(ReadRunId(ip_request->run_id())), _state.options.language);
     });
 }
 

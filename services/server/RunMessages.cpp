@@ -2,6 +2,7 @@
 
 #include "hashing/Sha256.h"
 #include "server/ServerState.h"
+#include "server/TextLanguage.h"
 #include "wire/Conversions.h"
 #include "wire/Failures.h"
 
@@ -71,7 +72,7 @@ RunOrder ToOrder(const pb::StartRunRequest& i_request, const std::string& i_clie
     return order;
 }
 
-pb::Run ToMessage(const RunState& i_state)
+pb::Run ToMessage(const RunState& i_state, const std::string& i_language)
 {
     pb::Run run;
     run.set_run_id(Wire::ToBytes(i_state.id));
@@ -88,7 +89,8 @@ pb::Run ToMessage(const RunState& i_state)
         message.set_sha256(file.hash);
     }
     if (i_state.failure)
-        *run.mutable_failure() = Wire::ToFailure(i_state.failure);
+        *run.mutable_failure() = Wire::ToFailure(i_state.failure, i_language);
+    NameLanguage(i_language, run);
     return run;
 }
 

@@ -14,6 +14,7 @@ boost::uuids::uuid ReadRunId(const std::string& i_bytes);
 /// Without what lets the machine begin.
 /// \param i_client whose run it is.
 RunOrder ToOrder(const Wire::pb::StartRunRequest& i_request, const std::string& i_client);
-Wire::pb::Run ToMessage(const RunState& i_state);
+/// \param i_language see MachineServerOptions.
+Wire::pb::Run ToMessage(const RunState& i_state, const std::string& i_language);
 
 } // namespace MachineService::Server

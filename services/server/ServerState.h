@@ -69,7 +69,7 @@ grpc::Status Answer(const ServerState& i_state, grpc::ServerContext& io_context,
         i_work(i_state.Admit(io_context));
         return grpc::Status::OK;
     } catch (...) {
-        return Wire::ToStatus(std::current_exception(), io_context);
+        return Wire::ToStatus(std::current_exception(), io_context, i_state.options.language);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "server/ServiceCalls.h"
 
 #include "server/Streams.h"
+#include "server/TextLanguage.h"
 #include "wire/Conversions.h"
 
 namespace MachineService::Server {
@@ -69,7 +70,7 @@ grpc::Status ServiceCalls::GetServiceInformation(grpc::ServerContext* iop_contex
         }
         return grpc::Status::OK;
     } catch (...) {
-        return Wire::ToStatus(std::current_exception(), *iop_context);
+        return Wire::ToStatus(std::current_exception(), *iop_context, _state.options.language);
     }
 }
 
@@ -99,7 +100,7 @@ grpc::Status ServiceCalls::SetAuthentication(grpc::ServerContext* iop_context,
         op_reply->set_result(static_cast<pb::AuthenticationResult>(result));
         return grpc::Status::OK;
     } catch (...) {
-        return Wire::ToStatus(std::current_exception(), *iop_context);
+        return Wire::ToStatus(std::current_exception(), *iop_context, _state.options.language);
     }
 }
 
@@ -174,6 +175,7 @@ grpc::Status ServiceCalls::GetCanRunAnswers(grpc::ServerContext* iop_context, co
             if (!answer->canRun)
                 Wire::SetText(*message.mutable_reason(), answer->reason);
         }
+        NameLanguage(_state.options.language, *op_reply);
     });
 }
 

@@ -39,7 +39,7 @@ RunStream::Next RunStream::_GetNext(pb::Run& o_run)
         return Next::Nothing;
     _told = state.version;
     _hasEnded = state.HasEnded();
-    o_run = ToMessage(state);
+    o_run = ToMessage(state, _language);
     return Next::Ready;
 }
 

@@ -186,21 +186,23 @@ class RunStream final : public Stream<Wire::pb::Run>
 {
 public:
     RunStream(grpc::CallbackServerContext& io_context, StreamPump& io_pump, std::chrono::milliseconds i_longest_idle,
-              RunBook& io_book, const boost::uuids::uuid& i_id)
+              RunBook& io_book, const boost::uuids::uuid& i_id, std::string i_language)
         : Stream(io_context, io_pump, i_longest_idle)
         , _book(io_book)
         , _id(i_id)
+        , _language(std::move(i_language))
     {}
     /// \throws WireFailure when the run is not known.
     void Attend() { _attendance = _book.Attend(_id); }
 
 protected:
     Next _GetNext(Wire::pb::Run& o_run) override;
-    void _MakeHeartbeat(Wire::pb::Run& o_run) override { o_run = ToMessage(_book.Get(_id)); }
+    void _MakeHeartbeat(Wire::pb::Run& o_run) override { o_run = ToMessage(_book.Get(_id), _language); }
 
 private:
     RunBook& _book;
     const boost::uuids::uuid _id;
+    const std::string _language;        ///< of the texts
     std::shared_ptr<void> _attendance;  ///< the host is there
     std::optional<std::uint64_t> _told; ///< the version that was sent last
     bool _hasEnded = false;

@@ -266,6 +266,26 @@ ProfileAssignments FromMessage(const pb::ProfileAssignments& i_assignments)
     return assignments;
 }
 
+bool IsLanguageTag(std::string_view i_text)
+{
+    constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    constexpr std::string_view digits = "0123456789";
+    bool isFirst = true;
+    for (std::size_t begin = 0; begin <= i_text.size();) {
+        const auto end = std::min(i_text.find('-', begin), i_text.size());
+        const auto part = i_text.substr(begin, end - begin);
+        const bool isWord = std::all_of(part.begin(), part.end(), [&](char i_char) {
+            return letters.find(i_char) != std::string_view::npos ||
+                   (!isFirst && digits.find(i_char) != std::string_view::npos);
+        });
+        if (!isWord || part.size() > 8 || part.size() < (isFirst ? 2 : 1))
+            return false;
+        isFirst = false;
+        begin = end + 1;
+    }
+    return true;
+}
+
 bool IsPlainFileName(std::string_view i_name)
 {
     return !i_name.empty() && i_name.size() <= 255 && i_name.front() != '.' &&

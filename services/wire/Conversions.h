@@ -44,6 +44,9 @@ CommandParameters GetParameters(const pb::StartRunRequest& i_request);
 pb::ProfileAssignments ToMessage(const ProfileAssignments& i_assignments);
 ProfileAssignments FromMessage(const pb::ProfileAssignments& i_assignments);
 
+/// Whether it has the form of BCP 47: "de", "en-GB"; "C" and "de_DE" have not.
+bool IsLanguageTag(std::string_view i_text);
+
 /// Whether a name that somebody else chose can be that of a file in a folder of ours.
 bool IsPlainFileName(std::string_view i_name);
 

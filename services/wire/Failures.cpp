@@ -36,6 +36,8 @@ const Correspondence& Find(ErrorCode i_code)
     return Correspondences.back();
 }
 
+constexpr const char* English = "en";
+
 // Headers are at most 8 KiB in all; a run's failure travels in a message and is never cut.
 constexpr std::size_t MaxSentenceBytes = 2000;
 constexpr std::size_t MaxStatusBytes = 500;
@@ -77,7 +79,7 @@ bool IsOfService(grpc::StatusCode i_status)
 
 } // namespace
 
-pb::Failure ToFailure(const std::exception_ptr& ip_exception)
+pb::Failure ToFailure(const std::exception_ptr& ip_exception, const std::string& i_language)
 {
     pb::Failure failure;
     failure.set_code(pb::ERROR_CODE_INTERNAL_ERROR);
@@ -86,15 +88,19 @@ pb::Failure ToFailure(const std::exception_ptr& ip_exception)
     } catch (const WireFailure& exception) {
         failure.set_code(static_cast<pb::ErrorCode>(exception.code()));
         SetText(*failure.mutable_sentence(), exception.what());
+        failure.mutable_sentence()->set_language(English);
         failure.set_reason(exception.reason);
     } catch (const CommunicationException& exception) {
         failure.set_code(static_cast<pb::ErrorCode>(exception.code()));
         SetText(*failure.mutable_sentence(), exception.what());
+        if (i_language == English)
+            failure.mutable_sentence()->set_language(English);
         failure.set_reason(Find(exception.code()).reason);
     } catch (const std::exception& exception) {
         SetText(*failure.mutable_sentence(), exception.what());
     } catch (...) {
         SetText(*failure.mutable_sentence(), "The service failed for a reason that it does not tell.");
+        failure.mutable_sentence()->set_language(English);
     }
     return failure;
 }
@@ -109,9 +115,10 @@ CommunicationException FromFailure(const pb::Failure& i_failure)
     return {static_cast<ErrorCode>(i_failure.code()), sentence.c_str()};
 }
 
-grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContextBase& io_context)
+grpc::Status ToStatus(const std::exception_ptr& ip_exception, grpc::ServerContextBase& io_context,
+                      const std::string& i_language)
 {
-    pb::Failure failure = ToFailure(ip_exception);
+    pb::Failure failure = ToFailure(ip_exception, i_language);
     failure.mutable_sentence()->set_text(std::string(TavSDK::CutUtf8(failure.sentence().text(), MaxSentenceBytes)));
     io_context.AddTrailingMetadata(FailureMetadata, failure.SerializeAsString());
     auto status = Find(static_cast<ErrorCode>(failure.code())).status;

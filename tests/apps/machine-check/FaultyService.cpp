@@ -95,6 +95,7 @@ pb::Machine FaultyService::_MakeMachine()
         message.set_type(pb::COMMAND_TYPE_BUILD);
         message.set_data_format(pb::DATA_FORMAT_PLATFORM);
         message.mutable_name()->set_text("Do");
+        message.mutable_name()->set_language(_fault == Fault::WrongLanguage ? "en_GB" : "en-GB");
         message.set_icon_sha256(MachineService::HashOf(IconBytes));
     }
     auto& volume = *machine.mutable_build_volume();

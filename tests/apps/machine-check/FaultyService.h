@@ -30,6 +30,7 @@ enum class Fault
     NoHeartbeat,
     OtherMachines,
     FlatVolume,
+    WrongLanguage,
     AnswerForOther,
     KnowsEveryMachine,
     HeaderLate,

@@ -33,6 +33,7 @@ TEST(MachineCheckTest, FindsEachFaultByItsRule)
         {Fault::NoHeartbeat, {"C8"}},
         {Fault::OtherMachines, {"C9"}},
         {Fault::FlatVolume, {"C10"}},
+        {Fault::WrongLanguage, {"C11"}},
         {Fault::AnswerForOther, {"A1"}},
         {Fault::KnowsEveryMachine, {"A2"}},
         {Fault::HeaderLate, {"P1"}},

@@ -5,6 +5,8 @@
 #include <grpcpp/security/server_credentials.h>
 #include <grpcpp/server_builder.h>
 
+#include <QLocale>
+
 #include <csignal>
 #include <optional>
 
@@ -257,14 +259,29 @@ TEST_F(RemoteFaultsTest, ACancelReachesTheMachineAndComesBackAtOnceWhateverTheCo
 class OtherService final : public pb::MachineService::Service
 {
 public:
-    grpc::Status GetServiceInformation(grpc::ServerContext*, const pb::ServiceInformationRequest*,
+    grpc::Status GetServiceInformation(grpc::ServerContext*, const pb::ServiceInformationRequest* ip_request,
                                        pb::ServiceInformation* op_information) override
     {
+        languages = {ip_request->languages().begin(), ip_request->languages().end()};
         *op_information = information;
         return status;
     }
+    grpc::Status WatchCatalog(grpc::ServerContext* iop_context, const pb::WatchCatalogRequest*,
+                              grpc::ServerWriter<pb::CatalogEvent>* iop_writer) override
+    {
+        if (events.empty())
+            return {grpc::StatusCode::UNIMPLEMENTED, ""};
+        for (const auto& event : events)
+            iop_writer->Write(event);
+        // A call of this kind is not told that it was cancelled.
+        while (!iop_context->IsCancelled())
+            std::this_thread::sleep_for(1ms);
+        return grpc::Status::OK;
+    }
     pb::ServiceInformation information;
     grpc::Status status;
+    std::vector<pb::CatalogEvent> events; ///< none: the call is not known
+    std::vector<std::string> languages;   ///< that the host asked for last
 };
 
 TEST_F(RemoteFaultsTest, AServiceThatDoesNotFitSaysWhichSideIsToBeRenewed)
@@ -296,6 +313,70 @@ TEST_F(RemoteFaultsTest, AServiceThatDoesNotFitSaysWhichSideIsToBeRenewed)
     expect(service, "status 4 What answers at '" + address + "' is no machine service");
     service.status = {grpc::StatusCode::RESOURCE_EXHAUSTED, ""};
     expect(service, "status 4 The machine service at '" + address + "' has too much to do");
+}
+
+TEST_F(RemoteFaultsTest, AServiceHearsWhichLanguageTheProgramSpeaks)
+{
+    const std::string address = "unix:" + (folder.GetAbsoluteDir() / "other").string();
+    OtherService service;
+    service.information.set_protocol_revision(1);
+    grpc::ServerBuilder builder;
+    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
+    builder.RegisterService(&service);
+    const auto other = builder.BuildAndStart();
+    const QLocale before;
+    for (const auto& [locale, expected] :
+         {std::pair(QLocale(QLocale::German, QLocale::Germany), std::string("de")), {QLocale::c(), {}}}) {
+        QLocale::setDefault(locale);
+        Connect(address);
+        EXPECT_TRUE(Expect("status 4 What answers")) << ::testing::PrintToString(journal.Take());
+        remote.reset();
+        journal.Take();
+        EXPECT_EQ(service.languages.empty(), expected.empty());
+        for (const auto& language : service.languages)
+            EXPECT_TRUE(language.starts_with(expected)) << language;
+    }
+    QLocale::setDefault(before);
+    other->Shutdown();
+}
+
+TEST_F(RemoteFaultsTest, AMachineThatCannotBeReadDoesNotTakeTheOthersOfItsPageWithIt)
+{
+    const std::string address = "unix:" + (folder.GetAbsoluteDir() / "other").string();
+    OtherService service;
+    service.information.set_protocol_revision(1);
+    const auto add = [](pb::CatalogEvent& io_page, std::uint8_t i_number, const std::string& i_name) {
+        auto& machine = *io_page.mutable_snapshot()->add_machines();
+        machine.set_id(i_number == 0 ? std::string(16, '\0') : Wire::ToBytes(MakeId(i_number)));
+        machine.set_name(i_name);
+    };
+    pb::CatalogEvent page;
+    page.set_epoch("epoch-of-16bytes");
+    page.set_revision(1);
+    add(page, 1, "first");
+    add(page, 2, "not UTF-8: \xff");
+    service.events.push_back(page);
+    page.clear_snapshot();
+    add(page, 0, "without an id");
+    add(page, 3, "last");
+    page.mutable_snapshot()->set_is_last(true);
+    service.events.push_back(page);
+    page.clear_snapshot();
+    page.set_revision(2);
+    page.set_removed(Wire::ToBytes(MakeId(1)));
+    service.events.push_back(page);
+
+    grpc::ServerBuilder builder;
+    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
+    builder.RegisterService(&service);
+    const auto other = builder.BuildAndStart();
+    Connect(address);
+    EXPECT_TRUE(Expect("removed 1"));
+    EXPECT_THAT(journal.Take(), ::testing::IsSupersetOf({"added 1", "added 3", "status 2 "}));
+    EXPECT_THAT(remote->GetMachineIds(), ElementsAre(MakeId(3)));
+    EXPECT_EQ(remote->GetMachine(MakeId(3)).GetMachineData().name, "last");
+    remote.reset();
+    other->Shutdown();
 }
 
 } // namespace

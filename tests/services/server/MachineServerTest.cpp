@@ -72,6 +72,40 @@ TEST_F(MachineServerTest, TellsOfItselfAndItsMachinesAndNewsOfThem)
     client->context->TryCancel();
 }
 
+TEST_F(MachineServerTest, NamesTheLanguageOfItsTexts)
+{
+    for (const std::string language : {"en", "de", ""}) {
+        options.language = language;
+        Start();
+        const auto told = client->ReadSnapshot().back().snapshot().machines(0);
+        EXPECT_EQ(told.commands(0).name().language(), language);
+        EXPECT_EQ(told.commands(0).description().language(), "") << "there is no text";
+        pb::CanRunRequest canRun;
+        *canRun.mutable_machine() = MakeReference();
+        pb::CanRunAnswers answers;
+        ASSERT_TRUE(client->Call(&pb::MachineService::Stub::GetCanRunAnswers, canRun, answers).ok());
+        EXPECT_EQ(answers.answers(1).reason().language(), language);
+        pb::ProfileAssignmentsRequest strategies;
+        *strategies.mutable_machine() = MakeReference();
+        pb::ProfileAssignments assignments;
+        ASSERT_TRUE(client->Call(&pb::MachineService::Stub::GetProfileAssignments, strategies, assignments).ok());
+        EXPECT_EQ(assignments.assignments(0).name().language(), "") << "nobody knows which";
+
+        const auto getLanguage = [this](const grpc::Status& i_status) {
+            return Wire::GetFailure(i_status, *client->context)->sentence().language();
+        };
+        canRun.mutable_machine()->set_machine_id(std::string(16, 'x'));
+        EXPECT_EQ(getLanguage(client->Call(&pb::MachineService::Stub::GetCanRunAnswers, canRun, answers)),
+                  language == "en" ? "en" : "");
+        pb::RunRequest unknown;
+        unknown.set_run_id(std::string(16, 'x'));
+        pb::Run run;
+        EXPECT_EQ(getLanguage(client->Call(&pb::MachineService::Stub::CancelRun, unknown, run)), "en");
+        client.reset();
+        server.reset();
+    }
+}
+
 TEST_F(MachineServerTest, TellsTheMachinesOfServicesThatSayNothingOfTheirStart)
 {
     const auto readStatus = [this] {

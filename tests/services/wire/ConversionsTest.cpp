@@ -95,6 +95,14 @@ TEST(ConversionsTest, KeepWhatTheyDoNotKnow)
     EXPECT_EQ(ToMessage(data).name().size(), MaxTextBytes - 1);
 }
 
+TEST(ConversionsTest, KnowLanguagesByTheirForm)
+{
+    for (const auto* tag : {"de", "en-GB", "zh-Hant-TW", "sl-rozaj-1994", "gsw"})
+        EXPECT_TRUE(IsLanguageTag(tag)) << tag;
+    for (const auto* text : {"", "C", "de_DE", "de-", "-de", "d1", "English UK", "undetermined", "de-DE.UTF-8"})
+        EXPECT_FALSE(IsLanguageTag(text)) << text;
+}
+
 TEST(ConversionsTest, LetNoPeerWriteIntoLogs)
 {
     pb::Failure failure;
