@@ -45,7 +45,8 @@ void AskCanRun(const std::shared_ptr<RemoteService>& ip_service, const pb::Machi
         return;
     const bool isTaken = ip_service->workers.Post([service = ip_service, connection, key, machine = i_machine] {
         try {
-            service->canRun.Answer(key, AskService(*service, *connection, machine), CanRunStore::Clock::now());
+            while (service->canRun.Answer(key, AskService(*service, *connection, machine), CanRunStore::Clock::now())) {
+            }
         } catch (...) {
             service->canRun.Fail(key, std::current_exception());
         }

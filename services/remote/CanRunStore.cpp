@@ -1,7 +1,9 @@
 #include "remote/CanRunStore.h"
 
+#include <algorithm>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 namespace MachineService::Remote {
 
@@ -32,7 +34,8 @@ bool CanRunStore::Ask(const Key& i_machine, const boost::uuids::uuid& i_command,
         const TavSDK::MutexLock lock(_mutex);
         Machine& machine = _machines[i_machine];
         if (!machine.time || i_now - *machine.time >= Fresh) {
-            machine.waiting.emplace_back(i_command, std::move(i_waiter));
+            // The answer that is on its way is one from before the change.
+            (machine.isOverrun ? machine.late : machine.waiting).emplace_back(i_command, std::move(i_waiter));
             return !std::exchange(machine.isAsking, true);
         }
         answer = Find(machine.answers, i_command);
@@ -41,19 +44,23 @@ bool CanRunStore::Ask(const Key& i_machine, const boost::uuids::uuid& i_command,
     return false;
 }
 
-void CanRunStore::Answer(const Key& i_machine, const Answers& i_answers, Clock::time_point i_now)
+bool CanRunStore::Answer(const Key& i_machine, const Answers& i_answers, Clock::time_point i_now)
 {
     decltype(Machine::waiting) waiting;
+    bool isAskedAgain = false;
     {
         const TavSDK::MutexLock lock(_mutex);
         Machine& machine = _machines[i_machine];
         machine.answers = i_answers;
         machine.time = machine.isOverrun ? std::nullopt : std::optional(i_now);
-        machine.isAsking = machine.isOverrun = false;
-        waiting.swap(machine.waiting);
+        waiting = std::exchange(machine.waiting, std::exchange(machine.late, {}));
+        isAskedAgain = !machine.waiting.empty();
+        machine.isAsking = isAskedAgain;
+        machine.isOverrun = false;
     }
     for (const auto& [command, waiter] : waiting)
         waiter.answer(Find(i_answers, command));
+    return isAskedAgain;
 }
 
 void CanRunStore::Fail(const Key& i_machine, const std::exception_ptr& ip_failure)
@@ -65,6 +72,8 @@ void CanRunStore::Fail(const Key& i_machine, const std::exception_ptr& ip_failur
         machine.time.reset();
         machine.isAsking = machine.isOverrun = false;
         waiting.swap(machine.waiting);
+        std::move(machine.late.begin(), machine.late.end(), std::back_inserter(waiting));
+        machine.late.clear();
     }
     for (const auto& [command, waiter] : waiting)
         waiter.fail(ip_failure);

@@ -43,9 +43,10 @@ public:
     /// The waiter is called at once where the answer is fresh; otherwise with that of the service.
     /// \return whether the caller is to ask the service now, and to call Answer or Fail.
     bool Ask(const Key& i_machine, const boost::uuids::uuid& i_command, Clock::time_point i_now, Waiter i_waiter);
-    void Answer(const Key& i_machine, const Answers& i_answers, Clock::time_point i_now);
+    /// \return whether the caller is to ask once more: somebody asked after a change that these answers do not know.
+    bool Answer(const Key& i_machine, const Answers& i_answers, Clock::time_point i_now);
     void Fail(const Key& i_machine, const std::exception_ptr& ip_failure);
-    /// The machine's answers may differ now: what is on its way is not kept for later questions either.
+    /// The machine's answers may differ now: what is on its way is for those alone who asked before.
     void Invalidate(const boost::uuids::uuid& i_machine);
     void Forget(const boost::uuids::uuid& i_machine);
 
@@ -57,6 +58,7 @@ private:
         bool isAsking = false;
         bool isOverrun = false; ///< while it is asked, something changed
         std::vector<std::pair<boost::uuids::uuid, Waiter>> waiting;
+        std::vector<std::pair<boost::uuids::uuid, Waiter>> late; ///< asked after that change
     };
 
     TavSDK::Mutex _mutex; ///< guards _machines

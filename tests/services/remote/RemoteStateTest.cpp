@@ -151,6 +151,42 @@ TEST(RemoteStateTest, OneQuestionAnswersAllWhoAskAboutAMachineWithinAMoment)
     EXPECT_TRUE(ask(1, 10s));
 }
 
+TEST(RemoteStateTest, WhoAsksAfterAChangeIsNotToldWhatWasBefore)
+{
+    CanRunStore store;
+    const CanRunStore::Clock::time_point now;
+    const CanRunStore::Key machine{MakeId(1), MachineRepresentation::Machine};
+    std::vector<std::string> told;
+    const auto ask = [&](const std::string& i_who) {
+        return store.Ask(machine, MakeId(1), now,
+                         {[&told, i_who](const CanRunAnswer& i_answer) {
+                              told.push_back(i_who + (i_answer.canRun ? ": yes" : ": no"));
+                          },
+                          [&told, i_who](const std::exception_ptr&) {
+                              told.push_back(i_who + ": failed");
+                          }});
+    };
+    const CanRunStore::Answers yes{{{MakeId(1), {true, {}}}}, false};
+    const CanRunStore::Answers no{{{MakeId(1), {false, {}}}}, false};
+    EXPECT_TRUE(ask("before"));
+    store.Invalidate(MakeId(1));
+    EXPECT_FALSE(ask("after"));
+    EXPECT_TRUE(store.Answer(machine, yes, now)) << "somebody waits for another answer";
+    EXPECT_THAT(told, ElementsAre("before: yes"));
+    EXPECT_FALSE(ask("meanwhile"));
+    EXPECT_FALSE(store.Answer(machine, no, now));
+    EXPECT_THAT(told, ElementsAre("before: yes", "after: no", "meanwhile: no"));
+    EXPECT_FALSE(ask("then")) << "fresh";
+
+    store.Invalidate(MakeId(1));
+    EXPECT_TRUE(ask("again"));
+    store.Invalidate(MakeId(1));
+    EXPECT_FALSE(ask("later"));
+    store.Fail(machine, std::make_exception_ptr(std::runtime_error("broken")));
+    EXPECT_THAT(told, ::testing::IsSupersetOf({"again: failed", "later: failed"}));
+    EXPECT_TRUE(ask("anew"));
+}
+
 /// A run of 100 bytes of input that leaves two files.
 class TransferTest : public testing::Test
 {
