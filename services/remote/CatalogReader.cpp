@@ -252,7 +252,7 @@ void CatalogReader::_TakeMachine(const pb::Machine& i_machine, std::uint32_t i_c
 
 void CatalogReader::_BecomeCurrent(const std::shared_ptr<Connection>& ip_connection)
 {
-    _isCurrent = true;
+    _isCurrent = _isReachable = true;
     _pause = FirstPause;
     _service->link.SetConnected(ip_connection);
     if (std::exchange(_hasSettled, true))
@@ -312,7 +312,8 @@ void CatalogReader::_HandleLoss(ServiceStatus i_status, const std::string& i_sen
     // Nothing is lost when somebody wants another connection.
     if (_service->IsClosed() || _attempt.stop_requested())
         return;
-    const bool wasConnected = _isCurrent;
+    // Also where the loss is that of a later attempt, which somebody's new secret ended the last connection for.
+    const bool wasConnected = std::exchange(_isReachable, false);
     _isCurrent = false;
     _hasSettled = true;
     _service->link.SetLost(i_sentence, {}, i_is_gone);

@@ -75,10 +75,11 @@ private:
     std::optional<ServiceStatus> _serviceStatus;        ///< as the service tells it, on this connection
     std::optional<std::pair<ServiceStatus, std::string>> _told;
     std::stop_token _attempt;
-    bool _isCurrent = false;
-    bool _hasSettled = false; ///< was connected, or told why not
-    bool _isReading = false;  ///< a snapshot is being read
-    bool _isDirty = false;    ///< something is not kept on the disk yet
+    bool _isCurrent = false;   ///< on this connection
+    bool _isReachable = false; ///< as hosts were told last
+    bool _hasSettled = false;  ///< was connected, or told why not
+    bool _isReading = false;   ///< a snapshot is being read
+    bool _isDirty = false;     ///< something is not kept on the disk yet
     Clock::time_point _keptAt;
     std::chrono::milliseconds _pause;
     std::set<std::string> _asked; ///< certificates that the user was asked about

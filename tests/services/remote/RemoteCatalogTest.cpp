@@ -153,6 +153,22 @@ TEST_F(RemoteCatalogTest, ARunOfAServiceThatDiedAndStaysAwayIsGivenUpWithOneSent
     EXPECT_THAT(GetResults(), IsEmpty());
 }
 
+TEST_F(RemoteCatalogTest, ASecretThatIsNotTakenAnyMoreIsNewsOfEveryMachine)
+{
+    options.admit = [](const std::string& i_secret) {
+        return i_secret == "sesame" ? std::optional<std::string>("looms") : std::nullopt;
+    };
+    Start();
+    Connect();
+    ASSERT_TRUE(Expect("status 3 "));
+    remote->SetAuthentication(RemoteId, AuthenticationData{"", "sesame"});
+    ASSERT_TRUE(Expect("status 2 "));
+    journal.Take();
+    remote->SetAuthentication(RemoteId, AuthenticationData{"", "wrong"});
+    ASSERT_TRUE(Expect("status 3 "));
+    EXPECT_THAT(journal.Take(), ::testing::Contains("updated 1 2")) << "its commands cannot run";
+}
+
 TEST_F(RemoteCatalogTest, GoingDownAnswersEverythingAndLeavesMachinesThatSaySo)
 {
     std::promise<void> begun;
