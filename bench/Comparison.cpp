@@ -96,7 +96,8 @@ void PrintHeading()
 /// \return false when it exceeds its bound.
 bool Print(const Row& i_row)
 {
-    if (i_row.ours.empty())
+    // One side alone, as profiles are taken of.
+    if (i_row.ours.empty() || (i_row.limit <= 0 && i_row.floor.empty()))
         return true;
     const double ours = Median(i_row.ours);
     const double floor = i_row.limit > 0 ? i_row.limit : Median(i_row.floor);
