@@ -22,10 +22,14 @@ protected:
     ProxyFixture()
         : _proxy(std::make_unique<MachineService::ProxyMachinesCatalog>(
               &_source, [this](const MachineService::MachineData& i_data) {
+                  const bool isAccepted = [&] {
+                      const std::lock_guard lock(_mutex);
+                      return !_rejected.contains(i_data.id);
+                  }();
+                  // What happens now, happens while the answer is under way.
                   if (_onRule)
                       _onRule(i_data.id);
-                  const std::lock_guard lock(_mutex);
-                  return !_rejected.contains(i_data.id);
+                  return isAccepted;
               }))
     {
         const auto number = [](const boost::uuids::uuid& i_id) {
