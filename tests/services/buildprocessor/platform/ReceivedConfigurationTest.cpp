@@ -227,6 +227,7 @@ TEST(ReceivedConfiguration, ADocumentThatCannotBeReadIsRefusedInOneSentence)
     const std::string gap = "<PartToPartClearance unit=\"mm\">3</PartToPartClearance>";
     const std::string good = MakeDocument(Nesting(gap));
     EXPECT_NO_THROW(ReadReceivedConfiguration(Carry(good)));
+    EXPECT_NO_THROW(ReadReceivedConfiguration(Carry(MakeDocument(Nesting("", TestSupport::Repeat(Zone(1, 2), 1000))))));
     const std::pair<std::string, const char*> rows[] = {
         {"", "no element found"},
         {good.substr(0, 300), "Line 1: "},
