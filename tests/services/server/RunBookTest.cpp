@@ -102,10 +102,17 @@ protected:
     const std::shared_ptr<Bell> bell = std::make_shared<Bell>();
     const std::shared_ptr<Machine> machine = std::make_shared<Machine>();
     std::atomic<std::int64_t> later = 0; ///< seconds that the clock was put forward
-    RunBook book{
-        {.running = 3, .runningOfOneClient = 2, .kept = 4, .inputBytes = 100, .diskBytes = 150}, bell, {}, [this] {
-            return RunBook::Clock::now() + std::chrono::seconds(later.load());
-        }};
+    std::mutex toldMutex;                ///< guards told
+    std::vector<std::string> told;
+    RunBook book{{.running = 3, .runningOfOneClient = 2, .kept = 4, .inputBytes = 100, .diskBytes = 150},
+                 bell,
+                 [this](const std::string& i_line) {
+                     const std::lock_guard lock(toldMutex);
+                     told.push_back(i_line.substr(i_line.find(": ") + 2));
+                 },
+                 [this] {
+                     return RunBook::Clock::now() + std::chrono::seconds(later.load());
+                 }};
 };
 
 TEST_F(RunBookTest, CarriesARunOutOnceHoweverOftenItIsStarted)
@@ -152,6 +159,7 @@ TEST_F(RunBookTest, CarriesARunOutOnceHoweverOftenItIsStarted)
     EXPECT_EQ(TestSupport::ReadFile(opened.path), "result");
     EXPECT_EQ(GetReason([&] { book.Get(MakeId(1)); }), "unknown-run");
     EXPECT_EQ(GetReason([&] { book.Start(again); }), "unknown-run");
+    EXPECT_THAT(told, ElementsAre("accepted", "begun", "released"));
 }
 
 TEST_F(RunBookTest, TakesAnInputThatWasNotAnnouncedForDamaged)
@@ -206,6 +214,8 @@ TEST_F(RunBookTest, CancelsInEachPhase)
     machine->parameters.onProgress(99, "too late");
     EXPECT_EQ(book.Get(MakeId(2)).percent, 0);
     book.Release(MakeId(2));
+    book.Tend();
+    EXPECT_TRUE(std::filesystem::exists(machine->parameters.outputDir)) << "it may still write";
     const auto begun = Bell::Clock::now();
     book.Close();
     EXPECT_LT(Bell::Clock::now() - begun, std::chrono::seconds(5));
