@@ -158,6 +158,11 @@ public:
         options.dispatch.clock = [shift = clocks] {
             return std::chrono::steady_clock::now() + std::chrono::seconds(shift->passed);
         };
+        options.log = [this](const std::string& i_line) {
+            const std::lock_guard lock(logMutex);
+            log.push_back(i_line);
+            logged.notify_all();
+        };
         manager = std::make_unique<Manager>(options, catalog);
     }
     void Start()
@@ -224,6 +229,14 @@ public:
                 return job;
         }
     }
+    /// \return whether a line of the log tells it, sooner or later.
+    bool IsLogged(const std::string& i_words)
+    {
+        std::unique_lock lock(logMutex);
+        return logged.wait_for(lock, std::chrono::seconds(20), [&] {
+            return std::ranges::any_of(log, [&](const auto& i_line) { return i_line.find(i_words) != i_line.npos; });
+        });
+    }
     std::vector<std::string> GetEvents(const boost::uuids::uuid& i_job) const
     {
         std::vector<std::string> events;
@@ -253,6 +266,9 @@ public:
         std::atomic<int> passed = 0;
     };
     std::shared_ptr<Clocks> clocks = std::make_shared<Clocks>();
+    std::mutex logMutex; ///< guards log
+    std::condition_variable logged;
+    std::vector<std::string> log; ///< of all managers
     std::unique_ptr<Manager> manager;
 };
 

@@ -186,6 +186,7 @@ TEST_F(DispatchTest, CancelEndsAJobInEachPhase)
 
 TEST_F(DispatchTest, FailuresOfTheMachineAreToldAndOnlyThoseOfTheMomentAreTriedAgain)
 {
+    AddMachine(2);
     Start();
     std::atomic<int> runs = 0;
     behaviour->run = [&](const CommandParameters& i_parameters) {
@@ -211,6 +212,17 @@ TEST_F(DispatchTest, FailuresOfTheMachineAreToldAndOnlyThoseOfTheMomentAreTriedA
         return TestSupport::MakeReady(CommandResult());
     };
     EXPECT_THAT(WaitFor(Submit(MakeJob()).id, JobPhase::Aborted).detail, HasSubstr("left no machine file"));
+
+    // Moved to another machine, it says what keeps it there.
+    behaviour->run = [&](const CommandParameters&) {
+        Desk().SetPaused(Operator, TestSupport::MakeId(1), true, {});
+        return TestSupport::MakeFailed<CommandResult>(
+            std::make_exception_ptr(CommunicationException(ErrorCode::QueueOffline, "The cable is out.")));
+    };
+    Desk().SetPaused(Operator, TestSupport::MakeId(2), true, "new plate");
+    const auto failed = WaitFor(
+        Submit(MakeJob()).id, [](const Job& i_job) { return i_job.phase == JobPhase::Waiting && i_job.attempts > 0; });
+    EXPECT_THAT(Desk().Move(Operator, failed.id, {TestSupport::MakeId(2), {}, {}}).detail, HasSubstr("'new plate'"));
 }
 
 TEST_F(DispatchTest, SendingIsTriedAgainAndAStartThatWasRefusedToo)
@@ -268,6 +280,33 @@ TEST_F(DispatchTest, AnEndOfTheManagerAtAnyPhaseStartsNothingTwice)
     Start();
     EXPECT_EQ(WaitFor(starting, JobPhase::Unconfirmed).phase, JobPhase::Unconfirmed);
     EXPECT_EQ(printer->GetStarts(), 3);
+}
+
+TEST_F(DispatchTest, WhatIsOverForLongIsRemovedWithItsFilesAndTold)
+{
+    behaviour->run = [](const CommandParameters& i_parameters) {
+        LeaveResult(i_parameters, i_parameters.jobName);
+        return TestSupport::MakeReady(CommandResult());
+    };
+    Start();
+    const auto id = Submit(MakeJob()).id;
+    WaitFor(id, JobPhase::Completed);
+    const auto file = Desk().GetFile(Operator, id, JobDesk::FileKind::MachineFile).second;
+    const auto startAfter = [&](std::chrono::days i_days) {
+        manager.reset();
+        clocks->set = static_cast<int>(std::chrono::seconds(i_days).count());
+        Start();
+    };
+    startAfter(std::chrono::days(89));
+    auto order = MakeJob();
+    order.name = "Other";
+    WaitFor(Submit(order).id, JobPhase::Completed);
+    EXPECT_TRUE(std::filesystem::exists(file));
+    startAfter(std::chrono::days(91));
+    EXPECT_TRUE(IsLogged("removed 1 jobs that are over"));
+    EXPECT_THROW(Desk().Get(Operator, id), ManagerError);
+    EXPECT_FALSE(std::filesystem::exists(file));
+    EXPECT_THAT(log, Not(Contains(HasSubstr("removed 0 jobs"))));
 }
 
 TEST_F(DispatchTest, AGroupTakesTheFirstMachineThatFitsAndSaysOfTheOthersWhyNot)
