@@ -66,6 +66,28 @@ TEST_F(ManagerCatalogTest, MachinesThatWereThereBeforeItAreAllOfThem)
     EXPECT_EQ(WaitForRunning(std::chrono::seconds(5)), 1U);
 }
 
+TEST_F(ManagerCatalogTest, APostedJobIsBuiltAsItsPartsWereToBe)
+{
+    world.AddMachine(1);
+    std::atomic<bool> isOrderTold = false;
+    world.behaviour->run = [&](const CommandParameters& i_parameters) {
+        isOrderTold = i_parameters.parts.size() == 1 && i_parameters.parts.front().strategies.front().second == "fast";
+        ManagedWorld::LeaveResult(i_parameters);
+        return TestSupport::MakeReady(CommandResult());
+    };
+    Start();
+    ASSERT_EQ(WaitForRunning(std::chrono::seconds(5)), 1U);
+    const auto machine = catalog->GetMachines().front();
+    CommandParameters parameters;
+    parameters.commandId = machine.GetCommands().get().front().id;
+    parameters.runId = TestSupport::MakeId(7);
+    parameters.inputFile = world.WritePlatform();
+    parameters.parts = {{"part", {{"part", "fast"}}, false}};
+    machine.RunCommand(parameters).get();
+    EXPECT_EQ(world.WaitFor(parameters.runId, JobPhase::Completed).phase, JobPhase::Completed);
+    EXPECT_TRUE(isOrderTold);
+}
+
 TEST_F(ManagerCatalogTest, StopsWhileAServiceIsStillStarting)
 {
     Start();
