@@ -169,6 +169,8 @@ TEST_F(RolesTest, ThePageIsNotOnTheSocketAndTheSocketIsForItsUserAlone)
     EXPECT_EQ(0700, static_cast<int>(std::filesystem::status(options.socket.parent_path()).permissions()));
     EXPECT_EQ(0600, static_cast<int>(std::filesystem::status(options.socket).permissions()));
     EXPECT_THAT(ConnectLocally().Get("/api/v1/information")->body, HasSubstr("\"role\":\"operate\""));
+    EXPECT_THAT([&] { ManagerPage(*desk, options).Start(); },
+                ThrowsMessage<std::runtime_error>(HasSubstr("another program answers there")));
     page->Stop();
     EXPECT_FALSE(std::filesystem::exists(options.socket));
     std::filesystem::permissions(options.socket.parent_path(), std::filesystem::perms(0750));
