@@ -146,7 +146,7 @@ TEST_F(PrinterHttpTest, AStartIsRefusedOnlyWhenNothingHasBegunForSure)
         bool isConfirmed;
         const char* words = "";
     } rows[] = {
-        {"not found", Say("HTTP/1.1 404 X\r\nContent-Length: 2\r\n\r\nno"), Outcome::Refused, false},
+        {"bad request", Say("HTTP/1.1 400 X\r\nContent-Length: 2\r\n\r\nno"), Outcome::Refused, false},
         {"busy", Say("HTTP/1.1 409 X\r\nContent-Length: 9\r\n\r\nno"), Outcome::Refused, false, "answered 409"},
         {"an error", Say("HTTP/1.1 500 X\r\nContent-Length: 0\r\n\r\n"), Outcome::NotKnown, false},
         {"elsewhere", Say("HTTP/1.1 303 X\r\nLocation: /other\r\nContent-Length: 0\r\n\r\n"), Outcome::NotKnown, false,
