@@ -122,6 +122,7 @@ TEST_P(StoreJobsTest, EditsKeepThePhaseAndEndWithTheJob)
         io_job.target = toModel;
         io_job.position = 0.5;
         io_job.picture = KeptFile{"a.png", std::string(64, 'b'), 1};
+        io_job.phase = JobPhase::Completed;
     });
     ExpectSame(store.Find(id).value(), moved);
     EXPECT_EQ(moved.target, toModel);
