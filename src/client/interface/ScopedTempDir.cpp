@@ -4,6 +4,7 @@
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
 #include "tavsdk/RemoveFolder.h"
+#include "tavsdk/Text.h"
 
 #include <fnmatch.h>
 #include <stdlib.h>
@@ -52,7 +53,7 @@ std::filesystem::path ScopedTempDir::GetAbsoluteFileNameInTempDir(const std::str
 {
     if (i_file_name.empty() || i_file_name == "." || i_file_name == ".." ||
         i_file_name.find_first_of(std::string("/\0", 2)) != std::string::npos)
-        ThrowFileError("'" + i_file_name + "' is not a file name.");
+        ThrowFileError(TavSDK::Quote(i_file_name) + " is not a file name.");
     return _dir / i_file_name;
 }
 

@@ -52,6 +52,15 @@ TEST_F(ScopedTempDirTest, GoesWithWhatIsInItWhereverTheWorkingFolderIs)
     EXPECT_TRUE(fs::is_empty(_base / "relative"));
 }
 
+TEST_F(ScopedTempDirTest, NamesNoFileOutsideOfIt)
+{
+    const ScopedTempDir dir;
+    for (const std::string& name : {std::string(), std::string("."), std::string(".."), std::string("../other"),
+                                    std::string("a/b"), std::string("a\0b", 3)})
+        EXPECT_THAT([&] { dir.GetAbsoluteFileNameInTempDir(name); },
+                    testing::ThrowsMessage<std::exception>(testing::HasSubstr("is not a file name")));
+}
+
 TEST_F(ScopedTempDirTest, GoesWithFoldersThatNobodyMayWriteOrRead)
 {
     TestSupport::WriteFile(_base / "kept", "x");
