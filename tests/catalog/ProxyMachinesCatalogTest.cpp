@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <barrier>
+#include <future>
 #include <set>
 #include <thread>
 
@@ -162,6 +163,32 @@ TEST_P(ProxyInterferenceTest, AnAnswerThatCameTooLateChangesNothing)
 }
 
 INSTANTIATE_TEST_SUITE_P(Moments, ProxyInterferenceTest, ::testing::Range(0, 5));
+
+TEST_F(ProxyMachinesCatalogTest, ARejectionStaysWhenAnOlderAnswerArrives)
+{
+    for (const std::uint8_t number : {2, 1})
+        _source.Set(number);
+    _proxy->Invalidate();
+    std::promise<void> isAsked;
+    std::promise<void> isRejected;
+    std::jthread announcement;
+    std::atomic<int> questions = 0;
+    _onRule = [&](const boost::uuids::uuid& i_id) {
+        if (i_id == MakeId(2)) {
+            announcement = std::jthread([&] { _source.RaiseAdded(MakeId(1)); });
+            isAsked.get_future().wait();
+            _Reject(1);
+        } else if (++questions == 1) {
+            isAsked.set_value();
+            isRejected.get_future().wait();
+        }
+    };
+    _proxy->Invalidate();
+    isRejected.set_value();
+    announcement.join();
+    EXPECT_FALSE(_proxy->HasMachine(MakeId(1)));
+    EXPECT_THAT(_TakeLog(), ElementsAre("+2", "+1", "-1"));
+}
 
 /// Keeps a list of machines by the news.
 class MachineList
