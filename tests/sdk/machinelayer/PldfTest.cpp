@@ -197,15 +197,19 @@ TEST(PldfConversionTest, TakesOverTheChosenGroupsOnly)
 
 TEST(PldfConversionTest, RefusesParametersThatCannotBeTrue)
 {
-    const std::pair<std::wstring, std::wstring> rows[] = {
-        {L"platform.shape", L"ball"},     {L"machine.layerHeight", L"nan"}, {L"supportProfile.2.type", L"line"},
-        {L"nesting.partToPart", L"-0.1"}, {L"nesting.rotation", L""},
+    const std::tuple<std::wstring, std::wstring, const char*> rows[] = {
+        {L"platform.shape", L"ball", "platform.shape: "},
+        {L"machine.layerHeight", L"nan", "machine.layerHeight: "},
+        {L"supportProfile.2.type", L"line", "supportProfile.2 is there without supportProfile.1"},
+        {L"nesting.partToPart", L"-0.1", "nesting.partToPart: "},
+        {L"nesting.rotation", L"", "nesting.rotation: "},
     };
-    for (const auto& [name, text] : rows) {
+    for (const auto& [name, text, words] : rows) {
         const auto data = MakeData(MakeFullMachine());
         TavAM::MachineParameters parameters;
         parameters.values.SetText(name, text);
-        EXPECT_THROW(PLDF::ConvertFromPLDF(*data, parameters, Everything), std::invalid_argument) << name.c_str();
+        EXPECT_THAT([&] { PLDF::ConvertFromPLDF(*data, parameters, Everything); },
+                    testing::ThrowsMessage<std::invalid_argument>(testing::HasSubstr(words)));
         EXPECT_EQ(data->Get(), MakeFullMachine());
     }
     // Names that only resemble those of parameters are settings, also without a value.
