@@ -134,6 +134,26 @@ TEST(ProfileFolder, TakesTheTimesOfFilesAsTheyAre)
     }
 }
 
+TEST(ProfileFolder, TellsADamagedFileOncePerContentAndKeepsItsLastGoodProfile)
+{
+    const ScopedTempDir folder;
+    ProfileFolder profiles(folder.GetAbsoluteDir());
+    const auto scan = [&](const std::string& i_content) {
+        WriteFile(folder.GetAbsoluteDir() / "a.json", i_content);
+        std::vector<std::string> problems;
+        EXPECT_EQ(profiles.Scan(problems).front().profile.name, "Test printer");
+        return problems;
+    };
+    const auto good = MakeProfile("11111111-2222-3333-4444-55555555555a");
+    using namespace ::testing;
+    EXPECT_THAT(scan(good), IsEmpty());
+    EXPECT_THAT(scan("{"), ElementsAre(AllOf(StartsWith("profiles/a.json: not JSON"),
+                                             EndsWith("; its last good profile stays in use"))));
+    EXPECT_THAT(scan("{"), IsEmpty());
+    EXPECT_THAT(scan("{}"), SizeIs(1));
+    EXPECT_THAT(scan(good), IsEmpty());
+}
+
 TEST(ProfileInstaller, TakesWholeProfilesAndNeverAnotherPrintersFile)
 {
     const std::string first = "11111111-2222-3333-4444-55555555555a";
