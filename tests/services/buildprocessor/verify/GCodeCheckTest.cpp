@@ -3,6 +3,7 @@
 #include "buildprocessor/geometry/PartGeometry.h"
 #include "buildprocessor/machines/ProfileReader.h"
 #include "buildprocessor/verify/GCodeCheck.h"
+#include "buildprocessor/verify/LayerRules.h"
 
 #include <cmath>
 #include <numbers>
@@ -240,6 +241,15 @@ TEST_F(GCodeCheckTest, HeightsComeFromTheFile)
         const auto failure = Check(GCodeWriter(row.damage).Write());
         EXPECT_EQ(failure.text.empty(), row.holds) << row.what << ": " << failure.text;
     }
+}
+
+TEST_F(GCodeCheckTest, LayersAreExpectedOfEachPartThatBeginsOnThePlate)
+{
+    parts.front().box.min.z = 1;
+    const auto layers = ExpectLayers(profile, parts);
+    ASSERT_EQ(layers.size(), 2U);
+    EXPECT_TRUE(layers.front().empty());
+    EXPECT_FALSE(layers.back().empty());
 }
 
 TEST_F(GCodeCheckTest, StopsWhenAsked)
