@@ -50,7 +50,7 @@ private:
 class PlatformParameterChoiceItem final : public IPlatformParameterChoiceItem
 {
 public:
-    PlatformParameterChoiceItem(std::wstring i_id, std::wstring i_name, bool i_is_default = false)
+    PlatformParameterChoiceItem(std::wstring i_id, std::wstring i_name, bool i_is_default)
         : _id(std::move(i_id))
         , _name(std::move(i_name))
         , _isDefault(i_is_default)
