@@ -73,13 +73,13 @@ public:
         _model = std::make_unique<PlateModel>(*_scene, *_selection);
         _MakeContext();
         _gl.initializeOpenGLFunctions();
-        _meshes = std::make_unique<GlMeshes>(_gl, _store);
+        _meshes = std::make_unique<GlMeshes>(_gl);
         _renderer = std::make_unique<PlateRenderer>(_gl, *_meshes);
         _store.Keep(_model->GetMeshes());
         while (_store.IsBusy())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-        while (!_meshes->Update(_model->GetMeshes(), std::size_t{1} << 30)) {
-        }
+        _Send();
+        _parts = _model->TakeScene();
         _picture =
             std::make_unique<QOpenGLFramebufferObject>(PictureSize, QOpenGLFramebufferObject::CombinedDepthStencil);
         _camera.SetViewport(PictureSize);
@@ -99,7 +99,7 @@ public:
     void Draw()
     {
         _BeginPicture();
-        _renderer->Begin(*_model, _camera, _colours, PlateRenderer::Form::Coarse);
+        _renderer->Begin(_parts, _camera, _colours, PlateRenderer::Form::Coarse);
         while (!_renderer->Draw(std::size_t{1} << 30)) {
         }
         _gl.glFinish();
@@ -110,7 +110,7 @@ public:
     {
         _BeginPicture();
         if (!_bare) {
-            _renderer->Begin(*_model, _camera, _colours, PlateRenderer::Form::Coarse);
+            _renderer->Begin(_parts, _camera, _colours, PlateRenderer::Form::Coarse);
             _MakeBareProgram();
         }
         _gl.glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -138,6 +138,14 @@ private:
         _surface.create();
         if (!_context.create() || !_context.makeCurrent(&_surface))
             throw std::runtime_error("there is no OpenGL 3.3 here");
+    }
+    void _Send()
+    {
+        const std::vector<MeshSource> sources = _store.GetSources(_model->GetMeshes());
+        while (!_meshes->Update(sources, std::size_t{1} << 30)) {
+        }
+        for (const MeshSource& source : sources)
+            _store.ReleaseForms(source);
     }
     void _BeginPicture()
     {
@@ -172,6 +180,7 @@ private:
     std::unique_ptr<Selection> _selection;
     std::unique_ptr<PlateModel> _model;
     MeshStore _store;
+    PlateScene _parts;
     QOffscreenSurface _surface;
     QOpenGLContext _context;
     QOpenGLFunctions_3_3_Core _gl;

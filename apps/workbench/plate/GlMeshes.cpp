@@ -5,22 +5,17 @@
 
 namespace Workbench {
 
-GlMeshes::GlMeshes(QOpenGLFunctions_3_3_Core& io_gl, MeshStore& io_store)
-    : _gl(io_gl)
-    , _store(io_store)
-{}
-
 GlMeshes::~GlMeshes()
 {
     for (auto& [mesh, item] : _meshes)
         _Free(item);
 }
 
-bool GlMeshes::Update(const std::vector<MeshStore::MeshPointer>& i_meshes, std::size_t i_bytes)
+bool GlMeshes::Update(const std::vector<MeshSource>& i_meshes, std::size_t i_bytes)
 {
-    std::map<const TavAM::Mesh*, MeshStore::MeshPointer> kept;
-    for (const MeshStore::MeshPointer& mesh : i_meshes)
-        kept.emplace(mesh.get(), mesh);
+    std::map<const TavAM::Mesh*, std::shared_ptr<const TavAM::Mesh>> kept;
+    for (const MeshSource& source : i_meshes)
+        kept.emplace(source.mesh.get(), source.mesh);
     std::erase_if(_meshes, [&](auto& io_item) {
         const bool isGone = !kept.contains(io_item.first);
         if (isGone)
@@ -30,18 +25,15 @@ bool GlMeshes::Update(const std::vector<MeshStore::MeshPointer>& i_meshes, std::
     _kept = std::move(kept);
 
     bool isWhole = true;
-    for (const MeshStore::MeshPointer& mesh : i_meshes) {
-        const MeshStore::Entry* const entry = _store.Find(*mesh);
-        if (!entry || !entry->forms)
+    for (const auto& [mesh, forms] : i_meshes) {
+        if (!forms)
             continue;
         GlMesh& item = _meshes[mesh.get()];
         if (item.vertexArray == 0)
-            _Begin(item, *entry->forms);
+            _Begin(item, *forms);
         if (!item.IsWhole() && i_bytes > 0)
-            i_bytes -= std::min(i_bytes, _Send(item, *entry->forms, i_bytes));
+            i_bytes -= std::min(i_bytes, _Send(item, *forms, i_bytes));
         isWhole = isWhole && item.IsWhole();
-        if (item.IsWhole())
-            _store.ReleaseForms(*mesh);
     }
     return isWhole;
 }

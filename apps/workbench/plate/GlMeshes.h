@@ -1,6 +1,6 @@
 #pragma once
 
-#include "workbench/plate/MeshStore.h"
+#include "workbench/plate/MeshForms.h"
 
 #include <QOpenGLFunctions_3_3_Core>
 
@@ -22,21 +22,23 @@ struct GlMesh
     bool IsWhole() const { return sent == size; }
 };
 
-/// Brings the forms of the store to the graphics card, a piece at a time.
+/// Brings the forms of meshes to the graphics card, a piece at a time.
 ///
-/// Thread: UI thread, with the context current, also to be destroyed.
-/// Ownership: functions and store must outlive it.
+/// Thread: that of the context, which is current, also to be destroyed.
+/// Ownership: the functions must outlive it.
 class GlMeshes
 {
 public:
-    GlMeshes(QOpenGLFunctions_3_3_Core& io_gl, MeshStore& io_store);
+    explicit GlMeshes(QOpenGLFunctions_3_3_Core& io_gl)
+        : _gl(io_gl)
+    {}
     ~GlMeshes();
     GlMeshes(const GlMeshes&) = delete;
     GlMeshes& operator=(const GlMeshes&) = delete;
 
     /// Sends up to so many bytes of the given meshes, and frees what is not among them.
     /// \return false while something is left to send.
-    bool Update(const std::vector<MeshStore::MeshPointer>& i_meshes, std::size_t i_bytes);
+    bool Update(const std::vector<MeshSource>& i_meshes, std::size_t i_bytes);
     /// Null until it can be drawn.
     const GlMesh* Find(const TavAM::Mesh& i_mesh) const;
     /// Of all meshes. Units: bytes.
@@ -48,9 +50,8 @@ private:
     void _Free(const GlMesh& i_mesh);
 
     QOpenGLFunctions_3_3_Core& _gl;
-    MeshStore& _store;
     std::map<const TavAM::Mesh*, GlMesh> _meshes;
-    std::map<const TavAM::Mesh*, MeshStore::MeshPointer> _kept; ///< so that no other mesh gets the address
+    std::map<const TavAM::Mesh*, std::shared_ptr<const TavAM::Mesh>> _kept; ///< so that no other mesh gets the address
 };
 
 } // namespace Workbench

@@ -33,6 +33,13 @@ struct MeshForms
     std::vector<Grade> grades; ///< the full form, then ever coarser ones; at least one
 };
 
+/// A mesh, and its forms to be sent to the graphics card.
+struct MeshSource
+{
+    std::shared_ptr<const TavAM::Mesh> mesh;
+    std::shared_ptr<const MeshForms> forms; ///< null before they are made, and when they were sent
+};
+
 /// The coarsest form by itself, small enough to be kept: for plan views, shadows and frames.
 struct CoarseMesh
 {

@@ -75,19 +75,23 @@ const MeshStore::Entry* MeshStore::Find(const TavAM::Mesh& i_mesh) const
     return entry == _entries.end() ? nullptr : entry->second.get();
 }
 
-void MeshStore::ReleaseForms(const TavAM::Mesh& i_mesh)
+void MeshStore::ReleaseForms(const MeshSource& i_source)
 {
-    const auto entry = _entries.find(&i_mesh);
-    if (entry != _entries.end())
+    // A mesh that went and came back has forms again that were not sent.
+    const auto entry = _entries.find(i_source.mesh.get());
+    if (entry != _entries.end() && entry->second->forms == i_source.forms)
         entry->second->forms.reset();
 }
 
-void MeshStore::RestoreForms()
+std::vector<MeshSource> MeshStore::GetSources(const std::vector<MeshPointer>& i_meshes) const
 {
-    for (const auto& [mesh, entry] : _entries) {
-        if (!entry->forms)
-            _Request(_kept.at(mesh));
+    std::vector<MeshSource> sources;
+    sources.reserve(i_meshes.size());
+    for (const MeshPointer& mesh : i_meshes) {
+        const Entry* const entry = Find(*mesh);
+        sources.push_back({mesh, entry ? entry->forms : nullptr});
     }
+    return sources;
 }
 
 void MeshStore::_Work(const std::stop_token& i_stop)

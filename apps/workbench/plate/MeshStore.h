@@ -44,10 +44,10 @@ public:
     void Keep(const std::vector<MeshPointer>& i_meshes);
     /// Null while it is not made yet. Valid until Keep() is called.
     const Entry* Find(const TavAM::Mesh& i_mesh) const;
+    /// The forms of these meshes, as far as they are there.
+    std::vector<MeshSource> GetSources(const std::vector<MeshPointer>& i_meshes) const;
     /// Once the graphics card has them, they take room for nothing.
-    void ReleaseForms(const TavAM::Mesh& i_mesh);
-    /// Makes the released forms again: the graphics card lost them. Ready() follows for each.
-    void RestoreForms();
+    void ReleaseForms(const MeshSource& i_source);
     bool IsBusy() const { return !_awaited.empty(); }
 
 Q_SIGNALS:

@@ -52,7 +52,7 @@ void PlanCanvas::paintEvent(QPaintEvent*)
         _PaintPicture();
     QPainter painter(this);
     painter.drawImage(QPoint(), _picture);
-    PaintPlateOverlay(painter, *_interaction, _colours);
+    PaintPlateOverlay(painter, *_interaction, _interaction->GetCamera(), _colours);
     if (!_store.IsBusy() && !_isShownWhole) {
         _isShownWhole = true;
         QTimer::singleShot(0, this, &PlanCanvas::WholeFrameShown);

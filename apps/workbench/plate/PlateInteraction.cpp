@@ -52,7 +52,7 @@ PlateInteraction::PlateInteraction(PlateModel& io_model, bool i_is_flat, QWidget
     });
 }
 
-PlateHandles PlateInteraction::GetHandles() const
+PlateHandles PlateInteraction::GetHandles(const Camera& i_camera) const
 {
     if (_drag == Drag::Rotate || _drag == Drag::Scale || _drag == Drag::Move) {
         // The ring stays as it was while the parts turn in it.
@@ -66,9 +66,9 @@ PlateHandles PlateInteraction::GetHandles() const
                 box.max = change->Apply(box.max);
             }
         }
-        return PlateHandles::Make(box, _camera, turn);
+        return PlateHandles::Make(box, i_camera, turn);
     }
-    return PlateHandles::Make(_model.GetSelectedBox(), _camera, 0);
+    return PlateHandles::Make(_model.GetSelectedBox(), i_camera, 0);
 }
 
 void PlateInteraction::SetStandardView(StandardView i_view)

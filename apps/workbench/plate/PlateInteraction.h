@@ -39,7 +39,9 @@ public:
     /// Empty unless a frame is spanned. Units: pixels.
     const QRect& GetFrame() const { return _frame; }
     /// Of the selected parts as they are shown; invalid without any.
-    PlateHandles GetHandles() const;
+    PlateHandles GetHandles() const { return GetHandles(_camera); }
+    /// Where they are for another eye.
+    PlateHandles GetHandles(const Camera& i_camera) const;
     PlateHandles::Kind GetHandleInUse() const
     {
         return _drag == Drag::Rotate  ? PlateHandles::Kind::Rotate

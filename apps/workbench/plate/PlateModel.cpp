@@ -100,6 +100,17 @@ TavAM::Transform PlateModel::GetShownPlacement(const PlatePart& i_part, const Pl
     return _change && i_part.isSelected ? _change->After(i_body.placement) : i_body.placement;
 }
 
+PlateScene PlateModel::TakeScene() const
+{
+    PlateScene scene;
+    scene.bed = _bed;
+    for (const PlatePart& part : _parts) {
+        for (const PlateBody& body : part.bodies)
+            scene.bodies.push_back({body.mesh, GetShownPlacement(part, body), part.isSelected, part.hasProblem});
+    }
+    return scene;
+}
+
 void PlateModel::Refresh()
 {
     const auto scene = _scene.lock();

@@ -2,6 +2,7 @@
 
 #include "workbench/plate/PlateBed.h"
 #include "workbench/plate/PlatePart.h"
+#include "workbench/plate/PlateScene.h"
 #include "workbench/plate/Problems.h"
 #include "workbench/scene/Selection.h"
 
@@ -48,6 +49,9 @@ public:
     const std::optional<TavAM::Transform>& GetChangeInHand() const { return _change; }
     /// Where a body is shown.
     TavAM::Transform GetShownPlacement(const PlatePart& i_part, const PlateBody& i_body) const;
+
+    /// All that is drawn, with the change in hand.
+    PlateScene TakeScene() const;
 
     /// Looks at the scene again; for who changed it without an operation.
     void Refresh();

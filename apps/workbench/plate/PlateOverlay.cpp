@@ -26,11 +26,12 @@ struct Texts
 class Painter
 {
 public:
-    Painter(QPainter& io_painter, const PlateInteraction& i_interaction, const PlateColours& i_colours)
+    Painter(QPainter& io_painter, const PlateInteraction& i_interaction, const Camera& i_camera,
+            const PlateColours& i_colours)
         : _painter(io_painter)
         , _interaction(i_interaction)
         , _model(i_interaction.GetModel())
-        , _camera(i_interaction.GetCamera())
+        , _camera(i_camera)
         , _colours(i_colours)
     {}
 
@@ -180,7 +181,7 @@ private:
 
     void _DrawHandles()
     {
-        const PlateHandles handles = _interaction.GetHandles();
+        const PlateHandles handles = _interaction.GetHandles(_camera);
         if (!handles.isValid)
             return;
         QColor ring = _colours.accent;
@@ -257,9 +258,10 @@ private:
 
 } // namespace
 
-void PaintPlateOverlay(QPainter& io_painter, const PlateInteraction& i_interaction, const PlateColours& i_colours)
+void PaintPlateOverlay(QPainter& io_painter, const PlateInteraction& i_interaction, const Camera& i_camera,
+                       const PlateColours& i_colours)
 {
-    Painter(io_painter, i_interaction, i_colours).Run();
+    Painter(io_painter, i_interaction, i_camera, i_colours).Run();
 }
 
 } // namespace Workbench

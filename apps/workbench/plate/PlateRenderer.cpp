@@ -1,6 +1,5 @@
 #include "workbench/plate/PlateRenderer.h"
 
-#include "workbench/plate/PlateModel.h"
 #include "workbench/plate/PlateShaders.h"
 
 #include <QVector4D>
@@ -128,14 +127,14 @@ PlateRenderer::~PlateRenderer()
     _gl.glDeleteBuffers(1, &_lineBuffer);
 }
 
-void PlateRenderer::Begin(const PlateModel& i_model, const Camera& i_camera, const PlateColours& i_colours, Form i_form)
+void PlateRenderer::Begin(const PlateScene& i_scene, const Camera& i_camera, const PlateColours& i_colours, Form i_form)
 {
-    _model = &i_model;
+    _scene = &i_scene;
     _form = i_form;
     _camera = i_camera;
     _colours = i_colours;
     _viewProjection = i_camera.GetProjection() * i_camera.GetView();
-    _CollectItems(i_model, i_form);
+    _CollectItems(i_form);
     _next = 0;
     _done = 0;
 
@@ -164,11 +163,11 @@ bool PlateRenderer::Draw(std::size_t i_triangles)
 {
     switch (_step) {
     case Step::Bed:
-        _DrawBed(*_model, 1);
-        _step = _model->GetBed().isKnown ? Step::Shadows : Step::Parts;
+        _DrawBed(1);
+        _step = _scene->bed.isKnown ? Step::Shadows : Step::Parts;
         break;
     case Step::Shadows:
-        _DrawShadows(*_model);
+        _DrawShadows();
         _step = Step::Parts;
         break;
     case Step::Parts:
@@ -178,12 +177,12 @@ bool PlateRenderer::Draw(std::size_t i_triangles)
     case Step::Lines:
         if (_form == Form::Coarse) {
             if (!_camera.IsFromBelow())
-                _DrawBed(*_model, 1);
+                _DrawBed(1);
             _DrawBackground();
         }
-        _DrawLines(*_model);
+        _DrawLines();
         if (_camera.IsFromBelow())
-            _DrawBed(*_model, BelowAlpha);
+            _DrawBed(BelowAlpha);
         _step = Step::Done;
         break;
     case Step::Done:
@@ -192,28 +191,23 @@ bool PlateRenderer::Draw(std::size_t i_triangles)
     return _step == Step::Done;
 }
 
-void PlateRenderer::_CollectItems(const PlateModel& i_model, Form i_form)
+void PlateRenderer::_CollectItems(Form i_form)
 {
     _items.clear();
     _triangles = 0;
-    std::size_t bodies = 0;
-    for (const PlatePart& part : i_model.GetParts())
-        bodies += part.bodies.size();
-    const std::size_t share = CoarseTriangles / std::max<std::size_t>(bodies, 1);
-    for (const PlatePart& part : i_model.GetParts()) {
-        for (const PlateBody& body : part.bodies) {
-            const GlMesh* const mesh = _meshes.Find(*body.mesh);
-            if (!mesh || mesh->grades.empty())
-                continue;
-            Item& item = _items.emplace_back();
-            item.mesh = mesh;
-            item.model = ToMatrix(i_model.GetShownPlacement(part, body));
-            item.normal = item.model.normalMatrix();
-            item.grade = i_form == Form::Full ? mesh->grades.front() : FindGrade(mesh->grades, share);
-            item.isSelected = part.isSelected;
-            item.hasProblem = part.hasProblem;
-            _triangles += item.grade.count / 3;
-        }
+    const std::size_t share = CoarseTriangles / std::max<std::size_t>(_scene->bodies.size(), 1);
+    for (const PlateScene::Body& body : _scene->bodies) {
+        const GlMesh* const mesh = _meshes.Find(*body.mesh);
+        if (!mesh || mesh->grades.empty())
+            continue;
+        Item& item = _items.emplace_back();
+        item.mesh = mesh;
+        item.model = ToMatrix(body.placement);
+        item.normal = item.model.normalMatrix();
+        item.grade = i_form == Form::Full ? mesh->grades.front() : FindGrade(mesh->grades, share);
+        item.isSelected = body.isSelected;
+        item.hasProblem = body.hasProblem;
+        _triangles += item.grade.count / 3;
     }
 }
 
@@ -229,9 +223,9 @@ void PlateRenderer::_DrawBackground()
     _gl.glDepthMask(GL_TRUE);
 }
 
-void PlateRenderer::_DrawBed(const PlateModel& i_model, float i_alpha)
+void PlateRenderer::_DrawBed(float i_alpha)
 {
-    const PlateBed& bed = i_model.GetBed();
+    const PlateBed& bed = _scene->bed;
     // The finest lines that are some pixels apart.
     const double pixel = _camera.GetMillimetresPerPixel();
     const float fine = pixel < 0.12 ? 1.0F : pixel < 2.5 ? 10.0F : 100.0F;
@@ -268,7 +262,7 @@ void PlateRenderer::_DrawBed(const PlateModel& i_model, float i_alpha)
     _gl.glDisable(GL_BLEND);
 }
 
-void PlateRenderer::_DrawShadows(const PlateModel& i_model)
+void PlateRenderer::_DrawShadows()
 {
     // Flattened onto the bed along the light; the stencil keeps what overlaps from getting darker.
     QMatrix4x4 flatten;
@@ -282,8 +276,8 @@ void PlateRenderer::_DrawShadows(const PlateModel& i_model)
     _gl.glStencilOp(GL_KEEP, GL_KEEP, GL_INCR);
     _shadow.bind();
     _shadow.setUniformValue("u_viewProjection", _viewProjection);
-    _shadow.setUniformValue("u_rectangle", ToVector4(i_model.GetBed()));
-    _shadow.setUniformValue("u_isCircular", i_model.GetBed().isCircular);
+    _shadow.setUniformValue("u_rectangle", ToVector4(_scene->bed));
+    _shadow.setUniformValue("u_isCircular", _scene->bed.isCircular);
     _shadow.setUniformValue("u_shadow", ToVector4(_colours.shadow));
     _shadow.setUniformValue("u_normal", QMatrix3x3());
     const int model = _shadow.uniformLocation("u_model");
@@ -347,9 +341,9 @@ bool PlateRenderer::_DrawParts(std::size_t i_triangles)
     return _next == _items.size();
 }
 
-void PlateRenderer::_DrawLines(const PlateModel& i_model)
+void PlateRenderer::_DrawLines()
 {
-    const PlateBed& bed = i_model.GetBed();
+    const PlateBed& bed = _scene->bed;
     if (bed.isKnown) {
         std::vector<QVector3D> volume;
         if (bed.isCircular) {

@@ -3,6 +3,7 @@
 #include "workbench/plate/Camera.h"
 #include "workbench/plate/GlMeshes.h"
 #include "workbench/plate/PlateColours.h"
+#include "workbench/plate/PlateScene.h"
 
 #include <QOpenGLShaderProgram>
 
@@ -10,17 +11,15 @@
 
 namespace Workbench {
 
-class PlateModel;
-
 /// Draws a plate with its parts into the framebuffer that is bound, step by step: surroundings, bed, shadows, the
 /// parts, some triangles at a time, lines.
 ///
 /// \code
-/// renderer.Begin(model, camera, colours, Form::Coarse);
+/// renderer.Begin(scene, camera, colours, Form::Coarse);
 /// while (!renderer.Draw(40'000)) ...
 /// \endcode
 ///
-/// Thread: UI thread, with the context current, also to be made and destroyed.
+/// Thread: that of the context, which is current, also to be made and destroyed.
 class PlateRenderer
 {
 public:
@@ -48,8 +47,9 @@ public:
     PlateRenderer(const PlateRenderer&) = delete;
     PlateRenderer& operator=(const PlateRenderer&) = delete;
 
-    /// Clears, and draws the surroundings. Meshes that are not whole yet are left out.
-    void Begin(const PlateModel& i_model, const Camera& i_camera, const PlateColours& i_colours, Form i_form);
+    /// Clears, and draws the surroundings. Meshes that are not whole yet are left out. The scene must stay until all is
+    /// drawn.
+    void Begin(const PlateScene& i_scene, const Camera& i_camera, const PlateColours& i_colours, Form i_form);
     /// The next step. \param i_triangles of parts that it draws at most.
     /// \return true when everything is drawn.
     bool Draw(std::size_t i_triangles);
@@ -84,11 +84,11 @@ private:
 
     PartProgram& _GetPartProgram() { return _form == Form::Full ? _part : _coarse; }
     bool _DrawParts(std::size_t i_triangles);
-    void _CollectItems(const PlateModel& i_model, Form i_form);
+    void _CollectItems(Form i_form);
     void _DrawBackground();
-    void _DrawBed(const PlateModel& i_model, float i_alpha);
-    void _DrawShadows(const PlateModel& i_model);
-    void _DrawLines(const PlateModel& i_model);
+    void _DrawBed(float i_alpha);
+    void _DrawShadows();
+    void _DrawLines();
     void _DrawLines(const std::vector<QVector3D>& i_points, const QColor& i_colour);
     void _UsePartProgram();
     void _SetItem(const Item& i_item);
@@ -105,7 +105,7 @@ private:
     GLuint _lineArray = 0;
     GLuint _lineBuffer = 0;
 
-    const PlateModel* _model = nullptr;
+    const PlateScene* _scene = nullptr;
     Camera _camera;
     PlateColours _colours;
     QMatrix4x4 _viewProjection;

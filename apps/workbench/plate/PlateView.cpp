@@ -87,10 +87,6 @@ void PlateView::paintEvent(QPaintEvent*)
 
 void PlateView::_MakeCanvas()
 {
-    if (!GlPlateCanvas::IsAvailable()) {
-        _MakePlan();
-        return;
-    }
     auto* const canvas = new GlPlateCanvas(*_model, *_store, this);
     connect(
         canvas, &GlPlateCanvas::Failed, this,

@@ -1,9 +1,9 @@
 #include "apps/workbench/plate/PlateFixture.h"
 
 #include "workbench/base/LengthText.h"
-#include "workbench/plate/GlPlateCanvas.h"
+#include "workbench/base/LoopWatch.h"
 #include "workbench/plate/NumbersPanel.h"
-#include "workbench/plate/PlanCanvas.h"
+#include "workbench/plate/PlateInteraction.h"
 #include "workbench/plate/PlateModel.h"
 #include "workbench/plate/PlateView.h"
 #include "workbench/plate/ProblemFinder.h"
@@ -55,6 +55,7 @@ protected:
         QTest::mouseRelease(&GetCanvas(), Qt::LeftButton, i_modifiers, i_to);
     }
 
+    LoopWatch _watch;
     std::unique_ptr<PlateView> _view;
 };
 
@@ -79,9 +80,8 @@ TEST_F(PlateViewTest, ThePictureShowsPlateAndPartsAndFollowsTheScene)
     ASSERT_TRUE(WaitWhole());
     EXPECT_NEAR(at({65, 65, 10}).lightness(), part.lightness(), 12);
     EXPECT_NEAR(at({27, 33, 0}).lightness(), plate.lightness(), 12);
-    if (const auto* canvas = qobject_cast<GlPlateCanvas*>(&GetCanvas())) {
-        EXPECT_LT(canvas->GetLongestSlice(), std::chrono::seconds(1));
-    }
+    // Whatever the driver has to make for its first pictures.
+    EXPECT_LT(_watch.GetLongest(), std::chrono::milliseconds(500));
     if (const char* const folder = std::getenv("MACHINESERVICE_PICTURES"))
         _view->grab().save(QString::fromLocal8Bit(folder) + QStringLiteral("/plate.png"));
 }
