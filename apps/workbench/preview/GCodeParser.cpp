@@ -32,53 +32,117 @@ std::string_view Trimmed(std::string_view i_text)
 
 constexpr std::ptrdiff_t WordSize = sizeof(std::uint64_t);
 
-/// How many of eight characters are digits, up to the first that is none; and the number that they are. Without a
-/// branch that would depend on the digits: a file has millions of numbers, and a processor cannot guess their lengths.
-std::pair<std::ptrdiff_t, std::uint64_t> ReadEight(const char* ip_at, const char* ip_end)
+/// A place in a text, and the text's borders.
+struct Reader
+{
+    const char* at;
+    const char* const begin;
+    const char* const end;
+
+    explicit Reader(std::string_view i_text)
+        : at(i_text.data())
+        , begin(at)
+        , end(at + i_text.size())
+    {}
+    bool IsAt(char i_character) const { return at != end && *at == i_character; }
+    bool IsAtDigit() const { return at != end && static_cast<unsigned>(*at) - '0' < 10; }
+};
+
+/// The next eight characters, with zeros behind the end. Copying as many as there are is a call into a library, which
+/// takes longer than all else that is done with a number.
+std::uint64_t LoadEight(const Reader& i_reader)
 {
     std::uint64_t word = 0;
-    std::memcpy(&word, ip_at, static_cast<std::size_t>(std::min(ip_end - ip_at, WordSize)));
-    static_assert(std::endian::native == std::endian::little);
-    word ^= 0x3030303030303030U;
-    const std::uint64_t others = ((word + 0x7676767676767676U) | word) & 0x8080808080808080U;
-    const std::ptrdiff_t count = others == 0 ? WordSize : std::countr_zero(others) / 8;
-    if (count == 0)
-        return {0, 0};
+    const std::ptrdiff_t left = i_reader.end - i_reader.at;
+    if (left >= WordSize) {
+        std::memcpy(&word, i_reader.at, WordSize);
+    } else if (left > 0 && i_reader.end - i_reader.begin >= WordSize) {
+        std::memcpy(&word, i_reader.end - WordSize, WordSize);
+        word >>= 8 * (WordSize - left);
+    } else {
+        std::memcpy(&word, i_reader.at, static_cast<std::size_t>(left));
+    }
+    return word;
+}
+
+/// A number of up to eight digits, the first one lowest.
+std::uint64_t PutTogether(std::uint64_t i_digits, std::ptrdiff_t i_count)
+{
+    if (i_count == 0)
+        return 0;
     // The last digit comes to the top, zeros before the first: then pairs, fours and eights are put together.
-    word <<= 8 * (WordSize - count);
+    std::uint64_t word = i_digits << (8 * (WordSize - i_count));
     word = word * 10 + (word >> 8);
     word = ((word & 0x000000FF000000FFU) * 0x000F424000000064U +
             ((word >> 16) & 0x000000FF000000FFU) * 0x0000271000000001U) >>
            32;
-    return {count, word & 0xFFFFFFFFU};
+    return word & 0xFFFFFFFFU;
+}
+
+/// Eight characters, as far as they are digits.
+struct Digits
+{
+    std::uint64_t values; ///< of the digits, the first one lowest
+    std::uint64_t others; ///< the top bit of each that is none; beyond the first of them only after '.'
+
+    explicit Digits(std::uint64_t i_word)
+        : values(i_word ^ 0x3030303030303030U)
+        , others(((values + 0x7676767676767676U) | values) & 0x8080808080808080U)
+    {
+        static_assert(std::endian::native == std::endian::little);
+    }
+    std::ptrdiff_t Count() const { return others == 0 ? WordSize : std::countr_zero(others) / 8; }
+};
+
+constexpr double PowersOfTen[] = {1, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+
+/// Of digits and a point that are more than eight characters.
+double ReadLong(Reader& io_reader)
+{
+    // What is finer than 1e-8 is not counted; what is larger than any machine comes out as larger.
+    const Digits whole(LoadEight(io_reader));
+    double value = static_cast<double>(PutTogether(whole.values, whole.Count()));
+    io_reader.at += whole.Count();
+    for (; whole.Count() == WordSize && io_reader.IsAtDigit(); ++io_reader.at)
+        value = 10 * value + (*io_reader.at - '0');
+    if (io_reader.IsAt('.')) {
+        ++io_reader.at;
+        const Digits part(LoadEight(io_reader));
+        const double power = PowersOfTen[part.Count()];
+        value = (value * power + static_cast<double>(PutTogether(part.values, part.Count()))) / power;
+        io_reader.at += part.Count();
+        while (part.Count() == WordSize && io_reader.IsAtDigit())
+            ++io_reader.at;
+    }
+    return value;
 }
 
 /// Of the form that machine files have, "-12.345"; several times faster than what reads every form. Moves the text on.
-double ReadDecimal(std::string_view& io_text)
+/// Without a branch that would depend on the digits: a file has millions of numbers, and a processor cannot guess their
+/// lengths.
+double ReadDecimal(Reader& io_reader)
 {
-    static constexpr double tenths[] = {1, 1e-1, 1e-2, 1e-3, 1e-4, 1e-5, 1e-6, 1e-7, 1e-8};
-    const auto isDigit = [](char i_character) {
-        return static_cast<unsigned>(i_character) - '0' < 10;
-    };
-    const char* at = io_text.data();
-    const char* const end = at + io_text.size();
-    const bool isNegative = at != end && *at == '-';
-    if (at != end && (*at == '-' || *at == '+'))
-        ++at;
-    // What is finer than 1e-8 is not counted; what is larger than any machine comes out as larger.
-    const auto [wholeDigits, whole] = ReadEight(at, end);
-    double value = static_cast<double>(whole);
-    at += wholeDigits;
-    for (; wholeDigits == WordSize && at != end && isDigit(*at); ++at)
-        value = 10 * value + (*at - '0');
-    if (at != end && *at == '.') {
-        const auto [digits, part] = ReadEight(++at, end);
-        value += static_cast<double>(part) * tenths[digits];
-        at += digits;
-        while (digits == WordSize && at != end && isDigit(*at))
-            ++at;
+    const bool isNegative = io_reader.IsAt('-');
+    if (isNegative || io_reader.IsAt('+'))
+        ++io_reader.at;
+    const Digits digits(LoadEight(io_reader));
+    const std::ptrdiff_t whole = digits.Count();
+    const bool hasPoint = whole < WordSize && (digits.values >> (8 * whole) & 0xFFU) == ('.' ^ '0');
+    const std::uint64_t behind = digits.others & (digits.others - 1);
+    double value = 0;
+    if (whole < WordSize && !hasPoint) {
+        value = static_cast<double>(PutTogether(digits.values, whole));
+        io_reader.at += whole;
+    } else if (hasPoint && behind != 0) {
+        // All of it is here: the point is taken out.
+        const std::ptrdiff_t size = std::countr_zero(behind) / 8;
+        const std::uint64_t mask = (std::uint64_t{1} << (8 * whole)) - 1;
+        const std::uint64_t joined = (digits.values & mask) | (digits.values >> 8 & ~mask);
+        value = static_cast<double>(PutTogether(joined, size - 1)) / PowersOfTen[size - 1 - whole];
+        io_reader.at += size;
+    } else {
+        value = ReadLong(io_reader);
     }
-    io_text.remove_prefix(static_cast<std::size_t>(at - io_text.data()));
     return isNegative ? -value : value;
 }
 
@@ -136,18 +200,17 @@ struct GCodeParser::Words
     double Get(char i_letter, double i_default = 0) const { return Has(i_letter) ? values[i_letter - 'A'] : i_default; }
 
     /// Up to the comment, if there is one.
-    void Read(std::string_view i_text)
+    void Read(Reader& io_reader)
     {
-        while (!i_text.empty()) {
-            char letter = i_text.front();
-            i_text.remove_prefix(1);
+        while (io_reader.at != io_reader.end) {
+            char letter = *io_reader.at++;
             if (letter == ';')
                 return;
             if (letter >= 'a' && letter <= 'z')
                 letter = static_cast<char>(letter - 'a' + 'A');
             if (letter < 'A' || letter > 'Z')
                 continue;
-            const double value = ReadDecimal(i_text);
+            const double value = ReadDecimal(io_reader);
             if (std::abs(value) <= Largest) {
                 values[letter - 'A'] = value;
                 mask |= 1U << (letter - 'A');
@@ -169,13 +232,12 @@ void GCodeParser::ReadLine(std::string_view i_line)
     const char letter = i_line.front();
     if (letter != 'G' && letter != 'M' && letter != 'g' && letter != 'm')
         return;
+    Reader reader(i_line);
     int number = 0;
-    const auto [end, error] = std::from_chars(i_line.data() + 1, i_line.data() + i_line.size(), number);
-    if (error != std::errc())
-        return;
-    i_line.remove_prefix(static_cast<std::size_t>(end - i_line.data()));
+    const auto [end, error] = std::from_chars(reader.begin + 1, reader.end, number);
+    reader.at = end;
     // "G92.1" and the like are other commands.
-    if (!i_line.empty() && i_line.front() == '.')
+    if (error != std::errc() || reader.IsAt('.'))
         return;
     const bool isKnown = letter == 'G' || letter == 'g'
                              ? number <= 4 || number == 20 || number == 21 || (number >= 90 && number <= 92)
@@ -183,7 +245,7 @@ void GCodeParser::ReadLine(std::string_view i_line)
     if (!isKnown)
         return;
     Words words;
-    words.Read(i_line);
+    words.Read(reader);
     _RunCommand(letter == 'g' ? 'G' : letter == 'm' ? 'M' : letter, number, words);
 }
 
@@ -232,8 +294,8 @@ void GCodeParser::_ReadComment(std::string_view i_text)
                                                [&](const KindName& i_kind) { return i_kind.name == name; });
         _state.kind = found == std::end(KindNames) ? MoveKind::Other : found->kind;
     } else if (i_text.starts_with("WIDTH:")) {
-        std::string_view text = i_text.substr(6);
-        _state.width = std::min(ReadDecimal(text), 100.0);
+        Reader width(i_text.substr(6));
+        _state.width = std::min(ReadDecimal(width), 100.0);
     } else if (i_text == "LAYER_CHANGE" || i_text.starts_with("LAYER:") || i_text == "CHANGE_LAYER") {
         _sink.OnLayer();
     }
@@ -371,8 +433,8 @@ void TakeMotionSetting(std::string_view i_text, MotionLimits& io_limits)
     if (equals == std::string_view::npos)
         return;
     const std::string_view name = Trimmed(i_text.substr(0, equals));
-    std::string_view text = Trimmed(i_text.substr(equals + 1));
-    const double value = ReadDecimal(text);
+    Reader reader(Trimmed(i_text.substr(equals + 1)));
+    const double value = ReadDecimal(reader);
     if (!(value > 0))
         return;
     const std::pair<std::string_view, double*> values[] = {

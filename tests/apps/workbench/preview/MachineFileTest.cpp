@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include <cmath>
+#include <cstdlib>
 #include <fstream>
 #include <numbers>
 #include <optional>
@@ -176,6 +177,23 @@ TEST_F(MachineFileTest, EveryWayToSayTheSameIsUnderstood)
         EXPECT_NEAR(layer.lengths[static_cast<std::size_t>(MoveKind::Other)], 40, 1e-4);
         // 40 mm at 20 mm/s, and a little more for corners and for filament that is pulled back.
         EXPECT_NEAR(layer.seconds, 2.15, 0.15);
+    }
+}
+
+TEST_F(MachineFileTest, NumbersOfEveryLengthAreReadExactly)
+{
+    const std::string numbers[] = {"7",         "12.5",        "-0.00627",  ".5",      "5.",
+                                   "159.872",   "-159.8725",   "123456.7",  "1234567", "1234567.5",
+                                   "+3.25",     "00012.50000", "0.1234567", "-.25",    "1234.5678901",
+                                   "999999.99", "12345.678",   "-1",        "0.3",     "8765432.1"};
+    for (const std::string& number : numbers) {
+        // The end of the line, of the word, or neither.
+        for (const char* const end : {"", " ", " F600", "F600", ";8", "\r", " ;9.9", "Y3"}) {
+            SCOPED_TRACE(number + end);
+            const LayerSummary layer = Index("M83\nG1 Z.2 F600\nG1 E1 X" + number + end + "\n").layers.at(0);
+            const double value = std::strtod(number.c_str(), nullptr);
+            EXPECT_DOUBLE_EQ(value < 0 ? layer.minX : layer.maxX, value);
+        }
     }
 }
 
