@@ -32,11 +32,15 @@ void LayerTimes::AddMove(const GCodeMove& i_move, const GCodeState& i_state, std
         _filling.limits.push_back(i_state.limits);
         _Add({{}, 0, static_cast<std::uint32_t>(_filling.limits.size() - 1), Kind::Limits});
     }
-    Event event{{}, static_cast<float>(i_move.speed), static_cast<std::uint32_t>(i_layer), Kind::Move};
+    // In its place: there are millions of them.
+    Event& event = _filling.events.emplace_back();
     for (std::size_t axis = 0; axis < 3; ++axis)
         event.by[axis] = static_cast<float>(i_move.to[axis] - i_move.from[axis]);
     event.by[3] = static_cast<float>(i_move.filament);
-    _Add(event);
+    event.speed = static_cast<float>(i_move.speed);
+    event.layer = static_cast<std::uint32_t>(i_layer);
+    event.kind = Kind::Move;
+    _SendFull();
 }
 
 void LayerTimes::AddPause(double i_seconds, std::size_t i_layer)
@@ -60,6 +64,11 @@ std::vector<double> LayerTimes::Finish()
 void LayerTimes::_Add(const Event& i_event)
 {
     _filling.events.push_back(i_event);
+    _SendFull();
+}
+
+void LayerTimes::_SendFull()
+{
     if (_filling.events.size() == BatchSize)
         _Send();
 }

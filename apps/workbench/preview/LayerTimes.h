@@ -56,6 +56,7 @@ private:
     };
 
     void _Add(const Event& i_event);
+    void _SendFull();
     void _Send();
     void _Work(const std::stop_token& i_stop);
     void _Run(const Batch& i_batch);

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -43,30 +44,33 @@ void ForEachLine(const std::filesystem::path& i_path, std::uint64_t i_begin, std
     TavSDK::InputFile file(i_path);
     if (i_begin > 0 && ::lseek(file.GetDescriptor(), static_cast<off_t>(i_begin), SEEK_SET) < 0)
         Fail(Texts::tr("The machine file cannot be read."));
-    std::string buffer;
+    // The rest of a line, a piece, and an end for the last line.
+    const auto buffer = std::make_unique_for_overwrite<char[]>(2 * PieceSize + 1);
     std::uint64_t offset = i_begin; ///< of the buffer in the file
+    std::size_t had = 0;            ///< bytes of the rest
     bool isEnd = false;
     while (!isEnd && !i_stop.stop_requested()) {
-        const std::size_t had = buffer.size();
         if (had > PieceSize)
             Fail(Texts::tr("A line of the machine file has no end."));
         const std::size_t want = static_cast<std::size_t>(std::min<std::uint64_t>(PieceSize, i_end - offset - had));
-        buffer.resize(had + want);
-        const std::size_t got = want > 0 ? file.Read(buffer.data() + had, want) : 0;
-        buffer.resize(had + got);
+        const std::size_t got = want > 0 ? file.Read(buffer.get() + had, want) : 0;
         isEnd = got < PieceSize;
-        if (isEnd && !buffer.empty() && buffer.back() != '\n')
-            buffer.push_back('\n');
-        std::size_t begin = 0;
-        while (const void* const found = std::memchr(buffer.data() + begin, '\n', buffer.size() - begin)) {
-            const auto end = static_cast<std::size_t>(static_cast<const char*>(found) - buffer.data());
-            i_read(std::string_view(buffer.data() + begin, end - begin), offset + begin);
-            begin = end + 1;
-            if (begin == buffer.size())
+        char* end = buffer.get() + had + got;
+        if (isEnd && end != buffer.get() && end[-1] != '\n')
+            *end++ = '\n';
+        const char* begin = buffer.get();
+        while (begin != end) {
+            const auto* const lineEnd =
+                static_cast<const char*>(std::memchr(begin, '\n', static_cast<std::size_t>(end - begin)));
+            if (!lineEnd)
                 break;
+            i_read(std::string_view(begin, static_cast<std::size_t>(lineEnd - begin)),
+                   offset + static_cast<std::uint64_t>(begin - buffer.get()));
+            begin = lineEnd + 1;
         }
-        buffer.erase(0, begin);
-        offset += begin;
+        offset += static_cast<std::uint64_t>(begin - buffer.get());
+        had = static_cast<std::size_t>(end - begin);
+        std::memmove(buffer.get(), begin, had);
     }
 }
 
@@ -183,11 +187,11 @@ private:
             io_layer.minX = io_layer.maxX = i_move.from[0];
             io_layer.minY = io_layer.maxY = i_move.from[1];
         }
-        for (const auto& point : {i_move.from, i_move.to}) {
-            io_layer.minX = std::min(io_layer.minX, point[0]);
-            io_layer.maxX = std::max(io_layer.maxX, point[0]);
-            io_layer.minY = std::min(io_layer.minY, point[1]);
-            io_layer.maxY = std::max(io_layer.maxY, point[1]);
+        for (const auto* const point : {&i_move.from, &i_move.to}) {
+            io_layer.minX = std::min(io_layer.minX, (*point)[0]);
+            io_layer.maxX = std::max(io_layer.maxX, (*point)[0]);
+            io_layer.minY = std::min(io_layer.minY, (*point)[1]);
+            io_layer.maxY = std::max(io_layer.maxY, (*point)[1]);
         }
         io_layer.z = i_move.to[2];
     }
