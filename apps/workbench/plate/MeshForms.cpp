@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <memory>
 #include <numbers>
 
 namespace Workbench {
@@ -83,9 +84,11 @@ public:
         , _forms(io_forms)
         , _neighbours(FindNeighbours(i_mesh))
     {
-        _normals.reserve(i_mesh.triangles.size());
-        for (const auto& triangle : i_mesh.triangles)
-            _normals.push_back(GetNormal(i_mesh, triangle));
+        // Room for all grades at once: moved to a larger place they would be there twice.
+        std::size_t coarse = 0;
+        for (const std::size_t triangles : CoarseGrades)
+            coarse += std::min(triangles, i_mesh.triangles.size());
+        _forms.indices.reserve((i_mesh.triangles.size() + coarse) * 3);
         _forms.indices.resize(i_mesh.triangles.size() * 3);
         _forms.vertices.reserve(i_mesh.vertices.size());
     }
@@ -108,8 +111,13 @@ private:
         // Beyond this a vertex is the tip of a fan, where each face for itself costs too much and shows nothing.
         constexpr std::ptrdiff_t largestFan = 64;
         _made.clear();
+        // Worked out for each vertex again: those of all faces would take as much memory as the mesh.
+        _normals.clear();
+        for (const std::uint32_t* face = begin; face != end; ++face)
+            _normals.push_back(GetNormal(_mesh, _mesh.triangles[*face]));
         for (const std::uint32_t* face = begin; face != end; ++face) {
-            const std::uint32_t normal = end - begin > largestFan ? Pack(_normals[*face]) : _Blend(begin, end, *face);
+            const Direction& own = _normals[static_cast<std::size_t>(face - begin)];
+            const std::uint32_t normal = Pack(end - begin > largestFan ? own : _Blend(own));
             const auto& triangle = _mesh.triangles[*face];
             const auto corner = std::find(triangle.begin(), triangle.end(), i_vertex) - triangle.begin();
             _forms.indices[std::size_t{*face} * 3 + static_cast<std::size_t>(corner)] = _Find(i_vertex, normal);
@@ -117,18 +125,16 @@ private:
     }
 
     /// Of the faces around the vertex that continue this one without an edge.
-    std::uint32_t _Blend(const std::uint32_t* ip_begin, const std::uint32_t* ip_end, std::uint32_t i_face) const
+    Direction _Blend(const Direction& i_own) const
     {
         static const float limit = static_cast<float>(std::cos(CreaseDegrees * std::numbers::pi / 180));
-        const Direction& own = _normals[i_face];
-        const float ownLength = std::sqrt(Dot(own, own));
+        const float ownLength = std::sqrt(Dot(i_own, i_own));
         Direction sum;
-        for (const std::uint32_t* face = ip_begin; face != ip_end; ++face) {
-            const Direction& other = _normals[*face];
-            if (Dot(own, other) >= limit * ownLength * std::sqrt(Dot(other, other)))
+        for (const Direction& other : _normals) {
+            if (Dot(i_own, other) >= limit * ownLength * std::sqrt(Dot(other, other)))
                 sum = {sum.x + other.x, sum.y + other.y, sum.z + other.z};
         }
-        return Pack(sum);
+        return sum;
     }
 
     std::uint32_t _Find(std::uint32_t i_vertex, std::uint32_t i_normal)
@@ -146,28 +152,27 @@ private:
     const TavAM::Mesh& _mesh;
     MeshForms& _forms;
     const Neighbours _neighbours;
-    std::vector<Direction> _normals;
+    std::vector<Direction> _normals;  ///< of the faces around the vertex at hand
     std::vector<std::uint32_t> _made; ///< corners of the vertex at hand
 };
 
 /// Each from the one before: the first costs what the mesh costs, the others nothing.
 void AddCoarseGrades(MeshForms& io_forms)
 {
-    std::vector<std::uint32_t> coarse;
+    // As large as the simplifier asks for; what it does not write takes no memory.
+    const auto coarse = std::make_unique_for_overwrite<std::uint32_t[]>(io_forms.indices.size());
     for (const std::size_t triangles : CoarseGrades) {
         const MeshForms::Grade former = io_forms.grades.back();
         if (former.count / 3 <= triangles)
             continue;
-        coarse.resize(former.count);
         const std::size_t count = meshopt_simplifySloppy(
-            coarse.data(), io_forms.indices.data() + former.begin, former.count, &io_forms.vertices.front().x,
+            coarse.get(), io_forms.indices.data() + former.begin, former.count, &io_forms.vertices.front().x,
             io_forms.vertices.size(), sizeof(MeshVertex), triangles * 3, 1.0F);
         // What is too thin for its cells vanishes: the form before then has to do.
         if (count == 0)
             break;
         io_forms.grades.push_back({io_forms.indices.size(), count});
-        io_forms.indices.insert(io_forms.indices.end(), coarse.begin(),
-                                coarse.begin() + static_cast<std::ptrdiff_t>(count));
+        io_forms.indices.insert(io_forms.indices.end(), coarse.get(), coarse.get() + count);
     }
 }
 
@@ -184,7 +189,9 @@ std::shared_ptr<MeshForms> MakeMeshForms(const TavAM::Mesh& i_mesh, const std::s
     if (!forms->vertices.empty())
         AddCoarseGrades(*forms);
     forms->vertices.shrink_to_fit();
-    forms->indices.shrink_to_fit();
+    // Of a small mesh; that of a large one would be there twice for it.
+    if (forms->indices.capacity() > forms->indices.size() * 9 / 8)
+        forms->indices.shrink_to_fit();
     return forms;
 }
 
