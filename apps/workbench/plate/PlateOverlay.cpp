@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace Workbench {
 
@@ -39,6 +40,7 @@ public:
     {
         _painter.setRenderHint(QPainter::Antialiasing);
         _painter.setRenderHint(QPainter::TextAntialiasing);
+        _WriteCaption();
         if (_model.GetBed().isKnown)
             _DrawRulers();
         _DrawAxes();
@@ -55,12 +57,17 @@ public:
     }
 
 private:
+    QRectF _GetTextFrame(const QPointF& i_centre, const QString& i_text) const
+    {
+        QRectF frame = QFontMetricsF(_painter.font()).boundingRect(i_text);
+        frame.moveCenter(i_centre);
+        return frame;
+    }
+
     /// Centred at the pixel.
     void _DrawText(const QPointF& i_at, const QString& i_text, bool i_has_surface)
     {
-        const QFontMetricsF metrics(_painter.font());
-        QRectF frame = metrics.boundingRect(i_text);
-        frame.moveCenter(i_at);
+        const QRectF frame = _GetTextFrame(i_at, i_text);
         if (i_has_surface) {
             _painter.setPen(Qt::NoPen);
             _painter.setBrush(_colours.textSurface);
@@ -108,16 +115,17 @@ private:
             TavAM::Point3d at = i_at(value);
             at = {at.x + away * i_outwards.x, at.y + away * i_outwards.y, 0};
             const QVector3D pixelAt = _camera.ProjectWithDepth(at);
-            const QPointF text = pixelAt.toPointF();
-            if (pixelAt.z() > 1 || !QRectF(QPointF(), QSizeF(_camera.GetViewport())).contains(text))
+            if (pixelAt.z() > 1 || !QRectF(QPointF(), QSizeF(_camera.GetViewport())).contains(pixelAt.toPointF()))
                 continue;
-            // A plate that is seen from its edge has no room for numbers.
-            if (!_last.isNull() && QLineF(_last, text).length() < 18)
+            const QString text = LengthText::ShowNumber(std::abs(value) < 1e-6 ? 0 : value, 0);
+            const QRectF frame = _GetTextFrame(pixelAt.toPointF(), text).adjusted(-2, -1, 2, 1);
+            // A plate that is small, or seen from its edge, has no room for all numbers.
+            if (std::any_of(_taken.begin(), _taken.end(),
+                            [&](const QRectF& i_other) { return i_other.intersects(frame); }))
                 continue;
-            _last = text;
-            _DrawText(text, LengthText::ShowNumber(std::abs(value) < 1e-6 ? 0 : value, 0), false);
+            _taken.push_back(frame);
+            _DrawText(pixelAt.toPointF(), text, false);
         }
-        _last = {};
     }
 
     void _DrawAxes()
@@ -207,11 +215,11 @@ private:
             _painter.drawRect(QRectF(i_at - QPointF(5, 5), QSizeF(10, 10)));
     }
 
-    /// At the foot: the machine with its volume, and what is selected.
-    void _DrawCaption()
+    /// The machine with its volume, and what is selected; at the foot.
+    void _WriteCaption()
     {
         const PlateBed& bed = _model.GetBed();
-        QStringList lines;
+        QStringList& lines = _caption;
         if (bed.isKnown) {
             const QString volume =
                 LengthText::ShowVolume(bed.isCircular, bed.maxX - bed.minX, bed.maxY - bed.minY, bed.height);
@@ -229,16 +237,24 @@ private:
         }
         const QFontMetricsF metrics(_painter.font());
         const double height = metrics.height() * static_cast<double>(lines.size());
-        double y = _camera.GetViewport().height() - 14 - height + metrics.height();
         double width = 0;
         for (const QString& line : lines)
             width = std::max(width, metrics.horizontalAdvance(line));
-        // In a small window the bed reaches down to here, with its numbers.
+        // In a small window the bed reaches down to here.
+        const double y = _camera.GetViewport().height() - 14 - height;
+        _taken.emplace_back(8, y + metrics.descent() - 3, width + 12, height + 6);
+    }
+
+    void _DrawCaption()
+    {
+        const QFontMetricsF metrics(_painter.font());
+        const QRectF frame = _taken.front();
         _painter.setPen(Qt::NoPen);
         _painter.setBrush(_colours.textSurface);
-        _painter.drawRoundedRect(QRectF(8, y - metrics.ascent() - 3, width + 12, height + 6), 4, 4);
+        _painter.drawRoundedRect(frame, 4, 4);
         _painter.setPen(_colours.text);
-        for (const QString& line : lines) {
+        double y = frame.top() + 3 + metrics.ascent();
+        for (const QString& line : _caption) {
             _painter.drawText(QPointF(14, y), line);
             y += metrics.height();
         }
@@ -253,7 +269,8 @@ private:
     const PlateModel& _model;
     const Camera& _camera;
     const PlateColours& _colours;
-    QPointF _last; ///< number drawn last along a ruler
+    QStringList _caption;
+    std::vector<QRectF> _taken; ///< by texts: first by the caption, then by the numbers along the bed
 };
 
 } // namespace
