@@ -90,11 +90,14 @@ QVector3D GetKeyLight(const Camera& i_camera)
 
 } // namespace
 
-void PlateRenderer::PartProgram::Link(const char* i_fragment)
+void PlateRenderer::PartProgram::Link(const char* i_vertex, const char* i_fragment)
 {
-    Workbench::Link(program, Shaders::PartVertex, i_fragment);
+    Workbench::Link(program, i_vertex, i_fragment);
     model = program.uniformLocation("u_model");
     normal = program.uniformLocation("u_normal");
+    matrix = program.uniformLocation("u_matrix");
+    key = program.uniformLocation("u_key");
+    sky = program.uniformLocation("u_sky");
     colour = program.uniformLocation("u_colour");
     stripes = program.uniformLocation("u_stripes");
     isStriped = program.uniformLocation("u_isStriped");
@@ -106,8 +109,8 @@ PlateRenderer::PlateRenderer(QOpenGLFunctions_3_3_Core& io_gl, const GlMeshes& i
 {
     Link(_background, Shaders::BackgroundVertex, Shaders::BackgroundFragment);
     Link(_bed, Shaders::BedVertex, Shaders::BedFragment);
-    _part.Link(Shaders::PartFragment);
-    _coarse.Link(Shaders::CoarseFragment);
+    _part.Link(Shaders::PartVertex, Shaders::PartFragment);
+    _coarse.Link(Shaders::CoarseVertex, Shaders::CoarseFragment);
     Link(_shadow, Shaders::PartVertex, Shaders::ShadowFragment);
     Link(_line, Shaders::LineVertex, Shaders::LineFragment);
     _gl.glGenVertexArrays(1, &_empty);
@@ -151,7 +154,8 @@ void PlateRenderer::Begin(const PlateScene& i_scene, const Camera& i_camera, con
     _gl.glDepthFunc(GL_LEQUAL);
     _gl.glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ZERO, GL_ONE);
     if (i_form == Form::Coarse) {
-        // From the front to the back: what parts cover is not drawn.
+        _CopyBackground();
+        // From the front to the back: of the bed, what parts cover is not drawn.
         _step = Step::Parts;
         return;
     }
@@ -175,11 +179,8 @@ bool PlateRenderer::Draw(std::size_t i_triangles)
             _step = Step::Lines;
         break;
     case Step::Lines:
-        if (_form == Form::Coarse) {
-            if (!_camera.IsFromBelow())
-                _DrawBed(1);
-            _DrawBackground();
-        }
+        if (_form == Form::Coarse && !_camera.IsFromBelow())
+            _DrawBed(1);
         _DrawLines();
         if (_camera.IsFromBelow())
             _DrawBed(BelowAlpha);
@@ -221,6 +222,29 @@ void PlateRenderer::_DrawBackground()
     _gl.glBindVertexArray(_empty);
     _gl.glDrawArrays(GL_TRIANGLES, 0, 3);
     _gl.glDepthMask(GL_TRUE);
+}
+
+/// Where the processor draws, copying takes a fraction of the time.
+void PlateRenderer::_CopyBackground()
+{
+    GLint target = 0;
+    GLint viewport[4] = {};
+    _gl.glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &target);
+    _gl.glGetIntegerv(GL_VIEWPORT, viewport);
+    const QSize size(viewport[2], viewport[3]);
+    if (!_surroundings || _surroundings->size() != size ||
+        _surroundingsColours.backgroundTop != _colours.backgroundTop ||
+        _surroundingsColours.backgroundBottom != _colours.backgroundBottom) {
+        _surroundings = std::make_unique<QOpenGLFramebufferObject>(size);
+        _surroundingsColours = _colours;
+        _surroundings->bind();
+        _DrawBackground();
+    }
+    _gl.glBindFramebuffer(GL_READ_FRAMEBUFFER, _surroundings->handle());
+    _gl.glBindFramebuffer(GL_DRAW_FRAMEBUFFER, static_cast<GLuint>(target));
+    _gl.glBlitFramebuffer(0, 0, size.width(), size.height(), 0, 0, size.width(), size.height(), GL_COLOR_BUFFER_BIT,
+                          GL_NEAREST);
+    _gl.glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(target));
 }
 
 void PlateRenderer::_DrawBed(float i_alpha)
@@ -309,15 +333,38 @@ void PlateRenderer::_SetItem(const Item& i_item)
 {
     PartProgram& part = _GetPartProgram();
     const QColor base = i_item.isSelected ? _colours.selected : i_item.hasProblem ? _colours.problem : _colours.part;
-    part.program.setUniformValue(part.model, i_item.model);
-    // A value that a program does not have is passed over.
-    part.program.setUniformValue(part.normal, i_item.normal);
+    if (_form == Form::Full) {
+        part.program.setUniformValue(part.model, i_item.model);
+        part.program.setUniformValue(part.normal, i_item.normal);
+    } else {
+        _SetCoarseItem(i_item);
+    }
     part.program.setUniformValue(part.colour, ToVector(base));
     part.program.setUniformValue(part.isStriped, i_item.hasProblem);
     if (i_item.hasProblem)
         part.program.setUniformValue(part.stripes,
                                      ToVector(i_item.isSelected ? _colours.problem : _colours.problem.darker(150)));
     _gl.glBindVertexArray(i_item.mesh->vertexArray);
+}
+
+void PlateRenderer::_SetCoarseItem(const Item& i_item)
+{
+    PartProgram& part = _GetPartProgram();
+    part.program.setUniformValue(part.matrix, _viewProjection * i_item.model);
+    // Exact for what is turned, mirrored and scaled alike along all axes; for anything else as good as a coarse form
+    // is.
+    const double size = i_item.model.determinant();
+    const float scale = static_cast<float>(std::copysign(std::cbrt(std::abs(size)), size));
+    const auto toMesh = [&](const QVector3D& i_direction) {
+        QVector3D turned;
+        for (int axis = 0; axis < 3; ++axis) {
+            for (int world = 0; world < 3; ++world)
+                turned[axis] += i_item.normal(world, axis) * i_direction[world];
+        }
+        return turned * scale;
+    };
+    part.program.setUniformValue(part.key, toMesh(GetKeyLight(_camera)));
+    part.program.setUniformValue(part.sky, toMesh({0, 0, 1}));
 }
 
 bool PlateRenderer::_DrawParts(std::size_t i_triangles)

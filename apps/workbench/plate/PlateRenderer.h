@@ -5,6 +5,7 @@
 #include "workbench/plate/PlateColours.h"
 #include "workbench/plate/PlateScene.h"
 
+#include <QOpenGLFramebufferObject>
 #include <QOpenGLShaderProgram>
 
 #include <memory>
@@ -75,22 +76,27 @@ private:
         QOpenGLShaderProgram program;
         int model = -1;
         int normal = -1;
+        int matrix = -1;
+        int key = -1;
+        int sky = -1;
         int colour = -1;
         int stripes = -1;
         int isStriped = -1;
 
-        void Link(const char* i_fragment);
+        void Link(const char* i_vertex, const char* i_fragment);
     };
 
     PartProgram& _GetPartProgram() { return _form == Form::Full ? _part : _coarse; }
     bool _DrawParts(std::size_t i_triangles);
     void _CollectItems(Form i_form);
     void _DrawBackground();
+    void _CopyBackground();
     void _DrawBed(float i_alpha);
     void _DrawShadows();
     void _DrawLines();
     void _DrawLines(const std::vector<QVector3D>& i_points, const QColor& i_colour);
     void _UsePartProgram();
+    void _SetCoarseItem(const Item& i_item);
     void _SetItem(const Item& i_item);
 
     QOpenGLFunctions_3_3_Core& _gl;
@@ -101,7 +107,9 @@ private:
     PartProgram _coarse;
     QOpenGLShaderProgram _shadow;
     QOpenGLShaderProgram _line;
-    GLuint _empty = 0; ///< vertex array of what has no vertices
+    std::unique_ptr<QOpenGLFramebufferObject> _surroundings; ///< the background by itself
+    PlateColours _surroundingsColours;                       ///< that it was drawn with
+    GLuint _empty = 0;                                       ///< vertex array of what has no vertices
     GLuint _lineArray = 0;
     GLuint _lineBuffer = 0;
 

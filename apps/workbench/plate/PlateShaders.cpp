@@ -137,20 +137,33 @@ void main()
 )";
 
 // Coarse forms have the corners of the fine one; the normals are those of their own faces. What moves must be cheap
-// where the processor draws.
+// where the processor draws: light comes in the coordinates of the mesh, so that nothing but the corners is turned.
+const char* const CoarseVertex = R"(#version 330 core
+layout(location = 0) in vec3 i_position;
+uniform mat4 u_matrix;
+out vec3 v_place;
+void main()
+{
+    v_place = i_position;
+    gl_Position = u_matrix * vec4(i_position, 1.0);
+}
+)";
+
 const char* const CoarseFragment = R"(#version 330 core
-in vec3 v_world;
+in vec3 v_place;
 uniform vec3 u_colour;
 uniform vec3 u_stripes;
 uniform bool u_isStriped;
 uniform vec3 u_key;
+uniform vec3 u_sky;
 uniform float u_ambient;
 out vec4 o_colour;
 void main()
 {
-    vec3 normal = normalize(cross(dFdx(v_world), dFdy(v_world)));
+    vec3 normal = normalize(cross(dFdx(v_place), dFdy(v_place)));
     vec3 colour = u_isStriped && fract((gl_FragCoord.x + gl_FragCoord.y) / 16.0) < 0.5 ? u_stripes : u_colour;
-    o_colour = vec4(colour * (u_ambient + 0.12 + 0.12 * normal.z + 0.50 * max(dot(normal, u_key), 0.0)), 1.0);
+    float light = u_ambient + 0.12 + 0.12 * dot(normal, u_sky) + 0.50 * max(dot(normal, u_key), 0.0);
+    o_colour = vec4(colour * light, 1.0);
 }
 )";
 

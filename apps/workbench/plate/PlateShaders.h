@@ -9,6 +9,7 @@ extern const char* const BedVertex;
 extern const char* const BedFragment;
 extern const char* const PartVertex;
 extern const char* const PartFragment;
+extern const char* const CoarseVertex;
 extern const char* const CoarseFragment;
 extern const char* const ShadowFragment;
 extern const char* const LineVertex;

@@ -2,7 +2,9 @@
 
 #include "workbench/base/LengthText.h"
 #include "workbench/base/LoopWatch.h"
+#include "workbench/plate/MeshStore.h"
 #include "workbench/plate/NumbersPanel.h"
+#include "workbench/plate/PlateDrawer.h"
 #include "workbench/plate/PlateInteraction.h"
 #include "workbench/plate/PlateModel.h"
 #include "workbench/plate/PlateView.h"
@@ -84,6 +86,50 @@ TEST_F(PlateViewTest, ThePictureShowsPlateAndPartsAndFollowsTheScene)
     EXPECT_LT(_watch.GetLongest(), std::chrono::milliseconds(500));
     if (const char* const folder = std::getenv("MACHINESERVICE_PICTURES"))
         _view->grab().save(QString::fromLocal8Bit(folder) + QStringLiteral("/plate.png"));
+}
+
+TEST_F(PlateViewTest, InMovementThePartsLookAsTheyDoAtRest)
+{
+    GetParts()[1].SetPlacement({{-2, 0, 0, 140, 0, 2, 0, 20, 0, 0, 2, 0}}); // mirrored and scaled
+    Announce();
+    const PlateModel& model = _view->GetModel();
+    MeshStore store;
+    store.Keep(model.GetMeshes());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !store.IsBusy(); }));
+    PlateDrawer drawer;
+    PlateDrawer::Job job;
+    job.scene = std::make_shared<PlateScene>(model.TakeScene());
+    job.meshes = store.GetSources(model.GetMeshes());
+    job.camera.SetViewport({800, 500});
+    job.camera.Fit(model.GetPartsBox());
+    job.colours = GetPlateColours(_view->palette());
+    job.size = QSize(800, 500);
+    QImage pictures[2]; ///< in movement, at rest
+    PlateDrawer::News news;
+    for (const bool isAtRest : {false, true}) {
+        job.isMoving = !isAtRest;
+        drawer.Request(job);
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] {
+                news = drawer.TakeNews();
+                pictures[isAtRest ? 1 : 0] = news.picture.image;
+                return !news.picture.image.isNull() || !news.failure.isEmpty();
+            },
+            20'000));
+        EXPECT_EQ(news.picture.isFull, isAtRest && news.failure.isEmpty());
+    }
+    if (!news.failure.isEmpty()) {
+        EXPECT_TRUE(qEnvironmentVariableIsEmpty("DISPLAY")) << news.failure.toStdString();
+        return;
+    }
+    const TavAM::Point3d onParts[] = {{30, 30, 10}, {21, 20, 5}, {120, 40, 20}, {130, 20, 10}, {150, 60, 30}};
+    for (const TavAM::Point3d& point : onParts) {
+        const QPoint at = job.camera.Project(point).toPoint();
+        EXPECT_NEAR(pictures[0].pixelColor(at).lightness(), pictures[1].pixelColor(at).lightness(), 25)
+            << at.x() << ' ' << at.y();
+    }
+    for (const QPoint& corner : {QPoint(3, 3), QPoint(796, 496)})
+        EXPECT_EQ(pictures[0].pixelColor(corner), pictures[1].pixelColor(corner));
 }
 
 TEST_F(PlateViewTest, MouseSelectsMovesAndGivesUp)
