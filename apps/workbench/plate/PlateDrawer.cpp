@@ -56,7 +56,7 @@ public:
         , _stop(i_stop)
     {
         _context.setFormat(MakeFormat());
-        if (!_context.create())
+        if (!QOpenGLContext::supportsThreadedOpenGL() || !_context.create())
             throw std::runtime_error(TooOld);
         QOffscreenSurface& surface = io_drawer._AwaitSurface(_context.format(), i_stop);
         if (!surface.isValid() || !_context.makeCurrent(&surface) || _context.format().version() < qMakePair(3, 3) ||
