@@ -1,5 +1,7 @@
 #include "server/ConnectionListener.h"
 
+#include "client/interface/CommunicationException.h"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -15,6 +17,7 @@ namespace MachineService::Server {
 
 struct ConnectionListener::Impl
 {
+    ~Impl();
     void Run();
     void Accept(int i_socket);
     /// \return false when everything ends.
@@ -30,6 +33,16 @@ struct ConnectionListener::Impl
     std::thread thread;
 };
 
+ConnectionListener::Impl::~Impl()
+{
+    if (wakeUp >= 0)
+        close(wakeUp);
+    for (const int socket : sockets)
+        close(socket);
+    for (const int connection : connections)
+        close(connection);
+}
+
 ConnectionListener::ConnectionListener(std::vector<int> i_sockets, std::size_t i_most_connections, Handlers i_handlers)
     : _impl(std::make_unique<Impl>())
 {
@@ -37,6 +50,10 @@ ConnectionListener::ConnectionListener(std::vector<int> i_sockets, std::size_t i
     _impl->most = i_most_connections;
     _impl->handlers = std::move(i_handlers);
     _impl->wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    // Without it nothing would end the thread.
+    if (_impl->wakeUp < 0)
+        throw CommunicationException(ErrorCode::InternalError,
+                                     "The service cannot listen because it may not open more files; let it open more.");
     _impl->thread = std::thread([impl = _impl.get()] { impl->Run(); });
 }
 
@@ -45,11 +62,6 @@ ConnectionListener::~ConnectionListener()
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(_impl->wakeUp, &one, sizeof one);
     _impl->thread.join();
-    close(_impl->wakeUp);
-    for (const int socket : _impl->sockets)
-        close(socket);
-    for (const int connection : _impl->connections)
-        close(connection);
 }
 
 bool ConnectionListener::Impl::Wait()

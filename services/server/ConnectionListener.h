@@ -27,6 +27,7 @@ public:
         std::function<void(const std::string&)> log;
     };
 
+    /// \throws CommunicationException InternalError with a sentence where too many files are open.
     /// \param i_sockets that listen and do not block; they are this object's.
     ConnectionListener(std::vector<int> i_sockets, std::size_t i_most_connections, Handlers i_handlers);
     ~ConnectionListener();

@@ -1,7 +1,11 @@
+#include "server/ConnectionListener.h"
 #include "services/server/LoomServer.h"
 #include "support/FakeMachineService.h"
 
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace MachineService {
 
@@ -295,6 +299,22 @@ TEST_F(MachineServerTest, LetsInWhoHasAToken)
     EXPECT_EQ(reply.result(), pb::AUTHENTICATION_RESULT_ACCEPTED);
     client->token = reply.token();
     EXPECT_FALSE(client->ReadSnapshot().empty());
+}
+
+TEST_F(MachineServerTest, DoesNotListenWithoutFilesToDoItWith)
+{
+    int ends[2] = {};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends), 0);
+    rlimit before = {};
+    getrlimit(RLIMIT_NOFILE, &before);
+    rlimit none = before;
+    none.rlim_cur = 0;
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_THROW(Server::ConnectionListener({ends[0]}, 1, {}), CommunicationException);
+    setrlimit(RLIMIT_NOFILE, &before);
+    char byte = 0;
+    EXPECT_EQ(read(ends[1], &byte, 1), 0) << "the socket that it was given is closed";
+    close(ends[1]);
 }
 
 TEST_F(MachineServerTest, BoundsConnectionsAndStreams)
