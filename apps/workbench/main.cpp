@@ -169,8 +169,6 @@ int Run(int& io_argc, char** ip_argv)
     const QtMessageHandler former = qInstallMessageHandler(&TellOfNoDisplay);
     QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
-    // The plate is drawn by a thread of its own, which needs the display as well.
-    QApplication::setAttribute(Qt::AA_X11InitThreads);
     QApplication application(io_argc, ip_argv);
     qInstallMessageHandler(former);
     Workbench::LogKeeper::Install();

@@ -346,9 +346,9 @@ TEST_F(RemoteFaultsTest, AMachineThatCannotBeReadDoesNotTakeTheOthersOfItsPageWi
     OtherService service;
     service.information.set_protocol_revision(1);
     const auto add = [](pb::CatalogEvent& io_page, std::uint8_t i_number, const std::string& i_name) {
-        auto& machine = *io_page.mutable_snapshot()->add_machines();
-        machine.set_id(i_number == 0 ? std::string(16, '\0') : Wire::ToBytes(MakeId(i_number)));
-        machine.set_name(i_name);
+        auto& added = *io_page.mutable_snapshot()->add_machines();
+        added.set_id(i_number == 0 ? std::string(16, '\0') : Wire::ToBytes(MakeId(i_number)));
+        added.set_name(i_name);
     };
     pb::CatalogEvent page;
     page.set_epoch("epoch-of-16bytes");

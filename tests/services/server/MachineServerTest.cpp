@@ -103,8 +103,8 @@ TEST_F(MachineServerTest, NamesTheLanguageOfItsTexts)
                   language == "en" ? "en" : "");
         pb::RunRequest unknown;
         unknown.set_run_id(std::string(16, 'x'));
-        pb::Run run;
-        EXPECT_EQ(getLanguage(client->Call(&pb::MachineService::Stub::CancelRun, unknown, run)), "en");
+        pb::Run ended;
+        EXPECT_EQ(getLanguage(client->Call(&pb::MachineService::Stub::CancelRun, unknown, ended)), "en");
         client.reset();
         server.reset();
     }
