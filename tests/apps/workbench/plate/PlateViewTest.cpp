@@ -106,17 +106,22 @@ TEST_F(PlateViewTest, InMovementThePartsLookAsTheyDoAtRest)
     job.size = QSize(800, 500);
     QImage pictures[2]; ///< in movement, at rest
     PlateDrawer::News news;
-    for (const bool isAtRest : {false, true}) {
-        job.isMoving = !isAtRest;
+    const auto await = [&](const std::function<bool()>& i_condition) {
         drawer.Request(job);
-        ASSERT_TRUE(QTest::qWaitFor(
+        return QTest::qWaitFor(
             [&] {
                 news = drawer.TakeNews();
-                pictures[isAtRest ? 1 : 0] = news.picture.image;
-                return !news.picture.image.isNull() || !news.failure.isEmpty();
+                return i_condition() || !news.failure.isEmpty();
             },
-            20'000));
-        EXPECT_EQ(news.picture.isFull, isAtRest && news.failure.isEmpty());
+            20'000);
+    };
+    job.isMoving = true;
+    ASSERT_TRUE(await([&] { return !news.sent.empty(); }));
+    for (const bool isAtRest : {false, true}) {
+        job.isMoving = !isAtRest;
+        ++job.revision;
+        ASSERT_TRUE(await([&] { return news.picture.revision == job.revision && news.picture.isFull == isAtRest; }));
+        pictures[isAtRest ? 1 : 0] = news.picture.image;
     }
     if (!news.failure.isEmpty()) {
         EXPECT_TRUE(qEnvironmentVariableIsEmpty("DISPLAY")) << news.failure.toStdString();
