@@ -10,6 +10,8 @@
 #include <boost/uuid/string_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 
+#include <atomic>
+#include <stop_token>
 #include <utility>
 
 namespace MachineService::MachineManager {
@@ -63,7 +65,7 @@ public:
     void Stop() override
     {
         _waker->Close();
-        _stop.request_stop();
+        _isStopping = true;
         _onBoard.disconnect();
         _onStore.reset();
         ServiceCatalogBase::Stop();
@@ -84,6 +86,13 @@ public:
     }
 
 protected:
+    void _Wake() override
+    {
+        // Not before the service counts as stopped, or what it finds at once would be told as all there is.
+        if (_isStopping)
+            _stop.request_stop();
+        ServiceCatalogBase::_Wake();
+    }
     MachineNews _FindNews() override
     {
         // A host takes the first list for the whole one, and would miss a machine that is still being told.
@@ -106,10 +115,11 @@ protected:
 
 private:
     const std::shared_ptr<ManagedMachines> _machines;
-    const std::shared_ptr<Waker> _waker;
+    std::atomic<bool> _isStopping = false;
+    std::stop_source _stop;
+    const std::shared_ptr<Waker> _waker; ///< from here on news may come
     boost::signals2::scoped_connection _onBoard;
     std::shared_ptr<void> _onStore;
-    std::stop_source _stop;
     bool _hasWaited = false; ///< used by the service's thread
 };
 
