@@ -120,6 +120,17 @@ TEST_F(PrinterCommandManagerTest, FollowsTheMachineOfTheScene)
     EXPECT_TRUE(_TakeLog().empty());
 }
 
+TEST_F(PrinterCommandManagerTest, ACommandFollowsWhatItConfigures)
+{
+    _Offer({2});
+    for (const bool connection : {false, true, false}) {
+        _script->data.configuresConnection = connection;
+        _manager.CheckCommands();
+        EXPECT_EQ(_Ids().contains(QStringLiteral("Print3D.ConfigureConnection")), connection);
+        EXPECT_EQ(_Ids().size(), 1);
+    }
+}
+
 /// What a cache of answers tells.
 class KnowingStrategy final : public TestSupport::FakeMachine, public IKnowsCanRun
 {

@@ -104,7 +104,7 @@ TEST(MachineConfigurationTest, RefusesMachineDataThatNoDocumentCanCarry)
         {[](Data::Machine& o_m) { o_m.nesting->partToWall = -0.5; },
          "Nesting/PartToWallClearance is -0.5, which is not from 0"},
         {[](Data::Machine& o_m) { o_m.nesting->noBuildZones[1].maxY = -3; }, "Nesting/NoBuildZone[2] ends before"},
-        {[](Data::Machine& o_m) { o_m.nesting->rotation = static_cast<Data::RotationFreedom>(7); },
+        {[](Data::Machine& o_m) { o_m.nesting->rotation = static_cast<Data::RotationFreedom>(3); },
          "RotationFreedom is none"},
         {[](Data::Machine& o_m) {
              o_m.surfaceTypeProfiles[L"Overhang"].spacing = std::numeric_limits<double>::infinity();
@@ -157,9 +157,15 @@ TEST(MachineConfigurationTest, PassesOverWhatItDoesNotKnowAndTellsIt)
         {Replaced(Nest(rotation), machine, machine + "<ZBrace xmlns=\"urn:other\"><Angle/></ZBrace><!-- x --><?y z?>"),
          "'ZBrace' is not known"},
     };
+    QTemporaryDir folder;
+    const std::string path = folder.filePath(QStringLiteral("machine.xml")).toStdString();
     for (const auto& [document, remark] : rows) {
         std::vector<std::string> remarks;
         EXPECT_EQ(ReadMachineConfiguration(document, &remarks), expected) << document;
+        EXPECT_THAT(remarks, ElementsAre(remark));
+        remarks.clear();
+        WriteFile(path, document);
+        EXPECT_EQ(LoadMachineConfiguration(path, &remarks), expected) << document;
         EXPECT_THAT(remarks, ElementsAre(remark));
     }
     std::vector<std::string> many;

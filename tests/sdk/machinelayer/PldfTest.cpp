@@ -174,6 +174,14 @@ TEST_F(PldfTest, SavingFailsWithoutTouchingWhatIsThere)
     EXPECT_EQ(std::distance(begin(files), end(files)), 1);
 }
 
+TEST_F(PldfTest, WritesNoTextThatXmlCannotCarry)
+{
+    const auto data = MakeData(MakeFullMachine());
+    data->Edit().properties.name = L"a\1b";
+    EXPECT_THAT([&] { Utilities::WriteMachineData(*data); },
+                testing::ThrowsMessage<std::invalid_argument>(testing::HasSubstr("which XML cannot carry")));
+}
+
 TEST(PldfConversionTest, TakesOverTheChosenGroupsOnly)
 {
     const TavAM::MachineParameters parameters = PLDF::ConvertToMachineParameters(*MakeData(MakeFullMachine()));

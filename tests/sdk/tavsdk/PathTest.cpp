@@ -2,6 +2,7 @@
 
 #include "tavsdk/FileError.h"
 #include "tavsdk/Path.h"
+#include "tavsdk/RuntimeFolder.h"
 #include "tavsdk/Text.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,7 @@
 #include <clocale>
 #include <cstdlib>
 #include <locale>
+#include <optional>
 
 namespace {
 
@@ -27,6 +29,21 @@ TEST(Path, IsUtf8InEveryLocale)
         std::locale::global(before);
     }
     std::setlocale(LC_ALL, "");
+}
+
+TEST(RuntimeFolder, IsThatOfTheSessionOrOneOfTheUserAlone)
+{
+    const char* const told = std::getenv("XDG_RUNTIME_DIR");
+    const auto before = told ? std::optional<std::string>(told) : std::nullopt;
+    setenv("XDG_RUNTIME_DIR", "/session", 1);
+    EXPECT_EQ(TavSDK::GetRuntimeFolder(), "/session");
+    setenv("XDG_RUNTIME_DIR", "relative", 1);
+    using std::filesystem::perms;
+    EXPECT_EQ(std::filesystem::status(TavSDK::GetRuntimeFolder()).permissions(), perms::owner_all);
+    if (before)
+        setenv("XDG_RUNTIME_DIR", before->c_str(), 1);
+    else
+        unsetenv("XDG_RUNTIME_DIR");
 }
 
 TEST(Path, OtherBytesAreRefusedInASentenceThatIsUtf8)

@@ -106,6 +106,7 @@ TEST_F(ZipReaderTest, APackageThatTricksIsRefused)
     EXPECT_THAT(_GetErrorOf(bombs), HasSubstr("packed more than 100 : 1"));
     _Make({{"x", bomb, false}});
     EXPECT_THROW(ZipReader(_path, {.unpackedSize = bomb.size() - 1}).ReadBytes("x", bomb.size()), TavSDK::FileError);
+    EXPECT_NO_THROW(ZipReader(_path, {.ratio = 1}).ReadBytes("x", bomb.size()));
 }
 
 TEST_F(ZipReaderTest, CutItIsRefused)

@@ -142,12 +142,23 @@ TEST_F(MachineServerTest, TellsTheMachinesOfServicesThatSayNothingOfTheirStart)
     silent.Put(1);
     client = std::make_unique<WireClient>(server->GetAddresses().front());
     EXPECT_EQ(readStatus(), std::pair(pb::SERVICE_STATUS_RUNNING, 1));
+    // Its machine goes.
+    silent.Take(1);
+    const auto end = std::chrono::steady_clock::now() + Long;
+    while (readStatus().second != 0 && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    EXPECT_LT(std::chrono::steady_clock::now(), end);
     client.reset();
     server.reset();
 }
 
 TEST_F(MachineServerTest, AnswersWhatAMachineIsAsked)
 {
+    std::promise<void> isHeard;
+    machine.modifyPlatform = [&](const Platform& i_platform, std::stop_token) {
+        modified = i_platform.data;
+        isHeard.get_future().wait();
+    };
     Start();
     client->ReadSnapshot();
     pb::CanRunRequest request;
@@ -190,6 +201,9 @@ TEST_F(MachineServerTest, AnswersWhatAMachineIsAsked)
     });
     stream->WritesDone();
     pb::PlatformReply reply;
+    // As long as a machine works, its host hears of it.
+    EXPECT_TRUE(stream->Read(&reply) && !reply.has_header());
+    isHeard.set_value();
     while (stream->Read(&reply) && !reply.has_header()) {
     }
     EXPECT_TRUE(stream->Finish().ok());

@@ -4,6 +4,7 @@
 #include "buildprocessor/machines/ProfileFolder.h"
 #include "buildprocessor/machines/ProfileInstaller.h"
 #include "buildprocessor/machines/ProfileReader.h"
+#include "buildprocessor/machines/QueueStates.h"
 #include "buildprocessor/machines/ShippedProfiles.h"
 #include "contract/JobFolder.h"
 
@@ -71,6 +72,9 @@ TEST(Profile, DamagedFieldIsNamedWithItsFileAndPath)
         {R"("engineDeadline")",
          R"("nesting": {"noBuildZones": [{"name": "a", "minX": 5, "maxX": 4}]}, "engineDeadline")",
          "field nesting.noBuildZones[0].maxX must be a number from 5 to 2000"},
+        {R"("engineDeadline")", R"("nesting": {"gap": 1}, "engineDeadline")", "field nesting.gap is not known"},
+        {R"("engineDeadline")", R"("partExport": {"formats": ["3MF"], "scale": 1}, "engineDeadline")",
+         "field partExport.scale is not known"},
         {R"("engineDeadline")", R"("baseplate": {"margin": 1}, "engineDeadline")",
          "field baseplate.margin is not known"},
         {R"("engineDeadline")",
@@ -152,6 +156,25 @@ TEST(ProfileFolder, TellsADamagedFileOncePerContentAndKeepsItsLastGoodProfile)
     EXPECT_THAT(scan("{"), IsEmpty());
     EXPECT_THAT(scan("{}"), SizeIs(1));
     EXPECT_THAT(scan(good), IsEmpty());
+}
+
+TEST(ProfileFolder, TellsADamagedQueueStateOnceAndOneThatCannotGo)
+{
+    const ScopedTempDir folder;
+    const boost::uuids::uuid machine = {1};
+    const auto file = folder.GetAbsoluteDir() / (to_string(machine) + ".queue");
+    WriteFile(file, "asleep");
+    ProfileFolder profiles(folder.GetAbsoluteDir());
+    std::vector<std::string> problems;
+    profiles.Scan(problems);
+    EXPECT_THAT(problems, ::testing::ElementsAre(::testing::EndsWith("; the state is left out")));
+    problems.clear();
+    profiles.Scan(problems);
+    EXPECT_THAT(problems, ::testing::IsEmpty());
+    std::filesystem::remove(file);
+    std::filesystem::create_directories(file / "folder");
+    EXPECT_THAT([&] { SetQueueState(folder.GetAbsoluteDir(), machine, {}); },
+                ThrowsMessage<CommunicationException>(::testing::HasSubstr("cannot be removed")));
 }
 
 TEST(ProfileInstaller, TakesWholeProfilesAndNeverAnotherPrintersFile)

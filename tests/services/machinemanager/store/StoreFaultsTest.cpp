@@ -34,6 +34,22 @@ protected:
     }
 };
 
+TEST(StoreAddressTest, SaysWhatIsWrongWithIt)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"mysql://host/store", "begins with neither sqlite: nor postgresql://"},
+        {"sqlite:store", "names no absolute file"},
+        {"sqlite:/var/", "names no absolute file"},
+        {"postgresql:///store", "lacks the host or the database"},
+        {"postgresql://host", "lacks the host or the database"},
+        {"postgresql://[::1/store", "has a bracket that is not closed"},
+        {"postgresql://host:0/store", "has a port that is no number from 1 to 65535"},
+    };
+    for (const auto& row : rows)
+        EXPECT_THAT([&] { ParseStoreAddress(row.first); }, ThrowsMessage<std::exception>(HasSubstr(row.second)));
+    EXPECT_EQ(ParseStoreAddress("postgresql://ada:p%40ss@[::1]:5433/store").host, "::1");
+}
+
 INSTANTIATE_TEST_SUITE_P(, StoreFaultsTest, ::testing::Values(Kind::Sqlite, Kind::Postgres), GetKindName);
 
 /// All that a store holds, as text.
