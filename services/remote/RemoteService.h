@@ -1,7 +1,6 @@
 #pragma once
 
 #include "client/interface/AbstractPluginUtility.h"
-#include "remote/CanRunStore.h"
 #include "remote/Connection.h"
 #include "remote/IconStore.h"
 #include "remote/Link.h"
@@ -9,6 +8,7 @@
 #include "remote/Retry.h"
 #include "remote/ServiceAddress.h"
 #include "remote/Workers.h"
+#include "remote/canrun/CanRunStore.h"
 #include "remote/trust/Pins.h"
 #include "wire/IdleWatchdog.h"
 

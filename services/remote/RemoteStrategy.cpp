@@ -3,9 +3,9 @@
 #include "contract/Guard.h"
 #include "contract/JobFolder.h"
 #include "contract/ReadyFuture.h"
-#include "remote/CanRunCall.h"
 #include "remote/PlatformCalls.h"
 #include "remote/RunCall.h"
+#include "remote/canrun/CanRunCall.h"
 #include "wire/Conversions.h"
 
 namespace MachineService::Remote {

@@ -2,9 +2,9 @@
 
 #include "client/interface/PlatformTypes.h"
 #include "client/interface/ProgressWatcherFuture.h"
-#include "remote/CanRunStore.h"
 #include "remote/Connection.h"
 #include "remote/RunTransfer.h"
+#include "remote/canrun/CanRunStore.h"
 #include "wire/Chunks.h"
 
 #include <machineservice/v1/machines.pb.h>

@@ -1,11 +1,11 @@
 #include "hashing/Sha256.h"
-#include "remote/CanRunStore.h"
 #include "remote/IconStore.h"
 #include "remote/Link.h"
 #include "remote/MachineStore.h"
 #include "remote/RunTransfer.h"
 #include "remote/ServiceAddress.h"
 #include "remote/Workers.h"
+#include "remote/canrun/CanRunStore.h"
 #include "support/Failures.h"
 #include "support/Test.h"
 

@@ -1,4 +1,4 @@
-#include "remote/CanRunCall.h"
+#include "remote/canrun/CanRunCall.h"
 
 #include "remote/ServiceAnswers.h"
 #include "remote/StatusTrouble.h"

@@ -1,4 +1,4 @@
-#include "remote/CanRunStore.h"
+#include "remote/canrun/CanRunStore.h"
 
 #include <algorithm>
 #include <iterator>
